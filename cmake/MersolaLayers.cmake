@@ -1,0 +1,37 @@
+# How the library is put together: one target for each layer. A layer finds the headers of the
+# layers it SEES and no others, so that an include against the grain does not compile.
+
+add_library(mersola_options INTERFACE)
+target_compile_features(mersola_options INTERFACE cxx_std_20)
+target_compile_options(mersola_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                                                 -Wnon-virtual-dtor)
+if(MERSOLA_WARNINGS_AS_ERRORS)
+    target_compile_options(mersola_options INTERFACE -Werror)
+endif()
+if(MERSOLA_SANITIZE)
+    target_compile_options(mersola_options INTERFACE -fsanitize=${MERSOLA_SANITIZE}
+                                                     -fno-sanitize-recover=all
+                                                     -fno-omit-frame-pointer)
+    target_link_options(mersola_options INTERFACE -fsanitize=${MERSOLA_SANITIZE})
+endif()
+
+# The public headers, which every layer may include as <mersola/...>.
+add_library(mersola_headers INTERFACE)
+target_include_directories(mersola_headers INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+target_compile_features(mersola_headers INTERFACE cxx_std_20)
+
+# mersola_layer(NAME SOURCES file... [SEES layer...] [USES library...])
+#   SEES: layers whose headers this one includes, with all that those see
+#   USES: foreign libraries, which no other layer sees
+function(mersola_layer name)
+    cmake_parse_arguments(LAYER "" "" "SOURCES;SEES;USES" ${ARGN})
+    add_library(mersola_${name} OBJECT ${LAYER_SOURCES})
+    set_target_properties(mersola_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    target_include_directories(mersola_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    list(TRANSFORM LAYER_SEES PREPEND mersola_)
+    target_link_libraries(mersola_${name} PUBLIC mersola_headers ${LAYER_SEES}
+                                          PRIVATE mersola_options ${LAYER_USES})
+    set_property(GLOBAL APPEND PROPERTY MERSOLA_LAYERS mersola_${name})
+    set_property(GLOBAL APPEND PROPERTY MERSOLA_LIBRARIES ${LAYER_USES})
+endfunction()

@@ -1,0 +1,16 @@
+// The component that decodes a program's credentials.
+#pragma once
+
+#include <mersola/platform/component.h>
+
+/// Encodes and decodes a text with a key. A program whose credentials are encoded registers its
+/// crypter under the ProgID "Crypt.crypter" before it creates a Mersola; without one, credentials
+/// are used as they are given.
+class ICrypter : public mersola::Component {
+  public:
+    static constexpr const char* kInterfaceId = "{34325499-816D-44FB-BFDF-6F06700BCA9D}";
+
+    /// Both return a failure code when they cannot do it; `result` is then of no meaning.
+    virtual HRESULT encode(const CString& text, const CString& key, CString& result) = 0;
+    virtual HRESULT decode(const CString& text, const CString& key, CString& result) = 0;
+};

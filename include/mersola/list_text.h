@@ -1,0 +1,74 @@
+// ListText: the comma-separated lists that the database keeps as text.
+#pragma once
+
+#include <mersola/platform/text.h>
+
+#include <vector>
+
+namespace mersola {
+
+/// A list of items, each a text, a key with a text, or a list of its own:
+///
+///     10,50,90        station,"a, b",""        name="Pier 4",levels={10,{50,90}}
+///
+/// An item with nothing but plain characters is written as it stands, any other one between double
+/// quotes, where a backslash makes the next character an ordinary one. Whatever is written reads
+/// back unchanged.
+///
+/// Reading is more generous. Blanks around items, keys and `=` do not count, unless they stand in
+/// quotes or behind a backslash. Commas with nothing between them have an empty item there, but a
+/// text of blanks is a list without items. An `=` makes a pair only in front of a quote or a brace:
+/// x=5 is one text.
+///
+/// The value of an item is its text, of a pair the text behind the key, and of a list the text
+/// between the braces, which can be read as a list in turn. Inner lists go 100 levels deep; what is
+/// deeper is malformed, and AddList raises std::length_error for it.
+class ListText {
+  public:
+    struct Item {
+        CString value{};
+        CString key{};
+        bool isPair = false;
+        bool isList = false;
+
+        operator const CString&() const noexcept { return value; }
+        bool operator==(const Item&) const = default;
+    };
+
+    /// A list without items.
+    ListText() = default;
+    /// The list that Parse reads; a malformed text becomes the only item.
+    ListText(const CString& text) : ListText(text.GetString()) {}
+    ListText(const char* text);
+
+    /// Reads a list. False for a malformed text (quotes or braces without their partner, or
+    /// something else between them and the comma), which leaves the list as it was.
+    bool Parse(const char* text);
+    CString ToText() const;
+
+    int GetSize() const noexcept { return static_cast<int>(items_.size()); }
+    bool IsEmpty() const noexcept { return items_.empty(); }
+    /// The value of an item; an index outside the list raises std::out_of_range.
+    const CString& GetAt(int index) const;
+    const CString& operator[](int index) const { return GetAt(index); }
+    /// The value of the first item; empty if there is none.
+    CString First() const { return IsEmpty() ? CString() : GetAt(0); }
+    /// The value of the first pair with this key, without regard to upper and lower case and not
+    /// within inner lists. False, and `value` as it was, if there is none.
+    bool Find(const char* key, CString& value) const;
+
+    void Add(const char* text);
+    void AddPair(const char* key, const char* value);
+    void AddList(const ListText& list);
+    void RemoveAll() noexcept { items_.clear(); }
+
+    auto begin() const noexcept { return items_.begin(); }
+    auto end() const noexcept { return items_.end(); }
+
+    bool operator==(const ListText&) const = default;
+
+  private:
+    std::vector<Item> items_;
+};
+
+}  // namespace mersola

@@ -1,0 +1,478 @@
+// The storage of a monitoring installation: the class Mersola and, with it, all public headers.
+#pragma once
+
+#include <cstdint>
+
+#include <mersola/crypter.h>
+#include <mersola/list_text.h>
+#include <mersola/platform/ado.h>
+#include <mersola/platform/collections.h>
+#include <mersola/platform/com_error.h>
+#include <mersola/platform/component.h>
+#include <mersola/platform/message_box.h>
+#include <mersola/platform/text.h>
+#include <mersola/records.h>
+#include <mersola/times.h>
+
+/// Stores and reads the data of monitoring instruments in one database.
+///
+/// A recorder registers an instrument, a measurement, its reports and functions, and then writes one
+/// value for each period, channel, function and frequency band. A reader selects an instrument, a
+/// measurement, a report, a channel and a function, and then fetches values.
+///
+/// Rules that hold for every operation:
+/// - Threads: an object is used by one thread at a time; different objects are independent.
+/// - Results: an `int` is 1 for success and 0 for failure, a `bool` true for success, an identifier
+///   -1 when there is none, unless the operation says otherwise.
+/// - Failure: nothing is thrown where an operation does not say so. An operation that fails leaves
+///   what its comment does not name as it was. Statements that ran before the failing one stay,
+///   unless the caller brackets them with BeginTrans and RollbackTrans.
+/// - Connections: a null connection handle means the object's own connection.
+/// - Identifiers are 32-bit values: one that does not fit is refused like one that does not exist.
+/// - Texts are UTF-8. They are placed into statements between single quotes as they are: a text that
+///   holds a single quote makes the statement, and so the operation, fail.
+/// - Missing values read as -100.0.
+class Mersola {
+  public:
+    // ---- Session -------------------------------------------------------------------------------
+
+    /// An object without a connection; call Initialize.
+    Mersola();
+
+    /// The same, then Initialize with these arguments; ask isConnected how that went.
+    Mersola(const char* user, const char* password, const char* connectString, long timeout);
+
+    /// Disconnects. Never raises.
+    ~Mersola();
+
+    Mersola(const Mersola&) = delete;  // a copy that dies would close the connection of the original
+
+    /// Shares the other object's connection and takes over its settings, selection and recording
+    /// state. Its own connection is released and stays open for others that share it. Closing a
+    /// shared connection through one object closes it for all.
+    Mersola& operator=(const Mersola& other);
+
+    /// Forgets the selected instrument, takes the credentials and the connection string and connects;
+    /// isConnected tells whether that worked. A null or empty text leaves the earlier one in force.
+    /// Each text is decoded by the component "Crypt.crypter" where one is registered that returns
+    /// something for it, and is used as given otherwise. `timeout`: seconds for connecting and for
+    /// each statement; 0 waits without end, -1 leaves the defaults (15 and 30) in force.
+    /// Raises _com_error when the crypter fails or the time-out is refused.
+    void Initialize(const char* user, const char* password, const char* connectString, long timeout);
+
+    /// Closes an open connection and opens it anew. On failure shows the reason in a message box
+    /// (AfxMessageBox) and returns false, without a connection. Raises _com_error when the old
+    /// connection cannot be closed or a property cannot be set.
+    bool dbConnect();
+
+    /// Closes and releases the connection, for all objects that share it. Raises _com_error when the
+    /// connection was closed already; the handle is released all the same.
+    void dbDisconnect();
+
+    bool isConnected() const;
+
+    /// Do nothing without a connection. Raise _com_error when the connection refuses, such as a
+    /// second transaction inside the first.
+    void BeginTrans();
+    void CommitTrans();
+    void RollbackTrans();
+
+    /// The connection, null when there is none, to be handed to operations of other objects so that
+    /// they share it and its transaction.
+    _ConnectionPtr getConnection() const;
+
+    /// Runs one statement. Returns its rows (closed, not null, for a statement without rows), or null
+    /// when there is no connection. Raises _com_error when the statement fails.
+    _RecordsetPtr dbExecute(const _ConnectionPtr& connection, const CString& sql);
+    _RecordsetPtr dbExecute(const CString& sql);
+
+    /// Where operations report their progress (">>>") and their faults ("***"), in printf's manner.
+    /// Silent unless the library was built with MERSOLA_TRACE.
+    void Test(const char* format, ...) const __attribute__((format(printf, 2, 3)));
+
+    // ---- Instruments ---------------------------------------------------------------------------
+
+    /// The identifier of the instrument of that name, -1 when there is none or on failure.
+    long locateInstrumentId(CString name);
+
+    /// Lists the instruments in the server's order, `Type` in lower case; `out` is emptied first.
+    /// GetInstruments leaves out stations (instruments whose first `Type` item is "station"). On
+    /// failure 0; what was read before stays in `out`.
+    int GetInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out);
+    int GetInstrumentsAndAlarms(CArray<InstrumentInfo, InstrumentInfo&>& out);
+
+    /// Reads one instrument into `rec`, texts as stored; 0 when there is none.
+    int _GetInstrument(int groupId, InstrumentInfo& rec, const _ConnectionPtr& connection);
+
+    /// Reads the selected instrument's state; 0 when there is none.
+    int Get_InstrumentState(CString& state);
+
+    /// Selects an instrument, without looking it up. Selecting another one than before clears the
+    /// selection of measurement and report and leaves the continuous view; selecting the same one
+    /// changes nothing. 0 only for an identifier beyond 32 bits.
+    int SetInstrument(long groupId);
+
+    // ---- Measurements and the cursor -----------------------------------------------------------
+
+    /// The identifier of the measurement of that name, -1 when there is none or on failure.
+    long locateMeasurementId(long groupId, CString name);
+
+    /// Lists the selected instrument's measurements by their start; `out` is emptied first. Their
+    /// reports stay empty.
+    int GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out);
+    int _GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out, const _ConnectionPtr& connection);
+
+    /// Reads one measurement of the selected instrument; 0 when there is none.
+    int _GetMeasurement(int measId, MeasurementInfo& rec, const _ConnectionPtr& connection);
+
+    /// Selects a measurement of the selected instrument and loads its settings; -3 selects the
+    /// continuous view. Selecting the same one again returns 1 without reading anything, also when
+    /// the first time failed. Returns 0 when there is none or on failure: the identifier is then
+    /// selected all the same and the settings are those of before; a failed -3 keeps both.
+    int SetMeasurement(long measId);
+
+    /// Selects the channel and the function that values are read for. Both survive every other
+    /// selection. 0 only for a value beyond 32 bits.
+    int SetChannel(long channel);
+    int SetFunction(long funcId);
+
+    /// Hand out the settings that were loaded last, or defaults before any selection. Always 1.
+    int GetFullscale(float& v) const;
+    int GetSensitivity(float& v) const;
+    int GetLowerFrq(float& v) const;
+    int GetUpperFrq(float& v) const;
+    int GetBandwidth(int& v) const;
+    int GetReportType(int& v) const;
+    int GetTrigTime(CTimeEx& t) const;
+    int GetPrdLength(CTimeSpanEx& s) const;
+    /// The measured period length where one is stored, the nominal one otherwise.
+    int GetRealPrdLength(CTimeSpanEx& s) const;
+
+    // ---- Reports and functions -----------------------------------------------------------------
+
+    /// Selects a report of the selected measurement and loads its type, period lengths, period count
+    /// and value key; in the continuous view the argument names a report type. Selecting the same
+    /// one again returns 1 without reading anything. Returns 0 when there is none or on failure: the
+    /// identifier is then selected all the same.
+    int SetReport(long reportId);
+
+    /// Lists the reports that have functions by their type; `out` is emptied first. A measId of -1
+    /// means the selected measurement. On failure 0; what was read before stays in `out`.
+    int GetReports(CArray<ReportInfo, ReportInfo&>& out);
+    int _GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection);
+
+    /// Reads one report of the selected measurement; 0 when there is none.
+    int _GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& connection);
+
+    /// Lists the functions that the selected channel has in a report; `out` is emptied first; -1
+    /// means the selected measurement or report.
+    int GetFunctions(CArray<int, int>& out);
+    int _GetFunctions(CArray<int, int>& out, int measId, int reportId, const _ConnectionPtr& connection);
+
+    /// The name of a function, empty when there is none.
+    CString GetFunctionName(long funcId);
+    /// Always empty: callers rely on bands having no names here.
+    CString GetFrqName(long frqId);
+
+    // ---- Measured values -----------------------------------------------------------------------
+
+    /// Reads a block of values of the selected report, channel and function into `values`, an array
+    /// of nPeriods x nFrq: the value of period p and band f, both counted from the first asked for,
+    /// is at p * nFrq + f. `status`, where given, is an array of the same size for the first
+    /// character of each value's status. What is not stored, and what is stored with a status that
+    /// begins with "A", reads as -100.0 and 'A'. In the continuous view periods are numbered across
+    /// the chain. Returns nPeriods; 0 without a connection or when nFrq is less than 1; a negative
+    /// number when reading failed, the block then holds what was read, the rest missing.
+    int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq);
+    int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
+
+    /// Appends all values of the selected report and channel, of every function, by period and band.
+    /// Returns how many; a failed read ends the list early.
+    int GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out);
+
+    /// Reads the selected report's period count as stored now, in the continuous view that of the
+    /// chain. Returns 1 when connected (n is 0 when there is no report), else 0.
+    int Get_nPrds(long& n);
+
+    /// The first stored period, -1 with result 0 when there is none. The first two compute it from
+    /// the values and remember it until they are asked for another key; the last reads the lower
+    /// bound that is kept with the report (`extra` is not used).
+    int GetFirstPeriod(long& first);
+    int GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection);
+    int GetFirstPeriod(long& first, long groupId, long measId, long reportId, long extra,
+                       const _ConnectionPtr& connection);
+
+    /// The time at which the first stored period begins; 0 when there is none.
+    int GetStartOfFirstPeriod(CTimeEx& t);
+
+    /// The percentiles of a measurement, in per cent; -1 means the selected one. Remembered until
+    /// another measurement is asked for. On failure `out` is empty.
+    int GetPercentiles(CArray<float, float>& out);
+    bool _GetPercentiles(CArray<float, float>& out, int measId, const _ConnectionPtr& connection);
+
+    // ---- Recording: instruments and measurements -----------------------------------------------
+
+    /// The identifier of an instrument or measurement by name; when there is none yet, a free one to
+    /// create it under, with `isNew` true. -1 on failure. Allocation is not atomic: of two recorders
+    /// that register new names at the same moment, one may be refused.
+    long locateNewInstrument(const _ConnectionPtr& connection, const CString& name, bool& isNew);
+    long locateNewMeasurement(const _ConnectionPtr& connection, long groupId, const CString& name,
+                              bool& isNew);
+
+    /// Registers an instrument and selects it: a new name gets a row, a known one keeps its row as it
+    /// is. Writes the identifier into `info.GroupId`. Recording is closed until PutMeasurement.
+    bool PutInstrument(const _ConnectionPtr& connection, InstrumentInfo& info);
+
+    /// The same, then stores `state` as the instrument's state.
+    bool PutInstrumentState(const _ConnectionPtr& connection, InstrumentInfo& info, CString state);
+
+    /// Registers a measurement of an instrument and opens a recording of it that begins at
+    /// `info.StartAt` (within ten years of now). Writes the identifier into `info.MeasId`.
+    /// A stored measurement is resumed: its start stays, its bandwidth must be the same and the new
+    /// start must not be earlier; its frequency range grows to hold the new one and is written into
+    /// `info`. On failure recording stays closed.
+    bool PutMeasurement(const _ConnectionPtr& connection, long groupId, MeasurementInfo& info);
+
+    /// Rewrite the resolution of the measurement being recorded: from the record, or from a list of
+    /// sensitivity, full scale, bandwidth, lower and upper frequency. The list form always stores
+    /// bandwidth 2: callers rely on it.
+    bool PutResolution(const _ConnectionPtr& connection, MeasurementInfo& info);
+    bool PutResolution(const _ConnectionPtr& connection, const CString& resolution);
+
+    /// Stores `info.textItems` as the percentiles of the measurement being recorded. True also when
+    /// the statement fails: percentiles are advisory.
+    bool PutPercentiles(const _ConnectionPtr& connection, MeasurementInfo& info);
+
+    // ---- Recording: reports and functions ------------------------------------------------------
+
+    /// The value key of a report; when it has none yet, a free one. -1 on failure.
+    long locateNewMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId);
+
+    /// Registers a report of the measurement being recorded and makes it the current one. A report
+    /// that is stored already must have the same period length and type, else recording is closed;
+    /// in a resumed measurement its periods go on where the new start lies. True also when the
+    /// accounting of the periods in between failed, which closes the recording.
+    bool PutReport(const _ConnectionPtr& connection, ReportInfo& info);
+
+    /// Register a function on a channel (-1: the selected one) of the current report. Registering
+    /// it again is harmless.
+    bool PutFunction(const _ConnectionPtr& connection, int funcId, int channel);
+    bool _PutFunction(const _ConnectionPtr& connection, int funcId, int channel);
+
+    /// Rewrite the stored period lengths of the current report: from milliseconds, from the record,
+    /// or as the bare integer that a text holds. The selection's lengths stay as they are.
+    bool PutPeriodLen(const _ConnectionPtr& connection, long length);
+    bool PutRealPeriodLen(const _ConnectionPtr& connection, long length);
+    bool PutPeriodLen(const _ConnectionPtr& connection, ReportInfo& info);
+    bool PutPeriodLen(const _ConnectionPtr& connection, const CString& length);
+    bool PutRealPeriodLen(const _ConnectionPtr& connection, const CString& length);
+
+    // ---- Recording: values ---------------------------------------------------------------------
+
+    /// Opens a batch of values; null on failure.
+    _RecordsetPtr PutDataStart(const _ConnectionPtr& connection);
+
+    /// Sends a batch in one transaction. False when a value was refused (a duplicate too; the others
+    /// are stored and nothing is pending) or when nothing could be stored (a locked or full database;
+    /// all values stay pending, to be sent again).
+    bool PutDataEnd(const _RecordsetPtr& batch);
+
+    /// Writes the value of a period counted from the start of this recording. `nextPeriod` becomes
+    /// period + 1. With `useBatch` the value waits in `batch` for PutDataEnd; otherwise it is stored
+    /// at once, to six decimals, and with `updatePeriods` the period count is raised.
+    /// A value of status "A" is stored as -100.0; NaN and infinity are refused.
+    /// A value that is stored already counts as written: true, but `nextPeriod` is `period` and the
+    /// count is not raised, so a recorder must not wait for `nextPeriod` to move on.
+    bool PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status, int period,
+                         int funcId, int channel, int frqId, bool updatePeriods, long& nextPeriod,
+                         bool useBatch, const _RecordsetPtr& batch);
+    bool PutDataRelative(double value, const CString& status, int period, int funcId, int channel, int frqId,
+                         bool updatePeriods, long& nextPeriod, bool useBatch, const _RecordsetPtr& batch);
+
+    /// Writes the value of the period in which `time` lies, `periodOffset` periods on; `periodLen` in
+    /// milliseconds, above 0. Periods are counted from the stored start. Otherwise as above, with
+    /// `nextPeriod` one past the period written, or for a duplicate that period.
+    bool PutDataAbsolute(const _ConnectionPtr& connection, double value, const CString& status,
+                         const CTimeEx& time, int periodOffset, int funcId, int channel, int frqId,
+                         long periodLen, bool updatePeriods, long& nextPeriod, bool useBatch,
+                         const _RecordsetPtr& batch);
+    bool PutDataAbsolute(double value, const CString& status, const CTimeEx& time, int periodOffset,
+                         int funcId, int channel, int frqId, long periodLen, bool updatePeriods,
+                         long& nextPeriod, bool useBatch, const _RecordsetPtr& batch);
+
+    // ---- Recording: periods --------------------------------------------------------------------
+
+    /// Sets the start of the recording; part of PutMeasurement.
+    bool PutStart(const _ConnectionPtr& connection, const CTimeEx& start);
+
+    /// Raise the stored period count of the current report to `periods`, counted from the start of
+    /// this recording or from the stored start. The count never shrinks.
+    bool PutPeriodsRelative(const _ConnectionPtr& connection, int periods);
+    bool PutPeriodsAbsolute(const _ConnectionPtr& connection, int periods);
+
+    /// Adds one period to the stored count.
+    bool IncPeriods(const _ConnectionPtr& connection);
+
+    // ---- Markers -------------------------------------------------------------------------------
+
+    /// Inserts a marker as given, `Start` and `Stop` in the text encoding of times.
+    bool PutMarker(const _ConnectionPtr& connection, MarkerInfo& m);
+
+    /// Inserts an open marker at the beginning of a period counted from the start of this recording,
+    /// which becomes `m.Start` and `m.Stop`. Raises _com_error when the statement fails; `m` is
+    /// changed then.
+    bool PutMarkerRelative(const _ConnectionPtr& connection, MarkerInfo& m, long periods);
+
+    /// Closes the marker of the same instrument, measurement, path, start, number, function, band and
+    /// extended type: stores its stop and trigger condition. True also when there is none.
+    bool UpdateMarkerStop(const _ConnectionPtr& connection, MarkerInfo& m);
+
+    /// The same at the beginning of a period, which becomes `m.Stop`. Raises _com_error when the
+    /// statement fails; `m` is changed then.
+    bool UpdateMarkerStopRelative(const _ConnectionPtr& connection, MarkerInfo& m, long periods);
+
+    /// Delete the markers of the same instrument, measurement, start, stop, number and type;
+    /// DeleteMarker only those that also share function, band and extended type.
+    int DeleteMarker(const _ConnectionPtr& connection, MarkerInfo& m);
+    int DeleteMarkers(MarkerInfo& m);
+
+    /// Append the closed markers of the selected measurement (in the continuous view of the whole
+    /// chain) and of the instrument's alarm instruments; open ones are left out. `type`, in any
+    /// case, narrows them to those whose trigger condition has that `type` in lower case; a window
+    /// of time to those that start in it, `from` included and `to` not.
+    int GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out);
+    int GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out, CString type);
+    int GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out);
+    int GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, CString type);
+
+    /// Appends the selected measurement's closed markers that start between the beginnings of two
+    /// periods of the selected report, without those of alarm instruments.
+    int GetMarkers(long fromPeriod, long toPeriod, CArray<MarkerInfo, MarkerInfo&>& out);
+
+    // ---- Continuous view -----------------------------------------------------------------------
+
+    /// Loads the chain anew when it has gained or lost measurements. Raises _com_error.
+    bool refreshContinuousData();
+
+    // ---- Version history -----------------------------------------------------------------------
+
+    /// Appends a row to the version history: 1, or 0 on failure.
+    int AddVersion(const _ConnectionPtr& connection, versionHistory v);
+
+    /// Reads the first row of the version history into `v`: 1; 0 when it is empty; -1 when the
+    /// database has none, -2 when it has no instruments either; -3 without a connection or when a
+    /// statement fails.
+    int GetVersion(const _ConnectionPtr& connection, versionHistory& v);
+
+  protected:
+    /// Declares the object connected or not; opens recording.
+    void setConnected(bool connected);
+
+    int _GetAlarmInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out, CString kind);
+    int _GetInstrument(InstrumentInfo& rec, const _ConnectionPtr& connection);
+    int _GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection);
+    int _GetAllFunctions(CArray<int, int>& out, int measId, int reportId, const _ConnectionPtr& connection);
+    int _GetAllFunctions(CArray<FuncInfo, FuncInfo&>& out, int measId, int reportId,
+                         const _ConnectionPtr& connection);
+    int _GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
+    bool identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
+    bool identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
+    bool validDate(const CTimeEx& t);
+    bool PutMissingPeriods(const _ConnectionPtr& connection, int reportId);
+    int _GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long measId, CString type);
+    int _GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, long measId, CString& type);
+    int _GetMarkersForInstrumentOnly(CArray<MarkerInfo, MarkerInfo&>& out, long groupId, long measId,
+                                     CString type);
+    int _GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out,
+                                     long groupId, long measId, CString& type);
+    bool loadContinuousSetupData();
+    int recalculateContPeriods();
+
+    // The connection.
+    _ConnectionPtr m_connection;
+    CString m_user;
+    CString m_password;
+    CString m_connectString;
+    std::int32_t m_timeout = -1;  // seconds; -1: the defaults
+    bool m_connected = false;
+    bool m_Valid = false;  // recording may write
+
+    // The selection and what was loaded with it.
+    std::int32_t m_GroupId = -1;
+    std::int32_t m_MeasId = -1;
+    std::int32_t m_ReportId = -1;
+    std::int32_t m_MeasValueId = -1;
+    std::int32_t m_channel = -1;
+    std::int32_t m_function = -1;
+    std::int32_t m_reportType = 0;
+    double m_fullscale = 0;
+    double m_sensitivity = 0;
+    double m_lowerFrq = 0;
+    double m_upperFrq = 0;
+    std::int32_t m_bandwidth = 0;
+    CTimeEx m_StartAt;
+    CTimeSpanEx m_prdLength;
+    CTimeSpanEx m_realPrdLength;
+    bool m_realPrdLengthSet = false;
+    std::int32_t m_noOfPeriods = 1;
+
+    // What was read last, and for which key.
+    bool m_firstPrdValid = false;
+    std::int32_t m_firstPrdMeasValueId = -1;
+    std::int32_t m_firstPrd = 0;
+    CArray<float, float> m_percentiles;
+    std::int32_t m_percentilesMeasId = -1;
+    std::int32_t m_percentilesGroupId = -1;
+
+    // The continuous view.
+    std::int32_t m_contMode = -2;  // -2: normal view, -3: continuous view
+    bool m_contLoaded = false;
+    CArray<MeasurementInfo, MeasurementInfo&> m_contMeasurements;
+    CArray<ReportInfo, ReportInfo&> m_contReports;
+    MeasurementInfo m_contMeasurement;  // the virtual measurement, with the chain's settings
+    std::int32_t m_contReportIndex = -1;
+    std::int32_t m_contMeasId = -1;
+
+    // The recording.
+    InstrumentInfo m_instrument;
+    MeasurementInfo m_measurement;
+    MeasurementInfo m_lastMeasurement;  // as stored before this recording, when it resumes one
+    bool m_resumed = false;             // PutMeasurement found the measurement stored
+    bool m_newEntry = false;            // the current report is new: periods count from this start
+    std::int64_t m_Offs = 0;            // ms from the stored start to this recording's
+    std::int32_t m_lastReportOffs = 0;  // where this recording's period 0 is stored
+    std::int32_t m_recordedGroupId = -1;  // whose recording this object holds
+    std::int32_t m_recordedMeasId = -1;
+    std::int32_t m_missingReportId = -1;
+    std::int32_t m_missingIndex = 0;
+
+  private:
+    /// The given connection, else the object's own, which may be null.
+    const _ConnectionPtr& resolved(const _ConnectionPtr& connection) const {
+        return connection ? connection : m_connection;
+    }
+    bool readable() const { return m_connected && m_connection; }
+    bool continuous() const { return m_contMode == -3 && m_contLoaded; }
+
+    // Steps of the recording operations.
+    bool insertMeasurement(const _ConnectionPtr& connection, MeasurementInfo& info);
+    bool resumeMeasurement(const _ConnectionPtr& connection, MeasurementInfo& info);
+    bool loadLastReports(const _ConnectionPtr& connection);
+    bool insertReport(const _ConnectionPtr& connection, const ReportInfo& info);
+    bool resumeReport(const _ConnectionPtr& connection, const ReportInfo& info);
+    const ReportInfo* lastReport(int reportId) const;
+    long locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId, bool& isNew);
+    bool ensureMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId);
+    bool updateReport(const _ConnectionPtr& connection, const CString& update);
+    CTimeEx recordedPeriodStart(long period) const;
+
+    // Steps of the reading operations.
+    void loadSettings(const MeasurementInfo& measurement);
+    bool readChain(CArray<MeasurementInfo, MeasurementInfo&>& chain);
+    template <class Read>
+    int forEachMeasurement(Read read);
+    template <class Read>
+    int withAlarmInstruments(CArray<MarkerInfo, MarkerInfo&>& out, long measId, Read read);
+    template <class Predicate>
+    int readMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long groupId, long measId, CString type, Predicate wanted);
+};

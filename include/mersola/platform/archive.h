@@ -1,0 +1,113 @@
+// CObject with its class information at run time, and CArchive, the binary form of objects.
+#pragma once
+
+#include <mersola/platform/text.h>
+
+#include <cstdint>
+#include <ios>
+#include <stdexcept>
+
+class CArchive;
+class CObject;
+
+/// What is known about a class at run time. One constant object stands for each class.
+struct CRuntimeClass {
+    const char* m_lpszClassName;
+    int m_wSchema;
+    CObject* (*m_pfnCreateObject)();
+    const CRuntimeClass* m_pBaseClass;
+
+    bool IsDerivedFrom(const CRuntimeClass* base) const noexcept;
+    /// A new object, which the caller deletes; null for a class that cannot be serialised.
+    CObject* CreateObject() const { return m_pfnCreateObject ? m_pfnCreateObject() : nullptr; }
+};
+
+#define RUNTIME_CLASS(class_name) (&class_name::class##class_name)
+
+/// In the class: gives it class information and makes it serialisable. The class has a default
+/// constructor and overrides Serialize.
+#define DECLARE_SERIAL(class_name)                                   \
+  public:                                                            \
+    static const CRuntimeClass class##class_name;                    \
+    const CRuntimeClass* GetRuntimeClass() const noexcept override { \
+        return &class##class_name;                                   \
+    }
+
+/// In one source file, beside DECLARE_SERIAL in the class.
+#define IMPLEMENT_SERIAL(class_name, base_name, schema)                   \
+    const CRuntimeClass class_name::class##class_name = {                 \
+        #class_name, schema, []() -> CObject* { return new class_name; }, \
+        RUNTIME_CLASS(base_name)};
+
+/// The root of classes that know their class at run time.
+class CObject {
+  public:
+    static const CRuntimeClass classCObject;
+
+    virtual ~CObject() = default;
+
+    virtual const CRuntimeClass* GetRuntimeClass() const noexcept { return &classCObject; }
+    bool IsKindOf(const CRuntimeClass* wanted) const noexcept {
+        return GetRuntimeClass()->IsDerivedFrom(wanted);
+    }
+    bool IsSerializable() const noexcept { return GetRuntimeClass()->m_pfnCreateObject != nullptr; }
+    /// Writes the object to `archive` or reads it, as the archive is storing or loading; raises
+    /// CArchiveException. An object without data writes nothing.
+    virtual void Serialize(CArchive& archive);
+
+  protected:
+    CObject() = default;
+    CObject(const CObject&) = default;
+    CObject& operator=(const CObject&) = default;
+};
+
+/// Why an archive could not go on.
+class CArchiveException : public std::runtime_error {
+  public:
+    enum Cause {
+        writeFailed,     ///< the stream did not take the bytes
+        endOfFile,       ///< the stream ended within a value
+        badData,         ///< bytes that make no value
+        wrongDirection,  ///< storing into a loading archive, or the reverse
+    };
+    explicit CArchiveException(Cause cause);
+
+    const Cause m_cause;
+};
+
+/// Stores values to a stream or loads them, little-endian, the same on every machine: an int as 32
+/// bits, a long as 64, a double as IEEE 64, a text as its length (32 bits) and its bytes. Every
+/// failure raises CArchiveException, and leaves the variable being loaded as it was.
+class CArchive {
+  public:
+    enum Mode { store, load };
+
+    /// Works on the stream's buffer, without regard to its flags; the stream outlives the archive.
+    CArchive(std::ios& stream, Mode mode) : buffer_(stream.rdbuf()), mode_(mode) {}
+    CArchive(const CArchive&) = delete;
+    CArchive& operator=(const CArchive&) = delete;
+
+    bool IsStoring() const noexcept { return mode_ == store; }
+    bool IsLoading() const noexcept { return mode_ == load; }
+
+    CArchive& operator<<(int value);
+    CArchive& operator<<(long value);
+    CArchive& operator<<(double value);
+    CArchive& operator<<(const CString& value);
+
+    CArchive& operator>>(int& value);
+    CArchive& operator>>(long& value);
+    CArchive& operator>>(double& value);
+    CArchive& operator>>(CString& value);
+
+  private:
+    void Write(std::string_view bytes);
+    void Read(char* bytes, std::size_t count);
+    template <class Bits>
+    void WriteBits(Bits bits);
+    template <class Bits>
+    Bits ReadBits();
+
+    std::streambuf* buffer_;
+    Mode mode_;
+};

@@ -1,0 +1,59 @@
+// CMutex, a lock that one thread may take repeatedly, and CSingleLock, its guard.
+#pragma once
+
+#include <mutex>
+#include <stdexcept>
+
+class CMutex {
+  public:
+    CMutex() = default;
+    CMutex(const CMutex&) = delete;
+    CMutex& operator=(const CMutex&) = delete;
+
+    /// Waits for the mutex. The thread that has it may lock again, and unlocks as often.
+    void Lock() { mutex_.lock(); }
+    void Unlock() { mutex_.unlock(); }
+
+  private:
+    std::recursive_mutex mutex_;
+};
+
+/// Holds a mutex at most once, and gives it back at the end of its life.
+class CSingleLock {
+  public:
+    /// Raises std::invalid_argument without a mutex.
+    explicit CSingleLock(CMutex* mutex, bool initialLock = false) : mutex_(mutex) {
+        if (!mutex_) {
+            throw std::invalid_argument("CSingleLock: no mutex");
+        }
+        if (initialLock) {
+            Lock();
+        }
+    }
+    ~CSingleLock() { Unlock(); }
+    CSingleLock(const CSingleLock&) = delete;
+    CSingleLock& operator=(const CSingleLock&) = delete;
+
+    /// Waits for the mutex; a guard that holds it already is content.
+    bool Lock() {
+        if (!locked_) {
+            mutex_->Lock();
+            locked_ = true;
+        }
+        return true;
+    }
+    /// False if the guard did not hold the mutex.
+    bool Unlock() {
+        if (!locked_) {
+            return false;
+        }
+        locked_ = false;
+        mutex_->Unlock();
+        return true;
+    }
+    bool IsLocked() const noexcept { return locked_; }
+
+  private:
+    CMutex* mutex_;
+    bool locked_ = false;
+};

@@ -1,0 +1,89 @@
+// COleDateTime and COleDateTimeSpan: dates and lengths of time as numbers of days.
+#pragma once
+
+#include <chrono>
+#include <compare>
+#include <cstdint>
+
+/// A signed length of time in days.
+class COleDateTimeSpan {
+  public:
+    enum DateTimeSpanStatus { valid = 0, invalid = 1, null = 2 };
+
+    COleDateTimeSpan() noexcept = default;
+    /// A number that is not finite gives an invalid span.
+    explicit COleDateTimeSpan(double days) noexcept;
+    COleDateTimeSpan(long days, int hours, int minutes, int seconds) noexcept;
+
+    DateTimeSpanStatus GetStatus() const noexcept { return m_status; }
+    void SetStatus(DateTimeSpanStatus status) noexcept { m_status = status; }
+    double GetTotalDays() const noexcept { return m_span; }
+    double GetTotalSeconds() const noexcept { return m_span * 86400; }
+
+    /// The result is valid if both are.
+    COleDateTimeSpan operator+(const COleDateTimeSpan& other) const noexcept;
+    COleDateTimeSpan operator-(const COleDateTimeSpan& other) const noexcept;
+    COleDateTimeSpan operator-() const noexcept;
+
+    /// Spans are equal with the same status and the same number of days; only valid ones have an
+    /// order.
+    bool operator==(const COleDateTimeSpan& other) const noexcept {
+        return m_status == other.m_status && m_span == other.m_span;
+    }
+    std::partial_ordering operator<=>(const COleDateTimeSpan& other) const noexcept;
+
+    double m_span = 0;
+    DateTimeSpanStatus m_status = valid;
+};
+
+/// A local date and time in the years 100 to 9999, as days since 30 December 1899. Before that day
+/// the whole part counts back while the fraction still counts on from midnight: -1.25 is
+/// 29 December 1899, 06:00. What lies outside the years is invalid.
+class COleDateTime {
+  public:
+    enum DateTimeStatus { error = -1, valid = 0, invalid = 1, null = 2 };
+
+    /// 30 December 1899, 00:00.
+    COleDateTime() noexcept = default;
+    explicit COleDateTime(double days) noexcept;
+    COleDateTime(int year, int month, int day, int hour, int minute, int second) noexcept {
+        SetDateTime(year, month, day, hour, minute, second);
+    }
+
+    /// The local time of now, in whole seconds.
+    static COleDateTime GetCurrentTime() { return FromClock(std::chrono::system_clock::now()); }
+    /// The local time at a point of the system's clock; what is left of a second is cut off.
+    static COleDateTime FromClock(std::chrono::system_clock::time_point point);
+    /// The time so many seconds after 30 December 1899, 00:00 (before it, if negative).
+    static COleDateTime FromSeconds(std::int64_t seconds) noexcept;
+
+    /// Sets all parts; 0 on success. Parts that make no date, such as 30 February, give 1 and an
+    /// invalid time.
+    int SetDateTime(int year, int month, int day, int hour, int minute, int second) noexcept;
+
+    DateTimeStatus GetStatus() const noexcept { return m_status; }
+    void SetStatus(DateTimeStatus status) noexcept { m_status = status; }
+
+    /// The parts of the nearest whole second; `error` if the time is not valid.
+    int GetYear() const noexcept;
+    int GetMonth() const noexcept;
+    int GetDay() const noexcept;
+    int GetHour() const noexcept;
+    int GetMinute() const noexcept;
+    int GetSecond() const noexcept;
+    /// The inverse of FromSeconds, to the nearest second; 0 if the time is not valid.
+    std::int64_t ToSeconds() const noexcept;
+
+    /// The result is valid if both operands are and it lies within the years.
+    COleDateTime operator+(const COleDateTimeSpan& span) const noexcept;
+    COleDateTime operator-(const COleDateTimeSpan& span) const noexcept { return *this + -span; }
+    COleDateTimeSpan operator-(const COleDateTime& other) const noexcept;
+
+    /// By the moments. Times that are not valid are equal to those of the same status, and have no
+    /// order.
+    bool operator==(const COleDateTime& other) const noexcept;
+    std::partial_ordering operator<=>(const COleDateTime& other) const noexcept;
+
+    double m_dt = 0;
+    DateTimeStatus m_status = valid;
+};

@@ -1,0 +1,115 @@
+// The seam between ADO's objects and the engines: what a provider implements, one for each engine.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <mersola/platform/com_error.h>
+
+#include "connection_string.h"
+
+namespace mersola::ado {
+
+enum class CellKind : std::uint32_t { Null, Integer, Real, Text };
+
+/// One value of a row. A text is not owned: it lives as long as its row.
+struct Cell {
+    CellKind kind = CellKind::Null;
+    std::uint32_t length = 0;  // of the text
+    union {
+        std::int64_t integer = 0;
+        double real;
+        const char* text;
+    };
+
+    static Cell Integer(std::int64_t value) {
+        Cell cell;
+        cell.kind = CellKind::Integer;
+        cell.integer = value;
+        return cell;
+    }
+    static Cell Real(double value) {
+        Cell cell;
+        cell.kind = CellKind::Real;
+        cell.real = value;
+        return cell;
+    }
+    static Cell Text(std::string_view value) {
+        Cell cell;
+        cell.kind = CellKind::Text;
+        cell.length = static_cast<std::uint32_t>(value.size());
+        cell.text = value.data();
+        return cell;
+    }
+    std::string_view View() const { return {text, length}; }
+};
+
+/// The rows of one statement, forward only. Destroying it ends the statement.
+class RowSource {
+  public:
+    virtual ~RowSource() = default;
+    virtual const std::vector<std::string>& Columns() const = 0;
+    /// Moves to the next row, at first to the first one; false at the end.
+    virtual bool Next() = 0;
+    /// A value of the current row, valid until Next.
+    virtual Cell At(int column) const = 0;
+};
+
+/// What became of a batch whose rows reached the engine.
+struct BatchOutcome {
+    std::size_t refused = 0;
+    std::optional<_com_error> firstRefusal;
+};
+
+/// Adds rows to one table.
+class TableWriter {
+  public:
+    virtual ~TableWriter() = default;
+    virtual const std::vector<std::string>& Columns() const = 0;
+    /// Stores rows (their cells one after the other) in as few round trips as the engine allows, in
+    /// one transaction of its own unless one is open. A row that the engine refuses does not stop the
+    /// others. Raises, with nothing stored, when the batch as a whole failed.
+    virtual BatchOutcome Write(std::span<const Cell> cells) = 0;
+};
+
+/// An open database.
+class ProviderSession {
+  public:
+    virtual ~ProviderSession() = default;
+    /// Runs one statement; null when it gives no rows. No other statement may run while the result
+    /// is alive: whoever calls this brings the earlier result into memory first.
+    virtual std::unique_ptr<RowSource> Execute(std::string_view sql) = 0;
+    virtual std::unique_ptr<TableWriter> OpenTable(std::string_view table) = 0;
+    virtual void Begin() = 0;
+    virtual void Commit() = 0;
+    virtual void Rollback() = 0;
+};
+
+struct OpenRequest {
+    const ConnectionString& properties;
+    std::string user;
+    std::string password;
+    long connectionTimeout = 15;  // seconds, 0 without end
+    long commandTimeout = 30;
+};
+
+class Provider {
+  public:
+    virtual ~Provider() = default;
+    virtual std::unique_ptr<ProviderSession> Open(const OpenRequest& request) = 0;
+};
+
+/// Makes a provider known under a name that connection strings give (without regard to case); an
+/// empty name serves the strings that give none. Replaces an earlier one of that name.
+void RegisterProvider(const std::string& name, std::shared_ptr<Provider> provider);
+
+/// Defined beside the providers: registers those that the library is built with.
+void RegisterBuiltinProviders();
+
+}  // namespace mersola::ado

@@ -1,0 +1,214 @@
+// The recordset: reading a result from memory and from the engine, and adding rows in a batch.
+#include <mersola/platform/ado.h>
+
+#include <algorithm>
+#include <cctype>
+#include <new>
+
+#include "state.h"
+
+using namespace mersola::ado;
+
+namespace mersola::ado {
+
+void RecordsetState::Start(std::unique_ptr<RowSource> rows) {
+    bool more = rows->Next();
+    columns = rows->Columns();
+    held = RowBlock(columns.size());
+    state = adStateOpen;
+    atEnd = !more;
+    for (; more && held.Rows() < _Recordset::kRowsHeld; more = rows->Next()) held.AddRow(*rows);
+    if (more) {
+        source = std::move(rows);
+        sourceRow = held.Rows();
+        connectionState->streaming = this;
+    }
+}
+
+void RecordsetState::MoveNext() {
+    ++position;
+    if (IsHeld(position) || (source && position == sourceRow)) return;
+    if (source) {
+        rowsGone = true;
+        if (NextInSource()) {
+            sourceRow = position;
+            return;
+        }
+    }
+    atEnd = true;
+}
+
+void RecordsetState::KeepRest() {
+    if (rowsGone) {
+        held.Clear();
+        firstHeld = sourceRow;
+    }
+    do {
+        held.AddRow(*source);
+    } while (NextInSource());
+}
+
+bool RecordsetState::NextInSource() {
+    try {
+        if (source->Next()) return true;
+    } catch (...) {
+        atEnd = true;
+        EndStream();
+        throw;
+    }
+    EndStream();
+    return false;
+}
+
+void RecordsetState::EndStream() {
+    if (!source) return;
+    source.reset();
+    connectionState->streaming = nullptr;
+}
+
+void RecordsetState::RequireClosed() const {
+    if (state != adStateClosed) throw _com_error(adErrObjectOpen, "The recordset is open", kSource);
+}
+
+void RecordsetState::RequireOpen() const {
+    if (state == adStateClosed) throw _com_error(adErrObjectClosed, "The recordset is closed", kSource);
+}
+
+void RecordsetState::RequireRow() const {
+    RequireOpen();
+    if (atEnd) throw _com_error(adErrNoCurrentRecord, "There is no current row", kSource);
+}
+
+void RecordsetState::RequireTable() const {
+    RequireOpen();
+    if (!writer) {
+        throw _com_error(adErrIllegalOperation, "Rows can be added to a table only, not to a result", kSource);
+    }
+}
+
+int RecordsetState::IndexOf(std::string_view name) const {
+    auto found = std::ranges::find(columns, name);  // the spelling of the table is the usual one
+    if (found == columns.end()) {
+        found = std::ranges::find_if(columns, [&](const std::string& column) { return EqualNoCase(column, name); });
+    }
+    return found == columns.end() ? -1 : static_cast<int>(found - columns.begin());
+}
+
+}  // namespace mersola::ado
+
+namespace {
+
+bool IsSingleWord(std::string_view text) {
+    return !text.empty() && std::ranges::all_of(text, [](unsigned char c) {
+        return std::isalnum(c) || c == '_' || c == '.' || c == '[' || c == ']' || c >= 0x80;
+    });
+}
+
+}  // namespace
+
+_RecordsetPtr _Recordset::CreateInstance() try {
+    return std::make_shared<_Recordset>();
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+
+_Recordset::_Recordset() : state_(std::make_unique<mersola::ado::RecordsetState>()) {}
+
+_Recordset::~_Recordset() = default;
+
+void _Recordset::PutCursorLocation(CursorLocationEnum) { state_->RequireClosed(); }
+
+void _Recordset::PutCursorType(CursorTypeEnum) { state_->RequireClosed(); }
+
+void _Recordset::PutLockType(LockTypeEnum) { state_->RequireClosed(); }
+
+void _Recordset::Open(const CString& source, const _ConnectionPtr& connection, CursorTypeEnum, LockTypeEnum,
+                      long options) {
+    state_->RequireClosed();
+    if (!connection) throw _com_error(adErrObjectClosed, "A recordset needs a connection", kSource);
+    auto opened = std::make_unique<RecordsetState>();
+    opened->connection = connection;
+    opened->connectionState = connection->state_.get();
+    auto& session = opened->connectionState->Idle();
+    if (options == adCmdTable || (options != adCmdText && IsSingleWord(source.View()))) {
+        opened->writer = session.OpenTable(source.View());
+        opened->columns = opened->writer->Columns();
+        opened->pending = RowBlock(opened->columns.size());
+        opened->state = adStateOpen;
+    } else {
+        opened->connectionState->Noting([&] {
+            if (auto rows = session.Execute(source.View())) opened->Start(std::move(rows));
+        });
+    }
+    state_ = std::move(opened);
+}
+
+void _Recordset::Close() {
+    state_->RequireOpen();
+    state_ = std::make_unique<RecordsetState>();
+}
+
+ObjectStateEnum _Recordset::GetState() const { return state_->state; }
+
+bool _Recordset::EndOfFile() const {
+    state_->RequireOpen();
+    return state_->atEnd;
+}
+
+void _Recordset::MoveFirst() {
+    state_->RequireOpen();
+    const bool empty = state_->atEnd && state_->position == 0;
+    if (empty) throw _com_error(adErrNoCurrentRecord, "There are no rows", kSource);
+    if (state_->rowsGone) {
+        throw _com_error(adErrIllegalOperation, "The first rows of a long result are gone", kSource);
+    }
+    state_->position = 0;
+    state_->atEnd = false;
+}
+
+void _Recordset::MoveNext() {
+    state_->RequireRow();
+    state_->MoveNext();
+}
+
+AdoField _Recordset::Fields(std::string_view name) {
+    state_->RequireOpen();
+    const int column = state_->IndexOf(name);
+    if (column < 0) {
+        throw _com_error(adErrItemNotFound, ("There is no field named " + std::string(name)).c_str(), kSource);
+    }
+    return {*this, column};
+}
+
+AdoField _Recordset::Fields(int position) {
+    if (position < 0 || position >= FieldCount()) {
+        throw _com_error(adErrItemNotFound, "There is no field at that position", kSource);
+    }
+    return {*this, position};
+}
+
+int _Recordset::FieldCount() const {
+    state_->RequireOpen();
+    return static_cast<int>(state_->columns.size());
+}
+
+CString _Recordset::FieldName(int position) const {
+    if (position < 0 || position >= FieldCount()) {
+        throw _com_error(adErrItemNotFound, "There is no field at that position", kSource);
+    }
+    return state_->columns[static_cast<std::size_t>(position)].c_str();
+}
+
+void _Recordset::AddNew() {
+    state_->RequireTable();
+    state_->pending.AddRow();
+}
+
+void _Recordset::UpdateBatch(AffectEnum) {
+    state_->RequireTable();
+    if (state_->pending.Rows() == 0) return;
+    state_->connectionState->Idle();
+    const BatchOutcome outcome = state_->writer->Write(state_->pending.Cells());
+    state_->pending.Clear();
+    if (outcome.firstRefusal) throw _com_error(*outcome.firstRefusal);
+}

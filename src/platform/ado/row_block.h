@@ -1,0 +1,40 @@
+// Rows held in memory: the cells of rows of one width with their texts.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <memory_resource>
+#include <span>
+#include <vector>
+
+#include "provider.h"
+
+namespace mersola::ado {
+
+class RowBlock {
+  public:
+    explicit RowBlock(std::size_t columns = 0)
+        : columns_(columns), texts_(std::make_unique<std::pmr::monotonic_buffer_resource>()) {}
+
+    std::size_t Rows() const { return columns_ ? cells_.size() / columns_ : 0; }
+    Cell At(std::size_t row, std::size_t column) const { return cells_[row * columns_ + column]; }
+    std::span<const Cell> Cells() const { return cells_; }
+
+    /// Appends a row of nulls.
+    void AddRow() { cells_.resize(cells_.size() + columns_); }
+    /// Appends the row on which `source` stands.
+    void AddRow(const RowSource& source);
+    /// Sets a cell of the last row; a text is copied.
+    void SetLast(std::size_t column, Cell value) { cells_[cells_.size() - columns_ + column] = Owned(value); }
+    Cell Last(std::size_t column) const { return cells_[cells_.size() - columns_ + column]; }
+    void Clear();
+
+  private:
+    Cell Owned(Cell cell);
+
+    std::size_t columns_;
+    std::vector<Cell> cells_;
+    std::unique_ptr<std::pmr::monotonic_buffer_resource> texts_;
+};
+
+}  // namespace mersola::ado

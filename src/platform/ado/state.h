@@ -1,0 +1,76 @@
+// What connections and recordsets hold behind their public interface.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <mersola/platform/ado.h>
+
+#include "provider.h"
+#include "row_block.h"
+
+namespace mersola::ado {
+
+struct ConnectionState {
+    long connectionTimeout = 15;  // ADO's defaults, in seconds
+    long commandTimeout = 30;
+    bool inTransaction = false;
+    std::unique_ptr<ProviderSession> session;  // null while closed
+    RecordsetState* streaming = nullptr;       // the one result that still reads from the engine
+    std::vector<AdoError> errors;
+
+    /// The session, with nothing reading from it; raises when the connection is closed.
+    ProviderSession& Idle();
+
+    /// Does what may fail at the provider; what it raises is also noted in `errors`.
+    template <class Action>
+    void Noting(Action action) {
+        try {
+            action();
+        } catch (const _com_error& error) {
+            errors.assign(1, {error.Error(), error.Description(), error.Source()});
+            throw;
+        }
+    }
+};
+
+struct RecordsetState {
+    ObjectStateEnum state = adStateClosed;
+    _ConnectionPtr connection;  // kept: rows or batches need it
+    ConnectionState* connectionState = nullptr;
+    std::vector<std::string> columns;
+
+    // Reading: rows [firstHeld, firstHeld + held.Rows()) are in memory; behind them `source`, while
+    // it is not null, stands on row `sourceRow`.
+    RowBlock held;
+    std::size_t firstHeld = 0;
+    std::unique_ptr<RowSource> source;
+    std::size_t sourceRow = 0;
+    std::size_t position = 0;
+    bool atEnd = true;
+    bool rowsGone = false;  // rows of `source` were read and not kept: there is no way back
+
+    // Adding: `writer` takes what `pending` holds.
+    std::unique_ptr<TableWriter> writer;
+    RowBlock pending;
+
+    ~RecordsetState() { EndStream(); }
+    void Start(std::unique_ptr<RowSource> rows);
+    void MoveNext();
+    /// Brings the rows that were not read yet into memory, so that the connection is free.
+    void KeepRest();
+    bool NextInSource();
+    void EndStream();
+    bool IsHeld(std::size_t row) const { return row - firstHeld < held.Rows(); }
+    void RequireClosed() const;
+    void RequireOpen() const;
+    void RequireRow() const;
+    void RequireTable() const;
+    int IndexOf(std::string_view name) const;  // -1 when there is none
+};
+
+inline constexpr const char* kSource = "mersola";
+
+}  // namespace mersola::ado

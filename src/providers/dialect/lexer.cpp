@@ -1,0 +1,182 @@
+// The lexer: one table of character classes and a scanner for each class.
+#include "lexer.h"
+
+#include <array>
+#include <cstring>
+
+namespace mersola::dialect {
+namespace {
+
+enum Class : std::uint8_t { kOther, kBlank, kLetter, kDigit, kDollar, kMarker, kQuote };
+
+constexpr std::array<Class, 256> kClasses = [] {
+    std::array<Class, 256> classes{};
+    for (unsigned c = 0; c < 256; ++c) {
+        if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c >= 0x80)
+            classes[c] = kLetter;
+        else if (c >= '0' && c <= '9')
+            classes[c] = kDigit;
+    }
+    for (unsigned char c : {' ', '\t', '\n', '\v', '\f', '\r'})
+        classes[c] = kBlank;
+    for (unsigned char c : {'?', ':', '@', '#'})
+        classes[c] = kMarker;
+    for (unsigned char c : {'\'', '"', '`', '['})
+        classes[c] = kQuote;
+    classes['$'] = kDollar;
+    return classes;
+}();
+
+Class ClassOf(char c) {
+    return kClasses[static_cast<unsigned char>(c)];
+}
+
+bool ContinuesWord(char c) {
+    const Class is = ClassOf(c);
+    return is == kLetter || is == kDigit || is == kDollar;
+}
+
+const char* SkipWord(const char* at, const char* end) {
+    while (at != end && ContinuesWord(*at))
+        ++at;
+    return at;
+}
+
+const char* SkipDigits(const char* at, const char* end) {
+    while (at != end && ClassOf(*at) == kDigit)
+        ++at;
+    return at;
+}
+
+}  // namespace
+
+std::string_view Token::Body() const {
+    const std::size_t opening = kind == TokenKind::Text && text.front() != '\'' ? 2 : 1;
+    return text.substr(opening, text.size() - opening - 1);
+}
+
+Lexer::Lexer(std::string_view sql) : begin_(sql.data()), at_(begin_), end_(begin_ + sql.size()) {
+    if (sql.empty()) return;
+    if (const void* nul = std::memchr(begin_, '\0', sql.size()))
+        Refuse("a NUL byte in the statement", static_cast<const char*>(nul));
+}
+
+Token Lexer::Next() {
+    Token token;
+    token.apart = SkipBlanks();
+    const char* const start = at_;
+    if (start == end_) {
+        token.text = {start, 0};
+        return token;
+    }
+    ++at_;
+    switch (ClassOf(*start)) {
+        case kLetter:
+            at_ = SkipWord(at_, end_);
+            token.kind = TokenKind::Word;
+            if (at_ - start == 1 && at_ != end_ && *at_ == '\'') {
+                const char prefix = static_cast<char>(*start | 0x20);
+                if (prefix == 'n' || prefix == 'x') {
+                    ++at_;
+                    token.doubled = ScanQuoted(start, '\'');
+                    token.kind = prefix == 'n' ? TokenKind::Text : TokenKind::Opaque;
+                }
+            }
+            break;
+        case kDigit:
+            --at_;
+            token.kind = ScanNumber();
+            break;
+        case kQuote:
+            token.doubled = ScanQuoted(start, *start == '[' ? ']' : *start);
+            token.kind = *start == '\'' ? TokenKind::Text : TokenKind::QuotedName;
+            break;
+        case kDollar:
+        case kMarker:
+            Refuse("a parameter marker in the statement", start);
+        default:
+            token.kind = TokenKind::Symbol;
+            if (*start == '.' && at_ != end_ && ClassOf(*at_) == kDigit) {
+                --at_;
+                token.kind = ScanNumber();
+            }
+    }
+    token.text = {start, static_cast<std::size_t>(at_ - start)};
+    return token;
+}
+
+bool Lexer::SkipBlanks() {
+    const char* const start = at_;
+    while (at_ != end_) {
+        if (ClassOf(*at_) == kBlank) {
+            ++at_;
+        } else if (*at_ == '-' && end_ - at_ > 1 && at_[1] == '-') {
+            while (at_ != end_ && *at_ != '\n')
+                ++at_;
+        } else if (*at_ == '/' && end_ - at_ > 1 && at_[1] == '*') {
+            SkipComment();
+        } else {
+            break;
+        }
+    }
+    return at_ != start;
+}
+
+// Comments nest, as the server reads them; SQLite would end them at the first end.
+void Lexer::SkipComment() {
+    const char* const start = at_;
+    std::size_t depth = 0;
+    for (; end_ - at_ > 1; ++at_) {
+        if (at_[0] == '/' && at_[1] == '*') {
+            ++depth;
+            ++at_;
+        } else if (at_[0] == '*' && at_[1] == '/') {
+            ++at_;
+            if (--depth == 0) {
+                ++at_;
+                return;
+            }
+        }
+    }
+    Refuse("a comment is not closed", start);
+}
+
+TokenKind Lexer::ScanNumber() {
+    TokenKind kind = TokenKind::Integer;
+    at_ = SkipDigits(at_, end_);
+    if (at_ != end_ && *at_ == '.') {
+        at_ = SkipDigits(at_ + 1, end_);
+        kind = TokenKind::Real;
+    }
+    if (at_ != end_ && (*at_ | 0x20) == 'e') {
+        const char* exponent = at_ + 1;
+        if (exponent != end_ && (*exponent == '+' || *exponent == '-')) ++exponent;
+        if (exponent != end_ && ClassOf(*exponent) == kDigit) {
+            at_ = SkipDigits(exponent, end_);
+            kind = TokenKind::Real;
+        }
+    }
+    const char* const tail = SkipWord(at_, end_);
+    if (tail != at_) kind = TokenKind::Opaque;
+    at_ = tail;
+    return kind;
+}
+
+// Reads to the closing quote; whether one stands inside, doubled.
+bool Lexer::ScanQuoted(const char* opening, char closing) {
+    bool doubled = false;
+    for (;;) {
+        while (at_ != end_ && *at_ != closing)
+            ++at_;
+        if (at_ == end_) Refuse("a literal or quoted name is not closed", opening);
+        if (++at_ == end_ || *at_ != closing) return doubled;
+        doubled = true;
+        ++at_;
+    }
+}
+
+void Lexer::Refuse(const char* message, const char* at) const {
+    throw SyntaxError(message, static_cast<std::size_t>(at - begin_));
+}
+
+}  // namespace mersola::dialect

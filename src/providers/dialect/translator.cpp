@@ -1,0 +1,402 @@
+// The translator: one pass over the tokens, with a look ahead where a construct is to go.
+#include "translator.h"
+
+#include <charconv>
+#include <initializer_list>
+#include <system_error>
+
+namespace mersola::dialect {
+namespace {
+
+constexpr std::string_view kSysobjects =
+    "(SELECT rowid AS id, name, CASE type WHEN 'table' THEN 'U' WHEN 'view' THEN 'V'"
+    " WHEN 'trigger' THEN 'TR' END AS xtype FROM sqlite_schema WHERE type <> 'index')";
+constexpr std::string_view kObjectIdHead =
+    "(SELECT rowid FROM sqlite_schema WHERE type IN ('table', 'view') AND name =";
+constexpr std::string_view kObjectIdTail = " COLLATE NOCASE)";
+constexpr std::string_view kObjectProperty = "OBJECTPROPERTY";
+constexpr std::string_view kUserTables =
+    ") IN (SELECT rowid FROM sqlite_schema WHERE type = 'table' AND name NOT GLOB 'sqlite_*'))";
+
+bool IsName(const Token& token) {
+    return token.kind == TokenKind::Word || token.kind == TokenKind::QuotedName;
+}
+
+bool IsOwner(const Token& token) {
+    if (token.kind == TokenKind::Word) return Matches(token.text, "DBO");
+    return token.kind == TokenKind::QuotedName && Matches(token.Body(), "DBO");
+}
+
+bool IsWord(const Token& token, std::string_view upper) {
+    return token.kind == TokenKind::Word && Matches(token.text, upper);
+}
+
+// The next token behind any owner's name; whether there was one goes to `owned`. Every look ahead
+// reads through here too, so that it judges what the output will hold.
+Token Read(Lexer& lexer, bool afterDot, bool& owned) {
+    Token token = lexer.Next();
+    owned = false;
+    if (afterDot) return token;
+    while (IsOwner(token)) {
+        Lexer ahead = lexer;
+        if (!ahead.Next().Is('.')) break;
+        Token name = ahead.Next();
+        if (!IsName(name)) break;
+        name.apart = token.apart;
+        token = name;
+        lexer = ahead;
+        owned = true;
+    }
+    return token;
+}
+
+Token Read(Lexer& lexer) {
+    bool owned;
+    return Read(lexer, false, owned);
+}
+
+// Reads to the end of the parentheses that were opened.
+bool SkipParentheses(Lexer& lexer) {
+    for (std::size_t depth = 1; depth > 0;) {
+        const Token token = Read(lexer);
+        if (token.kind == TokenKind::End) return false;
+        if (token.Is('(')) ++depth;
+        if (token.Is(')')) --depth;
+    }
+    return true;
+}
+
+// Whether `ahead`, behind SET, goes on with a transaction's isolation level and nothing else.
+bool IsIsolationLevel(Lexer ahead) {
+    for (const std::string_view word : {"TRANSACTION", "ISOLATION", "LEVEL"}) {
+        if (!IsWord(Read(ahead), word)) return false;
+    }
+    const Token level = Read(ahead);
+    if (IsWord(level, "READ")) {
+        const Token which = Read(ahead);
+        if (!IsWord(which, "COMMITTED") && !IsWord(which, "UNCOMMITTED")) return false;
+    } else if (IsWord(level, "REPEATABLE")) {
+        if (!IsWord(Read(ahead), "READ")) return false;
+    } else if (!IsWord(level, "SNAPSHOT") && !IsWord(level, "SERIALIZABLE")) {
+        return false;
+    }
+    const Token end = Read(ahead);
+    return end.kind == TokenKind::End || end.Is(';');
+}
+
+// The last part of a name of several parts, and the quote that closes it, if it is quoted.
+struct NamePart {
+    std::string_view body;
+    char quote = '\0';
+};
+
+NamePart LastPart(std::string_view name) {
+    for (;;) {
+        NamePart part;
+        std::size_t end = 0;
+        if (!name.empty() && (name.front() == '[' || name.front() == '"')) {
+            part.quote = name.front() == '[' ? ']' : '"';
+            for (end = 1; end < name.size(); ++end) {
+                if (name[end] != part.quote) continue;
+                if (end + 1 == name.size() || name[end + 1] != part.quote) break;
+                ++end;
+            }
+            part.body = name.substr(1, end - 1);
+        }
+        end = name.find('.', end);
+        if (!part.quote) part.body = name.substr(0, end);
+        if (end == std::string_view::npos) return part;
+        name.remove_prefix(end + 1);
+    }
+}
+
+template <typename Number>
+bool Parse(std::string_view text, Number& value) {
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && stop == end;
+}
+
+}  // namespace
+
+Translation Translator::Translate(std::string_view sql, Literals mode) {
+    lexer_ = Lexer(sql);
+    places_.Reset();
+    output_.Reset();
+    literals_.clear();
+    unescaped_.clear();
+    // Views into it are handed out, so that it must not move. No token is unescaped more than
+    // twice.
+    unescaped_.reserve(2 * sql.size());
+    previous_ = Trace();
+    liftable_ = mode == Literals::Lifted;
+    dropped_ = owned_ = trigger_ = body_ = false;
+
+    Token first = Next();
+    while (first.Is(';'))
+        first = Next();
+    if (first.kind == TokenKind::End) throw SyntaxError("no statement", 0);
+    const bool noOperation = IsWord(first, "SET") && IsIsolationLevel(lexer_);
+    Begin(first);
+    Put(first);
+    for (;;) {
+        const Token token = Next();
+        if (token.kind == TokenKind::End) break;
+        Put(token);
+    }
+    return {output_.Finish(), literals_, noOperation};
+}
+
+// What kind of statement it is.
+void Translator::Begin(const Token& first) {
+    switch (first.kind == TokenKind::Word ? KeywordOf(first.text) : Keyword::None) {
+        case Keyword::Select:
+        case Keyword::Insert:
+        case Keyword::Update:
+        case Keyword::Delete:
+        case Keyword::Replace:
+        case Keyword::Values:
+        case Keyword::With:
+            return;
+        case Keyword::Create: {
+            Lexer ahead = lexer_;
+            Token object = Read(ahead);
+            if (IsWord(object, "TEMP") || IsWord(object, "TEMPORARY")) object = Read(ahead);
+            trigger_ = IsWord(object, "TRIGGER");
+            break;
+        }
+        default:
+            break;
+    }
+    liftable_ = false;
+}
+
+Token Translator::Next() {
+    Token token = Read(lexer_, previous_.symbol == '.', owned_);
+    token.apart |= dropped_;
+    dropped_ = false;
+    return token;
+}
+
+void Translator::Put(const Token& token) {
+    Keyword keyword = Keyword::None;
+    switch (token.kind) {
+        case TokenKind::Word:
+            if (previous_.symbol != '.') keyword = KeywordOf(token.text);
+            if (PutWord(token, keyword)) return;
+            break;
+        case TokenKind::QuotedName:
+            PutName(token);
+            if (IsOwner(token)) keyword = Keyword::Owner;
+            break;
+        case TokenKind::Integer:
+        case TokenKind::Real:
+        case TokenKind::Text:
+            PutLiteral(token);
+            break;
+        case TokenKind::Symbol:
+            if (PutSymbol(token)) return;
+            break;
+        default:
+            output_.Copy(token);
+    }
+    Passed(token, keyword);
+}
+
+void Translator::Passed(const Token& token, Keyword keyword) {
+    previous_.kind = token.kind;
+    previous_.symbol = token.kind == TokenKind::Symbol ? token.text.front() : '\0';
+    previous_.keyword = keyword;
+}
+
+bool Translator::PutWord(const Token& token, Keyword keyword) {
+    switch (keyword) {
+        case Keyword::None:
+        case Keyword::Owner:
+            PutName(token);
+            return false;
+        case Keyword::With:
+            if (SkipHints()) return true;
+            break;
+        case Keyword::ObjectId:
+            if (PutObjectId(token)) return true;
+            break;
+        case Keyword::ObjectProperty:
+            output_.Append(token.text, token.apart);
+            return false;
+        case Keyword::Begin:
+            if (trigger_) body_ = true;
+            trigger_ = false;
+            break;
+        case Keyword::End:
+            if (previous_.symbol == ';') body_ = false;
+            break;
+        default:
+            break;
+    }
+    places_.Word(keyword, previous_.keyword);
+    output_.Copy(token);
+    return false;
+}
+
+void Translator::PutName(const Token& token) {
+    if (owned_ && PutSysobjects(token)) return;
+    const char opening = token.text.front();
+    if (opening == '[' || opening == '`') {
+        const std::string_view name = Unescaped(token.Body(), token.text.back());
+        output_.AppendQuoted(name, '"', token.apart);
+    } else {
+        output_.Copy(token);
+    }
+}
+
+bool Translator::PutSymbol(const Token& token) {
+    const char symbol = token.text.front();
+    if (symbol == ';' && !body_) {
+        EndStatement();
+        return true;
+    }
+    if (symbol == ',' && places_.Mark() && PutUserTableTest()) return true;
+    places_.Symbol(symbol, previous_.keyword);
+    if (symbol == '(' && previous_.keyword == Keyword::ObjectProperty && !places_.InForeignHint())
+        places_.SetMark(output_.Size());
+    output_.Copy(token);
+    return false;
+}
+
+void Translator::PutLiteral(const Token& token) {
+    if (Lifts() && previous_.symbol != '.' && previous_.keyword != Keyword::Collate &&
+        previous_.keyword != Keyword::In && Lift(token)) {
+        output_.Append("?", token.apart);
+    } else if (token.kind == TokenKind::Text && token.text.front() != '\'') {
+        output_.Append(token.text.substr(1), token.apart);
+    } else {
+        output_.Copy(token);
+    }
+}
+
+bool Translator::Lifts() const {
+    return liftable_ && literals_.size() < kMostLifted && places_.Lifts();
+}
+
+// Takes the token's value, if a parameter can carry it as the engine would read it.
+bool Translator::Lift(const Token& token) {
+    Literal& literal = literals_.emplace_back();
+    if (token.kind == TokenKind::Text) {
+        literal.kind = Literal::Kind::Text;
+        literal.text = token.doubled ? Unescaped(token.Body(), '\'') : token.Body();
+        return true;
+    }
+    if (token.kind == TokenKind::Integer && Parse(token.text, literal.integer)) return true;
+    literal.kind = Literal::Kind::Real;
+    // The least integer is written as the negative of one that is too great.
+    const bool least = token.kind == TokenKind::Integer && previous_.symbol == '-';
+    if (!least && Parse(token.text, literal.real)) return true;
+    literals_.pop_back();
+    return false;
+}
+
+// The body of a literal or quoted name with its doubled quotes made single.
+std::string_view Translator::Unescaped(std::string_view body, char quote) {
+    if (body.find(quote) == std::string_view::npos) return body;
+    const std::size_t start = unescaped_.size();
+    for (std::size_t i = 0; i < body.size(); ++i) {
+        unescaped_ += body[i];
+        if (body[i] == quote) ++i;
+    }
+    return std::string_view(unescaped_).substr(start);
+}
+
+// Reads over the list of table hints behind a WITH that follows a table. What could be completed
+// by the removal to something else that is translated stays as it is.
+bool Translator::SkipHints() {
+    const bool behindName =
+        previous_.kind == TokenKind::Word || previous_.kind == TokenKind::QuotedName;
+    if (!behindName || previous_.keyword == Keyword::Owner || previous_.keyword == Keyword::With ||
+        previous_.keyword == Keyword::ObjectId || previous_.keyword == Keyword::ObjectProperty ||
+        places_.InForeignHint())
+        return false;
+    Lexer ahead = lexer_;
+    if (!Read(ahead).Is('(')) return false;
+    for (bool any = false;;) {
+        Token token = Read(ahead);
+        if (token.kind == TokenKind::Word && KeywordOf(token.text) == Keyword::Hint) {
+            any = true;
+        } else if (!any) {
+            return false;
+        } else if (token.Is(')')) {
+            lexer_ = ahead;
+            dropped_ = true;
+            return true;
+        } else if (token.Is('(')) {
+            if (!SkipParentheses(ahead)) return false;
+        } else if (!token.Is(',') && !token.Is('=')) {
+            return false;
+        }
+    }
+}
+
+// The server's catalogue of objects as a table of its own.
+bool Translator::PutSysobjects(const Token& token) {
+    const bool quoted = token.kind == TokenKind::QuotedName;
+    if (!Matches(quoted ? token.Body() : token.text, "SYSOBJECTS")) return false;
+    Lexer ahead = lexer_;
+    const Token next = Read(ahead);
+    if (next.Is('.') || places_.InForeignHint()) return false;
+    output_.Append(kSysobjects, token.apart);
+    const Keyword keyword = next.kind == TokenKind::Word ? KeywordOf(next.text) : Keyword::None;
+    const bool aliased = keyword == Keyword::As || next.kind == TokenKind::Text ||
+                         (IsName(next) && keyword == Keyword::None);
+    if (!aliased) output_.Append("AS sysobjects", true);
+    return true;
+}
+
+// OBJECT_ID of a name becomes a look into the catalogue, which gives null for an unknown one.
+bool Translator::PutObjectId(const Token& token) {
+    Lexer ahead = lexer_;
+    const Token opening = Read(ahead);
+    const Token text = Read(ahead);
+    const Token closing = Read(ahead);
+    if (!opening.Is('(') || text.kind != TokenKind::Text || !closing.Is(')') ||
+        places_.InForeignHint())
+        return false;
+    const NamePart part = LastPart(Unescaped(text.Body(), '\''));
+    const std::string_view name = part.quote ? Unescaped(part.body, part.quote) : part.body;
+    output_.Append(kObjectIdHead, token.apart);
+    if (Lifts()) {
+        Literal& literal = literals_.emplace_back();
+        literal.kind = Literal::Kind::Text;
+        literal.text = name;
+        output_.Append("?", true);
+    } else {
+        output_.AppendQuoted(name, '\'', true);
+    }
+    output_.Append(kObjectIdTail, false);
+    lexer_ = ahead;
+    Passed(closing, Keyword::None);
+    return true;
+}
+
+// At the comma of OBJECTPROPERTY(expression, N'IsUserTable'): makes a test for membership of it.
+bool Translator::PutUserTableTest() {
+    Lexer ahead = lexer_;
+    const Token text = Read(ahead);
+    const Token closing = Read(ahead);
+    if (text.kind != TokenKind::Text || !Matches(text.Body(), "ISUSERTABLE") || !closing.Is(')'))
+        return false;
+    output_.Append(kUserTables, false);
+    output_.Replace(places_.Mark() - kObjectProperty.size(), kObjectProperty.size(), "(");
+    lexer_ = ahead;
+    places_.Symbol(')', Keyword::None);
+    Passed(closing, Keyword::None);
+    return true;
+}
+
+// Behind a semicolon nothing may follow.
+void Translator::EndStatement() {
+    for (Token token = Next(); token.kind != TokenKind::End; token = Next()) {
+        if (!token.Is(';')) throw SyntaxError("a second statement", lexer_.PositionOf(token));
+    }
+}
+
+}  // namespace mersola::dialect

@@ -1,0 +1,99 @@
+// The translator: turns a T-SQL statement text into one that SQLite understands, and takes the
+// literals out of it so that statements of one shape share one prepared statement.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "keywords.h"
+#include "lexer.h"
+#include "places.h"
+#include "statement_text.h"
+
+namespace mersola::dialect {
+
+struct Literal {
+    enum class Kind : std::uint8_t { Integer, Real, Text };
+
+    Kind kind = Kind::Integer;
+    std::int64_t integer = 0;
+    double real = 0;
+    std::string_view text;
+};
+
+enum class Literals : std::uint8_t { Lifted, InPlace };
+
+struct Translation {
+    std::string_view text;              // the statement for SQLite
+    std::span<const Literal> literals;  // the values of its `?`, in their order
+    bool noOperation = false;           // accepted, and there is nothing to run
+};
+
+// Works in one pass and keeps its buffers, so that a translator which has seen a few statements
+// allocates nothing any more. One translator serves one thread at a time.
+class Translator {
+  public:
+    // Below the number of parameters that every build of SQLite allows.
+    static constexpr std::size_t kMostLifted = 900;
+
+    Translator() = default;
+    Translator(const Translator&) = delete;
+    Translator& operator=(const Translator&) = delete;
+
+    // The result stands until the next call and may refer to `sql`, which must not be the text of
+    // an earlier result of the same translator. Raises SyntaxError where the lexer does, for a
+    // text without a statement and for one with a second statement; the translator is then fit
+    // for the next call.
+    //
+    // Literals are lifted from SELECT, INSERT, UPDATE, DELETE, REPLACE, VALUES and WITH, where
+    // Places allows it; the catalogue is asked in plain SQL in either mode.
+    Translation Translate(std::string_view sql, Literals mode);
+
+  private:
+    // What is remembered of a token.
+    struct Trace {
+        TokenKind kind = TokenKind::End;
+        Keyword keyword = Keyword::None;
+        char symbol = '\0';
+    };
+
+    void Begin(const Token& first);
+    Token Next();
+    void Put(const Token& token);
+    void Passed(const Token& token, Keyword keyword);
+
+    // Whether it was dealt with together with what follows it.
+    bool PutWord(const Token& token, Keyword keyword);
+    bool PutSymbol(const Token& token);
+
+    void PutName(const Token& token);
+    void PutLiteral(const Token& token);
+    bool Lifts() const;
+    bool Lift(const Token& token);
+    std::string_view Unescaped(std::string_view body, char quote);
+
+    bool SkipHints();
+    bool PutSysobjects(const Token& token);
+    bool PutObjectId(const Token& token);
+    bool PutUserTableTest();
+    void EndStatement();
+
+    Lexer lexer_{std::string_view()};
+    Places places_;
+    StatementText output_;
+    std::vector<Literal> literals_;
+    std::string unescaped_;  // the texts that do not stand in the source as they are
+
+    Trace previous_;
+    bool liftable_ = false;  // a statement whose literals may go
+    bool dropped_ = false;   // something in front of the next token was left out
+    bool owned_ = false;     // the current token followed the owner's name
+    bool trigger_ = false;   // CREATE TRIGGER,
+    bool body_ = false;      // whose body holds statements of its own
+};
+
+}  // namespace mersola::dialect

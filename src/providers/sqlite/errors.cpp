@@ -1,0 +1,55 @@
+// The one place that knows what SQLite's result codes mean to callers of ADO.
+#include "errors.h"
+
+#include <string_view>
+
+namespace mersola::sqlite {
+namespace {
+
+constexpr std::string_view kDuplicate = "duplicate";
+
+bool IsDuplicateKey(int code) {
+    return code == SQLITE_CONSTRAINT_PRIMARYKEY || code == SQLITE_CONSTRAINT_UNIQUE ||
+           code == SQLITE_CONSTRAINT_ROWID;
+}
+
+HRESULT CodeFor(int code, std::string_view words) {
+    switch (code & 0xFF) {
+        case SQLITE_CONSTRAINT:
+        case SQLITE_MISMATCH:
+        case SQLITE_TOOBIG: return DB_E_INTEGRITYVIOLATION;
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED: return DB_E_ABORTLIMITREACHED;
+        case SQLITE_ERROR:
+        case SQLITE_RANGE: return words.starts_with("no such table") ? DB_E_NOTABLE : DB_E_ERRORSINCOMMAND;
+        default: return E_FAIL;
+    }
+}
+
+}  // namespace
+
+_com_error Translated(sqlite3* db, int code) {
+    std::string words = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+    const HRESULT result = CodeFor(code, words);
+    if (IsDuplicateKey(code)) {
+        words = std::string(kDuplicate) + " key: " + words;
+    } else {
+        // Recorders take the word for a value that is stored already, also where it is a name's part.
+        for (auto at = words.find(kDuplicate); at != std::string::npos; at = words.find(kDuplicate, at)) {
+            words[at] = 'D';
+        }
+        if ((code & 0xFF) == SQLITE_BUSY) words += "; another program holds it, try again or raise the time-out";
+    }
+    return _com_error(result, words.c_str(), kSource);
+}
+
+void Check(sqlite3* db, int code) {
+    if (code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE) throw Translated(db, code);
+}
+
+bool IsRefusal(int code) {
+    const int primary = code & 0xFF;
+    return primary == SQLITE_CONSTRAINT || primary == SQLITE_MISMATCH || primary == SQLITE_TOOBIG;
+}
+
+}  // namespace mersola::sqlite

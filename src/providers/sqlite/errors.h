@@ -1,0 +1,24 @@
+// SQLite's errors as COM errors.
+#pragma once
+
+#include <string>
+
+#include <sqlite3.h>
+
+#include <mersola/platform/com_error.h>
+
+namespace mersola::sqlite {
+
+inline constexpr const char* kSource = "SQLite";
+
+/// The COM error for SQLite's (extended) result code with the words that `db` has for it. A violated
+/// unique or primary key says "duplicate"; nothing else does.
+_com_error Translated(sqlite3* db, int code);
+
+/// Raises Translated unless the code is a success.
+void Check(sqlite3* db, int code);
+
+/// Whether a row was refused for what it holds, so that other rows may still be stored.
+bool IsRefusal(int code);
+
+}  // namespace mersola::sqlite

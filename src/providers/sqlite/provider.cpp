@@ -1,0 +1,86 @@
+// Opening SQLite databases.
+#include "sqlite_provider.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+#include "errors.h"
+#include "sqlite_session.h"
+
+namespace mersola::sqlite {
+namespace {
+
+[[noreturn]] void Refuse(const std::string& what) { throw _com_error(E_FAIL, what.c_str(), kSource); }
+
+// The value of `key` among `allowed`, whose first is the default.
+std::string_view Choice(const ado::ConnectionString& properties, std::string_view key,
+                        std::initializer_list<std::string_view> allowed) {
+    const std::string_view value = properties.Find(key);
+    if (value.empty()) return *allowed.begin();
+    std::string choices;
+    for (const std::string_view choice : allowed) {
+        if (ado::EqualNoCase(value, choice)) return choice;
+        choices += (choices.empty() ? "" : " or ") + std::string(choice);
+    }
+    Refuse(std::string(key) + " can be " + choices + ", not '" + std::string(value) + "'");
+}
+
+void RequireFile(const std::string& path) {
+    struct stat status {};
+    if (path.empty()) Refuse("The connection string names no file: Data Source is missing");
+    if (stat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) {
+            Refuse("The database file '" + path + "' does not exist, and opening creates none");
+        }
+        return;  // SQLite says why it cannot be opened
+    }
+    if (!S_ISREG(status.st_mode)) Refuse("The database '" + path + "' is not a file");
+}
+
+int Milliseconds(long seconds) {
+    constexpr long kMost = std::numeric_limits<int>::max() / 1000;
+    return static_cast<int>(seconds == 0 ? kMost : std::min(seconds, kMost)) * 1000;
+}
+
+void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
+    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);  // the schema cannot be written as a table
+    sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);  // "name" is never a text
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    sqlite3_limit(db, SQLITE_LIMIT_ATTACHED, 0);
+    const auto run = [db](const std::string& sql) {
+        Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
+    };
+    run("SELECT count(*) FROM sqlite_schema");  // a file that is no database is found out here
+    if (!readOnly) run("PRAGMA journal_mode=WAL");
+    run("PRAGMA synchronous=" + std::string(synchronous));
+}
+
+class Provider : public ado::Provider {
+  public:
+    std::unique_ptr<ado::ProviderSession> Open(const ado::OpenRequest& request) override {
+        const std::string path(request.properties.Find("Data Source"));
+        const bool readOnly = Choice(request.properties, "Mode", {"ReadWrite", "Read"}) == "Read";
+        const std::string_view synchronous = Choice(request.properties, "Synchronous", {"FULL", "NORMAL"});
+        RequireFile(path);
+        sqlite3* opened = nullptr;
+        const int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX |
+                          SQLITE_OPEN_EXRESCODE;
+        const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+        Database db(opened);
+        Check(db.get(), code);
+        sqlite3_busy_timeout(db.get(), Milliseconds(request.commandTimeout));
+        Configure(db.get(), sqlite3_db_readonly(db.get(), "main") == 1, synchronous);
+        return std::make_unique<Session>(std::move(db));
+    }
+};
+
+}  // namespace
+
+std::shared_ptr<ado::Provider> MakeProvider() { return std::make_shared<Provider>(); }
+
+}  // namespace mersola::sqlite

@@ -1,0 +1,12 @@
+// The provider for SQLite database files.
+#pragma once
+
+#include <memory>
+
+#include "provider.h"
+
+namespace mersola::sqlite {
+
+std::shared_ptr<ado::Provider> MakeProvider();
+
+}  // namespace mersola::sqlite

@@ -1,0 +1,117 @@
+// The selection of instrument, measurement, channel and function, and what was loaded with it.
+#include <mersola/mersola.h>
+
+#include "columns.h"
+#include "statement.h"
+
+using namespace mersola;
+
+int Mersola::SetInstrument(long groupId) {
+    const auto id = identifier(groupId);
+    if (!id) return 0;
+    if (*id == m_GroupId) return 1;
+    m_GroupId = *id;
+    m_contMode = -2;
+    m_contLoaded = false;
+    m_ReportId = -1;
+    m_MeasId = -1;
+    m_contMeasId = -1;
+    return 1;
+}
+
+int Mersola::SetMeasurement(long measId) {
+    const auto id = identifier(measId);
+    if (!readable() || !id) return 0;
+    if (*id == m_MeasId) return 1;
+    m_ReportId = -1;
+    m_contMeasId = -1;
+    m_contMode = -2;
+    try {
+        if (*id == -3) {
+            if (!loadContinuousSetupData()) return 0;
+            loadSettings(m_contMeasurement);
+            m_contReportIndex = -1;
+            m_contMode = -3;
+            m_MeasId = -3;
+            return 1;
+        }
+        m_MeasId = *id;
+        const auto rows =
+            dbExecute(formatted("SELECT * FROM Measurements where MeasId=%d and GroupId=%d", m_MeasId, m_GroupId));
+        if (!atFirstRow(rows)) return 0;
+        MeasurementInfo rec;
+        readMeasurement(*rows, rec);
+        loadSettings(rec);
+        return 1;
+    } catch (const _com_error&) {
+        return 0;
+    }
+}
+
+void Mersola::loadSettings(const MeasurementInfo& measurement) {
+    m_fullscale = measurement.Fullscale;
+    m_sensitivity = measurement.Sensitivity;
+    m_lowerFrq = measurement.FrqLower;
+    m_upperFrq = measurement.FrqUpper;
+    m_bandwidth = measurement.BandWidth;
+    m_StartAt = measurement.StartAt;
+}
+
+int Mersola::SetChannel(long channel) {
+    const auto id = identifier(channel);
+    if (!id) return 0;
+    m_channel = *id;
+    return 1;
+}
+
+int Mersola::SetFunction(long funcId) {
+    const auto id = identifier(funcId);
+    if (!id) return 0;
+    m_function = *id;
+    return 1;
+}
+
+int Mersola::GetFullscale(float& v) const {
+    v = static_cast<float>(m_fullscale);
+    return 1;
+}
+
+int Mersola::GetSensitivity(float& v) const {
+    v = static_cast<float>(m_sensitivity);
+    return 1;
+}
+
+int Mersola::GetLowerFrq(float& v) const {
+    v = static_cast<float>(m_lowerFrq);
+    return 1;
+}
+
+int Mersola::GetUpperFrq(float& v) const {
+    v = static_cast<float>(m_upperFrq);
+    return 1;
+}
+
+int Mersola::GetBandwidth(int& v) const {
+    v = m_bandwidth;
+    return 1;
+}
+
+int Mersola::GetReportType(int& v) const {
+    v = m_reportType;
+    return 1;
+}
+
+int Mersola::GetTrigTime(CTimeEx& t) const {
+    t = m_StartAt;
+    return 1;
+}
+
+int Mersola::GetPrdLength(CTimeSpanEx& s) const {
+    s = m_prdLength;
+    return 1;
+}
+
+int Mersola::GetRealPrdLength(CTimeSpanEx& s) const {
+    s = m_realPrdLengthSet ? m_realPrdLength : m_prdLength;
+    return 1;
+}

@@ -1,0 +1,126 @@
+// The catalogue of reports and the selection of one.
+#include <mersola/mersola.h>
+
+#include "columns.h"
+#include "statement.h"
+
+using namespace mersola;
+
+int Mersola::SetReport(long reportId) {
+    const auto id = identifier(reportId);
+    if (!id) return 0;
+    try {
+        ReportInfo rec;
+        int storedReport = *id;
+        int storedMeasurement = m_MeasId;
+        if (continuous()) {
+            if (*id != m_ReportId) {
+                m_ReportId = *id;
+                m_contReportIndex = -1;
+                for (int index = 0; index < m_contReports.GetSize() && m_contReportIndex < 0; ++index) {
+                    if (m_contReports[index].ReportType == *id) m_contReportIndex = index;
+                }
+            }
+            if (m_contReportIndex == -1) return 0;
+            rec = m_contReports[m_contReportIndex];
+            rec.ReportType = *id;
+            storedMeasurement = m_contMeasId;
+            for (const MeasurementInfo& member : m_contMeasurements) {
+                // The view is selected by report type, values are keyed by the member's own report.
+                if (member.MeasId == m_contMeasId) storedReport = member.reports[m_contReportIndex].ReportId;
+            }
+        } else {
+            if (*id == m_ReportId) return 1;
+            m_ReportId = *id;
+            const auto rows = dbExecute(formatted("SELECT * FROM Reports where ReportId=%d and MeasId=%d and GroupId=%d",
+                                                  m_ReportId, m_MeasId, m_GroupId));
+            if (!atFirstRow(rows)) return 0;
+            readReport(*rows, rec);
+        }
+        m_reportType = rec.ReportType;
+        m_prdLength = rec.PeriodLen;
+        m_realPrdLength = rec.RealPeriodLen;
+        m_realPrdLengthSet = rec.realPeriodLenSet;
+        m_noOfPeriods = rec.noOfPeriods;
+        if (continuous()) {
+            if (m_contMeasId == -1) return 1;
+            m_MeasValueId = -1;
+        }
+        const auto rows =
+            dbExecute(formatted("SELECT MeasValueId FROM MeasValueMap where ReportId=%d and MeasId=%d and GroupId=%d",
+                                storedReport, storedMeasurement, m_GroupId));
+        if (!atFirstRow(rows)) return 0;
+        m_MeasValueId = rows->Fields("MeasValueId").Long();
+        return 1;
+    } catch (const _com_error&) {
+        return 0;
+    }
+}
+
+int Mersola::GetReports(CArray<ReportInfo, ReportInfo&>& out) { return _GetReports(out, -1, m_connection); }
+
+int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection) {
+    out.RemoveAll();
+    if (measId == -1) measId = m_MeasId;
+    if (m_contMode == -3) {
+        out.Append(m_contReports);
+        return 1;
+    }
+    try {
+        const auto rows = dbExecute(connection,
+                                    formatted("SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
+                                              measId, m_GroupId));
+        if (!rows) return 0;
+        for (; !rows->EndOfFile(); rows->MoveNext()) {
+            ReportInfo rec;
+            rec.ReportId = rows->Fields("ReportId").Long();
+            const auto functions = dbExecute(
+                connection,
+                formatted("SELECT count(*) FROM MeasuredFunctions where MeasId=%d and GroupId=%d and ReportId=%d",
+                          measId, m_GroupId, rec.ReportId));
+            if (!atFirstRow(functions) || functions->Fields(0).Long() == 0) continue;
+            readReport(*rows, rec);
+            out.Add(rec);
+        }
+        return 1;
+    } catch (const _com_error&) {
+        return 0;
+    }
+}
+
+int Mersola::_GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection) {
+    out.RemoveAll();
+    if (measId == -1) measId = m_MeasId;
+    try {
+        const auto rows = dbExecute(connection,
+                                    formatted("SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
+                                              measId, m_GroupId));
+        if (!rows) return 0;
+        for (; !rows->EndOfFile(); rows->MoveNext()) {
+            ReportInfo rec;
+            rec.ReportId = rows->Fields("ReportId").Long();
+            readReport(*rows, rec);
+            out.Add(rec);
+        }
+        return 1;
+    } catch (const _com_error&) {
+        return 0;
+    }
+}
+
+int Mersola::_GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& connection) {
+    try {
+        const auto rows =
+            dbExecute(connection, formatted("SELECT * FROM Reports where GroupId=%d AND MeasId=%d AND ReportId=%d",
+                                            m_GroupId, m_MeasId, reportId));
+        if (!atFirstRow(rows)) {
+            Test("Done Error");
+            return 0;
+        }
+        rec.ReportId = reportId;
+        readReport(*rows, rec);
+        return 1;
+    } catch (const _com_error&) {
+        return 0;
+    }
+}

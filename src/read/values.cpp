@@ -1,0 +1,109 @@
+// Blocks and lists of measured values.
+#include <algorithm>
+#include <cstdint>
+
+#include <mersola/mersola.h>
+
+#include "statement.h"
+
+using namespace mersola;
+
+namespace {
+
+constexpr float kMissing = -100.0F;
+
+// The columns of MeasuredValues by position: a row is one value, so names would cost too much.
+enum Column { kPeriodNo = 1, kFrqId = 4, kValue = 5, kStatus = 6 };
+
+bool IsInvalid(char status) { return status == 'A'; }
+
+void FillMissing(float* values, int nPeriods, int nFrq, char* status) {
+    const auto size = static_cast<std::size_t>(std::max(nPeriods, 0)) * static_cast<std::size_t>(nFrq);
+    std::fill_n(values, size, kMissing);
+    if (status) std::fill_n(status, size, 'A');
+}
+
+}  // namespace
+
+int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq) {
+    return GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, nullptr);
+}
+
+int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status) {
+    if (!readable() || nFrq < 1) return 0;
+    if (!continuous()) return _GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, status);
+    FillMissing(values, nPeriods, nFrq, status);
+    if (m_contReportIndex == -1) return nPeriods;
+    const std::int64_t wantedEnd = std::int64_t{firstPeriod} + nPeriods;
+    std::int64_t current = firstPeriod;
+    for (const MeasurementInfo& member : m_contMeasurements) {
+        // Where members overlap, the earlier one wins: `current` is already behind it.
+        const ReportInfo& report = member.reports[m_contReportIndex];
+        const std::int64_t begin = std::max(current, report.periodOffset);
+        const std::int64_t end = std::min(wantedEnd, report.periodOffset + report.noOfPeriods);
+        if (begin >= end) continue;
+        m_contMeasId = member.MeasId;
+        SetReport(m_ReportId);
+        const auto at = static_cast<std::size_t>(begin - firstPeriod) * static_cast<std::size_t>(nFrq);
+        const int result = _GetData(values + at, static_cast<int>(begin - report.periodOffset),
+                                    static_cast<int>(end - begin), firstFrq, nFrq, status ? status + at : nullptr);
+        if (result < 0) return result;
+        current = end;
+    }
+    return nPeriods;
+}
+
+int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status) {
+    if (!m_connection) return 0;
+    if (nFrq < 1) return -1;
+    FillMissing(values, nPeriods, nFrq, status);
+    const auto endPeriod = identifier(long{firstPeriod} + nPeriods);
+    const auto endFrq = identifier(long{firstFrq} + nFrq);
+    if (!endPeriod || !endFrq) return -1;
+    try {
+        const auto rows = dbExecute(
+            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and FuncId=%d and PeriodNo>=%d "
+                      "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
+                      m_MeasValueId, m_channel, m_function, firstPeriod, *endPeriod, firstFrq, *endFrq));
+        for (; !rows->EndOfFile(); rows->MoveNext()) {
+            const int period = rows->Fields(kPeriodNo).Long() - firstPeriod;
+            if (period >= nPeriods) continue;
+            const auto index = static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq) +
+                               static_cast<std::size_t>(rows->Fields(kFrqId).Long() - firstFrq);
+            const char rowStatus = rows->Fields(kStatus).FirstCharacter();
+            const AdoField value = rows->Fields(kValue);
+            if (status) status[index] = rowStatus;
+            values[index] =
+                IsInvalid(rowStatus) || value.IsNull() ? kMissing : static_cast<float>(value.Double());
+        }
+        return nPeriods;
+    } catch (const _com_error&) {
+        return -1;
+    }
+}
+
+int Mersola::GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out) {
+    int appended = 0;
+    const auto endPeriod = identifier(long{firstPeriod} + nPeriods);
+    if (!endPeriod) return 0;
+    try {
+        const auto rows = dbExecute(
+            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and PeriodNo>=%d and "
+                      "PeriodNo<%d ORDER BY PeriodNo,FrqId",
+                      m_MeasValueId, m_channel, firstPeriod, *endPeriod));
+        if (!rows) return 0;
+        for (; !rows->EndOfFile(); rows->MoveNext(), ++appended) {
+            funcData data;
+            data.FuncId = rows->Fields("FuncId").Long();
+            const AdoField value = rows->Fields("Value");
+            data.Value = value.IsNull() ? kMissing : value.Double();
+            data.PeriodNo = rows->Fields("PeriodNo").Long();
+            data.FrqId = rows->Fields("FrqId").Long();
+            if (IsInvalid(rows->Fields("Status").FirstCharacter())) data.Value = kMissing;
+            out.AddTail(data);
+        }
+    } catch (const _com_error&) {
+        // What was read before stays in the list.
+    }
+    return appended;
+}

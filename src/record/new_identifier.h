@@ -1,0 +1,22 @@
+// The search for a free identifier.
+#pragma once
+
+#include <mersola/mersola.h>
+
+#include "statement.h"
+
+namespace mersola {
+
+/// Starts at the number of rows plus one and goes up while `probe`'s statement finds the candidate
+/// taken. `candidate` always holds what was reached, also when a statement raises.
+template <class Probe>
+void findFree(Mersola& store, const _ConnectionPtr& connection, const CString& count, long& candidate, Probe probe) {
+    const auto counted = store.dbExecute(connection, count);
+    if (atFirstRow(counted)) candidate = long{counted->Fields(0).Long()} + 1;
+    for (auto id = identifier(candidate); id; id = identifier(++candidate)) {
+        if (!atFirstRow(store.dbExecute(connection, probe(*id)))) return;
+    }
+    candidate = -1;  // there is none within 32 bits
+}
+
+}  // namespace mersola

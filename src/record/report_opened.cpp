@@ -1,0 +1,156 @@
+// Registering reports, their value keys and their functions.
+#include <mersola/mersola.h>
+
+#include "attempt.h"
+#include "db_error.h"
+#include "statement.h"
+
+using namespace mersola;
+
+namespace {
+
+CString RealLengthText(const ReportInfo& info) {
+    return quoteText(info.realPeriodLenSet ? info.RealPeriodLen.ToText() : CString("NOT_SET"));
+}
+
+}  // namespace
+
+bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
+    if (!resolved(connection)) {
+        Test("***No connection in PutReport\n");
+        return false;
+    }
+    if (!m_Valid) {
+        Test("***Invalid m_Valid in PutReport\n");
+        return false;
+    }
+    m_lastReportOffs = 0;
+    m_reportType = info.ReportType;
+    m_ReportId = info.ReportId;
+    m_noOfPeriods = info.noOfPeriods;
+    m_prdLength = info.PeriodLen;
+    m_realPrdLength = info.RealPeriodLen;
+    m_realPrdLengthSet = info.realPeriodLenSet;
+    m_newEntry = !m_resumed;
+    try {
+        auto rows = dbExecute(connection, "SELECT * FROM Reports where MeasId=-1 and GroupId=-1 and ReportId=-1");
+        rows = dbExecute(connection,
+                         formatted("SELECT count(*) FROM Reports where MeasId=%d and GroupId=%d and ReportId=%d", m_MeasId,
+                                   m_GroupId, m_ReportId));
+        if (!atFirstRow(rows) || rows->Fields(0).Long() == 0) {
+            m_newEntry = true;
+            return insertReport(connection, info);
+        }
+        return resumeReport(connection, info);
+    } catch (const _com_error&) {
+        Test("***Invalid Exception PutReport \n");
+        return false;
+    }
+}
+
+bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& info) {
+    ReportInfo stored;
+    if (!_GetReport(m_ReportId, stored, connection)) {
+        m_Valid = false;
+        Test("***Invalid _GetReport in PutMeasurement\n");
+        return false;
+    }
+    if (!stored.identicalTo(info)) {
+        m_Valid = false;
+        Test("***Invalid reportinfo in PutReport\n");
+        return false;
+    }
+    const ReportInfo* last = m_newEntry ? nullptr : lastReport(m_ReportId);
+    if (!last) {
+        // This recording registered the report itself: its periods count from this recording's start.
+        m_newEntry = true;
+        m_noOfPeriods = stored.noOfPeriods;
+        return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
+    }
+    if (last->extraFlag) {
+        m_MeasValueId = last->extra5;
+        m_lastReportOffs = last->noOfPeriods;
+        m_noOfPeriods = stored.noOfPeriods;
+    }
+    PutMissingPeriods(connection, m_ReportId);  // its failure closes the recording: the next write tells
+    return true;
+}
+
+const ReportInfo* Mersola::lastReport(int reportId) const {
+    for (const ReportInfo& report : m_lastMeasurement.reports) {
+        if (report.ReportId == reportId) return &report;
+    }
+    return nullptr;
+}
+
+bool Mersola::insertReport(const _ConnectionPtr& connection, const ReportInfo& info) {
+    const CString length = quoteText(info.PeriodLen.ToText());
+    const CString realLength = RealLengthText(info);
+    CString insert = formatted(
+        "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, noOfPeriods, "
+        "MinPeriod,ReportType) VALUES (%d,%d,%d,%s,%s,%d,%d,%d)",
+        m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(), m_noOfPeriods, 0, m_reportType);
+    if (!attempt(*this, connection, insert)) {  // an older database has no MinPeriod
+        insert = formatted(
+            "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, noOfPeriods, ReportType) "
+            "VALUES (%d,%d,%d,%s,%s,%d,%d)",
+            m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(), m_noOfPeriods, m_reportType);
+        if (!dbExecute(connection, insert)) {
+            Test("***Invalid INSERT in PutReport %s\n", insert.GetString());
+            return false;
+        }
+    }
+    return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
+}
+
+bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId) {
+    bool isNew = false;
+    const auto id = identifier(locateMeasMap(connection, m_GroupId, m_MeasId, reportId, isNew));
+    measValueId = id.value_or(-1);
+    if (measValueId < 0) return false;
+    if (!isNew) return true;
+    // Also for a stored report: a recorder that died before this statement left it without a key.
+    const CString insert =
+        formatted("INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES (%d,%d,%d,%d)",
+                  m_GroupId, m_MeasId, reportId, measValueId);
+    if (!dbExecute(connection, insert)) {
+        Test("***Invalid INSERT 2 in PutReport %s\n", insert.GetString());
+        return false;
+    }
+    return true;
+}
+
+bool Mersola::PutFunction(const _ConnectionPtr& connection, int funcId, int channel) {
+    return _PutFunction(connection, funcId, channel);
+}
+
+bool Mersola::_PutFunction(const _ConnectionPtr& connection, int funcId, int channel) {
+    if (!resolved(connection)) return false;
+    if (channel == -1) channel = m_channel;
+    if (!m_Valid) return false;
+    try {
+        const CString values = formatted("%d,%d,%d,%d,%d", m_GroupId, m_MeasId, m_ReportId, funcId, channel);
+        dbExecute(connection, formatted("INSERT INTO MEASUREDFUNCTIONS WITH (ROWLOCK) "
+                                        "(GroupId,MeasId,ReportId,FuncId,Channel) VALUES (%s)",
+                                        values.GetString()));
+        return true;
+    } catch (const _com_error& error) {
+        if (isDuplicate(error)) return true;
+        formatDbError(error);
+        return false;
+    }
+}
+
+bool Mersola::identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection) {
+    for (MeasurementInfo* measurement : {&a, &b}) {
+        if (measurement->hasReports) continue;
+        CArray<ReportInfo, ReportInfo&> reports;
+        if (!_GetReports(reports, measurement->MeasId, connection)) return false;
+        measurement->setReports(reports);
+    }
+    if (a.reports.GetSize() != b.reports.GetSize()) return false;
+    for (int index = 0; index < a.reports.GetSize(); ++index) {
+        if (!a.reports[index].identicalTo(b.reports[index])) return false;
+    }
+    return true;
+}

@@ -1,0 +1,17 @@
+// Database errors as texts.
+#pragma once
+
+#include <mersola/platform/com_error.h>
+
+namespace mersola {
+
+/// The line "DB Error: ..." with code, message, source and description.
+CString dbErrorText(const _com_error& error);
+
+/// Whether the error says that a row is stored already.
+bool isDuplicate(const _com_error& error);
+
+/// Hands the error's source and description on as the thread's error information.
+void formatDbError(const _com_error& error);
+
+}  // namespace mersola

@@ -1,0 +1,31 @@
+// The 1/3-octave bands of IEC 61260-1 (base ten) from 25 Hz to 20 kHz, and the A weighting of
+// IEC 61672-1.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace mersola::acoustics {
+
+// Frequencies in hertz. The mid frequency is exact (10^(number/10)), the name is nominal: the band
+// named "1.25 kHz" is band 31 with its middle at 1258.9 Hz.
+struct Band {
+    int number;
+    double mid;
+    double lower;
+    double upper;
+    std::string_view name;
+};
+
+// All 30 bands in ascending order, numbers 14 ("25 Hz") to 43 ("20 kHz").
+std::span<const Band> AllBands();
+
+// The leading part of AllBands() that a signal of this sample rate carries: the bands whose upper
+// edge is at most half the rate. So 48 kHz carries all 30; 44.1 kHz ends at the 16 kHz band,
+// because the 20 kHz band reaches up to 22.4 kHz.
+std::span<const Band> CarriedBands(double sampleRate);
+
+// A weighting as a factor on power: 1 at 1 kHz, 0 at 0 Hz.
+double AWeight(double frequency);
+
+}  // namespace mersola::acoustics
