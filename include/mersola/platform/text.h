@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace mersola {
@@ -30,8 +31,7 @@ class CString {
     /// `repeated`, `count` times; empty if `count` is not positive.
     CString(char repeated, int count) : text_(Size(count), repeated) {}
 
-    /// The text with a terminating zero; valid until the text changes. Through `...` a text is
-    /// passed with GetString(): a CString itself does not compile there.
+    /// The text with a terminating zero; valid until the text changes.
     operator const char*() const noexcept { return text_.c_str(); }
     const char* GetString() const noexcept { return text_.c_str(); }
     std::string_view View() const noexcept { return text_; }
@@ -81,11 +81,18 @@ class CString {
     int Replace(const char* from, const char* to);
     int Remove(char unwanted);
 
-    /// printf formatting, always in the C locale. This text may be among the arguments. Raises
+    /// printf formatting, always in the C locale. A CString among the arguments does not compile:
+    /// pass its GetString(), which may be that of this very text. Raises
     /// std::runtime_error for what cannot be formatted, and leaves the text as it was.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void FormatV(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
     void AppendFormat(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    template <class... Arguments>
+    requires(std::same_as<std::remove_cvref_t<Arguments>, CString> ||
+             ...) void Format(const char*, Arguments&&...) = delete;
+    template <class... Arguments>
+    requires(std::same_as<std::remove_cvref_t<Arguments>, CString> ||
+             ...) void AppendFormat(const char*, Arguments&&...) = delete;
 
     friend bool operator==(const CString& left, const CString& right) noexcept {
         return left.text_ == right.text_;

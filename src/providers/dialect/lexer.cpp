@@ -7,7 +7,8 @@
 namespace mersola::dialect {
 namespace {
 
-enum Class : std::uint8_t { kOther, kBlank, kLetter, kDigit, kDollar, kMarker, kQuote };
+// A word goes on with any class from kDollar on.
+enum Class : std::uint8_t { kOther, kBlank, kMarker, kQuote, kDollar, kDigit, kLetter };
 
 constexpr std::array<Class, 256> kClasses = [] {
     std::array<Class, 256> classes{};
@@ -31,13 +32,8 @@ Class ClassOf(char c) {
     return kClasses[static_cast<unsigned char>(c)];
 }
 
-bool ContinuesWord(char c) {
-    const Class is = ClassOf(c);
-    return is == kLetter || is == kDigit || is == kDollar;
-}
-
 const char* SkipWord(const char* at, const char* end) {
-    while (at != end && ContinuesWord(*at))
+    while (at != end && ClassOf(*at) >= kDollar)
         ++at;
     return at;
 }
@@ -107,13 +103,14 @@ Token Lexer::Next() {
 
 bool Lexer::SkipBlanks() {
     const char* const start = at_;
-    while (at_ != end_) {
-        if (ClassOf(*at_) == kBlank) {
+    for (;;) {
+        while (at_ != end_ && ClassOf(*at_) == kBlank)
             ++at_;
-        } else if (*at_ == '-' && end_ - at_ > 1 && at_[1] == '-') {
+        if (end_ - at_ < 2 || (*at_ != '-' && *at_ != '/')) break;
+        if (at_[0] == '-' && at_[1] == '-') {
             while (at_ != end_ && *at_ != '\n')
                 ++at_;
-        } else if (*at_ == '/' && end_ - at_ > 1 && at_[1] == '*') {
+        } else if (at_[0] == '/' && at_[1] == '*') {
             SkipComment();
         } else {
             break;
@@ -143,35 +140,34 @@ void Lexer::SkipComment() {
 
 TokenKind Lexer::ScanNumber() {
     TokenKind kind = TokenKind::Integer;
-    at_ = SkipDigits(at_, end_);
-    if (at_ != end_ && *at_ == '.') {
-        at_ = SkipDigits(at_ + 1, end_);
+    const char* at = SkipDigits(at_, end_);
+    if (at != end_ && *at == '.') {
+        at = SkipDigits(at + 1, end_);
         kind = TokenKind::Real;
     }
-    if (at_ != end_ && (*at_ | 0x20) == 'e') {
-        const char* exponent = at_ + 1;
+    if (at != end_ && (*at | 0x20) == 'e') {
+        const char* exponent = at + 1;
         if (exponent != end_ && (*exponent == '+' || *exponent == '-')) ++exponent;
         if (exponent != end_ && ClassOf(*exponent) == kDigit) {
-            at_ = SkipDigits(exponent, end_);
+            at = SkipDigits(exponent, end_);
             kind = TokenKind::Real;
         }
     }
-    const char* const tail = SkipWord(at_, end_);
-    if (tail != at_) kind = TokenKind::Opaque;
-    at_ = tail;
-    return kind;
+    at_ = SkipWord(at, end_);
+    return at_ == at ? kind : TokenKind::Opaque;
 }
 
 // Reads to the closing quote; whether one stands inside, doubled.
 bool Lexer::ScanQuoted(const char* opening, char closing) {
-    bool doubled = false;
-    for (;;) {
-        while (at_ != end_ && *at_ != closing)
-            ++at_;
-        if (at_ == end_) Refuse("a literal or quoted name is not closed", opening);
-        if (++at_ == end_ || *at_ != closing) return doubled;
-        doubled = true;
-        ++at_;
+    const char* at = at_;
+    for (bool doubled = false;; doubled = true, ++at) {
+        while (at != end_ && *at != closing)
+            ++at;
+        if (at == end_) Refuse("a literal or quoted name is not closed", opening);
+        if (++at == end_ || *at != closing) {
+            at_ = at;
+            return doubled;
+        }
     }
 }
 

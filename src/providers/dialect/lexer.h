@@ -50,6 +50,16 @@ class Lexer {
     // literal, quoted name or comment that is not closed and for a parameter marker.
     Token Next();
 
+    // Reads over `stretch`, if the text goes on with exactly that.
+    bool Skip(std::string_view stretch) {
+        if (!std::string_view(at_, static_cast<std::size_t>(end_ - at_)).starts_with(stretch))
+            return false;
+        at_ += stretch.size();
+        return true;
+    }
+
+    bool AtEnd() const { return at_ == end_; }
+
     std::size_t PositionOf(const Token& token) const {
         return static_cast<std::size_t>(token.text.data() - begin_);
     }

@@ -50,6 +50,10 @@ Token Read(Lexer& lexer, bool afterDot, bool& owned) {
     return token;
 }
 
+bool IsLiteral(TokenKind kind) {
+    return kind == TokenKind::Integer || kind == TokenKind::Real || kind == TokenKind::Text;
+}
+
 Token Read(Lexer& lexer) {
     bool owned;
     return Read(lexer, false, owned);
@@ -120,14 +124,19 @@ bool Parse(std::string_view text, Number& value) {
 }  // namespace
 
 Translation Translator::Translate(std::string_view sql, Literals mode) {
-    lexer_ = Lexer(sql);
-    places_.Reset();
-    output_.Reset();
-    literals_.clear();
-    unescaped_.clear();
+    const Lexer start(sql);
     // Views into it are handed out, so that it must not move. No token is unescaped more than
     // twice.
     unescaped_.reserve(2 * sql.size());
+    if (mode == Literals::Lifted) {
+        const auto fits = [&](const Shape& shape) { return TakeLiterals(shape, start); };
+        if (const Shape* shape = memory_.Find(fits)) return {shape->text, literals_, false};
+    }
+    ClearLiterals();
+    memory_.Begin(sql);
+    lexer_ = start;
+    places_.Reset();
+    output_.Reset();
     previous_ = Trace();
     liftable_ = mode == Literals::Lifted;
     dropped_ = owned_ = trigger_ = body_ = false;
@@ -144,7 +153,29 @@ Translation Translator::Translate(std::string_view sql, Literals mode) {
         if (token.kind == TokenKind::End) break;
         Put(token);
     }
-    return {output_.Finish(), literals_, noOperation};
+    const std::string_view text = output_.Finish();
+    if (liftable_) memory_.Commit(text);
+    return {text, literals_, noOperation};
+}
+
+// Whether `lexer` reads what `shape` holds; if so, the literals are those that it met.
+bool Translator::TakeLiterals(const Shape& shape, Lexer lexer) {
+    ClearLiterals();
+    std::size_t from = 0;
+    for (const std::size_t end : shape.ends) {
+        if (from > 0) {
+            const Token token = lexer.Next();
+            if (token.apart || !IsLiteral(token.kind) || !Lift(token, true)) return false;
+        }
+        if (!lexer.Skip(std::string_view(shape.stretches).substr(from, end - from))) return false;
+        from = end;
+    }
+    return lexer.AtEnd();
+}
+
+void Translator::ClearLiterals() {
+    literals_.clear();
+    unescaped_.clear();
 }
 
 // What kind of statement it is.
@@ -219,9 +250,11 @@ bool Translator::PutWord(const Token& token, Keyword keyword) {
             if (SkipHints()) return true;
             break;
         case Keyword::ObjectId:
+            memory_.Abandon();  // its argument decides what becomes of it
             if (PutObjectId(token)) return true;
             break;
         case Keyword::ObjectProperty:
+            memory_.Abandon();
             output_.Append(token.text, token.apart);
             return false;
         case Keyword::Begin:
@@ -266,7 +299,8 @@ bool Translator::PutSymbol(const Token& token) {
 
 void Translator::PutLiteral(const Token& token) {
     if (Lifts() && previous_.symbol != '.' && previous_.keyword != Keyword::Collate &&
-        previous_.keyword != Keyword::In && Lift(token)) {
+        previous_.keyword != Keyword::In && Lift(token, previous_.symbol == '-')) {
+        memory_.Lift(token);
         output_.Append("?", token.apart);
     } else if (token.kind == TokenKind::Text && token.text.front() != '\'') {
         output_.Append(token.text.substr(1), token.apart);
@@ -279,21 +313,20 @@ bool Translator::Lifts() const {
     return liftable_ && literals_.size() < kMostLifted && places_.Lifts();
 }
 
-// Takes the token's value, if a parameter can carry it as the engine would read it.
-bool Translator::Lift(const Token& token) {
-    Literal& literal = literals_.emplace_back();
+// Takes the token's value, if a parameter can carry it as the engine would read it. An integer
+// that is too great is a real, but not where its negative may still be an integer.
+bool Translator::Lift(const Token& token, bool maybeNegative) {
+    Literal literal;
     if (token.kind == TokenKind::Text) {
         literal.kind = Literal::Kind::Text;
         literal.text = token.doubled ? Unescaped(token.Body(), '\'') : token.Body();
-        return true;
+    } else if (token.kind == TokenKind::Real || !Parse(token.text, literal.integer)) {
+        if (token.kind == TokenKind::Integer && maybeNegative) return false;
+        literal.kind = Literal::Kind::Real;
+        if (!Parse(token.text, literal.real)) return false;
     }
-    if (token.kind == TokenKind::Integer && Parse(token.text, literal.integer)) return true;
-    literal.kind = Literal::Kind::Real;
-    // The least integer is written as the negative of one that is too great.
-    const bool least = token.kind == TokenKind::Integer && previous_.symbol == '-';
-    if (!least && Parse(token.text, literal.real)) return true;
-    literals_.pop_back();
-    return false;
+    literals_.push_back(literal);
+    return true;
 }
 
 // The body of a literal or quoted name with its doubled quotes made single.
@@ -343,6 +376,7 @@ bool Translator::PutSysobjects(const Token& token) {
     Lexer ahead = lexer_;
     const Token next = Read(ahead);
     if (next.Is('.') || places_.InForeignHint()) return false;
+    memory_.Abandon();
     output_.Append(kSysobjects, token.apart);
     const Keyword keyword = next.kind == TokenKind::Word ? KeywordOf(next.text) : Keyword::None;
     const bool aliased = keyword == Keyword::As || next.kind == TokenKind::Text ||
@@ -363,14 +397,7 @@ bool Translator::PutObjectId(const Token& token) {
     const NamePart part = LastPart(Unescaped(text.Body(), '\''));
     const std::string_view name = part.quote ? Unescaped(part.body, part.quote) : part.body;
     output_.Append(kObjectIdHead, token.apart);
-    if (Lifts()) {
-        Literal& literal = literals_.emplace_back();
-        literal.kind = Literal::Kind::Text;
-        literal.text = name;
-        output_.Append("?", true);
-    } else {
-        output_.AppendQuoted(name, '\'', true);
-    }
+    output_.AppendQuoted(name, '\'', true);
     output_.Append(kObjectIdTail, false);
     lexer_ = ahead;
     Passed(closing, Keyword::None);

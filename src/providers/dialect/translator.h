@@ -12,6 +12,7 @@
 #include "keywords.h"
 #include "lexer.h"
 #include "places.h"
+#include "shape_memory.h"
 #include "statement_text.h"
 
 namespace mersola::dialect {
@@ -33,8 +34,9 @@ struct Translation {
     bool noOperation = false;           // accepted, and there is nothing to run
 };
 
-// Works in one pass and keeps its buffers, so that a translator which has seen a few statements
-// allocates nothing any more. One translator serves one thread at a time.
+// Works in one pass, or in less for a shape that it has met lately, and keeps its buffers, so that
+// a translator which has seen a few statements allocates nothing any more. One translator serves
+// one thread at a time.
 class Translator {
   public:
     // Below the number of parameters that every build of SQLite allows.
@@ -61,6 +63,8 @@ class Translator {
         char symbol = '\0';
     };
 
+    bool TakeLiterals(const Shape& shape, Lexer lexer);
+    void ClearLiterals();
     void Begin(const Token& first);
     Token Next();
     void Put(const Token& token);
@@ -73,7 +77,7 @@ class Translator {
     void PutName(const Token& token);
     void PutLiteral(const Token& token);
     bool Lifts() const;
-    bool Lift(const Token& token);
+    bool Lift(const Token& token, bool maybeNegative);
     std::string_view Unescaped(std::string_view body, char quote);
 
     bool SkipHints();
@@ -85,6 +89,7 @@ class Translator {
     Lexer lexer_{std::string_view()};
     Places places_;
     StatementText output_;
+    ShapeMemory memory_;
     std::vector<Literal> literals_;
     std::string unescaped_;  // the texts that do not stand in the source as they are
 

@@ -51,8 +51,12 @@ TableWriter::TableWriter(sqlite3* db, std::string_view table) : db_(db) {
     std::string marks;
     for (int column = 0; column < sqlite3_column_count(layout.get()); ++column) {
         columns_.emplace_back(sqlite3_column_name(layout.get(), column));
-        names += (column ? "," : "") + Quoted(columns_.back());
-        marks += column ? ",?" : "?";
+        if (column > 0) {
+            names += ',';
+            marks += ',';
+        }
+        names += Quoted(columns_.back());
+        marks += '?';
     }
     insert_ = Prepare(db, "INSERT INTO " + name + "(" + names + ") VALUES (" + marks + ")");
 }

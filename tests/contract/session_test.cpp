@@ -1,0 +1,246 @@
+// The life of a session: credentials, connecting, sharing, failing.
+#include "store.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "db_error.h"
+#include "log.h"
+#include "statement.h"
+#include "system_path.h"
+
+namespace mersola::test {
+namespace {
+
+// Decodes what begins with "x", answers blanks for the rest, and fails on request.
+class TestCrypter : public ICrypter {
+  public:
+    HRESULT encode(const CString&, const CString&, CString&) override { return E_FAIL; }
+    HRESULT decode(const CString& text, const CString& key, CString& result) override {
+        if (text == "fail") return E_FAIL;
+        EXPECT_EQ(key, "Rk4wpZ27");
+        result = text.GetAt(0) == 'x' ? text.Mid(1) + " \t\r\n" : CString("  ");
+        return S_OK;
+    }
+};
+
+class SessionTest : public Contract {
+  protected:
+    ShownMessages shown;
+};
+
+TEST_P(SessionTest, ConnectsAtConstructionAndRecordsFromThenOn) {
+    Store store(database.ConnectString());
+    EXPECT_TRUE(store.isConnected());
+    EXPECT_TRUE(store.m_Valid);
+    EXPECT_TRUE(shown.texts.empty());
+    store.dbDisconnect();
+    EXPECT_FALSE(store.isConnected());
+    EXPECT_EQ(store.getConnection(), nullptr);
+    EXPECT_EQ(store.dbExecute("SELECT * FROM Groups"), nullptr);
+    EXPECT_TRUE(store.dbConnect());
+}
+
+TEST_P(SessionTest, DecodesCredentialsWhereACrypterKnowsThem) {
+    const std::string encoded = "x" + database.ConnectString();
+    Store plain("user", "password", database.ConnectString().c_str(), -1);
+    EXPECT_EQ(plain.m_user, "user");
+    RegisterComponent("crypt.CRYPTER", [] { return std::make_shared<TestCrypter>(); });
+    Store store("xuser", "word", encoded.c_str(), -1);
+    EXPECT_EQ(store.m_user, "user");
+    EXPECT_EQ(store.m_password, "word");
+    EXPECT_TRUE(store.isConnected());
+    store.Initialize(nullptr, "", nullptr, 0);
+    EXPECT_EQ(store.m_user, "user");
+    EXPECT_TRUE(store.isConnected());
+    EXPECT_THROW(store.Initialize("fail", "", "", -1), _com_error);
+    RegisterComponent("Crypt.crypter", nullptr);
+}
+
+TEST_P(SessionTest, ShowsWhyItCannotConnect) {
+    const Store missing("Provider=SQLite;Data Source=/nowhere/no.db");
+    EXPECT_FALSE(missing.isConnected());
+    EXPECT_FALSE(std::filesystem::exists("no.db"));
+    const Store unknown("Provider=Nothing;Data Source=x");
+    const Store malformed("Data Source");
+    const Store badOption(database.ConnectString("Synchronous=SOMETIMES"));
+    ASSERT_EQ(shown.texts.size(), 4U);
+    EXPECT_NE(shown.texts[0].find("does not exist"), std::string::npos);
+    EXPECT_EQ(shown.texts[0].rfind("Error: ", 0), 0U);
+    EXPECT_NE(shown.texts[0].find(", Source: SQLite"), std::string::npos);
+    EXPECT_NE(shown.texts[1].find("SQLite"), std::string::npos) << "lists the providers";
+}
+
+TEST_P(SessionTest, IsNotConnectedWhenTheFirstStatementFails) {
+    TheWatch().FailOn("SET TRANSACTION");
+    const Store store(database.WatchedString());
+    EXPECT_FALSE(store.isConnected());
+    EXPECT_EQ(store.getConnection(), nullptr);
+    ASSERT_EQ(shown.texts.size(), 1U);
+    EXPECT_EQ(TheWatch().statements.back(), "SET TRANSACTION ISOLATION LEVEL READ COMMITTED");
+}
+
+TEST_P(SessionTest, RefusesAFileThatIsNoDatabase) {
+    const TemporaryFolder folder;
+    const std::string path = (folder / "text.db").string();
+    std::ofstream(path) << std::string(4096, 'x');
+    EXPECT_FALSE(Store("Provider=SQLite;Data Source=" + path).isConnected());
+    EXPECT_FALSE(Store("Provider=SQLite;Data Source=" + std::filesystem::path(path).parent_path().string()).isConnected());
+    EXPECT_EQ(shown.texts.size(), 2U);
+}
+
+TEST_P(SessionTest, SharesAConnectionByAssignmentAndClosesItForAll) {
+    Store first(database.ConnectString());
+    {
+        Store second;
+        second = first;
+        second = *&second;
+        EXPECT_EQ(second.getConnection(), first.getConnection());
+        EXPECT_TRUE(second.isConnected());
+        second.dbDisconnect();
+        EXPECT_THROW(first.dbDisconnect(), _com_error);
+        EXPECT_FALSE(first.isConnected());
+        EXPECT_EQ(first.getConnection(), nullptr);
+    }
+    ASSERT_TRUE(first.dbConnect());
+    Store other(database.ConnectString());
+    const _ConnectionPtr own = other.getConnection();
+    other = first;
+    EXPECT_EQ(own->GetState(), adStateOpen) << "its own connection may be in use elsewhere";
+}
+
+TEST_P(SessionTest, BracketsStatementsInATransaction) {
+    Store store(database.ConnectString());
+    store.BeginTrans();
+    EXPECT_TRUE(Open(store));
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "0");
+    store.RollbackTrans();
+    EXPECT_EQ(store.locateInstrumentId("station 1"), -1);
+    EXPECT_THROW(store.CommitTrans(), _com_error);
+    Store unconnected;
+    EXPECT_NO_THROW(unconnected.BeginTrans());
+}
+
+TEST_P(SessionTest, LetsTwoSessionsWriteToOneDatabase) {
+    Store first(database.ConnectString());
+    Store second(database.ConnectString());
+    ASSERT_TRUE(Open(first));
+    MeasurementInfo other = Measurement("vibration");
+    InstrumentInfo instrument = Instrument();
+    ASSERT_TRUE(second.PutInstrument(nullptr, instrument));
+    ASSERT_TRUE(second.PutMeasurement(nullptr, instrument.GroupId, other));
+    ReportInfo report = Report();
+    ASSERT_TRUE(second.PutReport(nullptr, report));
+    EXPECT_TRUE(Write(first, 0, 1));
+    EXPECT_TRUE(Write(second, 0, 2));
+    Select(first);
+    EXPECT_EQ(Values(first, 0, 1), std::vector<float>{1});
+}
+
+TEST_P(SessionTest, FailsCleanlyOnALockedDatabaseAndRecovers) {
+    Store locker(database.ConnectString());
+    Store store("", "", database.ConnectString().c_str(), 1);
+    ASSERT_TRUE(Open(store));
+    const _RecordsetPtr batch = store.PutDataStart(nullptr);
+    long next = 0;
+    ASSERT_TRUE(store.PutDataRelative(5, "", 1, 1, 1, 30, false, next, true, batch));
+    locker.BeginTrans();
+    EXPECT_FALSE(Write(store, 0, 1));
+    EXPECT_FALSE(store.PutDataEnd(batch));
+    try {
+        store.dbExecute("DELETE FROM Groups");
+        ADD_FAILURE() << "the database is locked";
+    } catch (const _com_error& error) {
+        EXPECT_EQ(error.Error(), DB_E_ABORTLIMITREACHED);
+    }
+    locker.RollbackTrans();
+    EXPECT_TRUE(Write(store, 0, 1));
+    EXPECT_TRUE(store.PutDataEnd(batch)) << "what could not be sent waited";
+    Select(store);
+    EXPECT_EQ(Values(store, 0, 2), (std::vector<float>{1, 5}));
+}
+
+TEST_P(SessionTest, OnlyReadsWhereItMayNotWrite) {
+    Store writer(database.ConnectString());
+    ASSERT_TRUE(Open(writer));
+    ASSERT_TRUE(Write(writer, 0, 1));
+    Store reader(database.ConnectString("Mode=Read"));
+    ASSERT_TRUE(reader.isConnected());
+    EXPECT_FALSE(Open(reader, Measurement("another")));
+    Select(reader);
+    EXPECT_EQ(Values(reader, 0, 1), std::vector<float>{1});
+}
+
+TEST_P(SessionTest, LosesNothingWhenTheDatabaseIsFull) {
+    Store store(database.ConnectString());
+    ASSERT_TRUE(Open(store));
+    store.dbExecute("PRAGMA max_page_count=40");
+    const _RecordsetPtr batch = store.PutDataStart(nullptr);
+    int periods = 0;
+    for (bool stored = true; stored; periods += stored) {
+        long next = 0;
+        for (int band = 0; band < 500; ++band) {
+            ASSERT_TRUE(store.PutDataRelative(band, "", periods, 1, 1, band, false, next, true, batch));
+        }
+        stored = store.PutDataEnd(batch);
+    }
+    EXPECT_GT(periods, 2);
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(500 * periods));
+    store.dbExecute("PRAGMA max_page_count=4000");
+    EXPECT_TRUE(store.PutDataEnd(batch));
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(500 * (periods + 1)));
+}
+
+TEST_P(SessionTest, KeepsTheDecimalPointUnderALocaleWithAComma) {
+    const TemporaryFolder locales;
+    const std::string command = "localedef -i de_DE -f UTF-8 " + (locales / "de_DE.UTF-8").string();
+    ASSERT_EQ(std::system(command.c_str()), 0) << "the package locales is missing";
+    setenv("LOCPATH", (locales / "").c_str(), 1);
+    ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+    Store store(database.ConnectString());
+    EXPECT_TRUE(Open(store));
+    EXPECT_TRUE(Write(store, 0, 1.25));
+    MeasurementInfo percentiles = Measurement();
+    percentiles.textItems = "0.5,99.5";
+    EXPECT_TRUE(store.PutPercentiles(nullptr, percentiles));
+    Select(store);
+    CArray<float, float> read;
+    EXPECT_EQ(store.GetPercentiles(read), 1);
+    EXPECT_EQ(Values(store, 0, 1), std::vector<float>{1.25});
+    ASSERT_EQ(read.GetSize(), 2);
+    EXPECT_EQ(read[1], 99.5F);
+    EXPECT_EQ(database.Ask("SELECT Fullscale FROM Measurements"), "0.1");
+    std::setlocale(LC_ALL, "C");
+}
+
+INSTANTIATE_ON_EVERY_ENGINE(SessionTest);
+
+TEST(DiagnosticsLog, WritesOneLineForEachMessage) {
+    WriteLogLine("%s stays as it is");
+    std::ifstream log(MapDrivePath("c:\\debugMersola.log"));
+    std::string line;
+    std::string last;
+    while (std::getline(log, line)) last = line;
+    EXPECT_TRUE(std::regex_match(last, std::regex(R"(\[[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]\d \d\d:\d\d:\d\d\.\d{1,3} \d{4}\] \[%s stays as it is\])")))
+        << last;
+}
+
+TEST(DatabaseError, BecomesTheThreadsErrorInformation) {
+    formatDbError(_com_error(DB_E_INTEGRITYVIOLATION, "duplicate key", "SQLite"));
+    const auto info = GetErrorInfo();
+    ASSERT_NE(info, nullptr);
+    EXPECT_EQ(info->description, "duplicate key");
+    EXPECT_EQ(info->source, "SQLite");
+    EXPECT_EQ(GetErrorInfo(), nullptr);
+    EXPECT_EQ(dbErrorText(_com_error(DB_E_INTEGRITYVIOLATION, "duplicate key", "SQLite")),
+              "DB Error:\tCode = 80040e2f (duplicate key)\tSource = SQLite\tDescription = duplicate key\n");
+    EXPECT_EQ(_com_error(DB_E_INTEGRITYVIOLATION).ErrorMessage(), "IDispatch error #3119");
+    EXPECT_EQ(_com_error(adErrItemNotFound).ErrorMessage(), "Unknown error 0x800A0CC1");
+}
+
+}  // namespace
+}  // namespace mersola::test

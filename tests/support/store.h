@@ -1,0 +1,125 @@
+// A Mersola whose state tests can look at, and what they register again and again.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <mersola/mersola.h>
+
+#include "database.h"
+#include "watched_provider.h"
+
+namespace mersola::test {
+
+class Store : public Mersola {
+  public:
+    using Mersola::Mersola;
+    explicit Store(const std::string& connectString) : Mersola("", "", connectString.c_str(), 5) {}
+
+    using Mersola::_GetAlarmInstruments;
+    using Mersola::_GetAllFunctions;
+    using Mersola::_GetAllReports;
+    using Mersola::_GetData;
+    using Mersola::_GetInstrument;
+    using Mersola::identicalMeasurements;
+    using Mersola::identicalReports;
+    using Mersola::loadContinuousSetupData;
+    using Mersola::m_connection;
+    using Mersola::m_connectString;
+    using Mersola::m_contMode;
+    using Mersola::m_contReports;
+    using Mersola::m_contMeasurements;
+    using Mersola::m_GroupId;
+    using Mersola::m_lastMeasurement;
+    using Mersola::m_lastReportOffs;
+    using Mersola::m_MeasId;
+    using Mersola::m_MeasValueId;
+    using Mersola::m_newEntry;
+    using Mersola::m_noOfPeriods;
+    using Mersola::m_password;
+    using Mersola::m_ReportId;
+    using Mersola::m_user;
+    using Mersola::m_Valid;
+    using Mersola::PutMissingPeriods;
+    using Mersola::recalculateContPeriods;
+    using Mersola::validDate;
+};
+
+/// A recent start on a whole second, `offset` milliseconds later.
+inline CTimeEx Start(std::int64_t offset = 0) {
+    static const CTimeEx base = [] {
+        const CTimeEx now = CTimeEx::GetCurrentTime() - CTimeSpanEx(1, 0, 0, 0, 0);
+        return CTimeEx(now.GetYear(), now.GetMonth(), now.GetDay(), 10, 0, 0, 0);
+    }();
+    return base + CTimeSpanEx(offset);
+}
+
+inline InstrumentInfo Instrument(const char* name = "station 1") {
+    InstrumentInfo info;
+    info.GroupName = name;
+    info.Type = "0";
+    return info;
+}
+
+inline MeasurementInfo Measurement(const char* name = "noise", CTimeEx start = Start()) {
+    MeasurementInfo info;
+    info.MeasName = name;
+    info.BandWidth = 3;
+    info.Fullscale = 0.1;
+    info.Sensitivity = 0.05;
+    info.FrqLower = 25;
+    info.FrqUpper = 20000;
+    info.StartAt = start;
+    return info;
+}
+
+inline ReportInfo Report(int id = 1, std::int64_t periodLength = 60000, int type = 1) {
+    ReportInfo info;
+    info.ReportId = id;
+    info.ReportType = type;
+    info.PeriodLen = CTimeSpanEx(periodLength);
+    return info;
+}
+
+/// Tests of the contract, on every engine.
+class Contract : public testing::TestWithParam<std::string> {
+  protected:
+    Contract() { TheWatch().Reset(); }
+    ~Contract() override { TheWatch().Reset(); }
+
+    /// Registers instrument, measurement and report; false when one of them fails.
+    static bool Open(Mersola& store, MeasurementInfo measurement = Measurement(), ReportInfo report = Report()) {
+        InstrumentInfo instrument = Instrument();
+        return store.PutInstrument(nullptr, instrument) &&
+               store.PutMeasurement(nullptr, instrument.GroupId, measurement) && store.PutReport(nullptr, report);
+    }
+
+    /// Writes one value of function 1, channel 1, band 30.
+    static bool Write(Mersola& store, int period, double value, const char* status = "") {
+        long next = 0;
+        return store.PutDataRelative(value, status, period, 1, 1, 30, true, next, false, nullptr);
+    }
+
+    /// Selects what Open registers and Write writes.
+    static void Select(Mersola& store, int report = 1) {
+        store.SetInstrument(store.locateInstrumentId("station 1"));
+        store.SetMeasurement(store.locateMeasurementId(store.locateInstrumentId("station 1"), "noise"));
+        store.SetReport(report);
+        store.SetChannel(1);
+        store.SetFunction(1);
+    }
+
+    /// The values of band 30 of the selection.
+    static std::vector<float> Values(Mersola& store, int first, int count) {
+        std::vector<float> values(static_cast<std::size_t>(count));
+        EXPECT_EQ(store.GetData(values.data(), first, count, 30, 1), count);
+        return values;
+    }
+
+    Database database{GetParam()};
+};
+
+}  // namespace mersola::test
+
+#define INSTANTIATE_ON_EVERY_ENGINE(suite)                                                      \
+    INSTANTIATE_TEST_SUITE_P(Engines, suite, testing::ValuesIn(mersola::test::Engines()),       \
+                             [](const auto& test) { return test.param; })

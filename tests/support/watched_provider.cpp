@@ -1,0 +1,50 @@
+#include "watched_provider.h"
+
+#include "provider.h"
+#include "sqlite_provider.h"
+
+namespace mersola::test {
+namespace {
+
+class Session : public ado::ProviderSession {
+  public:
+    explicit Session(std::unique_ptr<ado::ProviderSession> inner) : inner_(std::move(inner)) {}
+
+    std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override {
+        Note(sql);
+        return inner_->Execute(sql);
+    }
+    std::unique_ptr<ado::TableWriter> OpenTable(std::string_view table) override {
+        Note(table);
+        return inner_->OpenTable(table);
+    }
+    void Begin() override { inner_->Begin(); }
+    void Commit() override { inner_->Commit(); }
+    void Rollback() override { inner_->Rollback(); }
+
+  private:
+    static void Note(std::string_view sql) {
+        TheWatch().statements.emplace_back(sql);
+        if (TheWatch().fails && TheWatch().fails(sql)) throw _com_error(TheWatch().error);
+    }
+
+    std::unique_ptr<ado::ProviderSession> inner_;
+};
+
+class Provider : public ado::Provider {
+  public:
+    std::unique_ptr<ado::ProviderSession> Open(const ado::OpenRequest& request) override {
+        return std::make_unique<Session>(sqlite::MakeProvider()->Open(request));
+    }
+};
+
+}  // namespace
+
+Watch& TheWatch() {
+    static Watch watch;
+    return watch;
+}
+
+void RegisterWatchedProvider() { ado::RegisterProvider("Watched", std::make_shared<Provider>()); }
+
+}  // namespace mersola::test

@@ -1,0 +1,30 @@
+// A provider that passes everything on to SQLite, notes the statements, and fails where told to.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <mersola/platform/com_error.h>
+
+namespace mersola::test {
+
+/// What all watched sessions of the process have run since Reset, and where they are to fail.
+struct Watch {
+    std::vector<std::string> statements;
+    /// Asked before each statement; true makes it raise `error` instead of running.
+    std::function<bool(std::string_view)> fails;
+    _com_error error{DB_E_ERRORSINCOMMAND, "told to fail", "Watched"};
+
+    void Reset() { *this = Watch(); }
+    /// Fails every statement that holds `part`.
+    void FailOn(std::string part) {
+        fails = [part = std::move(part)](std::string_view sql) { return sql.find(part) != sql.npos; };
+    }
+};
+
+Watch& TheWatch();
+void RegisterWatchedProvider();
+
+}  // namespace mersola::test
