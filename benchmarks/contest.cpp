@@ -39,7 +39,7 @@ void Contest::Run(benchmark::State& state, double items) {
     std::string table;
     for (std::size_t i = 0; i < rivals_.size(); ++i) {
         char line[160];
-        std::snprintf(line, sizeof line, "\n    %-52s %10.3f ms %12.0f/s  %5.2f of the best", rivals_[i].name.c_str(),
+        std::snprintf(line, sizeof line, "\n    %-84s %10.3f ms %12.0f/s  %5.2f of the best", rivals_[i].name.c_str(),
                       medians[i] * 1e3, items / medians[i], best / medians[i]);
         table += line;
     }

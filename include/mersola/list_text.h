@@ -25,6 +25,7 @@ namespace mersola {
 /// deeper is malformed, and AddList raises std::length_error for it.
 class ListText {
   public:
+    /// What the iterators give; it stands for its value where a text is wanted.
     struct Item {
         CString value{};
         CString key{};

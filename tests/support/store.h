@@ -80,18 +80,18 @@ inline ReportInfo Report(int id = 1, std::int64_t periodLength = 60000, int type
     return info;
 }
 
+/// Registers instrument, measurement and report; false when one of them fails.
+inline bool Open(Mersola& store, MeasurementInfo measurement = Measurement(), ReportInfo report = Report()) {
+    InstrumentInfo instrument = Instrument();
+    return store.PutInstrument(nullptr, instrument) &&
+           store.PutMeasurement(nullptr, instrument.GroupId, measurement) && store.PutReport(nullptr, report);
+}
+
 /// Tests of the contract, on every engine.
 class Contract : public testing::TestWithParam<std::string> {
   protected:
     Contract() { TheWatch().Reset(); }
     ~Contract() override { TheWatch().Reset(); }
-
-    /// Registers instrument, measurement and report; false when one of them fails.
-    static bool Open(Mersola& store, MeasurementInfo measurement = Measurement(), ReportInfo report = Report()) {
-        InstrumentInfo instrument = Instrument();
-        return store.PutInstrument(nullptr, instrument) &&
-               store.PutMeasurement(nullptr, instrument.GroupId, measurement) && store.PutReport(nullptr, report);
-    }
 
     /// Writes one value of function 1, channel 1, band 30.
     static bool Write(Mersola& store, int period, double value, const char* status = "") {

@@ -82,8 +82,8 @@ class CString {
     int Remove(char unwanted);
 
     /// printf formatting, always in the C locale. A CString among the arguments does not compile:
-    /// pass its GetString(), which may be that of this very text. Raises
-    /// std::runtime_error for what cannot be formatted, and leaves the text as it was.
+    /// pass its GetString(), which may be that of this very text. Raises std::runtime_error for
+    /// what cannot be formatted, and leaves the text as it was.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void FormatV(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
     void AppendFormat(const char* format, ...) __attribute__((format(printf, 2, 3)));

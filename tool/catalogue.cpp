@@ -1,0 +1,101 @@
+// Reading the catalogue, and choosing from it.
+#include "catalogue.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "open_database.h"
+
+namespace mersola::tool {
+namespace {
+
+void RequireRead(int result, const char* what, const Mersola& store) {
+    if (result != 1)
+        throw Failure(std::string("the ") + what + " could not be read" + LastError(store) +
+                      "; check that the database is whole");
+}
+
+template <class... Arguments>
+_RecordsetPtr Query(Mersola& store, const char* format, Arguments... arguments) {
+    CString sql;
+    sql.Format(format, arguments...);
+    return store.dbExecute(sql);
+}
+
+// "demo (1), pier (2)", cut short when there are many.
+std::string Listed(const std::vector<Choice>& choices) {
+    constexpr std::size_t kMost = 10;
+    std::string list;
+    for (std::size_t i = 0; i < std::min(choices.size(), kMost); ++i) {
+        const std::string number = std::to_string(choices[i].id);
+        const std::string name = Printable(choices[i].name);
+        list += i == 0 ? "" : ", ";
+        list += name.empty() || name == number ? number : name + " (" + number + ")";
+    }
+    return choices.size() > kMost
+               ? list + " and " + std::to_string(choices.size() - kMost) + " more"
+               : list;
+}
+
+}  // namespace
+
+CArray<InstrumentInfo, InstrumentInfo&> ReadInstruments(Mersola& store) {
+    CArray<InstrumentInfo, InstrumentInfo&> instruments;
+    RequireRead(store.GetInstrumentsAndAlarms(instruments), "instruments", store);
+    return instruments;
+}
+
+CArray<MeasurementInfo, MeasurementInfo&> ReadMeasurements(Mersola& store, std::int32_t groupId) {
+    CArray<MeasurementInfo, MeasurementInfo&> measurements;
+    store.SetInstrument(groupId);
+    RequireRead(store.GetMeasurements(measurements), "measurements", store);
+    return measurements;
+}
+
+CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t measId) {
+    CArray<ReportInfo, ReportInfo&> reports;
+    RequireRead(store.SetMeasurement(measId), "measurement", store);
+    RequireRead(store.GetReports(reports), "reports", store);
+    return reports;
+}
+
+std::vector<MeasuredFunction> ReadFunctions(Mersola& store, std::int32_t groupId,
+                                            std::int32_t measId, std::int32_t reportId) {
+    std::vector<MeasuredFunction> functions;
+    const auto rows = Query(
+        store,
+        "SELECT f.Channel,f.FuncId,n.FuncName FROM MeasuredFunctions f LEFT JOIN FuncNameMap n "
+        "ON n.FuncId=f.FuncId WHERE f.GroupId=%d AND f.MeasId=%d AND f.ReportId=%d "
+        "ORDER BY f.Channel,f.FuncId",
+        groupId, measId, reportId);
+    for (; !rows->EndOfFile(); rows->MoveNext()) {
+        MeasuredFunction function{rows->Fields(0).Long(), rows->Fields(1).Long(),
+                                  std::string(rows->Fields(2).Text())};
+        if (function.name.empty()) function.name = std::to_string(function.id);
+        functions.push_back(std::move(function));
+    }
+    return functions;
+}
+
+std::map<std::int32_t, std::string> ReadBandNames(Mersola& store) {
+    std::map<std::int32_t, std::string> names;
+    for (const auto rows = Query(store, "SELECT FrqId,FrqName FROM FrqNameMap"); !rows->EndOfFile();
+         rows->MoveNext())
+        names[rows->Fields(0).Long()] = std::string(rows->Fields(1).Text());
+    return names;
+}
+
+std::int32_t Choose(const char* what, const std::string& asked,
+                    const std::vector<Choice>& choices) {
+    auto found = std::ranges::find_if(
+        choices, [&](const Choice& choice) { return CompareNoCase(choice.name, asked) == 0; });
+    if (found == choices.end())
+        found = std::ranges::find_if(
+            choices, [&](const Choice& choice) { return std::to_string(choice.id) == asked; });
+    if (found != choices.end()) return found->id;
+    const std::string none = std::string("there is no ") + what + " " + Quoted(asked);
+    throw Failure(choices.empty() ? none + ", nor any other; see what there is with: mersola list"
+                                  : none + "; choose one of: " + Listed(choices));
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,44 @@
+// What a database holds, and how people name it.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <mersola/mersola.h>
+
+namespace mersola::tool {
+
+/// Each raises Failure or _com_error when the database cannot be read.
+CArray<InstrumentInfo, InstrumentInfo&> ReadInstruments(Mersola& store);
+
+/// The measurements of an instrument, which becomes the selected one.
+CArray<MeasurementInfo, MeasurementInfo&> ReadMeasurements(Mersola& store, std::int32_t groupId);
+
+/// The reports of a measurement of the selected instrument, which becomes the selected one.
+CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t measId);
+
+struct MeasuredFunction {
+    std::int32_t channel;
+    std::int32_t id;
+    std::string name;  ///< its number, when it has no name
+};
+
+/// By channel and function.
+std::vector<MeasuredFunction> ReadFunctions(Mersola& store, std::int32_t groupId,
+                                            std::int32_t measId, std::int32_t reportId);
+
+/// The names of bands that have one.
+std::map<std::int32_t, std::string> ReadBandNames(Mersola& store);
+
+struct Choice {
+    std::int32_t id;
+    std::string name;  ///< empty where there are only numbers
+};
+
+/// The identifier of the choice that is meant by name, without regard to case, or else by number.
+/// Raises Failure, which lists the choices, when there is none. `what`: their kind, as "report".
+std::int32_t Choose(const char* what, const std::string& asked, const std::vector<Choice>& choices);
+
+}  // namespace mersola::tool

@@ -1,0 +1,167 @@
+// The options of each command, and what becomes of what the commands raise.
+#include "cli.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <iostream>
+
+#include <mersola/platform/com_error.h>
+
+#include "commands.h"
+#include "failure.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+constexpr const char* kPurpose =
+    "Stores what monitoring instruments measure, period by period, and reads it back.";
+
+CLI::Option* AddDatabase(CLI::App& command, std::string& path) {
+    return command.add_option("DB", path, "The database, a SQLite file")->required();
+}
+
+// Says what an option accepts when it does not accept something.
+template <class Accepts>
+auto Must(const char* what, Accepts accepts) {
+    return [=](const std::string& text) {
+        return accepts(text) ? std::string() : Quoted(text) + " is not " + what;
+    };
+}
+
+bool IsPositive(const std::string& text) {
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    // Six decimals are stored.
+    return error == std::errc() && end == text.data() + text.size() && number >= 1e-6 &&
+           number <= 1e9;
+}
+
+void AddInit(CLI::App& app, std::ostream& out) {
+    auto* command = app.add_subcommand("init", "Lay out a new database");
+    auto path = std::make_shared<std::string>();
+    AddDatabase(*command, *path);
+    command->callback([=, &out] { Init(*path, out); });
+    command->footer("A file that exists is refused, unless it is an empty database.");
+}
+
+void AddRecord(CLI::App& app, std::ostream& out, std::ostream* terminal) {
+    struct Given : RecordOptions {
+        std::string periodText = "125ms";
+        std::string startText;
+    };
+    const auto given = std::make_shared<Given>();
+    auto* command = app.add_subcommand("record", "Record a sound file as a measurement");
+    AddDatabase(*command, given->database);
+    command->add_option("FILE", given->file, "The sound file: WAV, FLAC and others")->required();
+    command->add_option("--instrument", given->instrument, "Name of the instrument")->required();
+    command
+        ->add_option("--measurement", given->measurement,
+                     "Name of the measurement; one that exists is continued")
+        ->required();
+    command
+        ->add_option("--period", given->periodText, "Length of a period, as 125ms, 1s, 15min, 1h")
+        ->check(Must("a period from 1ms to 24h, as 125ms or 15min", ParsePeriod))
+        ->capture_default_str();
+    command
+        ->add_option("--start", given->startText,
+                     "When the sound began, as '2026-11-15 07:30:12.045' [now]")
+        ->check(Must("a time, as '2026-11-15 07:30:12.045'", ParseTime));
+    command
+        ->add_option("--sensitivity", given->sensitivity,
+                     "Of the sensor, in V/Pa; stored with the measurement")
+        ->check(Must("a number from 0.000001 to 1000000000", IsPositive))
+        ->capture_default_str();
+    command
+        ->add_option("--fullscale", given->fullscale,
+                     "Peak pressure in Pa of the file's loudest possible sound")
+        ->check(Must("a number from 0.000001 to 1000000000", IsPositive))
+        ->capture_default_str();
+    command->footer(
+        "Per period and channel it stores Leq, Lmax and Lmin for each third-octave band from 25 Hz "
+        "to\n"
+        "20 kHz that the file's sample rate carries, and LAeq, L10, L50 and L90 of the A-weighted "
+        "whole.\n"
+        "Levels are in dB re 20 uPa: a full-scale sine of --fullscale 1 reads 91.0 dB.");
+    command->callback([=, &out] {
+        given->period = *ParsePeriod(given->periodText);
+        if (!given->startText.empty()) given->start = ParseTime(given->startText);
+        Record(*given, out, terminal);
+    });
+}
+
+void AddList(CLI::App& app, std::ostream& out) {
+    auto* command = app.add_subcommand("list", "Show what a database holds");
+    const auto path = std::make_shared<std::string>();
+    AddDatabase(*command, *path);
+    command->callback([=, &out] { List(*path, out); });
+    command->footer("Numbers in brackets select as well as names do.");
+}
+
+void AddValues(CLI::App& app, std::ostream& out) {
+    const auto given = std::make_shared<ValuesOptions>();
+    auto* command = app.add_subcommand("values", "Show stored values, periods by bands");
+    AddDatabase(*command, given->database);
+    command->add_option("--instrument", given->instrument, "Name or number of the instrument")
+        ->required();
+    command->add_option("--measurement", given->measurement, "Name or number of the measurement")
+        ->required();
+    command->add_option("--report", given->report, "Number of the report [the first]");
+    command->add_option("--channel", given->channel, "Number of the channel")
+        ->capture_default_str();
+    command->add_option("--function", given->function, "Name or number of the function")
+        ->capture_default_str();
+    command->add_option("--from", given->from, "The first period to show [the first stored]")
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--count", given->count, "How many periods to show [all]")
+        ->check(CLI::PositiveNumber);
+    command->add_flag("--csv", given->csv, "Comma-separated values with all decimals");
+    command->footer(
+        "A value that is missing or invalid shows as --, and in CSV as an empty field.");
+    command->callback([=, &out] { Values(*given, out); });
+}
+
+int Fail(std::ostream& err, const std::string& line, int status) {
+    err << "mersola: " << Printable(line) << std::endl;
+    return status;
+}
+
+}  // namespace
+
+int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+    const bool isOnTerminal = &err == &std::cerr && isatty(STDERR_FILENO) == 1;
+    CLI::App app(kPurpose, "mersola");
+    app.set_version_flag("--version", "mersola " MERSOLA_VERSION, "Show the version");
+    app.set_help_flag("-h,--help", "Show this help");
+    app.require_subcommand(1);
+    app.footer("Help on a command: mersola COMMAND --help");
+    AddInit(app, out);
+    AddRecord(app, out, isOnTerminal ? &err : nullptr);
+    AddList(app, out);
+    AddValues(app, out);
+    try {
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& error) {
+            if (error.get_exit_code() != 0)
+                return Fail(err, std::string(error.what()) + "; see mersola --help", 2);
+            app.exit(error, out, err);  // prints the help or the version
+        }
+        out.flush();
+        RequireWritten(out);
+        return 0;
+    } catch (const Failure& failure) {
+        return Fail(err, failure.what(), failure.Status());
+    } catch (const _com_error& error) {
+        return Fail(err,
+                    "the database refused (" + std::string(error.what()) +
+                        "); check that it is whole and try again",
+                    1);
+    } catch (const std::exception& error) {
+        return Fail(err, std::string("unexpected: ") + error.what() + "; please report this", 1);
+    }
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,27 @@
+// Texts for people, and output that did not arrive.
+#include "failure.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace mersola::tool {
+
+std::string Printable(std::string_view text) {
+    std::string shown(text);
+    const auto isControl = [](char c) {
+        return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
+    };
+    std::ranges::replace_if(shown, isControl, '?');
+    return shown;
+}
+
+std::string Quoted(std::string_view text) {
+    return "'" + Printable(text) + "'";
+}
+
+void RequireWritten(std::ostream& out) {
+    if (!out)
+        throw Failure("the output could not be written; is the disk full, or its reader gone?");
+}
+
+}  // namespace mersola::tool

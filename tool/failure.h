@@ -1,0 +1,32 @@
+// What ends a command, and how its line is written.
+#pragma once
+
+#include <iosfwd>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace mersola::tool {
+
+/// Says in one line what happened and what to do about it.
+class Failure : public std::runtime_error {
+  public:
+    explicit Failure(const std::string& line, int status = 1)
+        : std::runtime_error(line), status_(status) {}
+
+    int Status() const { return status_; }
+
+  private:
+    int status_;
+};
+
+/// The text with a question mark for each control character: fit for a line on a terminal.
+std::string Printable(std::string_view text);
+
+/// The printable text between quotes.
+std::string Quoted(std::string_view text);
+
+/// Raises Failure when something written to `out` was lost.
+void RequireWritten(std::ostream& out);
+
+}  // namespace mersola::tool

@@ -1,0 +1,164 @@
+// Checking, registering and storing a recording.
+#include "recording.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "failure.h"
+#include "measured.h"
+#include "open_database.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+constexpr int kReport = 1;
+constexpr const char* kOtherName = "; choose another name for the measurement";
+
+// The database keeps six decimals.
+bool IsStoredAs(double stored, double value) {
+    return std::abs(stored - value) <= 1e-6;
+}
+
+}  // namespace
+
+Recording::Recording(Mersola& store, const RecordOptions& options,
+                     std::span<const acoustics::Band> bands, int channels)
+    : store_(store), bands_(bands), channels_(channels), instrumentName_(options.instrument) {
+    measurement_.MeasName = options.measurement;
+    measurement_.StartAt = options.start.value_or(CTimeEx::GetCurrentTime());
+    measurement_.BandWidth = kThirdOctaves;
+    measurement_.Fullscale = options.fullscale;
+    measurement_.Sensitivity = options.sensitivity;
+    measurement_.FrqLower = NominalFrequency(bands.front());
+    measurement_.FrqUpper = NominalFrequency(bands.back());
+    for (const int percentage : kPercentages)
+        measurement_.textItems.Add(std::to_string(percentage).c_str());
+    report_.ReportId = kReport;
+    report_.ReportType = 1;
+    report_.PeriodLen = options.period;
+    CheckStart();
+    CheckResumable();
+}
+
+void Recording::CheckStart() const {
+    constexpr int kMostDays = 3650;
+    if (std::abs((CTimeEx::GetCurrentTime() - Start()).GetDays()) >= kMostDays)
+        throw Failure("the start " + TimeText(Start()) +
+                      " is ten years or more from now; give another --start");
+}
+
+void Recording::CheckResumable() {
+    firstStart_ = Start();
+    const long instrument = store_.locateInstrumentId(instrumentName_);
+    if (instrument < 0) return;
+    const long found = store_.locateMeasurementId(instrument, measurement_.MeasName);
+    if (found < 0) return;
+    isResumed_ = true;
+
+    MeasurementInfo stored;
+    ReportInfo report;
+    const auto id = static_cast<int>(found);
+    const std::string name = "the measurement " + Quoted(measurement_.MeasName.View());
+    if (store_.SetInstrument(instrument) != 1 || store_._GetMeasurement(id, stored, nullptr) != 1)
+        throw Failure(name + " could not be read" + LastError(store_) + "; try again");
+    if (stored.BandWidth != kThirdOctaves)
+        throw Failure(name + " is there and was not measured in third octaves" + kOtherName);
+    if (store_.SetMeasurement(found) != 1 || store_._GetReport(kReport, report, nullptr) != 1 ||
+        report.ReportType != report_.ReportType)
+        throw Failure(name + " is there and was recorded by another program" + kOtherName);
+    if (!(report.PeriodLen == report_.PeriodLen))
+        throw Failure(name + " is there with periods of " + PeriodText(report.PeriodLen) +
+                      "; give that --period or another name for the measurement");
+    if (!IsStoredAs(stored.Fullscale, measurement_.Fullscale) ||
+        !IsStoredAs(stored.Sensitivity, measurement_.Sensitivity))
+        throw Failure(name + " is there with --fullscale " + NumberText(stored.Fullscale) +
+                      " --sensitivity " + NumberText(stored.Sensitivity) +
+                      "; give these or another name for the measurement");
+    if ((Start() - stored.StartAt).GetTotalMilliseconds() < 0)
+        throw Failure(name + " is there and starts at " + TimeText(stored.StartAt) +
+                      "; give a --start that is not earlier, or another name for the measurement");
+    firstStart_ = stored.StartAt;
+    storedBefore_ = report.noOfPeriods;
+}
+
+void Recording::Register() {
+    InstrumentInfo instrument;
+    instrument.GroupName = instrumentName_;
+    instrument.Type = "0";
+    Require(store_.PutInstrument(nullptr, instrument), "the instrument could not be registered");
+    Require(store_.PutMeasurement(nullptr, instrument.GroupId, measurement_),
+            "the measurement could not be registered");
+    store_.PutPercentiles(nullptr, measurement_);
+    Require(store_.PutReport(nullptr, report_), "the report could not be registered");
+    for (int channel = 1; channel <= channels_; ++channel) {
+        for (const Function& function : kFunctions)
+            Require(store_.PutFunction(nullptr, function.id, channel),
+                    "a function could not be registered");
+    }
+    long periods = 0;
+    Require(store_.Get_nPrds(periods) == 1, "the number of periods could not be read");
+    firstPeriod_ = static_cast<int>(periods);
+    // A recording that begins inside the stored periods must not hide those behind its end.
+    if (storedBefore_ > firstPeriod_)
+        Require(store_.PutPeriodsRelative(nullptr, storedBefore_ - firstPeriod_),
+                "the number of periods could not be kept");
+}
+
+void Recording::Store(std::span<const acoustics::PeriodLevels> levels) {
+    try {
+        Transaction transaction(store_);
+        if (stored_ == 0) Register();
+        // A batch cannot tell a value that is stored already from one that is lost, single values
+        // can.
+        const bool isRepeated = firstPeriod_ + stored_ < storedBefore_;
+        const auto batch = isRepeated ? nullptr : store_.PutDataStart(nullptr);
+        Require(isRepeated || batch, "no values could be written");
+        for (int channel = 1; const auto& each : levels)
+            PutValues(each, channel++, batch);
+        Require(isRepeated || store_.PutDataEnd(batch), "its values were refused");
+        Require(store_.PutPeriodsRelative(nullptr, stored_ + 1),
+                "the number of periods could not be raised");
+        transaction.Commit();
+    } catch (const _com_error& error) {
+        throw Failure("period " + std::to_string(stored_) + " could not be stored (" +
+                      Printable(error.what()) + ")");
+    }
+    ++stored_;
+}
+
+void Recording::PutValues(const acoustics::PeriodLevels& levels, int channel,
+                          const _RecordsetPtr& batch) {
+    const CString status = levels.valid ? "" : "A";
+    const auto put = [&](int function, int band, double value) {
+        long next = 0;
+        Require(store_.PutDataRelative(value, status, stored_, function, channel, band, false, next,
+                                       batch != nullptr, batch),
+                "a value was refused");
+    };
+    for (std::size_t i = 0; i < bands_.size(); ++i) {
+        put(kLeq, bands_[i].number, levels.leq[i]);
+        put(kLmax, bands_[i].number, levels.lmax[i]);
+        put(kLmin, bands_[i].number, levels.lmin[i]);
+    }
+    put(kLaeq, kBroadband, levels.laeq);
+    for (int function = kL10; const double level : levels.exceeded)
+        put(function++, kBroadband, level);
+}
+
+int Recording::PeriodsRepeated() const {
+    return std::clamp(storedBefore_ - firstPeriod_, 0, stored_);
+}
+
+CTimeEx Recording::StartOfFirstPeriod() const {
+    return firstStart_ + CTimeSpanEx(report_.PeriodLen.GetTotalMilliseconds() * firstPeriod_);
+}
+
+void Recording::Require(bool done, const char* what) const {
+    if (done) return;
+    throw Failure("period " + std::to_string(stored_) + " could not be stored: " + what +
+                  LastError(store_));
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,67 @@
+// Sound files through libsndfile.
+#include "sound_file.h"
+
+#include <sndfile.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "failure.h"
+
+namespace mersola::tool {
+
+struct SoundFile::Handle {
+    SF_INFO info{};
+    SNDFILE* file = nullptr;
+    ~Handle() { sf_close(file); }
+};
+
+SoundFile::SoundFile(const std::string& path) : path_(path), handle_(std::make_unique<Handle>()) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0)
+        throw Failure("the sound file " + Quoted(path) + " cannot be opened (" +
+                      std::strerror(errno) + "); check the name");
+    if (S_ISDIR(status.st_mode)) throw Failure(Quoted(path) + " is a folder; name a sound file");
+    handle_->file = sf_open(path.c_str(), SFM_READ, &handle_->info);
+    if (!handle_->file)
+        throw Failure(Quoted(path) + " cannot be read as sound (" +
+                      Printable(sf_strerror(nullptr)) + "); name a WAV or FLAC file");
+    constexpr std::size_t kBlock = 16384;  // frames
+    channels_.resize(static_cast<std::size_t>(Channels()));
+    interleaved_.resize(kBlock * channels_.size());
+}
+
+SoundFile::~SoundFile() = default;
+
+double SoundFile::Rate() const {
+    return handle_->info.samplerate;
+}
+
+int SoundFile::Channels() const {
+    return handle_->info.channels;
+}
+
+std::int64_t SoundFile::Frames() const {
+    return handle_->info.frames;
+}
+
+const std::vector<std::vector<double>>& SoundFile::ReadBlock() {
+    const auto count = channels_.size();
+    const auto wanted = static_cast<sf_count_t>(interleaved_.size() / count);
+    const auto frames = sf_readf_double(handle_->file, interleaved_.data(), wanted);
+    read_ += frames;
+    for (std::size_t channel = 0; channel < count; ++channel) {
+        channels_[channel].resize(static_cast<std::size_t>(frames));
+        for (std::size_t i = 0; i < channels_[channel].size(); ++i)
+            channels_[channel][i] = interleaved_[i * count + channel];
+    }
+    return channels_;
+}
+
+std::string SoundFile::Fault() const {
+    if (sf_error(handle_->file) != SF_ERR_NO_ERROR) return Printable(sf_strerror(handle_->file));
+    return read_ < Frames() ? "it ends early" : "";
+}
+
+}  // namespace mersola::tool

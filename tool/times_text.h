@@ -1,0 +1,29 @@
+// Times and lengths of time as people write them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <mersola/times.h>
+
+namespace mersola::tool {
+
+/// Reads "125ms", "1s", "0.5s", "15min", "1h", a blank before the unit allowed: whole milliseconds
+/// from 1 ms to 24 h. Nothing for any other text.
+std::optional<CTimeSpanEx> ParsePeriod(std::string_view text);
+
+/// Reads "2026-11-15 07:30", with or without seconds and their fraction to the millisecond, and
+/// with a blank or a T before the hour. Nothing for any other text or for what is no date.
+std::optional<CTimeEx> ParseTime(std::string_view text);
+
+/// In the largest unit that needs no fraction, as ParsePeriod reads it: "15 min".
+std::string PeriodText(const CTimeSpanEx& span);
+
+/// As ParseTime reads it, to the millisecond; "unknown" for an invalid time.
+std::string TimeText(const CTimeEx& time);
+
+/// A number in its shortest form, with a decimal point.
+std::string NumberText(double number);
+
+}  // namespace mersola::tool
