@@ -36,8 +36,6 @@ enum class Keyword : std::uint8_t {
     Select,
     Set,
     TableEnd,  // any other word that may follow a table and is not its alias
-    Temporary,
-    Trigger,
     Update,
     Values,
     Where,

@@ -27,6 +27,10 @@ bool IsOwner(const Token& token) {
     return token.kind == TokenKind::QuotedName && Matches(token.Body(), "DBO");
 }
 
+bool IsLiteral(TokenKind kind) {
+    return kind == TokenKind::Integer || kind == TokenKind::Real || kind == TokenKind::Text;
+}
+
 bool IsWord(const Token& token, std::string_view upper) {
     return token.kind == TokenKind::Word && Matches(token.text, upper);
 }
@@ -48,10 +52,6 @@ Token Read(Lexer& lexer, bool afterDot, bool& owned) {
         owned = true;
     }
     return token;
-}
-
-bool IsLiteral(TokenKind kind) {
-    return kind == TokenKind::Integer || kind == TokenKind::Real || kind == TokenKind::Text;
 }
 
 Token Read(Lexer& lexer) {
@@ -340,8 +340,8 @@ std::string_view Translator::Unescaped(std::string_view body, char quote) {
     return std::string_view(unescaped_).substr(start);
 }
 
-// Reads over the list of table hints behind a WITH that follows a table. What could be completed
-// by the removal to something else that is translated stays as it is.
+// Reads over the list of table hints behind a WITH that follows a table. It stays where leaving it
+// out would complete something else that is to be translated.
 bool Translator::SkipHints() {
     const bool behindName =
         previous_.kind == TokenKind::Word || previous_.kind == TokenKind::QuotedName;
@@ -352,7 +352,7 @@ bool Translator::SkipHints() {
     Lexer ahead = lexer_;
     if (!Read(ahead).Is('(')) return false;
     for (bool any = false;;) {
-        Token token = Read(ahead);
+        const Token token = Read(ahead);
         if (token.kind == TokenKind::Word && KeywordOf(token.text) == Keyword::Hint) {
             any = true;
         } else if (!any) {

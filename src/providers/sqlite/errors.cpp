@@ -17,12 +17,16 @@ HRESULT CodeFor(int code, std::string_view words) {
     switch (code & 0xFF) {
         case SQLITE_CONSTRAINT:
         case SQLITE_MISMATCH:
-        case SQLITE_TOOBIG: return DB_E_INTEGRITYVIOLATION;
+        case SQLITE_TOOBIG:
+            return DB_E_INTEGRITYVIOLATION;
         case SQLITE_BUSY:
-        case SQLITE_LOCKED: return DB_E_ABORTLIMITREACHED;
+        case SQLITE_LOCKED:
+            return DB_E_ABORTLIMITREACHED;
         case SQLITE_ERROR:
-        case SQLITE_RANGE: return words.starts_with("no such table") ? DB_E_NOTABLE : DB_E_ERRORSINCOMMAND;
-        default: return E_FAIL;
+        case SQLITE_RANGE:
+            return words.starts_with("no such table") ? DB_E_NOTABLE : DB_E_ERRORSINCOMMAND;
+        default:
+            return E_FAIL;
     }
 }
 
@@ -34,11 +38,14 @@ _com_error Translated(sqlite3* db, int code) {
     if (IsDuplicateKey(code)) {
         words = std::string(kDuplicate) + " key: " + words;
     } else {
-        // Recorders take the word for a value that is stored already, also where it is a name's part.
-        for (auto at = words.find(kDuplicate); at != std::string::npos; at = words.find(kDuplicate, at)) {
+        // Recorders take the word for a value that is stored already, also where it is a name's
+        // part.
+        for (auto at = words.find(kDuplicate); at != std::string::npos;
+             at = words.find(kDuplicate, at)) {
             words[at] = 'D';
         }
-        if ((code & 0xFF) == SQLITE_BUSY) words += "; another program holds it, try again or raise the time-out";
+        if ((code & 0xFF) == SQLITE_BUSY)
+            words += "; another program holds it, try again or raise the time-out";
     }
     return _com_error(result, words.c_str(), kSource);
 }

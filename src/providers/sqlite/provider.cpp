@@ -13,7 +13,9 @@
 namespace mersola::sqlite {
 namespace {
 
-[[noreturn]] void Refuse(const std::string& what) { throw _com_error(E_FAIL, what.c_str(), kSource); }
+[[noreturn]] void Refuse(const std::string& what) {
+    throw _com_error(E_FAIL, what.c_str(), kSource);
+}
 
 // The value of `key` among `allowed`, whose first is the default.
 std::string_view Choice(const ado::ConnectionString& properties, std::string_view key,
@@ -47,7 +49,8 @@ int Milliseconds(long seconds) {
 
 void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);  // the schema cannot be written as a table
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1,
+                      nullptr);  // the schema cannot be written as a table
     sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);  // "name" is never a text
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
@@ -65,11 +68,12 @@ class Provider : public ado::Provider {
     std::unique_ptr<ado::ProviderSession> Open(const ado::OpenRequest& request) override {
         const std::string path(request.properties.Find("Data Source"));
         const bool readOnly = Choice(request.properties, "Mode", {"ReadWrite", "Read"}) == "Read";
-        const std::string_view synchronous = Choice(request.properties, "Synchronous", {"FULL", "NORMAL"});
+        const std::string_view synchronous =
+            Choice(request.properties, "Synchronous", {"FULL", "NORMAL"});
         RequireFile(path);
         sqlite3* opened = nullptr;
-        const int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX |
-                          SQLITE_OPEN_EXRESCODE;
+        const int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
+                          SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
         const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
         Database db(opened);
         Check(db.get(), code);
@@ -81,6 +85,8 @@ class Provider : public ado::Provider {
 
 }  // namespace
 
-std::shared_ptr<ado::Provider> MakeProvider() { return std::make_shared<Provider>(); }
+std::shared_ptr<ado::Provider> MakeProvider() {
+    return std::make_shared<Provider>();
+}
 
 }  // namespace mersola::sqlite

@@ -13,12 +13,16 @@ namespace {
 void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Literal& literal) {
     using Kind = dialect::Literal::Kind;
     switch (literal.kind) {
-        case Kind::Integer: Check(db, sqlite3_bind_int64(statement, index, literal.integer)); break;
-        case Kind::Real: Check(db, sqlite3_bind_double(statement, index, literal.real)); break;
+        case Kind::Integer:
+            Check(db, sqlite3_bind_int64(statement, index, literal.integer));
+            break;
+        case Kind::Real:
+            Check(db, sqlite3_bind_double(statement, index, literal.real));
+            break;
         case Kind::Text:
             // Copied: the rows of a long result are read when the caller's text is gone.
-            Check(db, sqlite3_bind_text64(statement, index, literal.text.data(), literal.text.size(),
-                                          SQLITE_TRANSIENT, SQLITE_UTF8));
+            Check(db, sqlite3_bind_text64(statement, index, literal.text.data(),
+                                          literal.text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
             break;
     }
 }
@@ -27,13 +31,13 @@ void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Litera
 class RunningStatement {
   public:
     RunningStatement(sqlite3* db, StatementCache& cache, std::string_view text)
-        : db_(db), cache_(cache), statement_(cache.Take(text)) {}
+        : db_(db), cache_(&cache), statement_(cache.Take(text)) {}
+    RunningStatement(RunningStatement&&) = default;
     ~RunningStatement() {
+        if (!statement_) return;  // moved on
         const char* text = sqlite3_sql(statement_.get());
-        cache_.Return(text, std::move(statement_));
+        cache_->Return(text, std::move(statement_));
     }
-    RunningStatement(const RunningStatement&) = delete;
-    RunningStatement& operator=(const RunningStatement&) = delete;
 
     sqlite3_stmt* Get() const { return statement_.get(); }
     bool Step() const {
@@ -45,40 +49,48 @@ class RunningStatement {
 
   private:
     sqlite3* db_;
-    StatementCache& cache_;
+    StatementCache* cache_;
     Statement statement_;
 };
 
 class Rows : public ado::RowSource {
   public:
-    explicit Rows(std::unique_ptr<RunningStatement> statement) : statement_(std::move(statement)) {}
+    explicit Rows(RunningStatement statement)
+        : statement_(std::move(statement)), row_(statement_.Get()) {}
 
     const std::vector<std::string>& Columns() const override {
         if (columns_.empty()) {
-            const int count = sqlite3_column_count(statement_->Get());
-            for (int column = 0; column < count; ++column) {
-                columns_.emplace_back(sqlite3_column_name(statement_->Get(), column));
-            }
+            const int count = sqlite3_column_count(row_);
+            for (int column = 0; column < count; ++column)
+                columns_.emplace_back(sqlite3_column_name(row_, column));
         }
         return columns_;
     }
 
-    bool Next() override { return statement_->Step(); }
+    bool Next() override { return statement_.Step(); }
 
     ado::Cell At(int column) const override {
-        sqlite3_stmt* row = statement_->Get();
-        switch (sqlite3_column_type(row, column)) {
-            case SQLITE_INTEGER: return ado::Cell::Integer(sqlite3_column_int64(row, column));
-            case SQLITE_FLOAT: return ado::Cell::Real(sqlite3_column_double(row, column));
-            case SQLITE_NULL: return {};
-            default: break;
+        // One look-up of the column; asked by sqlite3_column_* for type, value and length it would
+        // be three.
+        sqlite3_value* value = sqlite3_column_value(row_, column);
+        switch (sqlite3_value_type(value)) {
+            case SQLITE_INTEGER:
+                return ado::Cell::Integer(sqlite3_value_int64(value));
+            case SQLITE_FLOAT:
+                return ado::Cell::Real(sqlite3_value_double(value));
+            case SQLITE_NULL:
+                return {};
+            default:
+                break;
         }
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
-        return ado::Cell::Text({text ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(row, column))});
+        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+        return ado::Cell::Text(
+            {text ? text : "", static_cast<std::size_t>(sqlite3_value_bytes(value))});
     }
 
   private:
-    std::unique_ptr<RunningStatement> statement_;
+    RunningStatement statement_;
+    sqlite3_stmt* row_;
     mutable std::vector<std::string> columns_;
 };
 
@@ -87,11 +99,13 @@ class Rows : public ado::RowSource {
 std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     const dialect::Translation translation = translator_.Translate(sql, dialect::Literals::Lifted);
     if (translation.noOperation) return nullptr;
-    auto statement = std::make_unique<RunningStatement>(db_.get(), cache_, translation.text);
+    RunningStatement statement(db_.get(), cache_, translation.text);
     int index = 0;
-    for (const dialect::Literal& literal : translation.literals) Bind(db_.get(), statement->Get(), ++index, literal);
-    if (sqlite3_column_count(statement->Get()) > 0) return std::make_unique<Rows>(std::move(statement));
-    statement->Step();
+    for (const dialect::Literal& literal : translation.literals)
+        Bind(db_.get(), statement.Get(), ++index, literal);
+    if (sqlite3_column_count(statement.Get()) > 0)
+        return std::make_unique<Rows>(std::move(statement));
+    statement.Step();
     return nullptr;
 } catch (const dialect::SyntaxError& error) {
     throw _com_error(DB_E_ERRORSINCOMMAND, error.what(), kSource);
@@ -107,10 +121,13 @@ void Session::Begin() {
     Execute(sqlite3_db_readonly(db_.get(), "main") == 1 ? "BEGIN" : "BEGIN IMMEDIATE");
 }
 
-void Session::Commit() { Execute("COMMIT"); }
+void Session::Commit() {
+    Execute("COMMIT");
+}
 
 void Session::Rollback() {
-    if (!sqlite3_get_autocommit(db_.get())) Execute("ROLLBACK");  // a grave error has rolled back by itself
+    if (!sqlite3_get_autocommit(db_.get()))
+        Execute("ROLLBACK");  // a grave error has rolled back by itself
 }
 
 }  // namespace mersola::sqlite

@@ -1,4 +1,5 @@
-// The cache: an entry outlives the time its statement is taken, so that steady use allocates nothing.
+// The cache: an entry outlives the time its statement is taken, so that steady use allocates
+// nothing.
 #include "statement_cache.h"
 
 #include "errors.h"
@@ -7,8 +8,8 @@ namespace mersola::sqlite {
 
 Statement Prepare(sqlite3* db, std::string_view text) {
     sqlite3_stmt* statement = nullptr;
-    Check(db, sqlite3_prepare_v3(db, text.data(), static_cast<int>(text.size()), SQLITE_PREPARE_PERSISTENT,
-                                 &statement, nullptr));
+    Check(db, sqlite3_prepare_v3(db, text.data(), static_cast<int>(text.size()),
+                                 SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
     return Statement(statement);
 }
 

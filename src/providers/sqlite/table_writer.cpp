@@ -16,7 +16,9 @@ std::string Quoted(std::string_view name) {
     return quoted + '"';
 }
 
-void Run(sqlite3* db, const char* sql) { Check(db, sqlite3_exec(db, sql, nullptr, nullptr, nullptr)); }
+void Run(sqlite3* db, const char* sql) {
+    Check(db, sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
+}
 
 // Undoes what was not committed.
 class BatchTransaction {
@@ -26,7 +28,8 @@ class BatchTransaction {
     }
     ~BatchTransaction() {
         if (done_ || sqlite3_get_autocommit(db_)) return;
-        sqlite3_exec(db_, nested_ ? "ROLLBACK TO batch; RELEASE batch" : "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_exec(db_, nested_ ? "ROLLBACK TO batch; RELEASE batch" : "ROLLBACK", nullptr,
+                     nullptr, nullptr);
     }
     BatchTransaction(const BatchTransaction&) = delete;
     BatchTransaction& operator=(const BatchTransaction&) = delete;
@@ -86,11 +89,18 @@ int TableWriter::Insert(std::span<const ado::Cell> row) {
     for (const ado::Cell& cell : row) {
         ++index;
         switch (cell.kind) {
-            case ado::CellKind::Null: sqlite3_bind_null(insert, index); break;
-            case ado::CellKind::Integer: sqlite3_bind_int64(insert, index, cell.integer); break;
-            case ado::CellKind::Real: sqlite3_bind_double(insert, index, cell.real); break;
+            case ado::CellKind::Null:
+                sqlite3_bind_null(insert, index);
+                break;
+            case ado::CellKind::Integer:
+                sqlite3_bind_int64(insert, index, cell.integer);
+                break;
+            case ado::CellKind::Real:
+                sqlite3_bind_double(insert, index, cell.real);
+                break;
             case ado::CellKind::Text:
-                sqlite3_bind_text(insert, index, cell.text, static_cast<int>(cell.length), SQLITE_STATIC);
+                sqlite3_bind_text(insert, index, cell.text, static_cast<int>(cell.length),
+                                  SQLITE_STATIC);
                 break;
         }
     }
