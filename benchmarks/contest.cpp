@@ -17,8 +17,8 @@ double Median(std::vector<double>& values) {
 
 }  // namespace
 
-void Contest::Enter(std::string name, std::function<void()> work) {
-    rivals_.push_back({std::move(name), std::move(work), {}});
+void Contest::Enter(std::string name, std::function<void()> work, std::function<void()> before) {
+    rivals_.push_back({std::move(name), std::move(work), std::move(before), {}});
 }
 
 void Contest::Run(benchmark::State& state, double items) {
@@ -27,6 +27,7 @@ void Contest::Run(benchmark::State& state, double items) {
     for (auto _ : state) {
         for (std::size_t turn = 0; turn < rivals_.size(); ++turn) {
             Rival& rival = rivals_[(first + turn) % rivals_.size()];
+            if (rival.before) rival.before();
             const auto start = Clock::now();
             rival.work();
             rival.seconds.push_back(std::chrono::duration<double>(Clock::now() - start).count());
@@ -34,13 +35,15 @@ void Contest::Run(benchmark::State& state, double items) {
         ++first;
     }
     std::vector<double> medians;
-    for (Rival& rival : rivals_) medians.push_back(Median(rival.seconds));
+    for (Rival& rival : rivals_)
+        medians.push_back(Median(rival.seconds));
     const double best = *std::ranges::min_element(medians);
     std::string table;
     for (std::size_t i = 0; i < rivals_.size(); ++i) {
         char line[160];
-        std::snprintf(line, sizeof line, "\n    %-84s %10.3f ms %12.0f/s  %5.2f of the best", rivals_[i].name.c_str(),
-                      medians[i] * 1e3, items / medians[i], best / medians[i]);
+        std::snprintf(line, sizeof line, "\n    %-84s %10.3f ms %12.0f/s  %5.2f of the best",
+                      rivals_[i].name.c_str(), medians[i] * 1e3, items / medians[i],
+                      best / medians[i]);
         table += line;
     }
     state.SetLabel(table);

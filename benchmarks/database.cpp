@@ -12,7 +12,8 @@ using namespace mersola::sqlite;
 
 TemporaryFolder::TemporaryFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "benchmark-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("No folder can be made in the temporary directory");
+    if (!mkdtemp(pattern.data()))
+        throw std::runtime_error("No folder can be made in the temporary directory");
     path_ = pattern;
 }
 
@@ -23,8 +24,9 @@ TemporaryFolder::~TemporaryFolder() {
 
 Database OpenDatabase(const std::string& path) {
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(path.c_str(), &opened,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int code =
+        sqlite3_open_v2(path.c_str(), &opened,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     Database db(opened);
     Check(db.get(), code);
     Run(db.get(), "PRAGMA journal_mode=WAL");
@@ -32,10 +34,13 @@ Database OpenDatabase(const std::string& path) {
     return db;
 }
 
-void Run(sqlite3* db, const std::string& sql) { Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr)); }
+void Run(sqlite3* db, const std::string& sql) {
+    Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
+}
 
 void LayOut(sqlite3* db) {
-    for (const std::string_view statement : SchemaStatements()) Run(db, std::string(statement));
+    for (const std::string_view statement : SchemaStatements())
+        Run(db, std::string(statement));
 }
 
 void StepToEnd(sqlite3_stmt* statement) {
@@ -43,7 +48,8 @@ void StepToEnd(sqlite3_stmt* statement) {
     sqlite3_reset(statement);
 }
 
-void InsertValue(sqlite3_stmt* insert, int measValueId, int period, int channel, int function, int band) {
+void InsertValue(sqlite3_stmt* insert, int measValueId, int period, int channel, int function,
+                 int band) {
     sqlite3_bind_int(insert, 1, measValueId);
     sqlite3_bind_int(insert, 2, period);
     sqlite3_bind_int(insert, 3, channel);

@@ -20,12 +20,15 @@ constexpr int kReports = 2;  // written in turn
 
 // The statements of the library, their literals lifted as the provider lifts them.
 constexpr std::string_view kGetData =
-    "SELECT * FROM MeasuredValues where MeasValueId=? and Channel=? and FuncId=? and PeriodNo>=? and PeriodNo<? and "
+    "SELECT * FROM MeasuredValues where MeasValueId=? and Channel=? and FuncId=? and PeriodNo>=? "
+    "and PeriodNo<? and "
     "FrqId>=? and FrqId<? ORDER BY PeriodNo,FrqId";
 constexpr std::string_view kGetAllDataByPeriod =
-    "SELECT * FROM MeasuredValues where MeasValueId=? and Channel=? and PeriodNo>=? and PeriodNo<? ORDER BY "
+    "SELECT * FROM MeasuredValues where MeasValueId=? and Channel=? and PeriodNo>=? and PeriodNo<? "
+    "ORDER BY "
     "PeriodNo,FrqId";
-constexpr std::string_view kFirstPeriod = "SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=?";
+constexpr std::string_view kFirstPeriod =
+    "SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=?";
 
 struct Layout {
     std::string_view key;    // what follows MeasValueId in it
@@ -58,12 +61,14 @@ std::string TableWithKey(std::string_view key) {
 
 class Candidate {
   public:
-    Candidate(const Layout& layout, std::string path) : path_(std::move(path)), db_(OpenDatabase(path_)) {
+    Candidate(const Layout& layout, std::string path)
+        : path_(std::move(path)), db_(OpenDatabase(path_)) {
         name_ = std::string(layout.key);
         Run(db_.get(), TableWithKey(layout.key));
         if (!layout.index.empty()) {
             name_ += "; index " + std::string(layout.index);
-            Run(db_.get(), "CREATE INDEX Periods ON MeasuredValues (MeasValueId, " + std::string(layout.index) + ")");
+            Run(db_.get(), "CREATE INDEX Periods ON MeasuredValues (MeasValueId, " +
+                               std::string(layout.index) + ")");
         }
         insert_ = Prepare(db_.get(), kInsert);
         getData_ = Prepare(db_.get(), kGetData);
@@ -101,22 +106,28 @@ class Candidate {
         for (const std::string_view sql : {kGetData, kGetAllDataByPeriod, kFirstPeriod}) {
             const Statement plan = Prepare(db_.get(), "EXPLAIN QUERY PLAN " + std::string(sql));
             while (sqlite3_step(plan.get()) == SQLITE_ROW) {
-                std::cout << "    " << reinterpret_cast<const char*>(sqlite3_column_text(plan.get(), 3)) << '\n';
+                std::cout << "    "
+                          << reinterpret_cast<const char*>(sqlite3_column_text(plan.get(), 3))
+                          << '\n';
             }
         }
     }
 
   private:
-    static void Read(sqlite3_stmt* statement, std::initializer_list<int> arguments, int expectedRows) {
+    static void Read(sqlite3_stmt* statement, std::initializer_list<int> arguments,
+                     int expectedRows) {
         int index = 0;
-        for (const int argument : arguments) sqlite3_bind_int(statement, ++index, argument);
+        for (const int argument : arguments)
+            sqlite3_bind_int(statement, ++index, argument);
         int rows = 0;
         double sum = 0;
         const int last = sqlite3_column_count(statement) > 5 ? 5 : 0;
-        for (; sqlite3_step(statement) == SQLITE_ROW; ++rows) sum += sqlite3_column_double(statement, last);
+        for (; sqlite3_step(statement) == SQLITE_ROW; ++rows)
+            sum += sqlite3_column_double(statement, last);
         benchmark::DoNotOptimize(sum);
         sqlite3_reset(statement);
-        if (rows != expectedRows) throw std::runtime_error("A candidate did not give the rows that were written");
+        if (rows != expectedRows)
+            throw std::runtime_error("A candidate did not give the rows that were written");
     }
 
     std::string path_;
@@ -140,12 +151,18 @@ void Compare(benchmark::State& state, void (Candidate::*work)(), double items) {
 }
 
 // The first one fills the databases for the others.
-void WritePeriod(benchmark::State& state) { Compare(state, &Candidate::WritePeriod, kReports * kValuesOfPeriod); }
-void GetData(benchmark::State& state) { Compare(state, &Candidate::GetData, 1500 * kBands); }
+void WritePeriod(benchmark::State& state) {
+    Compare(state, &Candidate::WritePeriod, kReports * kValuesOfPeriod);
+}
+void GetData(benchmark::State& state) {
+    Compare(state, &Candidate::GetData, 1500 * kBands);
+}
 void GetAllDataByPeriod(benchmark::State& state) {
     Compare(state, &Candidate::GetAllDataByPeriod, 100 * kFunctions * kBands);
 }
-void FirstPeriod(benchmark::State& state) { Compare(state, &Candidate::FirstPeriod, 1); }
+void FirstPeriod(benchmark::State& state) {
+    Compare(state, &Candidate::FirstPeriod, 1);
+}
 
 BENCHMARK(WritePeriod)->Iterations(kPeriods)->Unit(benchmark::kMillisecond);
 BENCHMARK(GetData)->Iterations(15)->Unit(benchmark::kMillisecond);
@@ -163,8 +180,10 @@ int main(int argc, char** argv) {
     }
     benchmark::RunSpecifiedBenchmarks();
     std::cout << "\nMegabytes of the file\n";
-    for (const Candidate& candidate : candidates) std::cout << "    " << candidate.Name() << "  " << candidate.Megabytes() << '\n';
+    for (const Candidate& candidate : candidates)
+        std::cout << "    " << candidate.Name() << "  " << candidate.Megabytes() << '\n';
     std::cout << "\nHow the three reading statements find their rows\n";
-    for (const Candidate& candidate : candidates) candidate.PrintPlans();
+    for (const Candidate& candidate : candidates)
+        candidate.PrintPlans();
     candidates.clear();
 }

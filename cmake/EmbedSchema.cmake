@@ -1,7 +1,7 @@
 # mersola_embed_schema(ENGINE OUTPUT): writes a C++ source that holds the statements of
 # schema/ENGINE, in the order in which they are to be run.
 set(MERSOLA_SCHEMA_FILES
-    groups measurements reports meas_value_map measured_functions measured_values
+    groups measurements reports meas_value_map measured_functions measured_values measured_values_index
     markers markers_index func_name_map frq_name_map version_history)
 
 function(mersola_embed_schema engine output)

@@ -6,6 +6,8 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <iostream>
+#include <limits>
+#include <optional>
 
 #include <mersola/platform/com_error.h>
 
@@ -23,20 +25,38 @@ CLI::Option* AddDatabase(CLI::App& command, std::string& path) {
     return command.add_option("DB", path, "The database, a SQLite file")->required();
 }
 
-// Says what an option accepts when it does not accept something.
-template <class Accepts>
-auto Must(const char* what, Accepts accepts) {
-    return [=](const std::string& text) {
-        return accepts(text) ? std::string() : Quoted(text) + " is not " + what;
-    };
+// The whole text as a number, whatever the locale, if it lies within the limits.
+template <class Number>
+std::optional<Number> ParseNumber(const std::string& text, Number least, Number most) {
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, number);
+    if (parsed.ec != std::errc() || parsed.ptr != end || !(number >= least && number <= most))
+        return std::nullopt;
+    return number;
 }
 
-bool IsPositive(const std::string& text) {
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    // Six decimals are stored.
-    return error == std::errc() && end == text.data() + text.size() && number >= 1e-6 &&
-           number <= 1e9;
+// Six decimals are stored.
+std::optional<double> ParsePositive(const std::string& text) {
+    return ParseNumber(text, 1e-6, 1e9);
+}
+
+// Stored periods are counted with 32 bits.
+template <std::int32_t kLeast>
+std::optional<std::int32_t> ParseCount(const std::string& text) {
+    return ParseNumber(text, kLeast, std::numeric_limits<std::int32_t>::max());
+}
+
+// An option whose text is parsed into `target`; `form`: what the text has to be.
+template <class Target, class Parse>
+CLI::Option* AddParsed(CLI::App& command, const char* name, Target& target, Parse parse,
+                       const char* form, const char* description) {
+    return command
+        .add_option_function<std::string>(
+            name, [&target, parse](const std::string& text) { target = *parse(text); }, description)
+        ->check([=](const std::string& text) {
+            return parse(text) ? std::string() : Quoted(text) + " is not " + form;
+        });
 }
 
 void AddInit(CLI::App& app, std::ostream& out) {
@@ -48,11 +68,8 @@ void AddInit(CLI::App& app, std::ostream& out) {
 }
 
 void AddRecord(CLI::App& app, std::ostream& out, std::ostream* terminal) {
-    struct Given : RecordOptions {
-        std::string periodText = "125ms";
-        std::string startText;
-    };
-    const auto given = std::make_shared<Given>();
+    constexpr const char* positive = "a number from 0.000001 to 1000000000";
+    const auto given = std::make_shared<RecordOptions>();
     auto* command = app.add_subcommand("record", "Record a sound file as a measurement");
     AddDatabase(*command, given->database);
     command->add_option("FILE", given->file, "The sound file: WAV, FLAC and others")->required();
@@ -61,35 +78,25 @@ void AddRecord(CLI::App& app, std::ostream& out, std::ostream* terminal) {
         ->add_option("--measurement", given->measurement,
                      "Name of the measurement; one that exists is continued")
         ->required();
-    command
-        ->add_option("--period", given->periodText, "Length of a period, as 125ms, 1s, 15min, 1h")
-        ->check(Must("a period from 1ms to 24h, as 125ms or 15min", ParsePeriod))
-        ->capture_default_str();
-    command
-        ->add_option("--start", given->startText,
-                     "When the sound began, as '2026-11-15 07:30:12.045' [now]")
-        ->check(Must("a time, as '2026-11-15 07:30:12.045'", ParseTime));
-    command
-        ->add_option("--sensitivity", given->sensitivity,
-                     "Of the sensor, in V/Pa; stored with the measurement")
-        ->check(Must("a number from 0.000001 to 1000000000", IsPositive))
-        ->capture_default_str();
-    command
-        ->add_option("--fullscale", given->fullscale,
-                     "Peak pressure in Pa of the file's loudest possible sound")
-        ->check(Must("a number from 0.000001 to 1000000000", IsPositive))
-        ->capture_default_str();
+    AddParsed(*command, "--period", given->period, ParsePeriod,
+              "a period from 1ms to 24h, as 125ms or 15min",
+              "Length of a period, as 125ms, 1s, 15min, 1h")
+        ->default_str("125ms");
+    AddParsed(*command, "--start", given->start, ParseTime, "a time, as '2026-11-15 07:30:12.045'",
+              "When the sound began, as '2026-11-15 07:30:12.045' [now]");
+    AddParsed(*command, "--sensitivity", given->sensitivity, ParsePositive, positive,
+              "Of the sensor, in V/Pa; stored with the measurement")
+        ->default_str("1");
+    AddParsed(*command, "--fullscale", given->fullscale, ParsePositive, positive,
+              "Peak pressure in Pa of the loudest sound that the file can hold")
+        ->default_str("1");
     command->footer(
         "Per period and channel it stores Leq, Lmax and Lmin for each third-octave band from 25 Hz "
         "to\n"
         "20 kHz that the file's sample rate carries, and LAeq, L10, L50 and L90 of the A-weighted "
         "whole.\n"
         "Levels are in dB re 20 uPa: a full-scale sine of --fullscale 1 reads 91.0 dB.");
-    command->callback([=, &out] {
-        given->period = *ParsePeriod(given->periodText);
-        if (!given->startText.empty()) given->start = ParseTime(given->startText);
-        Record(*given, out, terminal);
-    });
+    command->callback([=, &out] { Record(*given, out, terminal); });
 }
 
 void AddList(CLI::App& app, std::ostream& out) {
@@ -113,14 +120,26 @@ void AddValues(CLI::App& app, std::ostream& out) {
         ->capture_default_str();
     command->add_option("--function", given->function, "Name or number of the function")
         ->capture_default_str();
-    command->add_option("--from", given->from, "The first period to show [the first stored]")
-        ->check(CLI::NonNegativeNumber);
-    command->add_option("--count", given->count, "How many periods to show [all]")
-        ->check(CLI::PositiveNumber);
+    AddParsed(*command, "--from", given->from, ParseCount<0>, "a number from 0",
+              "The first period to show [the first stored]");
+    AddParsed(*command, "--count", given->count, ParseCount<1>, "a number from 1",
+              "How many periods to show [all]");
     command->add_flag("--csv", given->csv, "Comma-separated values with all decimals");
     command->footer(
         "A value that is missing or invalid shows as --, and in CSV as an empty field.");
     command->callback([=, &out] { Values(*given, out); });
+}
+
+// What the command line lacks, and where the help on it is.
+std::string UsageLine(const CLI::App& app, const CLI::ParseError& error) {
+    const auto commands = app.get_subcommands();
+    if (!commands.empty())
+        return std::string(error.what()) + "; see mersola " + commands.front()->get_name() +
+               " --help";
+    const auto others = app.remaining();
+    return (others.empty() ? "no command is given"
+                           : "there is no command " + Quoted(others.front())) +
+           "; see mersola --help";
 }
 
 int Fail(std::ostream& err, const std::string& line, int status) {
@@ -145,8 +164,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
         try {
             app.parse(argc, argv);
         } catch (const CLI::ParseError& error) {
-            if (error.get_exit_code() != 0)
-                return Fail(err, std::string(error.what()) + "; see mersola --help", 2);
+            if (error.get_exit_code() != 0) return Fail(err, UsageLine(app, error), 2);
             app.exit(error, out, err);  // prints the help or the version
         }
         out.flush();

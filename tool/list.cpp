@@ -17,8 +17,8 @@ std::string NameOf(const CString& name, int id) {
 
 void ListReport(const ReportInfo& report, const std::vector<MeasuredFunction>& functions,
                 std::ostream& out) {
-    out << "    report " << report.ReportId << ": " << report.noOfPeriods << " periods of "
-        << PeriodText(report.PeriodLen);
+    out << "    report " << report.ReportId << ": " << Counted(report.noOfPeriods, "period")
+        << " of " << PeriodText(report.PeriodLen);
     if (report.realPeriodLenSet) out << ", measured as " << PeriodText(report.RealPeriodLen);
     for (std::size_t i = 0; i < functions.size(); ++i) {
         if (i == 0 || functions[i].channel != functions[i - 1].channel)

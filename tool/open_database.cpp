@@ -1,6 +1,7 @@
 // Opening database files, with one clear line for each way in which that fails.
 #include "open_database.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,7 +53,7 @@ std::unique_ptr<Mersola> Connect(const std::string& path, Access access) {
         std::make_unique<Mersola>(nullptr, nullptr, ConnectString(path, access).c_str(), kTimeout);
     if (!store->isConnected())
         throw Failure(Quoted(path) + " cannot be opened as a database (" + messages.Reason() +
-                      "); check the name, and that you may use the file");
+                      "); check the name, your permissions and the free space");
     return store;
 }
 
@@ -65,7 +66,7 @@ std::unique_ptr<Mersola> OpenDatabase(const std::string& path, Access access) {
     if (const int result = Connect(path, Access::Read)->GetVersion(nullptr, version); result == -2)
         throw Failure(Quoted(path) +
                       " is not laid out for measurements; make a new database with: mersola init");
-    if (access == Access::Write && ::access(path.c_str(), W_OK) != 0)
+    if (access == Access::Write && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
         throw Failure(Quoted(path) +
                       " may not be written to; change its permissions or use another database");
     // Who opens for writing also takes away the files that SQLite keeps beside an open database.

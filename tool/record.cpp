@@ -68,6 +68,9 @@ std::span<const acoustics::Band> CheckedBands(const SoundFile& sound, const CTim
                       " samples a second, which carry no band from " +
                       std::string(acoustics::AllBands().front().name) +
                       " up; take a file with a higher rate");
+    if (rate * static_cast<double>(period.GetTotalMilliseconds()) < 1000)
+        throw Failure("a period of " + PeriodText(period) + " holds no sample of " + file +
+                      "; give a longer --period");
     const double samples = rate * static_cast<double>(period.GetTotalMilliseconds()) / 1000;
     if (std::llround(samples) > sound.Frames())
         throw Failure(file + " holds " + SecondsText(static_cast<double>(sound.Frames()) / rate) +
@@ -123,17 +126,14 @@ class Analysis {
 // Behind what went wrong: what of the recording there is.
 std::string WhatIsStored(const Recording& recording, const RecordOptions& options) {
     const int periods = recording.PeriodsStored();
-    if (periods == 0) return "; nothing was stored";
-    return "; " + std::to_string(periods) + (periods == 1 ? " period is" : " periods are") +
-           " safely stored as " + Quoted(options.measurement) + ", the same command with --start " +
-           Quoted(TimeText(recording.Start())) + " completes them";
+    if (periods == 0) return "; nothing was stored, repeat the command once that is put right";
+    return "; " + Counted(periods, "period") + " safely stored as " + Quoted(options.measurement) +
+           ", the same command with --start " + Quoted(TimeText(recording.Start())) + " goes on";
 }
 
 void StoreAll(const Analysis::Periods& periods, Recording& recording,
               const RecordOptions& options) {
     for (const auto& levels : periods) {
-        if (const int signal = caughtSignal; signal != 0)
-            throw Failure("stopped by a signal" + WhatIsStored(recording, options), 128 + signal);
         try {
             recording.Store(levels);
         } catch (const Failure& failure) {
@@ -165,22 +165,17 @@ void RecordAll(SoundFile& sound, Recording& recording, const RecordOptions& opti
 }
 
 void TellBands(const SoundFile& sound, std::span<const acoustics::Band> bands, std::ostream& out) {
-    const auto leftOut = acoustics::AllBands().subspan(bands.size());
-    if (leftOut.empty()) return;
+    if (bands.size() == acoustics::AllBands().size()) return;
     out << NumberText(sound.Rate()) << " samples a second carry the bands up to "
-        << bands.back().name << "; left out: ";
-    for (const auto& band : leftOut)
-        out << (band.number == leftOut.front().number ? "" : ", ") << band.name;
-    out << ".\n";
+        << bands.back().name << "; those above are left out.\n";
 }
 
 void TellResult(const SoundFile& sound, const Recording& recording, const RecordOptions& options,
                 std::ostream& out) {
     const int periods = recording.PeriodsStored();
-    out << "Recorded " << periods << " periods of " << PeriodText(options.period) << ", "
-        << sound.Channels() << (sound.Channels() == 1 ? " channel" : " channels")
-        << ", as the measurement " << Quoted(options.measurement) << " of "
-        << Quoted(options.instrument) << ".\n";
+    out << "Recorded " << Counted(periods, "period") << " of " << PeriodText(options.period) << ", "
+        << Counted(sound.Channels(), "channel") << ", as the measurement "
+        << Quoted(options.measurement) << " of " << Quoted(options.instrument) << ".\n";
     if (recording.IsResumed())
         out << "The measurement was there: this recording goes on from period "
             << recording.FirstPeriod() << ", at " << TimeText(recording.StartOfFirstPeriod())

@@ -39,7 +39,7 @@ Recording::Recording(Mersola& store, const RecordOptions& options,
     report_.ReportType = 1;
     report_.PeriodLen = options.period;
     CheckStart();
-    CheckResumable();
+    CheckResumable(options.start.has_value());
 }
 
 void Recording::CheckStart() const {
@@ -49,7 +49,7 @@ void Recording::CheckStart() const {
                       " is ten years or more from now; give another --start");
 }
 
-void Recording::CheckResumable() {
+void Recording::CheckResumable(bool isStartGiven) {
     firstStart_ = Start();
     const long instrument = store_.locateInstrumentId(instrumentName_);
     if (instrument < 0) return;
@@ -79,6 +79,13 @@ void Recording::CheckResumable() {
     if ((Start() - stored.StartAt).GetTotalMilliseconds() < 0)
         throw Failure(name + " is there and starts at " + TimeText(stored.StartAt) +
                       "; give a --start that is not earlier, or another name for the measurement");
+    const auto length = report.PeriodLen.GetTotalMilliseconds();
+    const CTimeSpanEx recorded(length * report.noOfPeriods);
+    // Values that are stored stay: a sound may meet them only where its start was meant to.
+    if (!isStartGiven &&
+        (Start() - stored.StartAt).GetTotalMilliseconds() / length < report.noOfPeriods)
+        throw Failure(name + " is there with periods up to " + TimeText(stored.StartAt + recorded) +
+                      "; give a --start from then on, or another name for the measurement");
     firstStart_ = stored.StartAt;
     storedBefore_ = report.noOfPeriods;
 }

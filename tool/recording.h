@@ -38,7 +38,7 @@ class Recording {
 
   private:
     void CheckStart() const;
-    void CheckResumable();
+    void CheckResumable(bool isStartGiven);
     void Register();
     void PutValues(const acoustics::PeriodLevels& levels, int channel, const _RecordsetPtr& batch);
     void Require(bool done, const char* what) const;

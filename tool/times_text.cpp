@@ -99,4 +99,8 @@ std::string NumberText(double number) {
     return std::string(text.data(), end);
 }
 
+std::string Counted(std::int64_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 }  // namespace mersola::tool

@@ -1,6 +1,7 @@
 // Times and lengths of time as people write them.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,5 +26,8 @@ std::string TimeText(const CTimeEx& time);
 
 /// A number in its shortest form, with a decimal point.
 std::string NumberText(double number);
+
+/// "1 period", "2 periods".
+std::string Counted(std::int64_t count, const char* noun);
 
 }  // namespace mersola::tool

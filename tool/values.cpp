@@ -126,11 +126,11 @@ std::vector<Run> Runs(const std::vector<std::int32_t>& bands) {
 std::string ValueText(float value, bool exact) {
     if (value == kMissing) return exact ? "" : "--";
     std::array<char, 64> text;
-    const auto end = exact ? std::to_chars(text.data(), text.data() + text.size(), value).ptr
-                           : std::to_chars(text.data(), text.data() + text.size(), value,
-                                           std::chars_format::fixed, 1)
-                                 .ptr;
-    return std::string(text.data(), end);
+    char* const end = text.data() + text.size();
+    const auto written = exact
+                             ? std::to_chars(text.data(), end, value)
+                             : std::to_chars(text.data(), end, value, std::chars_format::fixed, 1);
+    return std::string(text.data(), written.ptr);
 }
 
 }  // namespace

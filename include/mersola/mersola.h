@@ -16,9 +16,9 @@
 
 /// Stores and reads the data of monitoring instruments in one database.
 ///
-/// A recorder registers an instrument, a measurement, its reports and functions, and then writes one
-/// value for each period, channel, function and frequency band. A reader selects an instrument, a
-/// measurement, a report, a channel and a function, and then fetches values.
+/// A recorder registers an instrument, a measurement, its reports and functions, and then writes
+/// one value for each period, channel, function and frequency band. A reader selects an instrument,
+/// a measurement, a report, a channel and a function, and then fetches values.
 ///
 /// Rules that hold for every operation:
 /// - Threads: an object is used by one thread at a time; different objects are independent.
@@ -29,7 +29,8 @@
 ///   unless the caller brackets them with BeginTrans and RollbackTrans.
 /// - Connections: a null connection handle means the object's own connection.
 /// - Identifiers are 32-bit values: one that does not fit is refused like one that does not exist.
-/// - Texts are UTF-8. They are placed into statements between single quotes as they are: a text that
+/// - Texts are UTF-8. They are placed into statements between single quotes as they are: a text
+/// that
 ///   holds a single quote makes the statement, and so the operation, fail.
 /// - Missing values read as -100.0.
 class Mersola {
@@ -45,28 +46,30 @@ class Mersola {
     /// Disconnects. Never raises.
     ~Mersola();
 
-    Mersola(const Mersola&) = delete;  // a copy that dies would close the connection of the original
+    Mersola(const Mersola&) =
+        delete;  // a copy that dies would close the connection of the original
 
     /// Shares the other object's connection and takes over its settings, selection and recording
     /// state. Its own connection is released and stays open for others that share it. Closing a
     /// shared connection through one object closes it for all.
     Mersola& operator=(const Mersola& other);
 
-    /// Forgets the selected instrument, takes the credentials and the connection string and connects;
-    /// isConnected tells whether that worked. A null or empty text leaves the earlier one in force.
-    /// Each text is decoded by the component "Crypt.crypter" where one is registered that returns
-    /// something for it, and is used as given otherwise. `timeout`: seconds for connecting and for
-    /// each statement; 0 waits without end, -1 leaves the defaults (15 and 30) in force.
+    /// Forgets the selected instrument, takes the credentials and the connection string and
+    /// connects; isConnected tells whether that worked. A null or empty text leaves the earlier one
+    /// in force. Each text is decoded by the component "Crypt.crypter" where one is registered that
+    /// returns something for it, and is used as given otherwise. `timeout`: seconds for connecting
+    /// and for each statement; 0 waits without end, -1 leaves the defaults (15 and 30) in force.
     /// Raises _com_error when the crypter fails or the time-out is refused.
-    void Initialize(const char* user, const char* password, const char* connectString, long timeout);
+    void Initialize(const char* user, const char* password, const char* connectString,
+                    long timeout);
 
     /// Closes an open connection and opens it anew. On failure shows the reason in a message box
     /// (AfxMessageBox) and returns false, without a connection. Raises _com_error when the old
     /// connection cannot be closed or a property cannot be set.
     bool dbConnect();
 
-    /// Closes and releases the connection, for all objects that share it. Raises _com_error when the
-    /// connection was closed already; the handle is released all the same.
+    /// Closes and releases the connection, for all objects that share it. Raises _com_error when
+    /// the connection was closed already; the handle is released all the same.
     void dbDisconnect();
 
     bool isConnected() const;
@@ -81,8 +84,8 @@ class Mersola {
     /// they share it and its transaction.
     _ConnectionPtr getConnection() const;
 
-    /// Runs one statement. Returns its rows (closed, not null, for a statement without rows), or null
-    /// when there is no connection. Raises _com_error when the statement fails.
+    /// Runs one statement. Returns its rows (closed, not null, for a statement without rows), or
+    /// null when there is no connection. Raises _com_error when the statement fails.
     _RecordsetPtr dbExecute(const _ConnectionPtr& connection, const CString& sql);
     _RecordsetPtr dbExecute(const CString& sql);
 
@@ -120,7 +123,8 @@ class Mersola {
     /// Lists the selected instrument's measurements by their start; `out` is emptied first. Their
     /// reports stay empty.
     int GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out);
-    int _GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out, const _ConnectionPtr& connection);
+    int _GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out,
+                         const _ConnectionPtr& connection);
 
     /// Reads one measurement of the selected instrument; 0 when there is none.
     int _GetMeasurement(int measId, MeasurementInfo& rec, const _ConnectionPtr& connection);
@@ -150,16 +154,17 @@ class Mersola {
 
     // ---- Reports and functions -----------------------------------------------------------------
 
-    /// Selects a report of the selected measurement and loads its type, period lengths, period count
-    /// and value key; in the continuous view the argument names a report type. Selecting the same
-    /// one again returns 1 without reading anything. Returns 0 when there is none or on failure: the
-    /// identifier is then selected all the same.
+    /// Selects a report of the selected measurement and loads its type, period lengths, period
+    /// count and value key; in the continuous view the argument names a report type. Selecting the
+    /// same one again returns 1 without reading anything. Returns 0 when there is none or on
+    /// failure: the identifier is then selected all the same.
     int SetReport(long reportId);
 
     /// Lists the reports that have functions by their type; `out` is emptied first. A measId of -1
     /// means the selected measurement. On failure 0; what was read before stays in `out`.
     int GetReports(CArray<ReportInfo, ReportInfo&>& out);
-    int _GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection);
+    int _GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
+                    const _ConnectionPtr& connection);
 
     /// Reads one report of the selected measurement; 0 when there is none.
     int _GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& connection);
@@ -167,7 +172,8 @@ class Mersola {
     /// Lists the functions that the selected channel has in a report; `out` is emptied first; -1
     /// means the selected measurement or report.
     int GetFunctions(CArray<int, int>& out);
-    int _GetFunctions(CArray<int, int>& out, int measId, int reportId, const _ConnectionPtr& connection);
+    int _GetFunctions(CArray<int, int>& out, int measId, int reportId,
+                      const _ConnectionPtr& connection);
 
     /// The name of a function, empty when there is none.
     CString GetFunctionName(long funcId);
@@ -186,8 +192,8 @@ class Mersola {
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq);
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
 
-    /// Appends all values of the selected report and channel, of every function, by period and band.
-    /// Returns how many; a failed read ends the list early.
+    /// Appends all values of the selected report and channel, of every function, by period and
+    /// band. Returns how many; a failed read ends the list early.
     int GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out);
 
     /// Reads the selected report's period count as stored now, in the continuous view that of the
@@ -212,15 +218,15 @@ class Mersola {
 
     // ---- Recording: instruments and measurements -----------------------------------------------
 
-    /// The identifier of an instrument or measurement by name; when there is none yet, a free one to
-    /// create it under, with `isNew` true. -1 on failure. Allocation is not atomic: of two recorders
-    /// that register new names at the same moment, one may be refused.
+    /// The identifier of an instrument or measurement by name; when there is none yet, a free one
+    /// to create it under, with `isNew` true. -1 on failure. Allocation is not atomic: of two
+    /// recorders that register new names at the same moment, one may be refused.
     long locateNewInstrument(const _ConnectionPtr& connection, const CString& name, bool& isNew);
     long locateNewMeasurement(const _ConnectionPtr& connection, long groupId, const CString& name,
                               bool& isNew);
 
-    /// Registers an instrument and selects it: a new name gets a row, a known one keeps its row as it
-    /// is. Writes the identifier into `info.GroupId`. Recording is closed until PutMeasurement.
+    /// Registers an instrument and selects it: a new name gets a row, a known one keeps its row as
+    /// it is. Writes the identifier into `info.GroupId`. Recording is closed until PutMeasurement.
     bool PutInstrument(const _ConnectionPtr& connection, InstrumentInfo& info);
 
     /// The same, then stores `state` as the instrument's state.
@@ -246,7 +252,8 @@ class Mersola {
     // ---- Recording: reports and functions ------------------------------------------------------
 
     /// The value key of a report; when it has none yet, a free one. -1 on failure.
-    long locateNewMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId);
+    long locateNewMeasMap(const _ConnectionPtr& connection, long groupId, long measId,
+                          long reportId);
 
     /// Registers a report of the measurement being recorded and makes it the current one. A report
     /// that is stored already must have the same period length and type, else recording is closed;
@@ -272,26 +279,27 @@ class Mersola {
     /// Opens a batch of values; null on failure.
     _RecordsetPtr PutDataStart(const _ConnectionPtr& connection);
 
-    /// Sends a batch in one transaction. False when a value was refused (a duplicate too; the others
-    /// are stored and nothing is pending) or when nothing could be stored (a locked or full database;
-    /// all values stay pending, to be sent again).
+    /// Sends a batch in one transaction. False when a value was refused (a duplicate too; the
+    /// others are stored and nothing is pending) or when nothing could be stored (a locked or full
+    /// database; all values stay pending, to be sent again).
     bool PutDataEnd(const _RecordsetPtr& batch);
 
     /// Writes the value of a period counted from the start of this recording. `nextPeriod` becomes
-    /// period + 1. With `useBatch` the value waits in `batch` for PutDataEnd; otherwise it is stored
-    /// at once, to six decimals, and with `updatePeriods` the period count is raised.
-    /// A value of status "A" is stored as -100.0; NaN and infinity are refused.
-    /// A value that is stored already counts as written: true, but `nextPeriod` is `period` and the
-    /// count is not raised, so a recorder must not wait for `nextPeriod` to move on.
-    bool PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status, int period,
-                         int funcId, int channel, int frqId, bool updatePeriods, long& nextPeriod,
-                         bool useBatch, const _RecordsetPtr& batch);
-    bool PutDataRelative(double value, const CString& status, int period, int funcId, int channel, int frqId,
-                         bool updatePeriods, long& nextPeriod, bool useBatch, const _RecordsetPtr& batch);
+    /// period + 1. With `useBatch` the value waits in `batch` for PutDataEnd; otherwise it is
+    /// stored at once, to six decimals, and with `updatePeriods` the period count is raised. A
+    /// value of status "A" is stored as -100.0; NaN and infinity are refused. A value that is
+    /// stored already counts as written: true, but `nextPeriod` is `period` and the count is not
+    /// raised, so a recorder must not wait for `nextPeriod` to move on.
+    bool PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status,
+                         int period, int funcId, int channel, int frqId, bool updatePeriods,
+                         long& nextPeriod, bool useBatch, const _RecordsetPtr& batch);
+    bool PutDataRelative(double value, const CString& status, int period, int funcId, int channel,
+                         int frqId, bool updatePeriods, long& nextPeriod, bool useBatch,
+                         const _RecordsetPtr& batch);
 
-    /// Writes the value of the period in which `time` lies, `periodOffset` periods on; `periodLen` in
-    /// milliseconds, above 0. Periods are counted from the stored start. Otherwise as above, with
-    /// `nextPeriod` one past the period written, or for a duplicate that period.
+    /// Writes the value of the period in which `time` lies, `periodOffset` periods on; `periodLen`
+    /// in milliseconds, above 0. Periods are counted from the stored start. Otherwise as above,
+    /// with `nextPeriod` one past the period written, or for a duplicate that period.
     bool PutDataAbsolute(const _ConnectionPtr& connection, double value, const CString& status,
                          const CTimeEx& time, int periodOffset, int funcId, int channel, int frqId,
                          long periodLen, bool updatePeriods, long& nextPeriod, bool useBatch,
@@ -318,13 +326,13 @@ class Mersola {
     /// Inserts a marker as given, `Start` and `Stop` in the text encoding of times.
     bool PutMarker(const _ConnectionPtr& connection, MarkerInfo& m);
 
-    /// Inserts an open marker at the beginning of a period counted from the start of this recording,
-    /// which becomes `m.Start` and `m.Stop`. Raises _com_error when the statement fails; `m` is
-    /// changed then.
+    /// Inserts an open marker at the beginning of a period counted from the start of this
+    /// recording, which becomes `m.Start` and `m.Stop`. Raises _com_error when the statement fails;
+    /// `m` is changed then.
     bool PutMarkerRelative(const _ConnectionPtr& connection, MarkerInfo& m, long periods);
 
-    /// Closes the marker of the same instrument, measurement, path, start, number, function, band and
-    /// extended type: stores its stop and trigger condition. True also when there is none.
+    /// Closes the marker of the same instrument, measurement, path, start, number, function, band
+    /// and extended type: stores its stop and trigger condition. True also when there is none.
     bool UpdateMarkerStop(const _ConnectionPtr& connection, MarkerInfo& m);
 
     /// The same at the beginning of a period, which becomes `m.Stop`. Raises _com_error when the
@@ -370,19 +378,24 @@ class Mersola {
 
     int _GetAlarmInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out, CString kind);
     int _GetInstrument(InstrumentInfo& rec, const _ConnectionPtr& connection);
-    int _GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection);
-    int _GetAllFunctions(CArray<int, int>& out, int measId, int reportId, const _ConnectionPtr& connection);
+    int _GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
+                       const _ConnectionPtr& connection);
+    int _GetAllFunctions(CArray<int, int>& out, int measId, int reportId,
+                         const _ConnectionPtr& connection);
     int _GetAllFunctions(CArray<FuncInfo, FuncInfo&>& out, int measId, int reportId,
                          const _ConnectionPtr& connection);
-    int _GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
-    bool identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
+    int _GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                 char* status);
+    bool identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b,
+                               const _ConnectionPtr& connection);
     bool identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
     bool validDate(const CTimeEx& t);
     bool PutMissingPeriods(const _ConnectionPtr& connection, int reportId);
     int _GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long measId, CString type);
-    int _GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, long measId, CString& type);
-    int _GetMarkersForInstrumentOnly(CArray<MarkerInfo, MarkerInfo&>& out, long groupId, long measId,
-                                     CString type);
+    int _GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, long measId,
+                    CString& type);
+    int _GetMarkersForInstrumentOnly(CArray<MarkerInfo, MarkerInfo&>& out, long groupId,
+                                     long measId, CString type);
     int _GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out,
                                      long groupId, long measId, CString& type);
     bool loadContinuousSetupData();
@@ -461,7 +474,8 @@ class Mersola {
     bool insertReport(const _ConnectionPtr& connection, const ReportInfo& info);
     bool resumeReport(const _ConnectionPtr& connection, const ReportInfo& info);
     const ReportInfo* lastReport(int reportId) const;
-    long locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId, bool& isNew);
+    long locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId,
+                       bool& isNew);
     bool ensureMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId);
     bool updateReport(const _ConnectionPtr& connection, const CString& update);
     CTimeEx recordedPeriodStart(long period) const;
@@ -474,5 +488,6 @@ class Mersola {
     template <class Read>
     int withAlarmInstruments(CArray<MarkerInfo, MarkerInfo&>& out, long measId, Read read);
     template <class Predicate>
-    int readMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long groupId, long measId, CString type, Predicate wanted);
+    int readMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long groupId, long measId, CString type,
+                    Predicate wanted);
 };

@@ -22,17 +22,22 @@ void NumberPeriods(Measurements& chain) {
             if (member == 0) continue;
             const ReportInfo& previous = chain[member - 1].reports[index];
             const std::int64_t hop =
-                (chain[member].StartAt - chain[member - 1].StartAt).GetTotalMilliseconds() / report.PeriodLen.GetTotalMilliseconds();
+                (chain[member].StartAt - chain[member - 1].StartAt).GetTotalMilliseconds() /
+                report.PeriodLen.GetTotalMilliseconds();
             report.missingPeriods = hop - previous.noOfPeriods;  // negative where the two overlap
-            report.periodOffset = previous.noOfPeriods + report.missingPeriods + previous.periodOffset;
+            report.periodOffset =
+                previous.noOfPeriods + report.missingPeriods + previous.periodOffset;
         }
     }
 }
 
-std::int32_t LowPart(std::int64_t count) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(count)); }
+std::int32_t LowPart(std::int64_t count) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(count));
+}
 
 void AddOnce(Functions& functions, FuncInfo& function) {
-    if (std::find(functions.begin(), functions.end(), function) == functions.end()) functions.Add(function);
+    if (std::find(functions.begin(), functions.end(), function) == functions.end())
+        functions.Add(function);
 }
 
 }  // namespace
@@ -55,8 +60,11 @@ bool Mersola::loadContinuousSetupData() {
         reports[index].noOfPeriods = LowPart(last.periodOffset + last.noOfPeriods);
         for (const MeasurementInfo& member : members) {
             Functions functions;
-            if (!_GetAllFunctions(functions, member.MeasId, member.reports[index].ReportId, nullptr)) return false;
-            for (FuncInfo& function : functions) AddOnce(reports[index].functions, function);
+            if (!_GetAllFunctions(functions, member.MeasId, member.reports[index].ReportId,
+                                  nullptr))
+                return false;
+            for (FuncInfo& function : functions)
+                AddOnce(reports[index].functions, function);
         }
     }
     m_contMeasurements = chain;
@@ -79,7 +87,8 @@ bool Mersola::readChain(Measurements& chain) {
         CArray<ReportInfo, ReportInfo&> reports;
         for (ReportInfo& report : stored) {
             if (report.noOfPeriods <= 0) continue;
-            if (report.PeriodLen.GetTotalMilliseconds() <= 0) return false;  // its periods have no time
+            if (report.PeriodLen.GetTotalMilliseconds() <= 0)
+                return false;  // its periods have no time
             reports.Add(report);
         }
         measurement.setReports(reports);
@@ -114,8 +123,9 @@ int Mersola::recalculateContPeriods() {
     if (!readable() || m_contReportIndex == -1 || m_contMeasurements.IsEmpty()) return 0;
     MeasurementInfo& last = m_contMeasurements[m_contMeasurements.GetUpperBound()];
     ReportInfo& report = last.reports[m_contReportIndex];
-    const auto rows = dbExecute(formatted("SELECT noOfPeriods from Reports WHERE GroupId=%d AND ReportId=%d AND MeasId=%d",
-                                          m_GroupId, report.ReportId, last.MeasId));
+    const auto rows = dbExecute(
+        formatted("SELECT noOfPeriods from Reports WHERE GroupId=%d AND ReportId=%d AND MeasId=%d",
+                  m_GroupId, report.ReportId, last.MeasId));
     if (atFirstRow(rows)) {
         const std::int32_t stored = rows->Fields("noOfPeriods").Long();
         ReportInfo& whole = m_contReports[m_contReportIndex];

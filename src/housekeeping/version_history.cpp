@@ -8,9 +8,11 @@ using namespace mersola;
 int Mersola::AddVersion(const _ConnectionPtr& connection, versionHistory v) {
     try {
         const auto rows = dbExecute(
-            connection, formatted("INSERT INTO VersionHistory WITH (ROWLOCK) (Date,Version,Info) VALUES (%s,%s,%s)",
-                                  quoteText(v.Date).GetString(), quoteText(v.Version).GetString(),
-                                  quoteText(v.Info).GetString()));
+            connection,
+            formatted(
+                "INSERT INTO VersionHistory WITH (ROWLOCK) (Date,Version,Info) VALUES (%s,%s,%s)",
+                quoteText(v.Date).GetString(), quoteText(v.Version).GetString(),
+                quoteText(v.Info).GetString()));
         return rows ? 1 : 0;
     } catch (const _com_error&) {
         return 0;
@@ -24,11 +26,13 @@ int Mersola::GetVersion(const _ConnectionPtr& connection, versionHistory& v) {
         return atFirstRow(rows) && rows->Fields(0).Long() > 0;
     };
     try {
-        if (!counts("SELECT count(*) FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[Groups]') AND "
-                    "OBJECTPROPERTY(id, N'IsUserTable') = 1")) {
+        if (!counts(
+                "SELECT count(*) FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[Groups]') AND "
+                "OBJECTPROPERTY(id, N'IsUserTable') = 1")) {
             return -2;
         }
-        if (!counts("SELECT count(*) FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[VersionHistory]')  AND "
+        if (!counts("SELECT count(*) FROM dbo.sysobjects WHERE id = "
+                    "OBJECT_ID(N'[dbo].[VersionHistory]')  AND "
                     "OBJECTPROPERTY(id, N'IsUserTable')=1")) {
             return -1;
         }

@@ -22,7 +22,8 @@ struct Window {
 
     bool Holds(const CString& start) const {
         CTimeEx time;
-        return CTimeEx::FromText(start, time) && time.IsValid() && !IsBefore(time, from) && IsBefore(time, to);
+        return CTimeEx::FromText(start, time) && time.IsValid() && !IsBefore(time, from) &&
+               IsBefore(time, to);
     }
 };
 
@@ -63,7 +64,8 @@ bool HasAlarmInstruments(const InstrumentInfo& instrument) {
 
 // Appends the closed markers among the rows that `wanted` accepts.
 template <class Predicate>
-void AppendMarkers(const _RecordsetPtr& rows, int groupId, int measId, Markers& out, Predicate wanted) {
+void AppendMarkers(const _RecordsetPtr& rows, int groupId, int measId, Markers& out,
+                   Predicate wanted) {
     for (; !rows->EndOfFile(); rows->MoveNext()) {
         MarkerInfo m;
         m.GroupId = groupId;
@@ -75,31 +77,39 @@ void AppendMarkers(const _RecordsetPtr& rows, int groupId, int measId, Markers& 
 
 }  // namespace
 
-int Mersola::GetMarkers(Markers& out) { return GetMarkers(out, CString()); }
+int Mersola::GetMarkers(Markers& out) {
+    return GetMarkers(out, CString());
+}
 
 int Mersola::GetMarkers(Markers& out, CString type) {
     return forEachMeasurement([&](long measId) { return _GetMarkers(out, measId, type); });
 }
 
-int Mersola::GetMarkers(CTimeEx from, CTimeEx to, Markers& out) { return GetMarkers(from, to, out, CString()); }
+int Mersola::GetMarkers(CTimeEx from, CTimeEx to, Markers& out) {
+    return GetMarkers(from, to, out, CString());
+}
 
 int Mersola::GetMarkers(CTimeEx from, CTimeEx to, Markers& out, CString type) {
-    return forEachMeasurement([&](long measId) { return _GetMarkers(from, to, out, measId, type); });
+    return forEachMeasurement(
+        [&](long measId) { return _GetMarkers(from, to, out, measId, type); });
 }
 
 int Mersola::GetMarkers(long fromPeriod, long toPeriod, Markers& out) {
     if (!readable()) return 0;
     SetMeasurement(m_MeasId);
-    const bool recorded = m_recordedGroupId == m_GroupId && m_recordedMeasId == m_MeasId && m_MeasId != -1;
+    const bool recorded =
+        m_recordedGroupId == m_GroupId && m_recordedMeasId == m_MeasId && m_MeasId != -1;
     const auto timeOf = [&](long period) {
-        return recorded ? recordedPeriodStart(period) : timeOfPeriod(m_StartAt, m_prdLength, period);
+        return recorded ? recordedPeriodStart(period)
+                        : timeOfPeriod(m_StartAt, m_prdLength, period);
     };
     const Window window{timeOf(fromPeriod), timeOf(toPeriod)};
     if (!window.from.IsValid() || !window.to.IsValid()) return 0;
     try {
-        const auto rows =
-            dbExecute(formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d", m_GroupId, m_MeasId));
-        AppendMarkers(rows, m_GroupId, m_MeasId, out, [&](const MarkerInfo& m) { return window.Holds(m.Start); });
+        const auto rows = dbExecute(
+            formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d", m_GroupId, m_MeasId));
+        AppendMarkers(rows, m_GroupId, m_MeasId, out,
+                      [&](const MarkerInfo& m) { return window.Holds(m.Start); });
         return 1;
     } catch (const _com_error&) {
         return 0;
@@ -132,7 +142,8 @@ template <class Read>
 int Mersola::withAlarmInstruments(Markers& out, long measId, Read read) {
     if (!read(out, -1, measId == -1 ? m_MeasId : measId)) return 0;
     InstrumentInfo instrument;
-    if (!_GetInstrument(m_GroupId, instrument, nullptr) || !HasAlarmInstruments(instrument)) return 1;
+    if (!_GetInstrument(m_GroupId, instrument, nullptr) || !HasAlarmInstruments(instrument))
+        return 1;
     CArray<InstrumentInfo, InstrumentInfo&> alarms;
     _GetAlarmInstruments(alarms, "alarm");
     for (const InstrumentInfo& alarm : alarms) {
@@ -146,10 +157,11 @@ int Mersola::_GetMarkersForInstrumentOnly(Markers& out, long groupId, long measI
     return readMarkers(out, groupId, measId, type, [](const MarkerInfo&) { return true; });
 }
 
-int Mersola::_GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, Markers& out, long groupId, long measId,
-                                          CString& type) {
+int Mersola::_GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, Markers& out, long groupId,
+                                          long measId, CString& type) {
     const Window window{from, to};
-    return readMarkers(out, groupId, measId, type, [&](const MarkerInfo& m) { return window.Holds(m.Start); });
+    return readMarkers(out, groupId, measId, type,
+                       [&](const MarkerInfo& m) { return window.Holds(m.Start); });
 }
 
 template <class Predicate>
@@ -159,9 +171,10 @@ int Mersola::readMarkers(Markers& out, long groupId, long measId, CString type, 
     if (!readable() || !group || !measurement) return 0;
     type.MakeLower();
     try {
-        const auto rows = dbExecute(*measurement == -2 ? formatted("SELECT * FROM Markers WHERE GroupId=%d", *group)
-                                                       : formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d",
-                                                                   *group, *measurement));
+        const auto rows = dbExecute(
+            *measurement == -2 ? formatted("SELECT * FROM Markers WHERE GroupId=%d", *group)
+                               : formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d",
+                                           *group, *measurement));
         // Markers of alarm instruments are handed out under the instrument that was asked for.
         AppendMarkers(rows, m_GroupId, *measurement, out,
                       [&](const MarkerInfo& m) { return wanted(m) && HasType(m, type); });

@@ -12,21 +12,24 @@ namespace {
 CString InsertText(const MarkerInfo& m, int inProgress) {
     return formatted(
         "INSERT INTO Markers WITH (ROWLOCK) "
-        "(GroupId,MeasId,Path,Start,Stop,MarkerId,MarkerType,TriggerCondition,funcId,frqId,inProgess,ExtMarkerType,Color) "
+        "(GroupId,MeasId,Path,Start,Stop,MarkerId,MarkerType,TriggerCondition,funcId,frqId,"
+        "inProgess,ExtMarkerType,Color) "
         "VALUES (%d,%d,%s,%s,%s,%d,%d,%s,%d,%d,%d,%s,%d)",
-        m.GroupId, m.MeasId, quoteText(m.Path).GetString(), quoteText(m.Start).GetString(), quoteText(m.Stop).GetString(),
-        m.MarkerId, m.MarkerType, quoteText(m.TriggerCondition).GetString(), m.funcId, m.frqId, inProgress,
+        m.GroupId, m.MeasId, quoteText(m.Path).GetString(), quoteText(m.Start).GetString(),
+        quoteText(m.Stop).GetString(), m.MarkerId, m.MarkerType,
+        quoteText(m.TriggerCondition).GetString(), m.funcId, m.frqId, inProgress,
         quoteText(m.ExtMarkerType).GetString(), m.Color);
 }
 
 // `blanks` stand before WHERE: the two statements that close a marker differ in them.
 CString CloseText(const MarkerInfo& m, const char* blanks) {
     return formatted(
-        "UPDATE Markers  WITH (ROWLOCK) SET Stop=%s, inProgess=0, TriggerCondition=%s%sWHERE GroupId=%d AND MeasId=%d  AND "
+        "UPDATE Markers  WITH (ROWLOCK) SET Stop=%s, inProgess=0, TriggerCondition=%s%sWHERE "
+        "GroupId=%d AND MeasId=%d  AND "
         "Path=%s AND Start=%s AND MarkerId=%d AND funcId=%d AND frqId=%d AND ExtMarkerType=%s",
-        quoteText(m.Stop).GetString(), quoteText(m.TriggerCondition).GetString(), blanks, m.GroupId, m.MeasId,
-        quoteText(m.Path).GetString(), quoteText(m.Start).GetString(), m.MarkerId, m.funcId, m.frqId,
-        quoteText(m.ExtMarkerType).GetString());
+        quoteText(m.Stop).GetString(), quoteText(m.TriggerCondition).GetString(), blanks, m.GroupId,
+        m.MeasId, quoteText(m.Path).GetString(), quoteText(m.Start).GetString(), m.MarkerId,
+        m.funcId, m.frqId, quoteText(m.ExtMarkerType).GetString());
 }
 
 }  // namespace
@@ -57,7 +60,8 @@ bool Mersola::UpdateMarkerStop(const _ConnectionPtr& connection, MarkerInfo& m) 
     }
 }
 
-bool Mersola::UpdateMarkerStopRelative(const _ConnectionPtr& connection, MarkerInfo& m, long periods) {
+bool Mersola::UpdateMarkerStopRelative(const _ConnectionPtr& connection, MarkerInfo& m,
+                                       long periods) {
     if (!resolved(connection)) return false;
     const CTimeEx time = recordedPeriodStart(periods);
     if (!m_Valid || !time.IsValid()) return false;
@@ -84,11 +88,14 @@ int Mersola::DeleteMarker(const _ConnectionPtr& connection, MarkerInfo& m) {
         return 0;
     }
     try {
-        dbExecute(connection, formatted("DELETE FROM Markers WHERE GroupId=%d AND MeasId=%d AND Start=%s AND Stop=%s AND "
-                                        "MarkerId=%d AND MarkerType=%d AND funcId=%d AND frqId=%d AND ExtMarkerType=%s",
-                                        m.GroupId, m.MeasId, quoteText(m.Start).GetString(), quoteText(m.Stop).GetString(),
-                                        m.MarkerId, m.MarkerType, m.funcId, m.frqId,
-                                        quoteText(m.ExtMarkerType).GetString()));
+        dbExecute(
+            connection,
+            formatted(
+                "DELETE FROM Markers WHERE GroupId=%d AND MeasId=%d AND Start=%s AND Stop=%s AND "
+                "MarkerId=%d AND MarkerType=%d AND funcId=%d AND frqId=%d AND ExtMarkerType=%s",
+                m.GroupId, m.MeasId, quoteText(m.Start).GetString(), quoteText(m.Stop).GetString(),
+                m.MarkerId, m.MarkerType, m.funcId, m.frqId,
+                quoteText(m.ExtMarkerType).GetString()));
         return 1;
     } catch (const _com_error&) {
         return 0;
@@ -98,10 +105,12 @@ int Mersola::DeleteMarker(const _ConnectionPtr& connection, MarkerInfo& m) {
 int Mersola::DeleteMarkers(MarkerInfo& m) {
     if (!readable()) return 0;
     try {
-        dbExecute(formatted("DELETE FROM Markers WHERE GroupId=%d AND MeasId=%d AND Start=%s AND Stop=%s AND MarkerId=%d AND "
-                            "MarkerType=%d",
-                            m.GroupId, m.MeasId, quoteText(m.Start).GetString(), quoteText(m.Stop).GetString(), m.MarkerId,
-                            m.MarkerType));
+        dbExecute(
+            formatted("DELETE FROM Markers WHERE GroupId=%d AND MeasId=%d AND Start=%s AND Stop=%s "
+                      "AND MarkerId=%d AND "
+                      "MarkerType=%d",
+                      m.GroupId, m.MeasId, quoteText(m.Start).GetString(),
+                      quoteText(m.Stop).GetString(), m.MarkerId, m.MarkerType));
         return 1;
     } catch (const _com_error&) {
         return 0;

@@ -5,6 +5,8 @@
 
 namespace mersola::ado {
 
-void RegisterBuiltinProviders() { RegisterProvider("SQLite", sqlite::MakeProvider()); }
+void RegisterBuiltinProviders() {
+    RegisterProvider("SQLite", sqlite::MakeProvider());
+}
 
 }  // namespace mersola::ado

@@ -36,8 +36,8 @@ int Mersola::SetMeasurement(long measId) {
             return 1;
         }
         m_MeasId = *id;
-        const auto rows =
-            dbExecute(formatted("SELECT * FROM Measurements where MeasId=%d and GroupId=%d", m_MeasId, m_GroupId));
+        const auto rows = dbExecute(formatted(
+            "SELECT * FROM Measurements where MeasId=%d and GroupId=%d", m_MeasId, m_GroupId));
         if (!atFirstRow(rows)) return 0;
         MeasurementInfo rec;
         readMeasurement(*rows, rec);

@@ -10,34 +10,39 @@ int Mersola::GetFunctions(CArray<int, int>& out) {
     return _GetFunctions(out, -1, -1, m_connection);
 }
 
-int Mersola::_GetFunctions(CArray<int, int>& out, int measId, int reportId, const _ConnectionPtr& connection) {
+int Mersola::_GetFunctions(CArray<int, int>& out, int measId, int reportId,
+                           const _ConnectionPtr& connection) {
     out.RemoveAll();
     if (measId == -1) measId = m_MeasId;
     if (reportId == -1) reportId = m_ReportId;
     if (m_contMode == -3 && m_contReportIndex != -1) {
         for (const FuncInfo& function : m_contReports[m_contReportIndex].functions) {
-            if (m_channel != 0) out.Add(function.FuncId);  // whatever its channel: callers rely on it
+            if (m_channel != 0)
+                out.Add(function.FuncId);  // whatever its channel: callers rely on it
         }
         return 1;
     }
     try {
-        const auto rows = dbExecute(
-            connection,
-            formatted("SELECT * FROM MeasuredFunctions where ReportId=%d and MeasId=%d and GroupId=%d and Channel=%d",
-                      reportId, measId, m_GroupId, m_channel));
+        const auto rows =
+            dbExecute(connection, formatted("SELECT * FROM MeasuredFunctions where ReportId=%d and "
+                                            "MeasId=%d and GroupId=%d and Channel=%d",
+                                            reportId, measId, m_GroupId, m_channel));
         if (!rows) return 0;
-        for (; !rows->EndOfFile(); rows->MoveNext()) out.Add(rows->Fields("FuncId").Long());
+        for (; !rows->EndOfFile(); rows->MoveNext())
+            out.Add(rows->Fields("FuncId").Long());
         return 1;
     } catch (const _com_error&) {
         return 0;
     }
 }
 
-int Mersola::_GetAllFunctions(CArray<int, int>& out, int measId, int reportId, const _ConnectionPtr& connection) {
+int Mersola::_GetAllFunctions(CArray<int, int>& out, int measId, int reportId,
+                              const _ConnectionPtr& connection) {
     CArray<FuncInfo, FuncInfo&> functions;
     const int result = _GetAllFunctions(functions, measId, reportId, connection);
     out.RemoveAll();
-    for (const FuncInfo& function : functions) out.Add(function.FuncId);
+    for (const FuncInfo& function : functions)
+        out.Add(function.FuncId);
     return result;
 }
 
@@ -48,8 +53,10 @@ int Mersola::_GetAllFunctions(CArray<FuncInfo, FuncInfo&>& out, int measId, int 
     if (reportId == -1) reportId = m_ReportId;
     try {
         const auto rows = dbExecute(
-            connection, formatted("SELECT * FROM MeasuredFunctions where ReportId=%d and MeasId=%d and GroupId=%d",
-                                  reportId, measId, m_GroupId));
+            connection,
+            formatted(
+                "SELECT * FROM MeasuredFunctions where ReportId=%d and MeasId=%d and GroupId=%d",
+                reportId, measId, m_GroupId));
         if (!rows) return 0;
         for (; !rows->EndOfFile(); rows->MoveNext()) {
             FuncInfo function;
@@ -67,7 +74,8 @@ CString Mersola::GetFunctionName(long funcId) {
     const auto id = identifier(funcId);
     if (!id) return CString();
     try {
-        const auto rows = dbExecute(formatted("SELECT FuncName FROM FuncNameMap where FuncId=%d", *id));
+        const auto rows =
+            dbExecute(formatted("SELECT FuncName FROM FuncNameMap where FuncId=%d", *id));
         return atFirstRow(rows) ? rows->Fields("FuncName").Text() : CString();
     } catch (const _com_error&) {
         return CString();
@@ -78,7 +86,8 @@ CString Mersola::GetFrqName(long frqId) {
     const auto id = identifier(frqId);
     if (!id) return CString();
     try {
-        const auto rows = dbExecute(formatted("SELECT FrqName FROM FrqNameMap where FrqId=%d", *id));
+        const auto rows =
+            dbExecute(formatted("SELECT FrqName FROM FrqNameMap where FrqId=%d", *id));
         // The result has no such field, so that bands have no names here: callers rely on that.
         return atFirstRow(rows) ? rows->Fields("FuncName").Text() : CString();
     } catch (const _com_error&) {

@@ -13,7 +13,8 @@ constexpr const char* kStation = "station";
 
 // Appends the instruments that `wanted` accepts; their type is in lower case.
 template <class Predicate>
-int ListInstruments(const _RecordsetPtr& rows, CArray<InstrumentInfo, InstrumentInfo&>& out, Predicate wanted) {
+int ListInstruments(const _RecordsetPtr& rows, CArray<InstrumentInfo, InstrumentInfo&>& out,
+                    Predicate wanted) {
     if (!rows) return 0;
     for (; !rows->EndOfFile(); rows->MoveNext()) {
         InstrumentInfo rec;
@@ -32,7 +33,8 @@ long Mersola::locateInstrumentId(CString name) {
         return -1;
     }
     try {
-        const auto rows = dbExecute(formatted("SELECT * FROM Groups where GroupName=%s", quoteText(name).GetString()));
+        const auto rows = dbExecute(
+            formatted("SELECT * FROM Groups where GroupName=%s", quoteText(name).GetString()));
         return atFirstRow(rows) ? rows->Fields("GroupId").Long() : -1;
     } catch (const _com_error&) {
         Test("***Invalid eexecption  locateInstrument\n");
@@ -56,7 +58,8 @@ int Mersola::GetInstrumentsAndAlarms(CArray<InstrumentInfo, InstrumentInfo&>& ou
     out.RemoveAll();
     if (!readable()) return 0;
     try {
-        return ListInstruments(dbExecute(kAllInstruments), out, [](const InstrumentInfo&) { return true; });
+        return ListInstruments(dbExecute(kAllInstruments), out,
+                               [](const InstrumentInfo&) { return true; });
     } catch (const _com_error&) {
         return 0;
     }
@@ -68,14 +71,16 @@ int Mersola::_GetAlarmInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out, 
     try {
         return ListInstruments(dbExecute(kAllInstruments), out, [&](const InstrumentInfo& rec) {
             const ListText type(rec.Type);
-            return type.GetSize() == 2 && type.First() == kind && ListText(rec.State).First() == kStation;
+            return type.GetSize() == 2 && type.First() == kind &&
+                   ListText(rec.State).First() == kStation;
         });
     } catch (const _com_error&) {
         return 0;
     }
 }
 
-int Mersola::_GetInstrument(int groupId, InstrumentInfo& rec, const _ConnectionPtr& /*connection*/) {
+int Mersola::_GetInstrument(int groupId, InstrumentInfo& rec,
+                            const _ConnectionPtr& /*connection*/) {
     if (!readable()) return 0;
     try {
         const auto rows = dbExecute(formatted("SELECT * FROM Groups WHERE GroupId=%d", groupId));
@@ -89,7 +94,8 @@ int Mersola::_GetInstrument(int groupId, InstrumentInfo& rec, const _ConnectionP
 
 int Mersola::_GetInstrument(InstrumentInfo& rec, const _ConnectionPtr& connection) {
     try {
-        const auto rows = dbExecute(connection, formatted("SELECT * FROM Groups WHERE GroupId=%d", rec.GroupId));
+        const auto rows =
+            dbExecute(connection, formatted("SELECT * FROM Groups WHERE GroupId=%d", rec.GroupId));
         if (!atFirstRow(rows)) return 0;
         readInstrument(*rows, rec);
         return 1;
@@ -101,7 +107,8 @@ int Mersola::_GetInstrument(InstrumentInfo& rec, const _ConnectionPtr& connectio
 int Mersola::Get_InstrumentState(CString& state) {
     if (!readable()) return 0;
     try {
-        const auto rows = dbExecute(formatted("SELECT State from Groups WHERE GroupId=%d", m_GroupId));
+        const auto rows =
+            dbExecute(formatted("SELECT State from Groups WHERE GroupId=%d", m_GroupId));
         if (!atFirstRow(rows)) return 0;
         state = rows->Fields("State").Text();
         return 1;

@@ -10,21 +10,27 @@ long Mersola::locateMeasurementId(long groupId, CString name) {
     const auto group = identifier(groupId);
     if (!m_connection || !group) return -1;
     try {
-        const auto rows = dbExecute(formatted("SELECT * FROM Measurements where MeasName=%s and GroupId=%d",
-                                              quoteText(name).GetString(), *group));
+        const auto rows =
+            dbExecute(formatted("SELECT * FROM Measurements where MeasName=%s and GroupId=%d",
+                                quoteText(name).GetString(), *group));
         return atFirstRow(rows) ? rows->Fields("MeasId").Long() : -1;
     } catch (const _com_error&) {
         return -1;
     }
 }
 
-int Mersola::GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out) { return _GetMeasurements(out, nullptr); }
+int Mersola::GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out) {
+    return _GetMeasurements(out, nullptr);
+}
 
-int Mersola::_GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out, const _ConnectionPtr& connection) {
+int Mersola::_GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out,
+                              const _ConnectionPtr& connection) {
     out.RemoveAll();
     try {
-        const auto rows = dbExecute(
-            connection, formatted("SELECT * FROM Measurements where GroupId=%d ORDER BY StartAt ASC", m_GroupId));
+        const auto rows =
+            dbExecute(connection,
+                      formatted("SELECT * FROM Measurements where GroupId=%d ORDER BY StartAt ASC",
+                                m_GroupId));
         if (!rows) return 0;
         for (; !rows->EndOfFile(); rows->MoveNext()) {
             MeasurementInfo rec;
@@ -39,8 +45,9 @@ int Mersola::_GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out, co
 
 int Mersola::_GetMeasurement(int measId, MeasurementInfo& rec, const _ConnectionPtr& connection) {
     try {
-        const auto rows = dbExecute(connection, formatted("SELECT * FROM Measurements where GroupId=%d AND MeasId=%d",
-                                                          m_GroupId, measId));
+        const auto rows = dbExecute(
+            connection, formatted("SELECT * FROM Measurements where GroupId=%d AND MeasId=%d",
+                                  m_GroupId, measId));
         if (!atFirstRow(rows)) return 0;
         readMeasurement(*rows, rec);
         return 1;

@@ -16,8 +16,9 @@ int Mersola::Get_nPrds(long& n) {
             n = m_noOfPeriods;
             return 1;
         }
-        const auto rows = dbExecute(formatted("SELECT noOfPeriods from Reports WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
-                                              m_GroupId, m_MeasId, m_ReportId));
+        const auto rows = dbExecute(formatted(
+            "SELECT noOfPeriods from Reports WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
+            m_GroupId, m_MeasId, m_ReportId));
         if (atFirstRow(rows)) n = m_noOfPeriods = rows->Fields("noOfPeriods").Long();
         return 1;
     } catch (const _com_error&) {
@@ -25,7 +26,9 @@ int Mersola::Get_nPrds(long& n) {
     }
 }
 
-int Mersola::GetFirstPeriod(long& first) { return GetFirstPeriod(first, m_MeasValueId, m_connection); }
+int Mersola::GetFirstPeriod(long& first) {
+    return GetFirstPeriod(first, m_MeasValueId, m_connection);
+}
 
 int Mersola::GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection) {
     first = -1;
@@ -37,8 +40,11 @@ int Mersola::GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr&
     }
     m_firstPrdValid = false;
     try {
-        auto rows = dbExecute(connection, "SELECT PeriodNo FROM MeasuredValues WHERE MeasValueId=-1");
-        rows = dbExecute(connection, formatted("SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=%d", *id));
+        auto rows =
+            dbExecute(connection, "SELECT PeriodNo FROM MeasuredValues WHERE MeasValueId=-1");
+        rows = dbExecute(
+            connection,
+            formatted("SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=%d", *id));
         if (!atFirstRow(rows) || rows->Fields(0).IsNull()) return 0;
         first = m_firstPrd = rows->Fields(0).Long();
         m_firstPrdMeasValueId = *id;
@@ -58,8 +64,10 @@ int Mersola::GetFirstPeriod(long& first, long groupId, long measId, long reportI
     if (!group || !measurement || !report) return 0;
     try {
         const auto rows = dbExecute(
-            connection, formatted("SELECT MinPeriod FROM Reports WHERE GroupId=%d AND MeasId=%d AND ReportId=%d", *group,
-                                  *measurement, *report));
+            connection,
+            formatted(
+                "SELECT MinPeriod FROM Reports WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
+                *group, *measurement, *report));
         if (!atFirstRow(rows)) return 0;
         first = rows->Fields("MinPeriod").Long();
         return 1;
@@ -72,16 +80,20 @@ int Mersola::GetStartOfFirstPeriod(CTimeEx& t) {
     long first = -1;
     if (!GetFirstPeriod(first)) return 0;
     std::int64_t offset = 0;
-    if (__builtin_mul_overflow(m_prdLength.GetTotalMilliseconds(), std::int64_t{first}, &offset)) return 0;
+    if (__builtin_mul_overflow(m_prdLength.GetTotalMilliseconds(), std::int64_t{first}, &offset))
+        return 0;
     const CTimeEx start = m_StartAt + CTimeSpanEx(offset);
     if (!start.IsValid()) return 0;
     t = start;
     return 1;
 }
 
-int Mersola::GetPercentiles(CArray<float, float>& out) { return _GetPercentiles(out, -1, m_connection) ? 1 : 0; }
+int Mersola::GetPercentiles(CArray<float, float>& out) {
+    return _GetPercentiles(out, -1, m_connection) ? 1 : 0;
+}
 
-bool Mersola::_GetPercentiles(CArray<float, float>& out, int measId, const _ConnectionPtr& connection) {
+bool Mersola::_GetPercentiles(CArray<float, float>& out, int measId,
+                              const _ConnectionPtr& connection) {
     out.RemoveAll();
     if (measId == -1) measId = m_MeasId;
     if (measId == m_percentilesMeasId && m_GroupId == m_percentilesGroupId) {
@@ -91,7 +103,9 @@ bool Mersola::_GetPercentiles(CArray<float, float>& out, int measId, const _Conn
     m_percentilesMeasId = m_percentilesGroupId = -1;
     try {
         const auto rows = dbExecute(
-            connection, formatted("SELECT Percentiles FROM Measurements where MeasId=%d and GroupId=%d", measId, m_GroupId));
+            connection,
+            formatted("SELECT Percentiles FROM Measurements where MeasId=%d and GroupId=%d", measId,
+                      m_GroupId));
         if (!atFirstRow(rows)) return false;
         ListText items;
         if (!items.Parse(rows->Fields("Percentiles").Text())) return false;

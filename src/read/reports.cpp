@@ -17,7 +17,8 @@ int Mersola::SetReport(long reportId) {
             if (*id != m_ReportId) {
                 m_ReportId = *id;
                 m_contReportIndex = -1;
-                for (int index = 0; index < m_contReports.GetSize() && m_contReportIndex < 0; ++index) {
+                for (int index = 0; index < m_contReports.GetSize() && m_contReportIndex < 0;
+                     ++index) {
                     if (m_contReports[index].ReportType == *id) m_contReportIndex = index;
                 }
             }
@@ -27,13 +28,15 @@ int Mersola::SetReport(long reportId) {
             storedMeasurement = m_contMeasId;
             for (const MeasurementInfo& member : m_contMeasurements) {
                 // The view is selected by report type, values are keyed by the member's own report.
-                if (member.MeasId == m_contMeasId) storedReport = member.reports[m_contReportIndex].ReportId;
+                if (member.MeasId == m_contMeasId)
+                    storedReport = member.reports[m_contReportIndex].ReportId;
             }
         } else {
             if (*id == m_ReportId) return 1;
             m_ReportId = *id;
-            const auto rows = dbExecute(formatted("SELECT * FROM Reports where ReportId=%d and MeasId=%d and GroupId=%d",
-                                                  m_ReportId, m_MeasId, m_GroupId));
+            const auto rows = dbExecute(
+                formatted("SELECT * FROM Reports where ReportId=%d and MeasId=%d and GroupId=%d",
+                          m_ReportId, m_MeasId, m_GroupId));
             if (!atFirstRow(rows)) return 0;
             readReport(*rows, rec);
         }
@@ -46,9 +49,9 @@ int Mersola::SetReport(long reportId) {
             if (m_contMeasId == -1) return 1;
             m_MeasValueId = -1;
         }
-        const auto rows =
-            dbExecute(formatted("SELECT MeasValueId FROM MeasValueMap where ReportId=%d and MeasId=%d and GroupId=%d",
-                                storedReport, storedMeasurement, m_GroupId));
+        const auto rows = dbExecute(formatted(
+            "SELECT MeasValueId FROM MeasValueMap where ReportId=%d and MeasId=%d and GroupId=%d",
+            storedReport, storedMeasurement, m_GroupId));
         if (!atFirstRow(rows)) return 0;
         m_MeasValueId = rows->Fields("MeasValueId").Long();
         return 1;
@@ -57,9 +60,12 @@ int Mersola::SetReport(long reportId) {
     }
 }
 
-int Mersola::GetReports(CArray<ReportInfo, ReportInfo&>& out) { return _GetReports(out, -1, m_connection); }
+int Mersola::GetReports(CArray<ReportInfo, ReportInfo&>& out) {
+    return _GetReports(out, -1, m_connection);
+}
 
-int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection) {
+int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
+                         const _ConnectionPtr& connection) {
     out.RemoveAll();
     if (measId == -1) measId = m_MeasId;
     if (m_contMode == -3) {
@@ -67,17 +73,19 @@ int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const
         return 1;
     }
     try {
-        const auto rows = dbExecute(connection,
-                                    formatted("SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
-                                              measId, m_GroupId));
+        const auto rows = dbExecute(
+            connection,
+            formatted(
+                "SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
+                measId, m_GroupId));
         if (!rows) return 0;
         for (; !rows->EndOfFile(); rows->MoveNext()) {
             ReportInfo rec;
             rec.ReportId = rows->Fields("ReportId").Long();
-            const auto functions = dbExecute(
-                connection,
-                formatted("SELECT count(*) FROM MeasuredFunctions where MeasId=%d and GroupId=%d and ReportId=%d",
-                          measId, m_GroupId, rec.ReportId));
+            const auto functions =
+                dbExecute(connection, formatted("SELECT count(*) FROM MeasuredFunctions where "
+                                                "MeasId=%d and GroupId=%d and ReportId=%d",
+                                                measId, m_GroupId, rec.ReportId));
             if (!atFirstRow(functions) || functions->Fields(0).Long() == 0) continue;
             readReport(*rows, rec);
             out.Add(rec);
@@ -88,13 +96,16 @@ int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const
     }
 }
 
-int Mersola::_GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId, const _ConnectionPtr& connection) {
+int Mersola::_GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
+                            const _ConnectionPtr& connection) {
     out.RemoveAll();
     if (measId == -1) measId = m_MeasId;
     try {
-        const auto rows = dbExecute(connection,
-                                    formatted("SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
-                                              measId, m_GroupId));
+        const auto rows = dbExecute(
+            connection,
+            formatted(
+                "SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
+                measId, m_GroupId));
         if (!rows) return 0;
         for (; !rows->EndOfFile(); rows->MoveNext()) {
             ReportInfo rec;
@@ -110,9 +121,10 @@ int Mersola::_GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId, co
 
 int Mersola::_GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& connection) {
     try {
-        const auto rows =
-            dbExecute(connection, formatted("SELECT * FROM Reports where GroupId=%d AND MeasId=%d AND ReportId=%d",
-                                            m_GroupId, m_MeasId, reportId));
+        const auto rows = dbExecute(
+            connection,
+            formatted("SELECT * FROM Reports where GroupId=%d AND MeasId=%d AND ReportId=%d",
+                      m_GroupId, m_MeasId, reportId));
         if (!atFirstRow(rows)) {
             Test("Done Error");
             return 0;

@@ -15,10 +15,18 @@ constexpr float kMissing = -100.0F;
 // The columns of MeasuredValues by position: a row is one value, so names would cost too much.
 enum Column { kPeriodNo = 1, kFrqId = 4, kValue = 5, kStatus = 6 };
 
-bool IsInvalid(char status) { return status == 'A'; }
+bool IsInvalid(char status) {
+    return status == 'A';
+}
+
+double ValueIn(AdoField field) {
+    const double value = field.Double();
+    return value == 0 && field.IsNull() ? kMissing : value;  // a null reads as 0
+}
 
 void FillMissing(float* values, int nPeriods, int nFrq, char* status) {
-    const auto size = static_cast<std::size_t>(std::max(nPeriods, 0)) * static_cast<std::size_t>(nFrq);
+    const auto size =
+        static_cast<std::size_t>(std::max(nPeriods, 0)) * static_cast<std::size_t>(nFrq);
     std::fill_n(values, size, kMissing);
     if (status) std::fill_n(status, size, 'A');
 }
@@ -29,7 +37,8 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
     return GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, nullptr);
 }
 
-int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status) {
+int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                     char* status) {
     if (!readable() || nFrq < 1) return 0;
     if (!continuous()) return _GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, status);
     FillMissing(values, nPeriods, nFrq, status);
@@ -44,16 +53,19 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
         if (begin >= end) continue;
         m_contMeasId = member.MeasId;
         SetReport(m_ReportId);
-        const auto at = static_cast<std::size_t>(begin - firstPeriod) * static_cast<std::size_t>(nFrq);
-        const int result = _GetData(values + at, static_cast<int>(begin - report.periodOffset),
-                                    static_cast<int>(end - begin), firstFrq, nFrq, status ? status + at : nullptr);
+        const auto at =
+            static_cast<std::size_t>(begin - firstPeriod) * static_cast<std::size_t>(nFrq);
+        const int result =
+            _GetData(values + at, static_cast<int>(begin - report.periodOffset),
+                     static_cast<int>(end - begin), firstFrq, nFrq, status ? status + at : nullptr);
         if (result < 0) return result;
         current = end;
     }
     return nPeriods;
 }
 
-int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status) {
+int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                      char* status) {
     if (!m_connection) return 0;
     if (nFrq < 1) return -1;
     FillMissing(values, nPeriods, nFrq, status);
@@ -61,20 +73,23 @@ int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq
     const auto endFrq = identifier(long{firstFrq} + nFrq);
     if (!endPeriod || !endFrq) return -1;
     try {
-        const auto rows = dbExecute(
-            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and FuncId=%d and PeriodNo>=%d "
-                      "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
-                      m_MeasValueId, m_channel, m_function, firstPeriod, *endPeriod, firstFrq, *endFrq));
+        const auto rows = dbExecute(formatted(
+            "SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and FuncId=%d and "
+            "PeriodNo>=%d "
+            "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
+            m_MeasValueId, m_channel, m_function, firstPeriod, *endPeriod, firstFrq, *endFrq));
+        const AdoField periodNo = rows->Fields(kPeriodNo);
+        const AdoField frqId = rows->Fields(kFrqId);
+        const AdoField value = rows->Fields(kValue);
+        const AdoField rowStatus = rows->Fields(kStatus);
         for (; !rows->EndOfFile(); rows->MoveNext()) {
-            const int period = rows->Fields(kPeriodNo).Long() - firstPeriod;
+            const int period = periodNo.Long() - firstPeriod;
             if (period >= nPeriods) continue;
             const auto index = static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq) +
-                               static_cast<std::size_t>(rows->Fields(kFrqId).Long() - firstFrq);
-            const char rowStatus = rows->Fields(kStatus).FirstCharacter();
-            const AdoField value = rows->Fields(kValue);
-            if (status) status[index] = rowStatus;
-            values[index] =
-                IsInvalid(rowStatus) || value.IsNull() ? kMissing : static_cast<float>(value.Double());
+                               static_cast<std::size_t>(frqId.Long() - firstFrq);
+            const char mark = rowStatus.FirstCharacter();
+            if (status) status[index] = mark;
+            values[index] = IsInvalid(mark) ? kMissing : static_cast<float>(ValueIn(value));
         }
         return nPeriods;
     } catch (const _com_error&) {
@@ -87,19 +102,22 @@ int Mersola::GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, f
     const auto endPeriod = identifier(long{firstPeriod} + nPeriods);
     if (!endPeriod) return 0;
     try {
-        const auto rows = dbExecute(
-            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and PeriodNo>=%d and "
-                      "PeriodNo<%d ORDER BY PeriodNo,FrqId",
-                      m_MeasValueId, m_channel, firstPeriod, *endPeriod));
+        const auto rows = dbExecute(formatted(
+            "SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and PeriodNo>=%d and "
+            "PeriodNo<%d ORDER BY PeriodNo,FrqId",
+            m_MeasValueId, m_channel, firstPeriod, *endPeriod));
         if (!rows) return 0;
+        const AdoField funcId = rows->Fields("FuncId");
+        const AdoField periodNo = rows->Fields("PeriodNo");
+        const AdoField frqId = rows->Fields("FrqId");
+        const AdoField value = rows->Fields("Value");
+        const AdoField status = rows->Fields("Status");
         for (; !rows->EndOfFile(); rows->MoveNext(), ++appended) {
             funcData data;
-            data.FuncId = rows->Fields("FuncId").Long();
-            const AdoField value = rows->Fields("Value");
-            data.Value = value.IsNull() ? kMissing : value.Double();
-            data.PeriodNo = rows->Fields("PeriodNo").Long();
-            data.FrqId = rows->Fields("FrqId").Long();
-            if (IsInvalid(rows->Fields("Status").FirstCharacter())) data.Value = kMissing;
+            data.FuncId = funcId.Long();
+            data.PeriodNo = periodNo.Long();
+            data.FrqId = frqId.Long();
+            data.Value = IsInvalid(status.FirstCharacter()) ? kMissing : ValueIn(value);
             out.AddTail(data);
         }
     } catch (const _com_error&) {

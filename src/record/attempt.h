@@ -7,7 +7,8 @@ namespace mersola {
 
 /// The statement's recordset, or null when it fails. Only for statements that the operation can do
 /// without: everywhere else the error is needed, to tell a duplicate from a loss.
-inline _RecordsetPtr attempt(Mersola& store, const _ConnectionPtr& connection, const CString& sql) try {
+inline _RecordsetPtr attempt(Mersola& store, const _ConnectionPtr& connection,
+                             const CString& sql) try {
     return store.dbExecute(connection, sql);
 } catch (const _com_error&) {
     return nullptr;

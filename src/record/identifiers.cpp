@@ -6,7 +6,8 @@
 
 using namespace mersola;
 
-long Mersola::locateNewInstrument(const _ConnectionPtr& connection, const CString& name, bool& isNew) {
+long Mersola::locateNewInstrument(const _ConnectionPtr& connection, const CString& name,
+                                  bool& isNew) {
     isNew = true;
     long candidate = -1;
     if (!resolved(connection)) {
@@ -14,8 +15,8 @@ long Mersola::locateNewInstrument(const _ConnectionPtr& connection, const CStrin
         return -1;
     }
     try {
-        const auto rows =
-            dbExecute(connection, formatted("SELECT * FROM Groups where GroupName=%s", quoteText(name).GetString()));
+        const auto rows = dbExecute(connection, formatted("SELECT * FROM Groups where GroupName=%s",
+                                                          quoteText(name).GetString()));
         if (atFirstRow(rows)) {
             m_GroupId = rows->Fields("GroupId").Long();
             isNew = false;
@@ -30,22 +31,27 @@ long Mersola::locateNewInstrument(const _ConnectionPtr& connection, const CStrin
     return candidate;
 }
 
-long Mersola::locateNewMeasurement(const _ConnectionPtr& connection, long groupId, const CString& name, bool& isNew) {
+long Mersola::locateNewMeasurement(const _ConnectionPtr& connection, long groupId,
+                                   const CString& name, bool& isNew) {
     isNew = true;
     long candidate = -1;
     const auto group = identifier(groupId);
     if (!resolved(connection) || !group) return -1;
     try {
-        const auto rows = dbExecute(connection, formatted("SELECT * FROM Measurements where MeasName=%s and GroupId=%d",
-                                                          quoteText(name).GetString(), *group));
+        const auto rows = dbExecute(
+            connection, formatted("SELECT * FROM Measurements where MeasName=%s and GroupId=%d",
+                                  quoteText(name).GetString(), *group));
         if (atFirstRow(rows)) {
             m_MeasId = rows->Fields("MeasId").Long();
             isNew = false;
             return m_MeasId;
         }
-        findFree(*this, connection, formatted("SELECT count(*) FROM Measurements WHERE GroupId=%d", *group), candidate,
+        findFree(*this, connection,
+                 formatted("SELECT count(*) FROM Measurements WHERE GroupId=%d", *group), candidate,
                  [&](int id) {
-                     return formatted("SELECT MeasId FROM Measurements where MeasId=%d and GroupId=%d", id, *group);
+                     return formatted(
+                         "SELECT MeasId FROM Measurements where MeasId=%d and GroupId=%d", id,
+                         *group);
                  });
     } catch (const _com_error&) {
         // The candidate reached so far is the result.
@@ -53,12 +59,14 @@ long Mersola::locateNewMeasurement(const _ConnectionPtr& connection, long groupI
     return candidate;
 }
 
-long Mersola::locateNewMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId) {
+long Mersola::locateNewMeasMap(const _ConnectionPtr& connection, long groupId, long measId,
+                               long reportId) {
     bool isNew = true;
     return locateMeasMap(connection, groupId, measId, reportId, isNew);
 }
 
-long Mersola::locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId, bool& isNew) {
+long Mersola::locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId,
+                            long reportId, bool& isNew) {
     isNew = true;
     long candidate = -1;
     const auto group = identifier(groupId);
@@ -69,9 +77,10 @@ long Mersola::locateMeasMap(const _ConnectionPtr& connection, long groupId, long
         return -1;
     }
     try {
-        const auto rows = dbExecute(
-            connection, formatted("SELECT MeasValueId FROM MeasValueMap where GroupId=%d and MeasId=%d and ReportId=%d",
-                                  *group, *measurement, *report));
+        const auto rows =
+            dbExecute(connection, formatted("SELECT MeasValueId FROM MeasValueMap where GroupId=%d "
+                                            "and MeasId=%d and ReportId=%d",
+                                            *group, *measurement, *report));
         if (atFirstRow(rows)) {
             isNew = false;
             return rows->Fields("MeasValueId").Long();

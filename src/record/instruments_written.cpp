@@ -21,8 +21,9 @@ bool Mersola::PutInstrument(const _ConnectionPtr& connection, InstrumentInfo& in
         }
         if (isNew) {
             const CString insert = formatted(
-                "INSERT INTO GROUPS  WITH (ROWLOCK) (GroupId,GroupName,Info,Type,State) VALUES (%d,%s,%s,%s,%s)", m_GroupId,
-                quoteText(info.GroupName).GetString(), quoteText(info.Info).GetString(),
+                "INSERT INTO GROUPS  WITH (ROWLOCK) (GroupId,GroupName,Info,Type,State) VALUES "
+                "(%d,%s,%s,%s,%s)",
+                m_GroupId, quoteText(info.GroupName).GetString(), quoteText(info.Info).GetString(),
                 quoteText(info.Type).GetString(), quoteText(info.State).GetString());
             if (!dbExecute(connection, insert)) {
                 Test("***Invalid INSERT in  PutInstrument %s\n", insert.GetString());
@@ -37,7 +38,8 @@ bool Mersola::PutInstrument(const _ConnectionPtr& connection, InstrumentInfo& in
     }
 }
 
-bool Mersola::PutInstrumentState(const _ConnectionPtr& connection, InstrumentInfo& info, CString state) {
+bool Mersola::PutInstrumentState(const _ConnectionPtr& connection, InstrumentInfo& info,
+                                 CString state) {
     if (!resolved(connection)) {
         Test("***Invalid connection in  PutState\n");
         return false;
@@ -47,8 +49,9 @@ bool Mersola::PutInstrumentState(const _ConnectionPtr& connection, InstrumentInf
             Test("***Invalid instrument in  PutState\n");
             return false;
         }
-        dbExecute(connection, formatted("UPDATE Groups  WITH (ROWLOCK) SET State=%s WHERE GroupId=%d",
-                                        quoteText(state).GetString(), m_GroupId));
+        dbExecute(connection,
+                  formatted("UPDATE Groups  WITH (ROWLOCK) SET State=%s WHERE GroupId=%d",
+                            quoteText(state).GetString(), m_GroupId));
         m_Valid = true;
         return true;
     } catch (const _com_error&) {

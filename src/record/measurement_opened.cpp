@@ -9,7 +9,8 @@
 
 using namespace mersola;
 
-bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId, MeasurementInfo& info) {
+bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
+                             MeasurementInfo& info) {
     m_Valid = false;
     m_newEntry = false;
     m_missingReportId = -1;
@@ -23,7 +24,8 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId, Mea
         if (!group) return false;
         m_GroupId = *group;
         bool isNew = false;
-        const auto id = identifier(locateNewMeasurement(connection, m_GroupId, info.MeasName, isNew));
+        const auto id =
+            identifier(locateNewMeasurement(connection, m_GroupId, info.MeasName, isNew));
         info.MeasId = id.value_or(-1);
         if (info.MeasId < 0) {
             Test("***Invalid Id in PutMeasurement\n");
@@ -44,7 +46,8 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId, Mea
         m_newEntry = isNew;
         m_lastReportOffs = 0;
         const CTimeEx& shown = isNew ? m_StartAt : m_lastMeasurement.StartAt;
-        Test("m_Start put: %s\n", formatted("%s%s", isNew ? "N >" : "!N >", traceTime(shown).GetString()).GetString());
+        Test("m_Start put: %s\n",
+             formatted("%s%s", isNew ? "N >" : "!N >", traceTime(shown).GetString()).GetString());
         return true;
     } catch (const _com_error&) {
         Test("***Exception  in PutMeasurement\n");
@@ -55,11 +58,12 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId, Mea
 
 bool Mersola::insertMeasurement(const _ConnectionPtr& connection, MeasurementInfo& info) {
     const CString insert = formatted(
-        "INSERT INTO MEASUREMENTS WITH (ROWLOCK) (MeasName,MeasId,Info,BandWidth, Fullscale, Sensitivity, FrqLower, "
+        "INSERT INTO MEASUREMENTS WITH (ROWLOCK) (MeasName,MeasId,Info,BandWidth, Fullscale, "
+        "Sensitivity, FrqLower, "
         "FrqUpper, StartAt, GroupId) VALUES (%s,%d,%s,%d,%f,%f,%f,%f,%s,%d)",
-        quoteText(info.MeasName).GetString(), info.MeasId, quoteText(info.Info).GetString(), info.BandWidth,
-        info.Fullscale, info.Sensitivity, info.FrqLower, info.FrqUpper, quoteText(info.StartAt.ToText()).GetString(),
-        m_GroupId);
+        quoteText(info.MeasName).GetString(), info.MeasId, quoteText(info.Info).GetString(),
+        info.BandWidth, info.Fullscale, info.Sensitivity, info.FrqLower, info.FrqUpper,
+        quoteText(info.StartAt.ToText()).GetString(), m_GroupId);
     if (!dbExecute(connection, insert)) {
         Test("***Invalid INSERT in PutMeasurement %s\n", insert.GetString());
         return false;
@@ -84,9 +88,9 @@ bool Mersola::resumeMeasurement(const _ConnectionPtr& connection, MeasurementInf
     if (info.FrqUpper > stored.FrqUpper || info.FrqLower < stored.FrqLower) {
         stored.FrqUpper = std::max(stored.FrqUpper, info.FrqUpper);
         stored.FrqLower = std::min(stored.FrqLower, info.FrqLower);
-        dbExecute(connection,
-                  formatted("UPDATE MEASUREMENTS  WITH (ROWLOCK) SET FrqLower=%f,FrqUpper=%f WHERE GroupId=%d AND MeasId=%d",
-                            stored.FrqLower, stored.FrqUpper, m_GroupId, m_MeasId));
+        dbExecute(connection, formatted("UPDATE MEASUREMENTS  WITH (ROWLOCK) SET "
+                                        "FrqLower=%f,FrqUpper=%f WHERE GroupId=%d AND MeasId=%d",
+                                        stored.FrqLower, stored.FrqUpper, m_GroupId, m_MeasId));
     }
     info.FrqLower = stored.FrqLower;
     info.FrqUpper = stored.FrqUpper;
@@ -104,19 +108,22 @@ bool Mersola::loadLastReports(const _ConnectionPtr& connection) {
     for (ReportInfo& report : reports) {
         if (!ensureMeasMap(connection, report.ReportId, report.extra5)) return false;
         report.extraFlag = false;
-        if (!_GetAllFunctions(report.functions, m_MeasId, report.ReportId, connection)) return false;
+        if (!_GetAllFunctions(report.functions, m_MeasId, report.ReportId, connection))
+            return false;
         for (FuncInfo& function : report.functions) {
             long first = -1;
             if (!GetFirstPeriod(first, m_GroupId, m_MeasId, report.ReportId, 0, connection)) {
                 GetFirstPeriod(first, report.extra5, connection);
             }
-            auto rows = attempt(
+            auto rows = attempt(*this, connection,
+                                "SELECT * FROM MeasuredValues WHERE PeriodNo=-1 AND FuncId=-1 AND "
+                                "MeasValueId=-1 AND Channel=-1");
+            rows = attempt(
                 *this, connection,
-                "SELECT * FROM MeasuredValues WHERE PeriodNo=-1 AND FuncId=-1 AND MeasValueId=-1 AND Channel=-1");
-            rows = attempt(*this, connection,
-                           formatted("SELECT count(*) FROM MeasuredValues WHERE PeriodNo=%d AND FuncId=%d AND "
-                                     "MeasValueId=%d AND Channel=%d",
-                                     static_cast<int>(first), function.FuncId, report.extra5, function.Channel));
+                formatted("SELECT count(*) FROM MeasuredValues WHERE PeriodNo=%d AND FuncId=%d AND "
+                          "MeasValueId=%d AND Channel=%d",
+                          static_cast<int>(first), function.FuncId, report.extra5,
+                          function.Channel));
             function.third = atFirstRow(rows) ? rows->Fields(0).Long() : 1;
         }
     }
@@ -124,6 +131,7 @@ bool Mersola::loadLastReports(const _ConnectionPtr& connection) {
     return true;
 }
 
-bool Mersola::identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection) {
+bool Mersola::identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b,
+                                    const _ConnectionPtr& connection) {
     return a.identicalTo(b) && identicalReports(a, b, connection);
 }

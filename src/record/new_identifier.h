@@ -10,7 +10,8 @@ namespace mersola {
 /// Starts at the number of rows plus one and goes up while `probe`'s statement finds the candidate
 /// taken. `candidate` always holds what was reached, also when a statement raises.
 template <class Probe>
-void findFree(Mersola& store, const _ConnectionPtr& connection, const CString& count, long& candidate, Probe probe) {
+void findFree(Mersola& store, const _ConnectionPtr& connection, const CString& count,
+              long& candidate, Probe probe) {
     const auto counted = store.dbExecute(connection, count);
     if (atFirstRow(counted)) candidate = long{counted->Fields(0).Long()} + 1;
     for (auto id = identifier(candidate); id; id = identifier(++candidate)) {

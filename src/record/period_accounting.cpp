@@ -1,6 +1,7 @@
 // The start of a recording and the number of periods stored.
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 
 #include <mersola/mersola.h>
 
@@ -16,8 +17,10 @@ namespace {
 constexpr int kMostDaysFromNow = 3650;
 
 CString CountUpdate(int periods, int groupId, int measId, int reportId) {
-    return formatted("UPDATE Reports  WITH (ROWLOCK) SET noOfPeriods=%d WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
-                     periods, groupId, measId, reportId);
+    return formatted(
+        "UPDATE Reports  WITH (ROWLOCK) SET noOfPeriods=%d WHERE GroupId=%d AND MeasId=%d AND "
+        "ReportId=%d",
+        periods, groupId, measId, reportId);
 }
 
 }  // namespace
@@ -37,7 +40,8 @@ bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
     m_StartAt = start;
     const CString startText = start.ToText();
     const CString lastText = m_lastMeasurement.StartAt.ToText();
-    TraceText(formatted("PutStart : s0StartAt=%s, sStartAt=%s\n", startText.GetString(), lastText.GetString()));
+    TraceText(formatted("PutStart : s0StartAt=%s, sStartAt=%s\n", startText.GetString(),
+                        lastText.GetString()));
     if (!m_newEntry) {
         Test("!m_newEntry, before tDiff");
         m_Offs = (start - m_lastMeasurement.StartAt).GetTotalMilliseconds();
@@ -45,11 +49,11 @@ bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
     }
     Test("m_newEntry, sStartAt=%s", startText.GetString());
     m_Offs = 0;
-    Test("PutStart, new entry, Offs: %d, StartAt: %s LastStart %s\n", static_cast<int>(m_Offs), startText.GetString(),
-         lastText.GetString());
-    const CString update =
-        formatted("UPDATE MEASUREMENTS  WITH (ROWLOCK) SET StartAt=%s WHERE GroupId=%d AND MeasId=%d",
-                  quoteText(startText).GetString(), m_GroupId, m_MeasId);
+    Test("PutStart, new entry, Offs: %d, StartAt: %s LastStart %s\n", static_cast<int>(m_Offs),
+         startText.GetString(), lastText.GetString());
+    const CString update = formatted(
+        "UPDATE MEASUREMENTS  WITH (ROWLOCK) SET StartAt=%s WHERE GroupId=%d AND MeasId=%d",
+        quoteText(startText).GetString(), m_GroupId, m_MeasId);
     try {
         if (dbExecute(connection, update)) return true;
     } catch (const _com_error&) {
@@ -59,7 +63,7 @@ bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
     return false;
 }
 
-bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId*/) {
+bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId*/) try {
     Test(">>>PutMissingPeriods START\n");
     if (!resolved(connection)) {
         Test("***PutMissingPeriods no connection\n");
@@ -77,7 +81,8 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
     int index = m_missingIndex;
     if (m_ReportId != m_missingReportId) {
         index = 0;
-        while (index < reports.GetSize() && reports[index].ReportId != m_ReportId) ++index;
+        while (index < reports.GetSize() && reports[index].ReportId != m_ReportId)
+            ++index;
         if (index == reports.GetSize()) {
             m_Valid = false;
             Test("***PutMissingPeriods not found\n");
@@ -99,15 +104,18 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
     }
     report.extraFlag = true;
     TraceText(formatted("***PutMissingPeriods m_lastMeasurement.StartAt=%s, m_StartAt=%s\n",
-                        traceTime(m_lastMeasurement.StartAt).GetString(), traceTime(m_StartAt).GetString()));
+                        traceTime(m_lastMeasurement.StartAt).GetString(),
+                        traceTime(m_StartAt).GetString()));
     m_Offs = (m_StartAt - m_lastMeasurement.StartAt).GetTotalMilliseconds();
     const std::int64_t storedPeriods = report.noOfPeriods;
     m_MeasValueId = report.extra5;
     m_lastReportOffs = 0;
-    Test(">>>PutMissingPeriods FOUND m_lastMeasurement.reports[i].noOfPeriods = %d  \n", report.noOfPeriods);
+    Test(">>>PutMissingPeriods FOUND m_lastMeasurement.reports[i].noOfPeriods = %d  \n",
+         report.noOfPeriods);
     const std::int64_t passed = m_Offs / length;
     if (m_Offs > 0) {
-        const auto missing = std::max<std::int64_t>(passed - storedPeriods, 0);  // nothing is written for them
+        const auto missing =
+            std::max<std::int64_t>(passed - storedPeriods, 0);  // nothing is written for them
         Test(">>>PutMissingPeriods missing = %d  \n", static_cast<int>(missing));
     }
     const auto periods = identifier(passed);
@@ -123,6 +131,9 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
     Test("***PutMissingPeriods invalid UPDATE %s\n", update.GetString());
     m_Valid = false;
     return false;
+} catch (const std::exception&) {
+    Test("***PutMissingPeriods exception\n");
+    return false;
 }
 
 bool Mersola::PutPeriodsRelative(const _ConnectionPtr& connection, int periods) {
@@ -135,11 +146,11 @@ bool Mersola::PutPeriodsRelative(const _ConnectionPtr& connection, int periods) 
         return false;
     }
     if (m_newEntry) {
-        Test("PutPeriods NEW 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods, m_lastReportOffs,
-             m_noOfPeriods);
+        Test("PutPeriods NEW 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
+             m_lastReportOffs, m_noOfPeriods);
     } else {
-        Test("PutPeriods OLD 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods, m_lastReportOffs,
-             m_noOfPeriods);
+        Test("PutPeriods OLD 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
+             m_lastReportOffs, m_noOfPeriods);
     }
     const auto count = identifier(long{periods} + (m_newEntry ? 0 : m_lastReportOffs));
     if (!count) return false;
@@ -157,11 +168,11 @@ bool Mersola::PutPeriodsRelative(const _ConnectionPtr& connection, int periods) 
         return false;
     }
     if (m_newEntry) {
-        Test("PutPeriods NEW 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods, m_lastReportOffs,
-             m_noOfPeriods);
+        Test("PutPeriods NEW 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
+             m_lastReportOffs, m_noOfPeriods);
     } else {
-        Test("PutPeriods OLD 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods, m_lastReportOffs,
-             m_noOfPeriods);
+        Test("PutPeriods OLD 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
+             m_lastReportOffs, m_noOfPeriods);
     }
     return true;
 }
@@ -184,11 +195,13 @@ bool Mersola::IncPeriods(const _ConnectionPtr& connection) {
     if (!resolved(connection)) return false;
     try {
         const auto rows = dbExecute(
-            connection, formatted("SELECT noOfPeriods from REPORTS WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
-                                  m_GroupId, m_MeasId, m_ReportId));
+            connection,
+            formatted(
+                "SELECT noOfPeriods from REPORTS WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
+                m_GroupId, m_MeasId, m_ReportId));
         if (!atFirstRow(rows)) return false;
-        // The result has no field of this name, so that this operation never counts: callers rely on
-        // it and raise the count with the other two.
+        // The result has no field of this name, so that this operation never counts: callers rely
+        // on it and raise the count with the other two.
         const auto periods = identifier(long{rows->Fields("GroupId").Long()} + 1);
         if (!periods) return false;
         const CString update = CountUpdate(*periods, m_GroupId, m_MeasId, m_ReportId);

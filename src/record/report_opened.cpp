@@ -33,10 +33,12 @@ bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
     m_realPrdLengthSet = info.realPeriodLenSet;
     m_newEntry = !m_resumed;
     try {
-        auto rows = dbExecute(connection, "SELECT * FROM Reports where MeasId=-1 and GroupId=-1 and ReportId=-1");
-        rows = dbExecute(connection,
-                         formatted("SELECT count(*) FROM Reports where MeasId=%d and GroupId=%d and ReportId=%d", m_MeasId,
-                                   m_GroupId, m_ReportId));
+        auto rows = dbExecute(
+            connection, "SELECT * FROM Reports where MeasId=-1 and GroupId=-1 and ReportId=-1");
+        rows = dbExecute(
+            connection,
+            formatted("SELECT count(*) FROM Reports where MeasId=%d and GroupId=%d and ReportId=%d",
+                      m_MeasId, m_GroupId, m_ReportId));
         if (!atFirstRow(rows) || rows->Fields(0).Long() == 0) {
             m_newEntry = true;
             return insertReport(connection, info);
@@ -62,7 +64,8 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
     }
     const ReportInfo* last = m_newEntry ? nullptr : lastReport(m_ReportId);
     if (!last) {
-        // This recording registered the report itself: its periods count from this recording's start.
+        // This recording registered the report itself: its periods count from this recording's
+        // start.
         m_newEntry = true;
         m_noOfPeriods = stored.noOfPeriods;
         return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
@@ -72,7 +75,8 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
         m_lastReportOffs = last->noOfPeriods;
         m_noOfPeriods = stored.noOfPeriods;
     }
-    PutMissingPeriods(connection, m_ReportId);  // its failure closes the recording: the next write tells
+    PutMissingPeriods(connection,
+                      m_ReportId);  // its failure closes the recording: the next write tells
     return true;
 }
 
@@ -87,14 +91,18 @@ bool Mersola::insertReport(const _ConnectionPtr& connection, const ReportInfo& i
     const CString length = quoteText(info.PeriodLen.ToText());
     const CString realLength = RealLengthText(info);
     CString insert = formatted(
-        "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, noOfPeriods, "
+        "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, "
+        "noOfPeriods, "
         "MinPeriod,ReportType) VALUES (%d,%d,%d,%s,%s,%d,%d,%d)",
-        m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(), m_noOfPeriods, 0, m_reportType);
+        m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(), m_noOfPeriods,
+        0, m_reportType);
     if (!attempt(*this, connection, insert)) {  // an older database has no MinPeriod
         insert = formatted(
-            "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, noOfPeriods, ReportType) "
+            "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, "
+            "noOfPeriods, ReportType) "
             "VALUES (%d,%d,%d,%s,%s,%d,%d)",
-            m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(), m_noOfPeriods, m_reportType);
+            m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(),
+            m_noOfPeriods, m_reportType);
         if (!dbExecute(connection, insert)) {
             Test("***Invalid INSERT in PutReport %s\n", insert.GetString());
             return false;
@@ -103,16 +111,18 @@ bool Mersola::insertReport(const _ConnectionPtr& connection, const ReportInfo& i
     return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
 }
 
-bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId) {
+bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId,
+                            std::int32_t& measValueId) {
     bool isNew = false;
     const auto id = identifier(locateMeasMap(connection, m_GroupId, m_MeasId, reportId, isNew));
     measValueId = id.value_or(-1);
     if (measValueId < 0) return false;
     if (!isNew) return true;
     // Also for a stored report: a recorder that died before this statement left it without a key.
-    const CString insert =
-        formatted("INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES (%d,%d,%d,%d)",
-                  m_GroupId, m_MeasId, reportId, measValueId);
+    const CString insert = formatted(
+        "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES "
+        "(%d,%d,%d,%d)",
+        m_GroupId, m_MeasId, reportId, measValueId);
     if (!dbExecute(connection, insert)) {
         Test("***Invalid INSERT 2 in PutReport %s\n", insert.GetString());
         return false;
@@ -129,7 +139,8 @@ bool Mersola::_PutFunction(const _ConnectionPtr& connection, int funcId, int cha
     if (channel == -1) channel = m_channel;
     if (!m_Valid) return false;
     try {
-        const CString values = formatted("%d,%d,%d,%d,%d", m_GroupId, m_MeasId, m_ReportId, funcId, channel);
+        const CString values =
+            formatted("%d,%d,%d,%d,%d", m_GroupId, m_MeasId, m_ReportId, funcId, channel);
         dbExecute(connection, formatted("INSERT INTO MEASUREDFUNCTIONS WITH (ROWLOCK) "
                                         "(GroupId,MeasId,ReportId,FuncId,Channel) VALUES (%s)",
                                         values.GetString()));
@@ -141,7 +152,8 @@ bool Mersola::_PutFunction(const _ConnectionPtr& connection, int funcId, int cha
     }
 }
 
-bool Mersola::identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection) {
+bool Mersola::identicalReports(MeasurementInfo& a, MeasurementInfo& b,
+                               const _ConnectionPtr& connection) {
     for (MeasurementInfo* measurement : {&a, &b}) {
         if (measurement->hasReports) continue;
         CArray<ReportInfo, ReportInfo&> reports;

@@ -1,5 +1,9 @@
 // Writing measured values, one statement each or in batches.
+#include <charconv>
 #include <cmath>
+#include <iterator>
+#include <string>
+#include <string_view>
 
 #include <mersola/mersola.h>
 
@@ -21,6 +25,31 @@ struct ValueRow {
     int frqId;
     int funcId;
 };
+
+template <class... Format>
+void AppendNumber(std::string& text, auto number, Format... format) {
+    char digits[384];  // the largest double has 309 in front of its point
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), number, format...).ptr;
+    text.append(digits, end);
+}
+
+// The INSERT of one value, which is stored to six decimals. Put together without printf, which
+// would take as long as all else that the library adds to the engine's work.
+CString InsertOf(std::string_view into, const ValueRow& row) {
+    std::string text;
+    text.reserve(256);
+    text += into;
+    text += " (MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES (";
+    AppendNumber(text, row.measValueId);
+    AppendNumber(text += ',', row.periodNo);
+    AppendNumber(text += ',', row.channel);
+    AppendNumber(text += ',', row.value, std::chars_format::fixed, 6);
+    text.append(",'").append(row.status.View());
+    AppendNumber(text += "',", row.frqId);
+    AppendNumber(text += ',', row.funcId);
+    text += ')';
+    return text;
+}
 
 // An invalid value has no magnitude; one that is no number cannot be stored.
 bool Storable(double& value, const CString& status) {
@@ -44,7 +73,8 @@ void AddTo(_Recordset& batch, const ValueRow& row) {
 _RecordsetPtr Mersola::PutDataStart(const _ConnectionPtr& connection) try {
     _RecordsetPtr batch = _Recordset::CreateInstance();
     if (!batch || !resolved(connection)) return nullptr;
-    batch->Open("MEASUREDVALUES", resolved(connection), adOpenForwardOnly, adLockBatchOptimistic, adCmdUnknown);
+    batch->Open("MEASUREDVALUES", resolved(connection), adOpenForwardOnly, adLockBatchOptimistic,
+                adCmdUnknown);
     return batch;
 } catch (const _com_error&) {
     return nullptr;
@@ -58,15 +88,16 @@ bool Mersola::PutDataEnd(const _RecordsetPtr& batch) try {
     return false;
 }
 
-bool Mersola::PutDataRelative(double value, const CString& status, int period, int funcId, int channel, int frqId,
-                              bool updatePeriods, long& nextPeriod, bool useBatch, const _RecordsetPtr& batch) {
-    return PutDataRelative(m_connection, value, status, period, funcId, channel, frqId, updatePeriods, nextPeriod,
-                           useBatch, batch);
+bool Mersola::PutDataRelative(double value, const CString& status, int period, int funcId,
+                              int channel, int frqId, bool updatePeriods, long& nextPeriod,
+                              bool useBatch, const _RecordsetPtr& batch) {
+    return PutDataRelative(m_connection, value, status, period, funcId, channel, frqId,
+                           updatePeriods, nextPeriod, useBatch, batch);
 }
 
-bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status, int period,
-                              int funcId, int channel, int frqId, bool updatePeriods, long& nextPeriod, bool useBatch,
-                              const _RecordsetPtr& batch) {
+bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status,
+                              int period, int funcId, int channel, int frqId, bool updatePeriods,
+                              long& nextPeriod, bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = period;
     if (!resolved(connection)) {
         Test("***Invalid connection in PutDataRelative\n");
@@ -78,19 +109,19 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
     }
     const auto stored = identifier(long{period} + (m_newEntry ? 0 : m_lastReportOffs));
     if (!stored || !identifier(long{period} + 1)) return false;
-    Test(">>>PutDataRelative m_lastReportOffs=%d Prd=%d  _Prd=%d\n", m_lastReportOffs, period, *stored);
+    Test(">>>PutDataRelative m_lastReportOffs=%d Prd=%d  _Prd=%d\n", m_lastReportOffs, period,
+         *stored);
     if (!Storable(value, status)) return false;
     CString insert;
     try {
+        const ValueRow row{m_MeasValueId, *stored, channel, value, status, frqId, funcId};
         if (useBatch) {
             if (!batch) return false;
-            AddTo(*batch, {m_MeasValueId, *stored, channel, value, status, frqId, funcId});
+            AddTo(*batch, row);
             nextPeriod = long{period} + 1;
             return true;
         }
-        insert = formatted("INSERT INTO MEASUREDVALUES  WITH (ROWLOCK) "
-                           "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES (%d,%d,%d,%f,%s,%d,%d)",
-                           m_MeasValueId, *stored, channel, value, quoteText(status).GetString(), frqId, funcId);
+        insert = InsertOf("INSERT INTO MEASUREDVALUES  WITH (ROWLOCK)", row);
         const bool issued = dbExecute(connection, insert) != nullptr;
         nextPeriod = long{period} + 1;
         if (issued) {
@@ -100,41 +131,42 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
     } catch (const _com_error& error) {
         if (isDuplicate(error)) return true;
     }
-    Test("***Invalid SQL in PutDataRelative %s (%d,%d) \n", insert.GetString(), period, m_lastReportOffs);
+    Test("***Invalid SQL in PutDataRelative %s (%d,%d) \n", insert.GetString(), period,
+         m_lastReportOffs);
     return false;
 }
 
-bool Mersola::PutDataAbsolute(double value, const CString& status, const CTimeEx& time, int periodOffset, int funcId,
-                              int channel, int frqId, long periodLen, bool updatePeriods, long& nextPeriod,
-                              bool useBatch, const _RecordsetPtr& batch) {
-    return PutDataAbsolute(m_connection, value, status, time, periodOffset, funcId, channel, frqId, periodLen,
-                           updatePeriods, nextPeriod, useBatch, batch);
+bool Mersola::PutDataAbsolute(double value, const CString& status, const CTimeEx& time,
+                              int periodOffset, int funcId, int channel, int frqId, long periodLen,
+                              bool updatePeriods, long& nextPeriod, bool useBatch,
+                              const _RecordsetPtr& batch) {
+    return PutDataAbsolute(m_connection, value, status, time, periodOffset, funcId, channel, frqId,
+                           periodLen, updatePeriods, nextPeriod, useBatch, batch);
 }
 
 bool Mersola::PutDataAbsolute(const _ConnectionPtr& connection, double value, const CString& status,
-                              const CTimeEx& time, int periodOffset, int funcId, int channel, int frqId,
-                              long periodLen, bool updatePeriods, long& nextPeriod, bool useBatch,
-                              const _RecordsetPtr& batch) {
+                              const CTimeEx& time, int periodOffset, int funcId, int channel,
+                              int frqId, long periodLen, bool updatePeriods, long& nextPeriod,
+                              bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = periodOffset;
     if (!resolved(connection) || !m_Valid) return false;
     if (periodLen <= 0) return false;
     const CTimeEx& start = m_newEntry ? m_StartAt : m_lastMeasurement.StartAt;
     if (!time.IsValid() || !start.IsValid()) return false;
-    const auto period = identifier((time - start).GetTotalMilliseconds() / periodLen + periodOffset);
+    const auto period =
+        identifier((time - start).GetTotalMilliseconds() / periodLen + periodOffset);
     if (!period || !identifier(long{*period} + 1)) return false;
     nextPeriod = *period;
     if (!Storable(value, status)) return false;
     try {
+        const ValueRow row{m_MeasValueId, *period, channel, value, status, frqId, funcId};
         if (useBatch) {
             if (!batch) return false;
-            AddTo(*batch, {m_MeasValueId, *period, channel, value, status, frqId, funcId});
+            AddTo(*batch, row);
             nextPeriod = long{*period} + 1;
             return true;
         }
-        const CString insert =
-            formatted("INSERT INTO MEASUREDVALUES WITH (ROWLOCK) "
-                      "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES (%d,%d,%d,%f,%s,%d,%d)",
-                      m_MeasValueId, *period, channel, value, quoteText(status).GetString(), frqId, funcId);
+        const CString insert = InsertOf("INSERT INTO MEASUREDVALUES WITH (ROWLOCK)", row);
         const bool issued = dbExecute(connection, insert) != nullptr;
         nextPeriod = long{*period} + 1;
         if (!issued) return false;

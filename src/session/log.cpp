@@ -30,7 +30,8 @@ class LogFile {
         const auto now = system_clock::now();
         const std::time_t seconds = system_clock::to_time_t(floor<std::chrono::seconds>(now));
         const auto milliseconds = static_cast<unsigned short>(
-            duration_cast<std::chrono::milliseconds>(now - floor<std::chrono::seconds>(now)).count());
+            duration_cast<std::chrono::milliseconds>(now - floor<std::chrono::seconds>(now))
+                .count());
         char time[26] = {};
         if (!ctime_r(&seconds, time)) return;
         time[24] = '\0';
@@ -48,6 +49,8 @@ LogFile logFile;
 
 }  // namespace
 
-void WriteLogLine(std::string_view message) { logFile.Write(message); }
+void WriteLogLine(std::string_view message) {
+    logFile.Write(message);
+}
 
 }  // namespace mersola

@@ -39,7 +39,8 @@ Mersola::~Mersola() {
 
 Mersola& Mersola::operator=(const Mersola& other) = default;
 
-void Mersola::Initialize(const char* user, const char* password, const char* connectString, long timeout) {
+void Mersola::Initialize(const char* user, const char* password, const char* connectString,
+                         long timeout) {
     m_contMode = -2;
     m_contLoaded = false;
     m_GroupId = -1;
@@ -51,7 +52,8 @@ void Mersola::Initialize(const char* user, const char* password, const char* con
     TakeCredential(m_password, password, crypter.get());
     TakeCredential(m_connectString, connectString, crypter.get());
     const auto seconds = mersola::identifier(timeout);
-    if (!seconds || *seconds < -1) throw _com_error(E_FAIL, "A time-out is a number of seconds from 0, or -1");
+    if (!seconds || *seconds < -1)
+        throw _com_error(E_FAIL, "A time-out is a number of seconds from 0, or -1");
     m_timeout = *seconds;
     dbConnect();
 }
@@ -73,7 +75,8 @@ bool Mersola::dbConnect() {
         dbExecute(m_connection, "SET TRANSACTION ISOLATION LEVEL READ COMMITTED");
     } catch (const _com_error&) {
         CString message = "no errors logged";
-        for (const AdoError& error : connection->GetErrors()) {  // the last one is shown: it is the cause
+        for (const AdoError& error :
+             connection->GetErrors()) {  // the last one is shown: it is the cause
             message = "Error: " + error.Description + ", Source: " + error.Source;
         }
         m_connection = nullptr;
@@ -90,7 +93,9 @@ void Mersola::dbDisconnect() {
     if (const _ConnectionPtr connection = std::exchange(m_connection, nullptr)) connection->Close();
 }
 
-bool Mersola::isConnected() const { return m_connected; }
+bool Mersola::isConnected() const {
+    return m_connected;
+}
 
 void Mersola::setConnected(bool connected) {
     m_Valid = true;
@@ -109,7 +114,9 @@ void Mersola::RollbackTrans() {
     if (readable()) m_connection->RollbackTrans();
 }
 
-_ConnectionPtr Mersola::getConnection() const { return m_connection; }
+_ConnectionPtr Mersola::getConnection() const {
+    return m_connection;
+}
 
 _RecordsetPtr Mersola::dbExecute(const _ConnectionPtr& connection, const CString& sql) {
     return connection ? mersola::runStatement(connection, sql, false) : dbExecute(sql);

@@ -16,14 +16,17 @@ void TraceTime(const char* behind, const char* text) {
         std::tm local{};
         localtime_r(&now, &local);
         char time[128];
-        if (std::strftime(time, sizeof time, "%A, %B %d, %Y, %H:%M:%S", &local) == 0) time[0] = '\0';
+        if (std::strftime(time, sizeof time, "%A, %B %d, %Y, %H:%M:%S", &local) == 0)
+            time[0] = '\0';
         TraceText(formatted("%s%s%s", time, behind, text));
     }
 }
 
 }  // namespace
 
-CString quoteText(const char* text) { return formatted("'%s'", text); }
+CString quoteText(const char* text) {
+    return CString("'") + text + "'";
+}
 
 CString formatted(const char* format, ...) {
     CString text;

@@ -34,15 +34,17 @@ struct Model {
             if (!member.series.empty()) chain.push_back(member);
         }
         const auto sameAsFirst = [&](const Member& member) {
-            return std::ranges::equal(member.series, chain[0].series, [](const Series& a, const Series& b) {
-                return a.type == b.type && a.length == b.length;
-            });
+            return std::ranges::equal(member.series, chain[0].series,
+                                      [](const Series& a, const Series& b) {
+                                          return a.type == b.type && a.length == b.length;
+                                      });
         };
         if (!std::ranges::all_of(chain, sameAsFirst)) chain.clear();
         return chain;
     }
 
-    static std::int64_t Offset(const std::vector<Member>& chain, std::size_t member, std::size_t index) {
+    static std::int64_t Offset(const std::vector<Member>& chain, std::size_t member,
+                               std::size_t index) {
         std::int64_t offset = 0;
         for (std::size_t at = 1; at <= member; ++at) {
             offset += (chain[at].start - chain[at - 1].start) / chain[at].series[index].length;
@@ -66,13 +68,16 @@ class Continuous : public Contract {
   protected:
     using Random = std::mt19937;
 
-    static int Pick(Random& random, int from, int to) { return std::uniform_int_distribution(from, to)(random); }
+    static int Pick(Random& random, int from, int to) {
+        return std::uniform_int_distribution(from, to)(random);
+    }
 
     static Model MakeModel(Random& random) {
         Model model;
         const int reports = Pick(random, 1, 3);
         std::vector<std::int64_t> lengths;
-        for (int report = 0; report < reports; ++report) lengths.push_back(Pick(random, 1, 40) * 250);
+        for (int report = 0; report < reports; ++report)
+            lengths.push_back(Pick(random, 1, 40) * 250);
         std::int64_t start = 0;
         for (int count = Pick(random, 1, 8); count > 0; --count) {
             Model::Member member{start, {}};
@@ -84,7 +89,8 @@ class Continuous : public Contract {
                 if (Pick(random, 0, 60) == 0) series.length += 250;
                 series.periods = empty || Pick(random, 0, 60) == 0 ? 0 : Pick(random, 1, 12);
                 for (int period = 0; period < series.periods; ++period) {
-                    if (Pick(random, 0, 4) > 0) series.values[period] = static_cast<float>(Pick(random, 0, 1000)) / 8;
+                    if (Pick(random, 0, 4) > 0)
+                        series.values[period] = static_cast<float>(Pick(random, 0, 1000)) / 8;
                 }
                 for (int function = 1; function < 4; ++function) {
                     if (function == 1 || Pick(random, 0, 1)) series.functions.insert(function);
@@ -92,7 +98,8 @@ class Continuous : public Contract {
                 member.series.push_back(series);
             }
             model.members.push_back(member);
-            start += Pick(random, 1, 40) * 777;  // gaps and overlaps, seldom a whole number of periods
+            start +=
+                Pick(random, 1, 40) * 777;  // gaps and overlaps, seldom a whole number of periods
         }
         return model;
     }
@@ -104,16 +111,20 @@ class Continuous : public Contract {
         int measId = 0;
         for (const Model::Member& member : model.members) {
             ++measId;
-            Run("INSERT INTO Measurements (GroupId,MeasId,MeasName,BandWidth,Fullscale,StartAt) VALUES (%d,%d,'m%d',3,%d,'%s')",
+            Run("INSERT INTO Measurements (GroupId,MeasId,MeasName,BandWidth,Fullscale,StartAt) "
+                "VALUES (%d,%d,'m%d',3,%d,'%s')",
                 group, measId, measId, measId, Start(member.start).ToText().GetString());
             const int firstId = Pick(random, 1, 5);
             for (const Model::Series& series : member.series) {
                 const int report = firstId + 3 - series.type;
-                Run("INSERT INTO Reports VALUES (%d,%d,%d,'%s','NOT_SET',%d,0,%d)", group, measId, report,
-                    CTimeSpanEx(series.length).ToText().GetString(), series.periods, series.type);
-                Run("INSERT INTO MeasValueMap VALUES (%d,%d,%d,%d)", group, measId, report, ++lastKey);
+                Run("INSERT INTO Reports VALUES (%d,%d,%d,'%s','NOT_SET',%d,0,%d)", group, measId,
+                    report, CTimeSpanEx(series.length).ToText().GetString(), series.periods,
+                    series.type);
+                Run("INSERT INTO MeasValueMap VALUES (%d,%d,%d,%d)", group, measId, report,
+                    ++lastKey);
                 for (const int function : series.functions) {
-                    Run("INSERT INTO MeasuredFunctions VALUES (%d,%d,%d,%d,1)", group, measId, report, function);
+                    Run("INSERT INTO MeasuredFunctions VALUES (%d,%d,%d,%d,1)", group, measId,
+                        report, function);
                 }
                 for (const auto& [period, value] : series.values) {
                     batch->AddNew();
@@ -163,12 +174,15 @@ TEST_P(Continuous, AnswersEveryRunningPeriodAsTheModelDoes) {
         ASSERT_EQ(reports.GetSize(), static_cast<int>(chain[0].series.size()));
         for (std::size_t index = 0; index < chain[0].series.size(); ++index) {
             ASSERT_EQ(reader.SetReport(chain[0].series[index].type), 1);
-            const std::int64_t whole = Model::Offset(chain, chain.size() - 1, index) + chain.back().series[index].periods;
+            const std::int64_t whole =
+                Model::Offset(chain, chain.size() - 1, index) + chain.back().series[index].periods;
             long count = 0;
             ASSERT_EQ(reader.Get_nPrds(count), 1);
             ASSERT_EQ(count, whole);
             std::set<int> functions;
-            for (const Model::Member& member : chain) functions.insert(member.series[index].functions.begin(), member.series[index].functions.end());
+            for (const Model::Member& member : chain)
+                functions.insert(member.series[index].functions.begin(),
+                                 member.series[index].functions.end());
             CArray<int, int> held;
             ASSERT_EQ(reader.GetFunctions(held), 1);
             ASSERT_EQ(std::set<int>(held.begin(), held.end()), functions);
@@ -181,7 +195,8 @@ TEST_P(Continuous, AnswersEveryRunningPeriodAsTheModelDoes) {
                 return block;
             }();
             for (int at = 0; at < wanted; ++at) {
-                ASSERT_EQ(values[static_cast<std::size_t>(at)], Model::Value(chain, index, first + at))
+                ASSERT_EQ(values[static_cast<std::size_t>(at)],
+                          Model::Value(chain, index, first + at))
                     << "running period " << first + at << " of report " << index;
             }
         }
@@ -194,7 +209,8 @@ TEST_P(Continuous, CountsAcrossTheGapAndGrowsWithTheRecorder) {
     Store recorder(database.ConnectString());
     ASSERT_TRUE(Open(recorder, Measurement("noise"), Report(4, kQuarter, 1)));
     ASSERT_TRUE(recorder.PutFunction(nullptr, 1, 1));
-    for (int period = 0; period < 3; ++period) ASSERT_TRUE(Write(recorder, period, period));
+    for (int period = 0; period < 3; ++period)
+        ASSERT_TRUE(Write(recorder, period, period));
     MeasurementInfo other = Measurement("next", Start(4 * kQuarter));
     other.Fullscale = 9;
     ASSERT_TRUE(Open(recorder, other, Report(5, kQuarter, 1)));
@@ -239,7 +255,8 @@ TEST_P(Continuous, CountsAcrossTheGapAndGrowsWithTheRecorder) {
     EXPECT_EQ(fullscale, 0.1F) << "the chain's settings are held with the view";
     EXPECT_EQ(reader.SetReport(1), 1);
 
-    database.Run({"UPDATE Measurements SET BandWidth=1 WHERE MeasId=2", "INSERT INTO Measurements (GroupId,MeasId) VALUES (1,9)"});
+    database.Run({"UPDATE Measurements SET BandWidth=1 WHERE MeasId=2",
+                  "INSERT INTO Measurements (GroupId,MeasId) VALUES (1,9)"});
     EXPECT_TRUE(reader.refreshContinuousData());
     EXPECT_EQ(reader.m_contMode, -2);
     EXPECT_EQ(reader.m_MeasId, -1);

@@ -18,11 +18,14 @@ constexpr std::int64_t kLength = 1000;  // of a period, in milliseconds
 constexpr int kBands = 3;
 
 // A value that tells where it belongs, so that one written again after a restart is the same.
-double ValueAt(std::int64_t period, int band) { return static_cast<double>(period) * 10 + band; }
+double ValueAt(std::int64_t period, int band) {
+    return static_cast<double>(period) * 10 + band;
+}
 
 // Records from `offset` milliseconds after Start(): odd periods by INSERT, even ones in a batch.
 // Acknowledges each period once all its values are stored.
-int Record(const std::string& connectString, std::int64_t offset, int periods, const Child::Acknowledge& acknowledge) {
+int Record(const std::string& connectString, std::int64_t offset, int periods,
+           const Child::Acknowledge& acknowledge) {
     Store store(connectString);
     if (!Open(store, Measurement("noise", Start(offset)), Report(1, kLength))) return 2;
     if (!store.PutFunction(nullptr, 1, 1)) return 3;
@@ -33,8 +36,8 @@ int Record(const std::string& connectString, std::int64_t offset, int periods, c
         bool written = true;
         for (int band = 0; band < kBands; ++band) {
             long next = 0;
-            written &= store.PutDataRelative(ValueAt(absolute, band), "", period, 1, 1, band, band == kBands - 1, next,
-                                             useBatch, batch);
+            written &= store.PutDataRelative(ValueAt(absolute, band), "", period, 1, 1, band,
+                                             band == kBands - 1, next, useBatch, batch);
         }
         if (useBatch) store.PutDataEnd(batch);  // false where a period is stored already
         if (!written || !store.PutPeriodsRelative(nullptr, period + 1)) return 4;
@@ -58,11 +61,13 @@ class Crash : public Contract {
             std::int64_t offset = 0;
             std::int64_t period = 0;
             fields >> offset >> period;
-            const std::int64_t at = (Start(offset) - first).GetTotalMilliseconds() / kLength + period;
+            const std::int64_t at =
+                (Start(offset) - first).GetTotalMilliseconds() / kLength + period;
             float values[kBands];
             ASSERT_EQ(reader.GetData(values, static_cast<int>(at), 1, 0, kBands), 1);
             for (int band = 0; band < kBands; ++band) {
-                ASSERT_EQ(values[band], static_cast<float>(ValueAt(at, band))) << line << ", band " << band;
+                ASSERT_EQ(values[band], static_cast<float>(ValueAt(at, band)))
+                    << line << ", band " << band;
             }
         }
         EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "1");
@@ -86,9 +91,11 @@ TEST_P(Crash, LosesNothingAcknowledgedBetweenAnyTwoStatements) {
             return Record(database.WatchedString(), statement * 2500, 6, acknowledge);
         });
         const int status = recorder.Wait();
-        ASSERT_TRUE(status == 0 || status == 128 + SIGKILL) << status << " at statement " << statement;
+        ASSERT_TRUE(status == 0 || status == 128 + SIGKILL)
+            << status << " at statement " << statement;
         finished += status == 0;
-        for (std::string& line : recorder.Acknowledged()) acknowledged.push_back(std::move(line));
+        for (std::string& line : recorder.Acknowledged())
+            acknowledged.push_back(std::move(line));
     }
     EXPECT_GT(acknowledged.size(), 40U);
     CheckAll(acknowledged);
@@ -106,21 +113,23 @@ TEST_P(Crash, LosesNothingAcknowledgedAtAnyMoment) {
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 40000));
         recorder.Kill();
         ASSERT_EQ(recorder.Wait(), 128 + SIGKILL) << "round " << round;
-        for (std::string& line : recorder.Acknowledged()) acknowledged.push_back(std::move(line));
+        for (std::string& line : recorder.Acknowledged())
+            acknowledged.push_back(std::move(line));
     }
     EXPECT_FALSE(acknowledged.empty());
     if (!acknowledged.empty()) CheckAll(acknowledged);
 }
 
 // Records under a name of its own until the time is over; returns 0 when nothing failed.
-int RecordUntil(const std::string& connectString, const char* name, std::chrono::steady_clock::time_point end,
-                const Child::Acknowledge& acknowledge) {
+int RecordUntil(const std::string& connectString, const char* name,
+                std::chrono::steady_clock::time_point end, const Child::Acknowledge& acknowledge) {
     Store store(connectString);
     InstrumentInfo instrument = Instrument(name);
     MeasurementInfo measurement = Measurement();
     ReportInfo report = Report(1, kLength);
     store.BeginTrans();  // identifiers are chosen and taken in one go
-    if (!store.PutInstrument(nullptr, instrument) || !store.PutMeasurement(nullptr, instrument.GroupId, measurement) ||
+    if (!store.PutInstrument(nullptr, instrument) ||
+        !store.PutMeasurement(nullptr, instrument.GroupId, measurement) ||
         !store.PutReport(nullptr, report) || !store.PutFunction(nullptr, 1, 1)) {
         return 2;
     }
@@ -130,17 +139,22 @@ int RecordUntil(const std::string& connectString, const char* name, std::chrono:
     for (; std::chrono::steady_clock::now() < end; ++period) {
         long next = 0;
         for (int band = 0; band < 36; ++band) {
-            if (!store.PutDataRelative(ValueAt(period, band), "", period, 1, 1, band, false, next, true, batch)) return 3;
+            if (!store.PutDataRelative(ValueAt(period, band), "", period, 1, 1, band, false, next,
+                                       true, batch))
+                return 3;
         }
         if (!store.PutDataEnd(batch)) return 4;
-        if (!store.PutDataRelative(ValueAt(period, 36), "", period, 1, 1, 36, true, next, false, nullptr)) return 5;
+        if (!store.PutDataRelative(ValueAt(period, 36), "", period, 1, 1, 36, true, next, false,
+                                   nullptr))
+            return 5;
     }
     acknowledge(std::to_string(period));
     return 0;
 }
 
 // Reads everything again and again; a period that is counted must be whole.
-int ReadUntil(const std::string& connectString, const char* name, std::chrono::steady_clock::time_point end) {
+int ReadUntil(const std::string& connectString, const char* name,
+              std::chrono::steady_clock::time_point end) {
     Store store(connectString);
     while (std::chrono::steady_clock::now() < end) {
         CArray<InstrumentInfo, InstrumentInfo&> instruments;
@@ -161,7 +175,9 @@ int ReadUntil(const std::string& connectString, const char* name, std::chrono::s
         const int wanted = static_cast<int>(count) - first;
         if (store.GetData(values.data(), first, wanted, 0, 37) != wanted) return 5;
         for (int at = 0; at < wanted * 37; ++at) {
-            if (values[static_cast<std::size_t>(at)] != static_cast<float>(ValueAt(first + at / 37, at % 37))) return 6;
+            if (values[static_cast<std::size_t>(at)] !=
+                static_cast<float>(ValueAt(first + at / 37, at % 37)))
+                return 6;
         }
     }
     return 0;
@@ -169,24 +185,27 @@ int ReadUntil(const std::string& connectString, const char* name, std::chrono::s
 
 TEST_P(Crash, ServesTwoRecordersAndThreeReadersAtOnce) {
     const char* asked = std::getenv("MERSOLA_TEST_SECONDS");
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(asked ? std::atoi(asked) : 3);
+    const auto end =
+        std::chrono::steady_clock::now() + std::chrono::seconds(asked ? std::atoi(asked) : 3);
     std::vector<std::unique_ptr<Child>> recorders;
     std::vector<std::unique_ptr<Child>> readers;
     for (const char* name : {"one", "two"}) {
-        recorders.push_back(std::make_unique<Child>([&, name](const Child::Acknowledge& acknowledge) {
-            return RecordUntil(database.ConnectString(), name, end, acknowledge);
-        }));
+        recorders.push_back(
+            std::make_unique<Child>([&, name](const Child::Acknowledge& acknowledge) {
+                return RecordUntil(database.ConnectString(), name, end, acknowledge);
+            }));
     }
     for (const char* name : {"one", "two", "one"}) {
-        readers.push_back(std::make_unique<Child>([&, name](const auto&) {
-            return ReadUntil(database.ConnectString(), name, end);
-        }));
+        readers.push_back(std::make_unique<Child>(
+            [&, name](const auto&) { return ReadUntil(database.ConnectString(), name, end); }));
     }
-    for (const auto& reader : readers) EXPECT_EQ(reader->Wait(), 0);
+    for (const auto& reader : readers)
+        EXPECT_EQ(reader->Wait(), 0);
     long periods = 0;
     for (const auto& recorder : recorders) {
         EXPECT_EQ(recorder->Wait(), 0);
-        for (const std::string& line : recorder->Acknowledged()) periods += std::stol(line);
+        for (const std::string& line : recorder->Acknowledged())
+            periods += std::stol(line);
     }
     EXPECT_GT(periods, 20);
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(periods * 37));
@@ -201,7 +220,8 @@ TEST_P(Crash, RegistersAndResumesAWholeInstallation) {
             InstrumentInfo instrument = Instrument(("station " + std::to_string(station)).c_str());
             ASSERT_TRUE(store.PutInstrument(nullptr, instrument));
             for (int number = 0; number < 5; ++number) {
-                MeasurementInfo measurement = Measurement(("m" + std::to_string(number)).c_str(), Start(pass * 3600000));
+                MeasurementInfo measurement =
+                    Measurement(("m" + std::to_string(number)).c_str(), Start(pass * 3600000));
                 ASSERT_TRUE(store.PutMeasurement(nullptr, instrument.GroupId, measurement));
                 for (int id = 1; id <= 4; ++id) {
                     ReportInfo report = Report(id, id * kLength, id);
@@ -217,7 +237,8 @@ TEST_P(Crash, RegistersAndResumesAWholeInstallation) {
     EXPECT_EQ(database.Ask("SELECT count(DISTINCT MeasValueId) FROM MeasuredValues"), "4000");
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "8000");
     EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "200");
-    EXPECT_EQ(database.Ask("SELECT sum(noOfPeriods) FROM Reports"), std::to_string(1000 * (3601 + 1801 + 1201 + 901)));
+    EXPECT_EQ(database.Ask("SELECT sum(noOfPeriods) FROM Reports"),
+              std::to_string(1000 * (3601 + 1801 + 1201 + 901)));
 }
 
 INSTANTIATE_ON_EVERY_ENGINE(Crash);

@@ -24,7 +24,8 @@ class MarkersTest : public Contract {
     // The numbers of the markers found.
     static std::vector<int> Ids(const Markers& found) {
         std::vector<int> ids;
-        for (const MarkerInfo& m : found) ids.push_back(m.MarkerId);
+        for (const MarkerInfo& m : found)
+            ids.push_back(m.MarkerId);
         return ids;
     }
 
@@ -67,7 +68,8 @@ TEST_P(MarkersTest, AreOpenedAndClosedAtPeriods) {
 
 TEST_P(MarkersTest, AreFoundByTimeByPeriodAndByType) {
     for (const std::int64_t at : {0LL, 59999LL, 60000LL, 120001LL}) {
-        MarkerInfo m = Marker(static_cast<int>(at), Start(at), at == 60000 ? "Type=\"alarm\"" : "type=\"ALARM\"");
+        MarkerInfo m = Marker(static_cast<int>(at), Start(at),
+                              at == 60000 ? "Type=\"alarm\"" : "type=\"ALARM\"");
         ASSERT_TRUE(store.PutMarker(nullptr, m));
     }
     MarkerInfo unreadable = Marker(5, Start());
@@ -116,7 +118,8 @@ TEST_P(MarkersTest, AreDeletedOneByOneOrByNumberAndType) {
     MarkerInfo one = Marker(1, Start());
     MarkerInfo other = Marker(1, Start());
     other.frqId = 5;
-    for (MarkerInfo* m : {&one, &other, &other}) ASSERT_TRUE(store.PutMarker(nullptr, *m));
+    for (MarkerInfo* m : {&one, &other, &other})
+        ASSERT_TRUE(store.PutMarker(nullptr, *m));
     EXPECT_EQ(store.DeleteMarker(nullptr, one), 1);
     EXPECT_EQ(database.Ask("SELECT count(*) FROM Markers"), "2");
     EXPECT_EQ(store.DeleteMarkers(one), 1);

@@ -13,8 +13,10 @@ class Reading : public Contract {
             "INSERT INTO Groups VALUES (3,'Three','','alarm','station')",
             "INSERT INTO Groups VALUES (4,'Four','','alarm,3,4','station')",
             "INSERT INTO Groups VALUES (5,'Five','','alarm,1','Station,x')",
-            "INSERT INTO Measurements VALUES (1,1,'later','i',3,0.1,0.5,20,20000,'2026,11,16,00,00,00,000','10,50,99.9')",
-            "INSERT INTO Measurements VALUES (1,2,'earlier',NULL,1,2,3,4,5,'2026,11,15,07,30,12,045',NULL)",
+            "INSERT INTO Measurements VALUES "
+            "(1,1,'later','i',3,0.1,0.5,20,20000,'2026,11,16,00,00,00,000','10,50,99.9')",
+            "INSERT INTO Measurements VALUES "
+            "(1,2,'earlier',NULL,1,2,3,4,5,'2026,11,15,07,30,12,045',NULL)",
             "INSERT INTO Reports VALUES (1,1,1,'00,00,01,00,000','NOT_SET',10,2,9)",
             "INSERT INTO Reports VALUES (1,1,2,'125','00,00,00,00,124',4,NULL,5)",
             "INSERT INTO Reports VALUES (1,1,3,'00,00,00,01,000',NULL,4,0,1)",
@@ -37,7 +39,8 @@ class Reading : public Contract {
     // The names of instruments that a listing gives.
     static std::vector<std::string> Names(const CArray<InstrumentInfo, InstrumentInfo&>& list) {
         std::vector<std::string> names;
-        for (const InstrumentInfo& info : list) names.emplace_back(info.GroupName.View());
+        for (const InstrumentInfo& info : list)
+            names.emplace_back(info.GroupName.View());
         return names;
     }
 
@@ -193,9 +196,10 @@ TEST_P(Reading, FindsTheFirstPeriodAndRemembersIt) {
     long first = 0;
     EXPECT_EQ(store.GetFirstPeriod(first), 1);
     EXPECT_EQ(first, 3);
-    EXPECT_EQ(TheWatch().statements,
-              (std::vector<std::string>{"SELECT PeriodNo FROM MeasuredValues WHERE MeasValueId=-1",
-                                        "SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=7"}));
+    EXPECT_EQ(
+        TheWatch().statements,
+        (std::vector<std::string>{"SELECT PeriodNo FROM MeasuredValues WHERE MeasValueId=-1",
+                                  "SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=7"}));
     EXPECT_EQ(store.GetFirstPeriod(first), 1);
     EXPECT_EQ(TheWatch().statements.size(), 2U);
     CTimeEx start;
@@ -241,13 +245,16 @@ TEST_P(Reading, CatchesWhatTheEngineRaises) {
     EXPECT_EQ(store.locateInstrumentId("One") + store.locateMeasurementId(1, "later"), -2);
     EXPECT_EQ(store._GetInstrument(1, instrument, nullptr) + store.Get_InstrumentState(text), 0);
     EXPECT_EQ(text, "kept");
-    EXPECT_EQ(store.GetMeasurements(measurements) + store.GetReports(reports) + store.GetFunctions(functions), 0);
+    EXPECT_EQ(store.GetMeasurements(measurements) + store.GetReports(reports) +
+                  store.GetFunctions(functions),
+              0);
     EXPECT_EQ(store.SetReport(2) + store.SetMeasurement(2) + store.SetMeasurement(-3), 0);
     EXPECT_EQ(store.m_MeasId, 2);
     EXPECT_EQ(store.GetFunctionName(5), "");
     EXPECT_EQ(store.GetData(&value, 0, 1, 20, 1), -1);
     EXPECT_EQ(value, -100);
-    EXPECT_EQ(store.GetAllDataByPeriod(0, 9, list) + store.Get_nPrds(n) + store.GetFirstPeriod(n), 0);
+    EXPECT_EQ(store.GetAllDataByPeriod(0, 9, list) + store.Get_nPrds(n) + store.GetFirstPeriod(n),
+              0);
     EXPECT_EQ(store.GetPercentiles(percentiles), 0);
 }
 

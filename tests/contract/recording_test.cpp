@@ -19,7 +19,8 @@ TEST_P(Recording, GivesNewNamesFreeIdentifiersAndKnownOnesTheirOwn) {
     InstrumentInfo first = Instrument("a");
     ASSERT_TRUE(store.PutInstrument(nullptr, first));
     EXPECT_EQ(first.GroupId, 1);
-    database.Run({"INSERT INTO Groups (GroupId,GroupName) VALUES (2,'b')", "INSERT INTO Groups (GroupId,GroupName) VALUES (4,'d')"});
+    database.Run({"INSERT INTO Groups (GroupId,GroupName) VALUES (2,'b')",
+                  "INSERT INTO Groups (GroupId,GroupName) VALUES (4,'d')"});
     InstrumentInfo next = Instrument("e");
     ASSERT_TRUE(store.PutInstrument(nullptr, next));
     EXPECT_EQ(next.GroupId, 5) << "there are three, and 4 is taken";
@@ -43,18 +44,21 @@ TEST_P(Recording, StoresValuesOfBothPathsAndBothNumberings) {
     long next = 0;
     EXPECT_TRUE(store.PutDataRelative(1.5, "", 0, 1, 1, 30, true, next, false, nullptr));
     EXPECT_EQ(next, 1);
-    EXPECT_TRUE(store.PutDataAbsolute(2.5, "", Start(kMinute * 3 / 2), 0, 1, 1, 30, kMinute, true, next, false, nullptr));
+    EXPECT_TRUE(store.PutDataAbsolute(2.5, "", Start(kMinute * 3 / 2), 0, 1, 1, 30, kMinute, true,
+                                      next, false, nullptr));
     EXPECT_EQ(next, 2) << "one and a half periods after the start is period 1";
     const _RecordsetPtr batch = store.PutDataStart(nullptr);
     EXPECT_TRUE(store.PutDataRelative(3.5, "O", 2, 1, 1, 30, true, next, true, batch));
-    EXPECT_TRUE(store.PutDataAbsolute(4.5, "A", Start(kMinute * 2), 1, 1, 1, 30, kMinute, true, next, true, batch));
+    EXPECT_TRUE(store.PutDataAbsolute(4.5, "A", Start(kMinute * 2), 1, 1, 1, 30, kMinute, true,
+                                      next, true, batch));
     EXPECT_EQ(next, 4);
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "2") << "the batch was not sent";
     EXPECT_EQ(database.Ask("SELECT noOfPeriods FROM Reports"), "2") << "a batch does not count";
     EXPECT_TRUE(store.PutDataEnd(batch));
     EXPECT_EQ(database.Ask("SELECT Value FROM MeasuredValues WHERE Status='A'"), "-100");
     for (const long length : {0L, -1L}) {
-        EXPECT_FALSE(store.PutDataAbsolute(1, "", Start(), 0, 1, 1, 31, length, true, next, false, nullptr));
+        EXPECT_FALSE(
+            store.PutDataAbsolute(1, "", Start(), 0, 1, 1, 31, length, true, next, false, nullptr));
     }
     Select(store);
     std::vector<float> values(5);
@@ -77,7 +81,8 @@ TEST_P(Recording, CountsADuplicateAsWritten) {
     EXPECT_FALSE(store.PutDataRelative(2, "O'", 5, 1, 1, 30, true, next, false, nullptr));
     EXPECT_EQ(next, 5);
     const _RecordsetPtr batch = store.PutDataStart(nullptr);
-    for (const int period : {4, 5}) store.PutDataRelative(3, "", period, 1, 1, 30, true, next, true, batch);
+    for (const int period : {4, 5})
+        store.PutDataRelative(3, "", period, 1, 1, 30, true, next, true, batch);
     EXPECT_FALSE(store.PutDataEnd(batch));
     EXPECT_TRUE(store.PutDataEnd(batch));
     EXPECT_FALSE(store.PutDataEnd(nullptr));
@@ -91,10 +96,12 @@ TEST_P(Recording, RefusesValuesThatAreNoNumbersAndPeriodsBeyond32Bits) {
     for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
         EXPECT_FALSE(Write(store, 0, value));
         EXPECT_FALSE(store.PutDataRelative(value, "", 0, 1, 1, 30, false, next, true, batch));
-        EXPECT_FALSE(store.PutDataAbsolute(value, "", Start(), 0, 1, 1, 30, 1, false, next, true, batch));
+        EXPECT_FALSE(
+            store.PutDataAbsolute(value, "", Start(), 0, 1, 1, 30, 1, false, next, true, batch));
     }
     EXPECT_FALSE(Write(store, std::numeric_limits<int>::max(), 1));
-    EXPECT_FALSE(store.PutDataAbsolute(1, "", Start(365LL * 86400000), 0, 1, 1, 30, 1, false, next, false, nullptr));
+    EXPECT_FALSE(store.PutDataAbsolute(1, "", Start(365LL * 86400000), 0, 1, 1, 30, 1, false, next,
+                                       false, nullptr));
     EXPECT_TRUE(store.PutDataEnd(batch));
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "0");
     EXPECT_TRUE(Write(store, 0, std::nan(""), "A")) << "an invalid value has no magnitude";
@@ -115,7 +122,8 @@ TEST_P(Recording, IsClosedUntilAMeasurementIsRegistered) {
                                     Measurement("far", Start() + CTimeSpanEx(3660, 0, 0, 0, 0)),
                                     Measurement("no date", CTimeEx(2026, 2, 30, 0, 0, 0, 0)),
                                     Measurement("noise", Start(-1000))}) {
-        EXPECT_FALSE(store.PutMeasurement(nullptr, instrument.GroupId, refused)) << refused.MeasName;
+        EXPECT_FALSE(store.PutMeasurement(nullptr, instrument.GroupId, refused))
+            << refused.MeasName;
         EXPECT_FALSE(store.m_Valid);
     }
     MeasurementInfo wider = Measurement();
@@ -137,20 +145,23 @@ TEST_P(Recording, WidensTheStoredFrequencyRangeOnly) {
     MeasurementInfo inside = Measurement();
     ASSERT_TRUE(resumed.PutMeasurement(nullptr, 1, inside));
     EXPECT_EQ(inside.FrqUpper, 30000);
-    for (const std::string& statement : TheWatch().statements) EXPECT_NE(statement.rfind("UPDATE", 0), 0U) << statement;
+    for (const std::string& statement : TheWatch().statements)
+        EXPECT_NE(statement.rfind("UPDATE", 0), 0U) << statement;
 }
 
 TEST_P(Recording, LandsBehindThePeriodsThatPassed) {
     ASSERT_TRUE(Open(store));
     ASSERT_TRUE(store.PutFunction(nullptr, 1, 1));
-    for (int period = 0; period < 30; ++period) ASSERT_TRUE(Write(store, period, period));
+    for (int period = 0; period < 30; ++period)
+        ASSERT_TRUE(Write(store, period, period));
     Store resumed(database.ConnectString());
     ASSERT_TRUE(Open(resumed, Measurement("noise", Start(kMinute * 75 + 30000))));
     EXPECT_FALSE(resumed.m_newEntry);
     EXPECT_EQ(resumed.m_lastReportOffs, 75);
     EXPECT_EQ(database.Ask("SELECT noOfPeriods FROM Reports"), "75");
     ASSERT_EQ(resumed.m_lastMeasurement.reports.GetSize(), 1);
-    EXPECT_EQ(resumed.m_lastMeasurement.reports[0].functions[0].third, 1) << "bands in the first period";
+    EXPECT_EQ(resumed.m_lastMeasurement.reports[0].functions[0].third, 1)
+        << "bands in the first period";
     ASSERT_TRUE(Write(resumed, 0, 1000));
     EXPECT_EQ(database.Ask("SELECT PeriodNo FROM MeasuredValues WHERE Value=1000"), "75");
     EXPECT_EQ(database.Ask("SELECT noOfPeriods FROM Reports"), "76");
@@ -163,7 +174,8 @@ TEST_P(Recording, LandsBehindThePeriodsThatPassed) {
 
 TEST_P(Recording, OverlapsWhenItResumesInsideWhatIsStored) {
     ASSERT_TRUE(Open(store));
-    for (int period = 0; period < 3; ++period) ASSERT_TRUE(Write(store, period, period));
+    for (int period = 0; period < 3; ++period)
+        ASSERT_TRUE(Write(store, period, period));
     Store resumed(database.ConnectString());
     ASSERT_TRUE(Open(resumed, Measurement("noise", Start(kMinute / 2))));
     EXPECT_EQ(resumed.m_lastReportOffs, 0);
@@ -200,7 +212,8 @@ TEST_P(Recording, MakesARegisteredReportCurrentAgainWithoutWriting) {
     ASSERT_TRUE(resumed.PutReport(nullptr, three));
     EXPECT_TRUE(resumed.m_newEntry);
     EXPECT_EQ(resumed.m_lastReportOffs, 0);
-    for (const std::string& statement : TheWatch().statements) EXPECT_EQ(statement.rfind("SELECT", 0), 0U) << statement;
+    for (const std::string& statement : TheWatch().statements)
+        EXPECT_EQ(statement.rfind("SELECT", 0), 0U) << statement;
     ReportInfo other = Report(1, 1);
     EXPECT_FALSE(resumed.PutReport(nullptr, other));
     EXPECT_FALSE(resumed.m_Valid);
@@ -271,7 +284,8 @@ TEST_P(Recording, AnswersAFailingStatementAsEachOperationPromises) {
     EXPECT_FALSE(watched.PutResolution(nullptr, info));
     EXPECT_FALSE(watched.PutPeriodLen(nullptr, 1L));
     EXPECT_FALSE(watched.PutPeriodsAbsolute(nullptr, 1000));
-    EXPECT_TRUE(watched.PutDataRelative(1, "", 2000, 1, 1, 30, true, next, false, nullptr)) << "stored, if not counted";
+    EXPECT_TRUE(watched.PutDataRelative(1, "", 2000, 1, 1, 30, true, next, false, nullptr))
+        << "stored, if not counted";
     EXPECT_EQ(next, 2001);
     EXPECT_FALSE(watched.PutInstrumentState(nullptr, instrument, "on"));
     EXPECT_FALSE(watched.m_Valid);
@@ -312,25 +326,34 @@ TEST_P(Recording, RunsItsStatementsInTheirOrder) {
         "SELECT * FROM Groups where GroupName='station 1'",
         "SELECT count(*) FROM Groups",
         "SELECT GroupId FROM Groups where GroupId=1",
-        "INSERT INTO GROUPS  WITH (ROWLOCK) (GroupId,GroupName,Info,Type,State) VALUES (1,'station 1','','0','')",
+        "INSERT INTO GROUPS  WITH (ROWLOCK) (GroupId,GroupName,Info,Type,State) VALUES (1,'station "
+        "1','','0','')",
         "SELECT * FROM Measurements where MeasName='noise' and GroupId=1",
         "SELECT count(*) FROM Measurements WHERE GroupId=1",
         "SELECT MeasId FROM Measurements where MeasId=1 and GroupId=1",
-        "INSERT INTO MEASUREMENTS WITH (ROWLOCK) (MeasName,MeasId,Info,BandWidth, Fullscale, Sensitivity, FrqLower, FrqUpper, "
-        "StartAt, GroupId) VALUES ('noise',1,'',3,0.100000,0.050000,25.000000,20000.000000,'" + start + "',1)",
-        "UPDATE MEASUREMENTS  WITH (ROWLOCK) SET StartAt='" + start + "' WHERE GroupId=1 AND MeasId=1",
+        "INSERT INTO MEASUREMENTS WITH (ROWLOCK) (MeasName,MeasId,Info,BandWidth, Fullscale, "
+        "Sensitivity, FrqLower, FrqUpper, "
+        "StartAt, GroupId) VALUES ('noise',1,'',3,0.100000,0.050000,25.000000,20000.000000,'" +
+            start + "',1)",
+        "UPDATE MEASUREMENTS  WITH (ROWLOCK) SET StartAt='" + start +
+            "' WHERE GroupId=1 AND MeasId=1",
         "SELECT * FROM Reports where MeasId=-1 and GroupId=-1 and ReportId=-1",
         "SELECT count(*) FROM Reports where MeasId=1 and GroupId=1 and ReportId=1",
-        "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, noOfPeriods, "
+        "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, "
+        "noOfPeriods, "
         "MinPeriod,ReportType) VALUES (1,1,1,'00,00,01,00,000','NOT_SET',0,0,1)",
         "SELECT MeasValueId FROM MeasValueMap where GroupId=1 and MeasId=1 and ReportId=1",
         "SELECT count(*) FROM MeasValueMap",
         "SELECT MeasValueId FROM MeasValueMap where MeasValueId=1",
-        "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES (1,1,1,1)",
-        "INSERT INTO MEASUREDFUNCTIONS WITH (ROWLOCK) (GroupId,MeasId,ReportId,FuncId,Channel) VALUES (1,1,1,1,2)",
-        "INSERT INTO MEASUREDVALUES  WITH (ROWLOCK) (MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES "
+        "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES "
+        "(1,1,1,1)",
+        "INSERT INTO MEASUREDFUNCTIONS WITH (ROWLOCK) (GroupId,MeasId,ReportId,FuncId,Channel) "
+        "VALUES (1,1,1,1,2)",
+        "INSERT INTO MEASUREDVALUES  WITH (ROWLOCK) "
+        "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES "
         "(1,0,1,1.500000,'',30,1)",
-        "UPDATE Reports  WITH (ROWLOCK) SET noOfPeriods=1 WHERE GroupId=1 AND MeasId=1 AND ReportId=1",
+        "UPDATE Reports  WITH (ROWLOCK) SET noOfPeriods=1 WHERE GroupId=1 AND MeasId=1 AND "
+        "ReportId=1",
     };
     EXPECT_EQ(TheWatch().statements, expected);
 }

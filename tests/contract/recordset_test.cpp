@@ -26,14 +26,17 @@ class RecordsetTest : public Contract {
     // One value in each of the periods from 0.
     void Fill(int periods) const {
         auto batch = _Recordset::CreateInstance();
-        batch->Open("MEASUREDVALUES", connection, adOpenForwardOnly, adLockBatchOptimistic, adCmdUnknown);
-        for (int period = 0; period < periods; ++period) AddRow(*batch, period);
+        batch->Open("MEASUREDVALUES", connection, adOpenForwardOnly, adLockBatchOptimistic,
+                    adCmdUnknown);
+        for (int period = 0; period < periods; ++period)
+            AddRow(*batch, period);
         batch->UpdateBatch();
     }
 
     static void AddRow(_Recordset& batch, int period) {
         batch.AddNew();
-        for (const char* column : {"MeasValueId", "Channel", "FuncId", "FrqId"}) batch.Fields(column).Put(1);
+        for (const char* column : {"MeasValueId", "Channel", "FuncId", "FrqId"})
+            batch.Fields(column).Put(1);
         batch.Fields("PeriodNo").Put(period);
         batch.Fields("Value").Put(0.5 * period);
         batch.Fields("Status").Put(std::string_view());
@@ -43,7 +46,8 @@ class RecordsetTest : public Contract {
 };
 
 TEST_P(RecordsetTest, FindsFieldsByNameInAnyCaseAndByPosition) {
-    Run("INSERT INTO GROUPS  WITH (ROWLOCK) (GroupId,GroupName,Info,Type,State) VALUES (7,'it''s','2.5',NULL,'')");
+    Run("INSERT INTO GROUPS  WITH (ROWLOCK) (GroupId,GroupName,Info,Type,State) VALUES "
+        "(7,'it''s','2.5',NULL,'')");
     auto rows = Run("SELECT * FROM Groups");
     EXPECT_EQ(rows->Fields("groupid").Long(), 7);
     EXPECT_EQ(rows->Fields(1).Text(), "it's");
@@ -59,7 +63,9 @@ TEST_P(RecordsetTest, FindsFieldsByNameInAnyCaseAndByPosition) {
 
 TEST_P(RecordsetTest, RefusesToNarrowANumberBeyond32Bits) {
     Fill(1);
-    auto rows = Run("SELECT PeriodNo + 2147483647, PeriodNo + 2147483648, PeriodNo - 2147483648 FROM MeasuredValues");
+    auto rows =
+        Run("SELECT PeriodNo + 2147483647, PeriodNo + 2147483648, PeriodNo - 2147483648 FROM "
+            "MeasuredValues");
     EXPECT_EQ(rows->Fields(0).Long(), 2147483647);
     EXPECT_EQ(CodeOf([&] { rows->Fields(1).Long(); }), DISP_E_OVERFLOW);
     EXPECT_EQ(rows->Fields(2).Long(), -2147483647 - 1);
@@ -80,12 +86,14 @@ TEST_P(RecordsetTest, KeepsItsSnapshotWhileTheTableChanges) {
         Run("DELETE FROM MeasuredValues");
         Fill(count);
         auto rows = Run("SELECT PeriodNo FROM MeasuredValues ORDER BY PeriodNo");
-        for (int row = 0; row < count / 2; ++row) rows->MoveNext();
+        for (int row = 0; row < count / 2; ++row)
+            rows->MoveNext();
         connection->BeginTrans();
         Run("DELETE FROM MeasuredValues WHERE PeriodNo > 1");
         connection->CommitTrans();
         int expected = count / 2;
-        for (; !rows->EndOfFile(); rows->MoveNext()) ASSERT_EQ(rows->Fields(0).Long(), expected++);
+        for (; !rows->EndOfFile(); rows->MoveNext())
+            ASSERT_EQ(rows->Fields(0).Long(), expected++);
         EXPECT_EQ(expected, count);
     }
 }
@@ -93,10 +101,12 @@ TEST_P(RecordsetTest, KeepsItsSnapshotWhileTheTableChanges) {
 TEST_P(RecordsetTest, GoesBackToTheFirstRowUnlessItIsGone) {
     Fill(2000);
     auto rows = Run("SELECT PeriodNo FROM MeasuredValues ORDER BY PeriodNo");
-    for (std::size_t row = 0; row < _Recordset::kRowsHeld; ++row) rows->MoveNext();
+    for (std::size_t row = 0; row < _Recordset::kRowsHeld; ++row)
+        rows->MoveNext();
     rows->MoveFirst();
     int expected = 0;
-    for (; !rows->EndOfFile(); rows->MoveNext()) ASSERT_EQ(rows->Fields(0).Long(), expected++);
+    for (; !rows->EndOfFile(); rows->MoveNext())
+        ASSERT_EQ(rows->Fields(0).Long(), expected++);
     EXPECT_EQ(expected, 2000);
     EXPECT_EQ(CodeOf([&] { rows->MoveFirst(); }), adErrIllegalOperation);
     EXPECT_EQ(CodeOf([&] { rows->MoveNext(); }), adErrNoCurrentRecord);
@@ -107,7 +117,8 @@ TEST_P(RecordsetTest, OutlivesItsConnection) {
     auto rows = Run("SELECT PeriodNo FROM MeasuredValues ORDER BY PeriodNo");
     connection->Close();
     int count = 0;
-    for (; !rows->EndOfFile(); rows->MoveNext()) ++count;
+    for (; !rows->EndOfFile(); rows->MoveNext())
+        ++count;
     EXPECT_EQ(count, 2000);
     EXPECT_EQ(CodeOf([&] { connection->Close(); }), adErrObjectClosed);
     EXPECT_EQ(CodeOf([&] { Run("SELECT * FROM Groups"); }), adErrObjectClosed);
@@ -116,8 +127,10 @@ TEST_P(RecordsetTest, OutlivesItsConnection) {
 TEST_P(RecordsetTest, StoresABatchButForWhatIsRefused) {
     Fill(3);
     auto batch = _Recordset::CreateInstance();
-    batch->Open("MEASUREDVALUES", connection, adOpenForwardOnly, adLockBatchOptimistic, adCmdUnknown);
-    for (int period = 0; period < 5; ++period) AddRow(*batch, period);
+    batch->Open("MEASUREDVALUES", connection, adOpenForwardOnly, adLockBatchOptimistic,
+                adCmdUnknown);
+    for (int period = 0; period < 5; ++period)
+        AddRow(*batch, period);
     try {
         batch->UpdateBatch();
         FAIL() << "three rows are stored already";
@@ -156,7 +169,8 @@ TEST_P(RecordsetTest, SaysDuplicateForAViolatedKeyAndForNothingElse) {
         return std::string();
     };
     EXPECT_NE(wordsOf(insert).find("duplicate"), std::string::npos);
-    for (const char* other : {"SELECT * FROM duplicate", "SELECT duplicate FROM Groups", "SELECT duplicate duplicate duplicate",
+    for (const char* other : {"SELECT * FROM duplicate", "SELECT duplicate FROM Groups",
+                              "SELECT duplicate duplicate duplicate",
                               "INSERT INTO Measurements (MeasName) VALUES ('duplicate')"}) {
         const std::string words = wordsOf(other);
         EXPECT_FALSE(words.empty()) << other;
@@ -167,9 +181,12 @@ TEST_P(RecordsetTest, SaysDuplicateForAViolatedKeyAndForNothingElse) {
 TEST_P(RecordsetTest, TellsFaultsApartByTheirCode) {
     EXPECT_EQ(CodeOf([&] { Run("SELEKT 1"); }), DB_E_ERRORSINCOMMAND);
     EXPECT_EQ(CodeOf([&] { Run("SELECT * FROM Nowhere"); }), DB_E_NOTABLE);
-    EXPECT_EQ(CodeOf([&] { Run("INSERT INTO GROUPS (GroupName) VALUES ('O'Brien')"); }), DB_E_ERRORSINCOMMAND);
-    EXPECT_EQ(CodeOf([&] { Run("DELETE FROM Groups; DELETE FROM Markers"); }), DB_E_ERRORSINCOMMAND);
-    EXPECT_EQ(CodeOf([&] { Run("INSERT INTO Measurements (GroupId) VALUES (1)"); }), DB_E_INTEGRITYVIOLATION);
+    EXPECT_EQ(CodeOf([&] { Run("INSERT INTO GROUPS (GroupName) VALUES ('O'Brien')"); }),
+              DB_E_ERRORSINCOMMAND);
+    EXPECT_EQ(CodeOf([&] { Run("DELETE FROM Groups; DELETE FROM Markers"); }),
+              DB_E_ERRORSINCOMMAND);
+    EXPECT_EQ(CodeOf([&] { Run("INSERT INTO Measurements (GroupId) VALUES (1)"); }),
+              DB_E_INTEGRITYVIOLATION);
 }
 
 INSTANTIATE_ON_EVERY_ENGINE(RecordsetTest);

@@ -1,12 +1,12 @@
 // The life of a session: credentials, connecting, sharing, failing.
+#include <gmock/gmock.h>
+
 #include "store.h"
 
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
-#include <sstream>
 
 #include "db_error.h"
 #include "log.h"
@@ -89,7 +89,9 @@ TEST_P(SessionTest, RefusesAFileThatIsNoDatabase) {
     const std::string path = (folder / "text.db").string();
     std::ofstream(path) << std::string(4096, 'x');
     EXPECT_FALSE(Store("Provider=SQLite;Data Source=" + path).isConnected());
-    EXPECT_FALSE(Store("Provider=SQLite;Data Source=" + std::filesystem::path(path).parent_path().string()).isConnected());
+    EXPECT_FALSE(
+        Store("Provider=SQLite;Data Source=" + std::filesystem::path(path).parent_path().string())
+            .isConnected());
     EXPECT_EQ(shown.texts.size(), 2U);
 }
 
@@ -184,7 +186,8 @@ TEST_P(SessionTest, LosesNothingWhenTheDatabaseIsFull) {
     for (bool stored = true; stored; periods += stored) {
         long next = 0;
         for (int band = 0; band < 500; ++band) {
-            ASSERT_TRUE(store.PutDataRelative(band, "", periods, 1, 1, band, false, next, true, batch));
+            ASSERT_TRUE(
+                store.PutDataRelative(band, "", periods, 1, 1, band, false, next, true, batch));
         }
         stored = store.PutDataEnd(batch);
     }
@@ -192,7 +195,8 @@ TEST_P(SessionTest, LosesNothingWhenTheDatabaseIsFull) {
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(500 * periods));
     store.dbExecute("PRAGMA max_page_count=4000");
     EXPECT_TRUE(store.PutDataEnd(batch));
-    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(500 * (periods + 1)));
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"),
+              std::to_string(500 * (periods + 1)));
 }
 
 TEST_P(SessionTest, KeepsTheDecimalPointUnderALocaleWithAComma) {
@@ -224,9 +228,12 @@ TEST(DiagnosticsLog, WritesOneLineForEachMessage) {
     std::ifstream log(MapDrivePath("c:\\debugMersola.log"));
     std::string line;
     std::string last;
-    while (std::getline(log, line)) last = line;
-    EXPECT_TRUE(std::regex_match(last, std::regex(R"(\[[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]\d \d\d:\d\d:\d\d\.\d{1,3} \d{4}\] \[%s stays as it is\])")))
-        << last;
+    while (std::getline(log, line))
+        last = line;
+    EXPECT_THAT(last,
+                testing::MatchesRegex(
+                    "\\[[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8}\\.[0-9]{1,3} [0-9]{4}\\] "
+                    "\\[%s stays as it is\\]"));
 }
 
 TEST(DatabaseError, BecomesTheThreadsErrorInformation) {
@@ -237,7 +244,8 @@ TEST(DatabaseError, BecomesTheThreadsErrorInformation) {
     EXPECT_EQ(info->source, "SQLite");
     EXPECT_EQ(GetErrorInfo(), nullptr);
     EXPECT_EQ(dbErrorText(_com_error(DB_E_INTEGRITYVIOLATION, "duplicate key", "SQLite")),
-              "DB Error:\tCode = 80040e2f (duplicate key)\tSource = SQLite\tDescription = duplicate key\n");
+              "DB Error:\tCode = 80040e2f (duplicate key)\tSource = SQLite\tDescription = "
+              "duplicate key\n");
     EXPECT_EQ(_com_error(DB_E_INTEGRITYVIOLATION).ErrorMessage(), "IDispatch error #3119");
     EXPECT_EQ(_com_error(adErrItemNotFound).ErrorMessage(), "Unknown error 0x800A0CC1");
 }

@@ -34,7 +34,9 @@ Child::~Child() {
     }
 }
 
-void Child::Kill() const { kill(process_, SIGKILL); }
+void Child::Kill() const {
+    kill(process_, SIGKILL);
+}
 
 int Child::Wait() {
     char buffer[4096];
@@ -51,7 +53,8 @@ int Child::Wait() {
 std::vector<std::string> Child::Acknowledged() const {
     std::vector<std::string> lines;
     std::istringstream heard(heard_);
-    for (std::string line; std::getline(heard, line);) lines.push_back(line);
+    for (std::string line; std::getline(heard, line);)
+        lines.push_back(line);
     return lines;
 }
 

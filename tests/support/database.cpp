@@ -54,7 +54,9 @@ std::string Database::Ask(const std::string& statement) const {
     return rows.EndOfFile() ? std::string() : std::string(rows.Fields(0).Text().View());
 }
 
-std::vector<std::string> Engines() { return {"SQLite"}; }
+std::vector<std::string> Engines() {
+    return {"SQLite"};
+}
 
 ShownMessages::ShownMessages()
     : before_(SetMessageBoxHandler([this](const char* text, unsigned) {
@@ -62,6 +64,8 @@ ShownMessages::ShownMessages()
           return IDOK;
       })) {}
 
-ShownMessages::~ShownMessages() { SetMessageBoxHandler(before_); }
+ShownMessages::~ShownMessages() {
+    SetMessageBoxHandler(before_);
+}
 
 }  // namespace mersola::test

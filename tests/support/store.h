@@ -25,9 +25,9 @@ class Store : public Mersola {
     using Mersola::loadContinuousSetupData;
     using Mersola::m_connection;
     using Mersola::m_connectString;
+    using Mersola::m_contMeasurements;
     using Mersola::m_contMode;
     using Mersola::m_contReports;
-    using Mersola::m_contMeasurements;
     using Mersola::m_GroupId;
     using Mersola::m_lastMeasurement;
     using Mersola::m_lastReportOffs;
@@ -81,10 +81,12 @@ inline ReportInfo Report(int id = 1, std::int64_t periodLength = 60000, int type
 }
 
 /// Registers instrument, measurement and report; false when one of them fails.
-inline bool Open(Mersola& store, MeasurementInfo measurement = Measurement(), ReportInfo report = Report()) {
+inline bool Open(Mersola& store, MeasurementInfo measurement = Measurement(),
+                 ReportInfo report = Report()) {
     InstrumentInfo instrument = Instrument();
     return store.PutInstrument(nullptr, instrument) &&
-           store.PutMeasurement(nullptr, instrument.GroupId, measurement) && store.PutReport(nullptr, report);
+           store.PutMeasurement(nullptr, instrument.GroupId, measurement) &&
+           store.PutReport(nullptr, report);
 }
 
 /// Tests of the contract, on every engine.
@@ -102,7 +104,8 @@ class Contract : public testing::TestWithParam<std::string> {
     /// Selects what Open registers and Write writes.
     static void Select(Mersola& store, int report = 1) {
         store.SetInstrument(store.locateInstrumentId("station 1"));
-        store.SetMeasurement(store.locateMeasurementId(store.locateInstrumentId("station 1"), "noise"));
+        store.SetMeasurement(
+            store.locateMeasurementId(store.locateInstrumentId("station 1"), "noise"));
         store.SetReport(report);
         store.SetChannel(1);
         store.SetFunction(1);
@@ -120,6 +123,6 @@ class Contract : public testing::TestWithParam<std::string> {
 
 }  // namespace mersola::test
 
-#define INSTANTIATE_ON_EVERY_ENGINE(suite)                                                      \
-    INSTANTIATE_TEST_SUITE_P(Engines, suite, testing::ValuesIn(mersola::test::Engines()),       \
+#define INSTANTIATE_ON_EVERY_ENGINE(suite)                                                \
+    INSTANTIATE_TEST_SUITE_P(Engines, suite, testing::ValuesIn(mersola::test::Engines()), \
                              [](const auto& test) { return test.param; })

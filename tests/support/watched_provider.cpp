@@ -45,6 +45,8 @@ Watch& TheWatch() {
     return watch;
 }
 
-void RegisterWatchedProvider() { ado::RegisterProvider("Watched", std::make_shared<Provider>()); }
+void RegisterWatchedProvider() {
+    ado::RegisterProvider("Watched", std::make_shared<Provider>());
+}
 
 }  // namespace mersola::test

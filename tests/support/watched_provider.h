@@ -20,7 +20,9 @@ struct Watch {
     void Reset() { *this = Watch(); }
     /// Fails every statement that holds `part`.
     void FailOn(std::string part) {
-        fails = [part = std::move(part)](std::string_view sql) { return sql.find(part) != sql.npos; };
+        fails = [part = std::move(part)](std::string_view sql) {
+            return sql.find(part) != sql.npos;
+        };
     }
 };
 

@@ -19,9 +19,24 @@ using _ConnectionPtr = std::shared_ptr<_Connection>;
 using _RecordsetPtr = std::shared_ptr<_Recordset>;
 
 enum CursorLocationEnum : long { adUseServer = 2, adUseClient = 3 };
-enum CursorTypeEnum : long { adOpenForwardOnly = 0, adOpenKeyset = 1, adOpenDynamic = 2, adOpenStatic = 3 };
-enum LockTypeEnum : long { adLockReadOnly = 1, adLockPessimistic = 2, adLockOptimistic = 3, adLockBatchOptimistic = 4 };
-enum CommandTypeEnum : long { adCmdUnspecified = -1, adCmdText = 1, adCmdTable = 2, adCmdUnknown = 8 };
+enum CursorTypeEnum : long {
+    adOpenForwardOnly = 0,
+    adOpenKeyset = 1,
+    adOpenDynamic = 2,
+    adOpenStatic = 3
+};
+enum LockTypeEnum : long {
+    adLockReadOnly = 1,
+    adLockPessimistic = 2,
+    adLockOptimistic = 3,
+    adLockBatchOptimistic = 4
+};
+enum CommandTypeEnum : long {
+    adCmdUnspecified = -1,
+    adCmdText = 1,
+    adCmdTable = 2,
+    adCmdUnknown = 8
+};
 enum IsolationLevelEnum : long { adXactReadCommitted = 4096 };
 enum ObjectStateEnum : long { adStateClosed = 0, adStateOpen = 1 };
 enum AffectEnum : long { adAffectAll = 3 };
@@ -61,9 +76,9 @@ class _Connection : public std::enable_shared_from_this<_Connection> {
     /// Accepted for either place: rows are always read from a snapshot.
     void PutCursorLocation(CursorLocationEnum location);
 
-    /// Opens the database that the connection string names. Raises when it is open already, when the
-    /// string's provider is not known, or what the provider raises; the reasons are then in GetErrors
-    /// and the connection stays closed.
+    /// Opens the database that the connection string names. Raises when it is open already, when
+    /// the string's provider is not known, or what the provider raises; the reasons are then in
+    /// GetErrors and the connection stays closed.
     void Open(const CString& connectionString, const CString& userId, const CString& password,
               long options = adConnectUnspecified);
     /// Closes; an open transaction is rolled back and recordsets keep the rows that they have not
@@ -84,7 +99,8 @@ class _Connection : public std::enable_shared_from_this<_Connection> {
     std::unique_ptr<mersola::ado::ConnectionState> state_;
 };
 
-/// One field of a recordset's current row; valid while the recordset stays on that row. Conversions
+/// One field of a recordset; it reads the row on which the recordset stands, and is valid as long
+/// as that is open, so that a loop over many rows need not look its fields up for each. Conversions
 /// are strict: a number beyond the target's range raises DISP_E_OVERFLOW, a text that is no number
 /// DISP_E_TYPEMISMATCH. A null reads as 0 or as an empty text; ask IsNull where that matters.
 class AdoField {
@@ -92,7 +108,8 @@ class AdoField {
     bool IsNull() const;
     /// The first byte of the text, zero for a null or an empty text.
     char FirstCharacter() const;
-    std::int32_t Long() const;  ///< a 32-bit integer; a fraction is rounded to the nearest, ties to even
+    std::int32_t Long()
+        const;  ///< a 32-bit integer; a fraction is rounded to the nearest, ties to even
     double Double() const;
     CString Text() const;  ///< a number as its shortest decimal text
 
@@ -136,9 +153,9 @@ class _Recordset {
     void PutCursorType(CursorTypeEnum type);
     void PutLockType(LockTypeEnum type);
 
-    /// Runs the statement `source`, or with adCmdTable (or adCmdUnknown and a single word) opens the
-    /// table of that name to add rows. A statement without rows leaves the recordset closed. Raises
-    /// what the provider raises; the recordset is then closed.
+    /// Runs the statement `source`, or with adCmdTable (or adCmdUnknown and a single word) opens
+    /// the table of that name to add rows. A statement without rows leaves the recordset closed.
+    /// Raises what the provider raises; the recordset is then closed.
     void Open(const CString& source, const _ConnectionPtr& connection, CursorTypeEnum cursorType,
               LockTypeEnum lockType, long options);
     void Close();
@@ -161,8 +178,8 @@ class _Recordset {
     void AddNew();
     /// Sends the new rows in one transaction of its own unless one is open. Rows that can be stored
     /// are stored; if any was refused, raises the first refusal when the others are in, and none is
-    /// pending any more. When the rows could not be sent at all (a locked or full database), raises,
-    /// nothing is stored and all stay pending.
+    /// pending any more. When the rows could not be sent at all (a locked or full database),
+    /// raises, nothing is stored and all stay pending.
     void UpdateBatch(AffectEnum affect = adAffectAll);
 
   private:

@@ -10,7 +10,9 @@
 /// COM's result code: 32 bits, negative for a failure.
 using HRESULT = std::int32_t;
 
-constexpr HRESULT MakeHresult(std::uint32_t code) { return static_cast<HRESULT>(code); }
+constexpr HRESULT MakeHresult(std::uint32_t code) {
+    return static_cast<HRESULT>(code);
+}
 
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT S_FALSE = 1;

@@ -46,9 +46,13 @@ void _Connection::PutCommandTimeout(long seconds) {
     state_->commandTimeout = seconds;
 }
 
-long _Connection::GetConnectionTimeout() const { return state_->connectionTimeout; }
+long _Connection::GetConnectionTimeout() const {
+    return state_->connectionTimeout;
+}
 
-long _Connection::GetCommandTimeout() const { return state_->commandTimeout; }
+long _Connection::GetCommandTimeout() const {
+    return state_->commandTimeout;
+}
 
 void _Connection::PutIsolationLevel(IsolationLevelEnum level) {
     if (level != adXactReadCommitted) {
@@ -58,9 +62,10 @@ void _Connection::PutIsolationLevel(IsolationLevelEnum level) {
 
 void _Connection::PutCursorLocation(CursorLocationEnum) {}
 
-void _Connection::Open(const CString& connectionString, const CString& userId, const CString& password,
-                       long /*options*/) {
-    if (state_->session) throw _com_error(adErrObjectOpen, "The connection is open already", kSource);
+void _Connection::Open(const CString& connectionString, const CString& userId,
+                       const CString& password, long /*options*/) {
+    if (state_->session)
+        throw _com_error(adErrObjectOpen, "The connection is open already", kSource);
     state_->Noting([&] {
         const mersola::ado::ConnectionString properties(connectionString.View());
         const auto provider = mersola::ado::FindProvider(properties.Find("Provider"));
@@ -78,12 +83,15 @@ void _Connection::Close() {
     state_->session.reset();
 }
 
-ObjectStateEnum _Connection::GetState() const { return state_->session ? adStateOpen : adStateClosed; }
+ObjectStateEnum _Connection::GetState() const {
+    return state_->session ? adStateOpen : adStateClosed;
+}
 
 void _Connection::BeginTrans() {
     auto& session = state_->Idle();
     if (state_->inTransaction) {
-        throw _com_error(XACT_E_XTIONEXISTS, "Only one transaction can be active on a connection", kSource);
+        throw _com_error(XACT_E_XTIONEXISTS, "Only one transaction can be active on a connection",
+                         kSource);
     }
     session.Begin();
     state_->inTransaction = true;
@@ -107,4 +115,6 @@ void _Connection::RollbackTrans() {
     session.Rollback();
 }
 
-const std::vector<AdoError>& _Connection::GetErrors() const { return state_->errors; }
+const std::vector<AdoError>& _Connection::GetErrors() const {
+    return state_->errors;
+}

@@ -8,11 +8,15 @@
 namespace mersola::ado {
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+    while (!text.empty() && IsBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && IsBlank(text.back()))
+        text.remove_suffix(1);
     return text;
 }
 
@@ -22,7 +26,8 @@ std::string_view Trimmed(std::string_view text) {
 
 // Takes the value at the front of `rest` up to its semicolon.
 std::string TakeValue(std::string_view& rest) {
-    while (!rest.empty() && IsBlank(rest.front())) rest.remove_prefix(1);
+    while (!rest.empty() && IsBlank(rest.front()))
+        rest.remove_prefix(1);
     const char open = rest.empty() ? '\0' : rest.front();
     if (open != '{' && open != '\'' && open != '"') {
         const auto end = std::min(rest.find(';'), rest.size());
@@ -41,7 +46,8 @@ std::string TakeValue(std::string_view& rest) {
         value += rest.front();
     }
     rest.remove_prefix(1);
-    while (!rest.empty() && IsBlank(rest.front())) rest.remove_prefix(1);
+    while (!rest.empty() && IsBlank(rest.front()))
+        rest.remove_prefix(1);
     if (!rest.empty() && rest.front() != ';') Malformed("text behind a value in braces or quotes");
     return value;
 }
@@ -66,9 +72,8 @@ ConnectionString::ConnectionString(std::string_view text) : text_(text) {
 }
 
 std::string_view ConnectionString::Find(std::string_view key) const {
-    const auto found = std::find_if(pairs_.rbegin(), pairs_.rend(), [&](const auto& pair) {
-        return EqualNoCase(pair.first, key);
-    });
+    const auto found = std::find_if(pairs_.rbegin(), pairs_.rend(),
+                                    [&](const auto& pair) { return EqualNoCase(pair.first, key); });
     return found == pairs_.rend() ? std::string_view() : std::string_view(found->second);
 }
 

@@ -28,6 +28,8 @@ class ConnectionString {
     std::vector<std::pair<std::string, std::string>> pairs_;
 };
 
-inline bool EqualNoCase(std::string_view left, std::string_view right) { return CompareNoCase(left, right) == 0; }
+inline bool EqualNoCase(std::string_view left, std::string_view right) {
+    return CompareNoCase(left, right) == 0;
+}
 
 }  // namespace mersola::ado

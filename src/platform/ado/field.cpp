@@ -18,7 +18,8 @@ namespace {
 
 double NumberIn(std::string_view text) {
     const auto first = text.find_first_not_of(' ');
-    if (first != std::string_view::npos) text = text.substr(first, text.find_last_not_of(' ') - first + 1);
+    if (first != std::string_view::npos)
+        text = text.substr(first, text.find_last_not_of(' ') - first + 1);
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(number)) {
@@ -29,45 +30,52 @@ double NumberIn(std::string_view text) {
 
 std::int32_t Narrowed(double number) {
     const double whole = std::nearbyint(number);
-    if (!(whole >= std::numeric_limits<std::int32_t>::min() && whole <= std::numeric_limits<std::int32_t>::max())) {
+    if (!(whole >= std::numeric_limits<std::int32_t>::min() &&
+          whole <= std::numeric_limits<std::int32_t>::max())) {
         Overflow();
     }
     return static_cast<std::int32_t>(whole);
 }
 
 Cell Read(const RecordsetState& state, int column) {
+    if (state.IsStreaming()) return state.source->At(column);
     const auto index = static_cast<std::size_t>(column);
     if (state.writer && state.pending.Rows() > 0) return state.pending.Last(index);
     state.RequireRow();
-    if (state.IsHeld(state.position)) return state.held.At(state.position - state.firstHeld, index);
-    return state.source->At(column);
+    return state.held.At(state.position - state.firstHeld, index);
 }
 
 void Write(RecordsetState& state, int column, Cell value) {
     state.RequireTable();
-    if (state.pending.Rows() == 0) throw _com_error(adErrNoCurrentRecord, "AddNew makes a row first", kSource);
+    if (state.pending.Rows() == 0)
+        throw _com_error(adErrNoCurrentRecord, "AddNew makes a row first", kSource);
     state.pending.SetLast(static_cast<std::size_t>(column), value);
 }
 
 }  // namespace
 
-bool AdoField::IsNull() const { return Read(*recordset_.state_, column_).kind == CellKind::Null; }
+bool AdoField::IsNull() const {
+    return Read(*recordset_.state_, column_).kind == CellKind::Null;
+}
 
 char AdoField::FirstCharacter() const {
     const Cell cell = Read(*recordset_.state_, column_);
-    if (cell.kind != CellKind::Text) return Text().GetAt(0);
-    return cell.length > 0 ? *cell.text : '\0';
+    if (cell.kind == CellKind::Text) return cell.length > 0 ? *cell.text : '\0';
+    return Text().GetAt(0);
 }
 
 std::int32_t AdoField::Long() const {
     const Cell cell = Read(*recordset_.state_, column_);
     switch (cell.kind) {
-        case CellKind::Null: return 0;
+        case CellKind::Null:
+            return 0;
         case CellKind::Integer:
             if (cell.integer != static_cast<std::int32_t>(cell.integer)) Overflow();
             return static_cast<std::int32_t>(cell.integer);
-        case CellKind::Real: return Narrowed(cell.real);
-        case CellKind::Text: break;
+        case CellKind::Real:
+            return Narrowed(cell.real);
+        case CellKind::Text:
+            break;
     }
     return Narrowed(NumberIn(cell.View()));
 }
@@ -75,10 +83,14 @@ std::int32_t AdoField::Long() const {
 double AdoField::Double() const {
     const Cell cell = Read(*recordset_.state_, column_);
     switch (cell.kind) {
-        case CellKind::Null: return 0;
-        case CellKind::Integer: return static_cast<double>(cell.integer);
-        case CellKind::Real: return cell.real;
-        case CellKind::Text: break;
+        case CellKind::Null:
+            return 0;
+        case CellKind::Integer:
+            return static_cast<double>(cell.integer);
+        case CellKind::Real:
+            return cell.real;
+        case CellKind::Text:
+            break;
     }
     return NumberIn(cell.View());
 }
@@ -87,7 +99,8 @@ CString AdoField::Text() const {
     const Cell cell = Read(*recordset_.state_, column_);
     char digits[32];
     switch (cell.kind) {
-        case CellKind::Null: return CString();
+        case CellKind::Null:
+            return CString();
         case CellKind::Integer: {
             const auto end = std::to_chars(std::begin(digits), std::end(digits), cell.integer).ptr;
             return CString(std::string_view(digits, static_cast<std::size_t>(end - digits)));
@@ -96,13 +109,20 @@ CString AdoField::Text() const {
             const auto end = std::to_chars(std::begin(digits), std::end(digits), cell.real).ptr;
             return CString(std::string_view(digits, static_cast<std::size_t>(end - digits)));
         }
-        case CellKind::Text: break;
+        case CellKind::Text:
+            break;
     }
     return CString(cell.View());
 }
 
-void AdoField::PutInteger(std::int64_t value) { Write(*recordset_.state_, column_, Cell::Integer(value)); }
+void AdoField::PutInteger(std::int64_t value) {
+    Write(*recordset_.state_, column_, Cell::Integer(value));
+}
 
-void AdoField::Put(double value) { Write(*recordset_.state_, column_, Cell::Real(value)); }
+void AdoField::Put(double value) {
+    Write(*recordset_.state_, column_, Cell::Real(value));
+}
 
-void AdoField::Put(std::string_view value) { Write(*recordset_.state_, column_, Cell::Text(value)); }
+void AdoField::Put(std::string_view value) {
+    Write(*recordset_.state_, column_, Cell::Text(value));
+}

@@ -73,8 +73,8 @@ class TableWriter {
     virtual ~TableWriter() = default;
     virtual const std::vector<std::string>& Columns() const = 0;
     /// Stores rows (their cells one after the other) in as few round trips as the engine allows, in
-    /// one transaction of its own unless one is open. A row that the engine refuses does not stop the
-    /// others. Raises, with nothing stored, when the batch as a whole failed.
+    /// one transaction of its own unless one is open. A row that the engine refuses does not stop
+    /// the others. Raises, with nothing stored, when the batch as a whole failed.
     virtual BatchOutcome Write(std::span<const Cell> cells) = 0;
 };
 

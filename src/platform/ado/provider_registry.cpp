@@ -27,9 +27,8 @@ Registry& TheRegistry() {
 void RegisterProvider(const std::string& name, std::shared_ptr<Provider> provider) {
     Registry& registry = TheRegistry();
     const std::lock_guard lock(registry.mutex);
-    const auto found = std::ranges::find_if(registry.entries, [&](const Entry& entry) {
-        return EqualNoCase(entry.name, name);
-    });
+    const auto found = std::ranges::find_if(
+        registry.entries, [&](const Entry& entry) { return EqualNoCase(entry.name, name); });
     if (found != registry.entries.end()) {
         found->provider = std::move(provider);
     } else {
@@ -50,7 +49,8 @@ std::shared_ptr<Provider> FindProvider(std::string_view name) {
     }
     std::string what = name.empty() ? "The connection string names no provider"
                                     : "The provider '" + std::string(name) + "' is not known";
-    throw _com_error(adErrProviderNotFound, (what + "; Provider= can be one of: " + known).c_str(), "mersola");
+    throw _com_error(adErrProviderNotFound, (what + "; Provider= can be one of: " + known).c_str(),
+                     "mersola");
 }
 
 }  // namespace mersola::ado

@@ -17,7 +17,8 @@ void RecordsetState::Start(std::unique_ptr<RowSource> rows) {
     held = RowBlock(columns.size());
     state = adStateOpen;
     atEnd = !more;
-    for (; more && held.Rows() < _Recordset::kRowsHeld; more = rows->Next()) held.AddRow(*rows);
+    for (; more && held.Rows() < _Recordset::kRowsHeld; more = rows->Next())
+        held.AddRow(*rows);
     if (more) {
         source = std::move(rows);
         sourceRow = held.Rows();
@@ -26,16 +27,15 @@ void RecordsetState::Start(std::unique_ptr<RowSource> rows) {
 }
 
 void RecordsetState::MoveNext() {
+    const bool streaming = IsStreaming();
     ++position;
-    if (IsHeld(position) || (source && position == sourceRow)) return;
-    if (source) {
+    if (streaming) {
         rowsGone = true;
-        if (NextInSource()) {
-            sourceRow = position;
-            return;
-        }
+        atEnd = !NextInSource();
+        sourceRow = position;
+    } else {
+        atEnd = !IsHeld(position) && !IsStreaming();
     }
-    atEnd = true;
 }
 
 void RecordsetState::KeepRest() {
@@ -70,8 +70,8 @@ void RecordsetState::RequireClosed() const {
     if (state != adStateClosed) throw _com_error(adErrObjectOpen, "The recordset is open", kSource);
 }
 
-void RecordsetState::RequireOpen() const {
-    if (state == adStateClosed) throw _com_error(adErrObjectClosed, "The recordset is closed", kSource);
+void RecordsetState::RefuseClosed() const {
+    throw _com_error(adErrObjectClosed, "The recordset is closed", kSource);
 }
 
 void RecordsetState::RequireRow() const {
@@ -79,17 +79,24 @@ void RecordsetState::RequireRow() const {
     if (atEnd) throw _com_error(adErrNoCurrentRecord, "There is no current row", kSource);
 }
 
+void RecordsetState::RefuseColumn() const {
+    RequireOpen();
+    throw _com_error(adErrItemNotFound, "There is no field at that position", kSource);
+}
+
 void RecordsetState::RequireTable() const {
     RequireOpen();
     if (!writer) {
-        throw _com_error(adErrIllegalOperation, "Rows can be added to a table only, not to a result", kSource);
+        throw _com_error(adErrIllegalOperation,
+                         "Rows can be added to a table only, not to a result", kSource);
     }
 }
 
 int RecordsetState::IndexOf(std::string_view name) const {
     auto found = std::ranges::find(columns, name);  // the spelling of the table is the usual one
     if (found == columns.end()) {
-        found = std::ranges::find_if(columns, [&](const std::string& column) { return EqualNoCase(column, name); });
+        found = std::ranges::find_if(
+            columns, [&](const std::string& column) { return EqualNoCase(column, name); });
     }
     return found == columns.end() ? -1 : static_cast<int>(found - columns.begin());
 }
@@ -116,31 +123,45 @@ _Recordset::_Recordset() : state_(std::make_unique<mersola::ado::RecordsetState>
 
 _Recordset::~_Recordset() = default;
 
-void _Recordset::PutCursorLocation(CursorLocationEnum) { state_->RequireClosed(); }
+void _Recordset::PutCursorLocation(CursorLocationEnum) {
+    state_->RequireClosed();
+}
 
-void _Recordset::PutCursorType(CursorTypeEnum) { state_->RequireClosed(); }
+void _Recordset::PutCursorType(CursorTypeEnum) {
+    state_->RequireClosed();
+}
 
-void _Recordset::PutLockType(LockTypeEnum) { state_->RequireClosed(); }
+void _Recordset::PutLockType(LockTypeEnum) {
+    state_->RequireClosed();
+}
 
-void _Recordset::Open(const CString& source, const _ConnectionPtr& connection, CursorTypeEnum, LockTypeEnum,
-                      long options) {
+void _Recordset::Open(const CString& source, const _ConnectionPtr& connection, CursorTypeEnum,
+                      LockTypeEnum, long options) {
     state_->RequireClosed();
     if (!connection) throw _com_error(adErrObjectClosed, "A recordset needs a connection", kSource);
-    auto opened = std::make_unique<RecordsetState>();
-    opened->connection = connection;
-    opened->connectionState = connection->state_.get();
-    auto& session = opened->connectionState->Idle();
+    ConnectionState& connectionState = *connection->state_;
+    auto& session = connectionState.Idle();
+    std::unique_ptr<RecordsetState> opened;
+    const auto open = [&] {
+        opened = std::make_unique<RecordsetState>();
+        opened->connection = connection;
+        opened->connectionState = &connectionState;
+    };
     if (options == adCmdTable || (options != adCmdText && IsSingleWord(source.View()))) {
+        open();
         opened->writer = session.OpenTable(source.View());
         opened->columns = opened->writer->Columns();
         opened->pending = RowBlock(opened->columns.size());
         opened->state = adStateOpen;
     } else {
-        opened->connectionState->Noting([&] {
-            if (auto rows = session.Execute(source.View())) opened->Start(std::move(rows));
+        connectionState.Noting([&] {
+            auto rows = session.Execute(source.View());
+            if (!rows) return;
+            open();
+            opened->Start(std::move(rows));
         });
     }
-    state_ = std::move(opened);
+    if (opened) state_ = std::move(opened);
 }
 
 void _Recordset::Close() {
@@ -148,7 +169,9 @@ void _Recordset::Close() {
     state_ = std::make_unique<RecordsetState>();
 }
 
-ObjectStateEnum _Recordset::GetState() const { return state_->state; }
+ObjectStateEnum _Recordset::GetState() const {
+    return state_->state;
+}
 
 bool _Recordset::EndOfFile() const {
     state_->RequireOpen();
@@ -160,14 +183,15 @@ void _Recordset::MoveFirst() {
     const bool empty = state_->atEnd && state_->position == 0;
     if (empty) throw _com_error(adErrNoCurrentRecord, "There are no rows", kSource);
     if (state_->rowsGone) {
-        throw _com_error(adErrIllegalOperation, "The first rows of a long result are gone", kSource);
+        throw _com_error(adErrIllegalOperation, "The first rows of a long result are gone",
+                         kSource);
     }
     state_->position = 0;
     state_->atEnd = false;
 }
 
 void _Recordset::MoveNext() {
-    state_->RequireRow();
+    if (!state_->IsStreaming()) state_->RequireRow();
     state_->MoveNext();
 }
 
@@ -175,15 +199,14 @@ AdoField _Recordset::Fields(std::string_view name) {
     state_->RequireOpen();
     const int column = state_->IndexOf(name);
     if (column < 0) {
-        throw _com_error(adErrItemNotFound, ("There is no field named " + std::string(name)).c_str(), kSource);
+        throw _com_error(adErrItemNotFound,
+                         ("There is no field named " + std::string(name)).c_str(), kSource);
     }
     return {*this, column};
 }
 
 AdoField _Recordset::Fields(int position) {
-    if (position < 0 || position >= FieldCount()) {
-        throw _com_error(adErrItemNotFound, "There is no field at that position", kSource);
-    }
+    if (!state_->HasColumn(position)) state_->RefuseColumn();
     return {*this, position};
 }
 
@@ -193,9 +216,7 @@ int _Recordset::FieldCount() const {
 }
 
 CString _Recordset::FieldName(int position) const {
-    if (position < 0 || position >= FieldCount()) {
-        throw _com_error(adErrItemNotFound, "There is no field at that position", kSource);
-    }
+    if (!state_->HasColumn(position)) state_->RefuseColumn();
     return state_->columns[static_cast<std::size_t>(position)].c_str();
 }
 
@@ -208,7 +229,9 @@ void _Recordset::UpdateBatch(AffectEnum) {
     state_->RequireTable();
     if (state_->pending.Rows() == 0) return;
     state_->connectionState->Idle();
-    const BatchOutcome outcome = state_->writer->Write(state_->pending.Cells());
-    state_->pending.Clear();
-    if (outcome.firstRefusal) throw _com_error(*outcome.firstRefusal);
+    state_->connectionState->Noting([&] {
+        const BatchOutcome outcome = state_->writer->Write(state_->pending.Cells());
+        state_->pending.Clear();
+        if (outcome.firstRefusal) throw _com_error(*outcome.firstRefusal);
+    });
 }

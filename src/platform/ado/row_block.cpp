@@ -13,11 +13,12 @@ void RowBlock::AddRow(const RowSource& source) {
 
 void RowBlock::Clear() {
     cells_.clear();
-    texts_->release();
+    if (texts_) texts_->release();
 }
 
 Cell RowBlock::Owned(Cell cell) {
     if (cell.kind == CellKind::Text && cell.length > 0) {
+        if (!texts_) texts_ = std::make_unique<std::pmr::monotonic_buffer_resource>();
         auto* copy = static_cast<char*>(texts_->allocate(cell.length, 1));
         std::copy_n(cell.text, cell.length, copy);
         cell.text = copy;

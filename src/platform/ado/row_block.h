@@ -13,8 +13,7 @@ namespace mersola::ado {
 
 class RowBlock {
   public:
-    explicit RowBlock(std::size_t columns = 0)
-        : columns_(columns), texts_(std::make_unique<std::pmr::monotonic_buffer_resource>()) {}
+    explicit RowBlock(std::size_t columns = 0) : columns_(columns) {}
 
     std::size_t Rows() const { return columns_ ? cells_.size() / columns_ : 0; }
     Cell At(std::size_t row, std::size_t column) const { return cells_[row * columns_ + column]; }
@@ -25,7 +24,9 @@ class RowBlock {
     /// Appends the row on which `source` stands.
     void AddRow(const RowSource& source);
     /// Sets a cell of the last row; a text is copied.
-    void SetLast(std::size_t column, Cell value) { cells_[cells_.size() - columns_ + column] = Owned(value); }
+    void SetLast(std::size_t column, Cell value) {
+        cells_[cells_.size() - columns_ + column] = Owned(value);
+    }
     Cell Last(std::size_t column) const { return cells_[cells_.size() - columns_ + column]; }
     void Clear();
 
@@ -34,7 +35,7 @@ class RowBlock {
 
     std::size_t columns_;
     std::vector<Cell> cells_;
-    std::unique_ptr<std::pmr::monotonic_buffer_resource> texts_;
+    std::unique_ptr<std::pmr::monotonic_buffer_resource> texts_;  // null while there is no text
 };
 
 }  // namespace mersola::ado

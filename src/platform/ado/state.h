@@ -63,11 +63,19 @@ struct RecordsetState {
     void KeepRest();
     bool NextInSource();
     void EndStream();
+    /// Whether the current row is the one on which `source` stands: there is one, and it can be
+    /// read.
+    bool IsStreaming() const { return source && position == sourceRow; }
     bool IsHeld(std::size_t row) const { return row - firstHeld < held.Rows(); }
     void RequireClosed() const;
-    void RequireOpen() const;
+    void RequireOpen() const {
+        if (state == adStateClosed) RefuseClosed();
+    }
     void RequireRow() const;
     void RequireTable() const;
+    bool HasColumn(int column) const { return static_cast<std::size_t>(column) < columns.size(); }
+    [[noreturn]] void RefuseClosed() const;
+    [[noreturn]] void RefuseColumn() const;
     int IndexOf(std::string_view name) const;  // -1 when there is none
 };
 

@@ -45,9 +45,15 @@ std::string MapDrivePath(std::string_view path) {
 
 std::FILE* OpenPrivateForWriting(const std::string& path) {
     // Emptied only after the checks, hence without O_TRUNC.
-    const int file =
+    const int opened =
         open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
              S_IRUSR | S_IWUSR);
+    if (opened < 0) {
+        return nullptr;
+    }
+    // In a program that closed its standard streams the file must not become one of them.
+    const int file = fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(opened);
     if (file < 0) {
         return nullptr;
     }

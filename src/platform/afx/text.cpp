@@ -43,15 +43,18 @@ class CLocale {
 
 std::string Formatted(const char* format, std::va_list arguments) {
     const CLocale locale;
+    char brief[512];  // most texts fit, and are formatted but once
     std::va_list again;
     va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
+    const int length = std::vsnprintf(brief, sizeof brief, format, again);
     va_end(again);
     if (length < 0) {
         throw std::runtime_error("CString: the text cannot be formatted");
     }
-    std::string text(static_cast<std::size_t>(length), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    const auto size = static_cast<std::size_t>(length);
+    if (size < sizeof brief) return {brief, size};
+    std::string text(size, '\0');
+    std::vsnprintf(text.data(), size + 1, format, arguments);
     return text;
 }
 

@@ -11,13 +11,20 @@ constexpr std::uint32_t kLastDispatchCode = 0x8004FFFF;
 
 const char* SystemMessage(HRESULT code) {
     switch (code) {
-        case S_OK: return "The operation completed successfully.";
-        case E_NOINTERFACE: return "No such interface supported";
-        case E_FAIL: return "Unspecified error";
-        case DISP_E_TYPEMISMATCH: return "Type mismatch.";
-        case DISP_E_OVERFLOW: return "Out of present range.";
-        case REGDB_E_CLASSNOTREG: return "Class not registered";
-        default: return nullptr;
+        case S_OK:
+            return "The operation completed successfully.";
+        case E_NOINTERFACE:
+            return "No such interface supported";
+        case E_FAIL:
+            return "Unspecified error";
+        case DISP_E_TYPEMISMATCH:
+            return "Type mismatch.";
+        case DISP_E_OVERFLOW:
+            return "Out of present range.";
+        case REGDB_E_CLASSNOTREG:
+            return "Class not registered";
+        default:
+            return nullptr;
     }
 }
 
@@ -26,7 +33,9 @@ thread_local std::shared_ptr<const ErrorInfo> threadErrorInfo;
 }  // namespace
 
 _com_error::_com_error(HRESULT code, CString description, CString source)
-    : code_(code), description_(std::move(description)), source_(std::move(source)),
+    : code_(code),
+      description_(std::move(description)),
+      source_(std::move(source)),
       what_(description_.IsEmpty() ? ErrorMessage() : description_) {}
 
 CString _com_error::ErrorMessage() const {
@@ -41,6 +50,10 @@ CString _com_error::ErrorMessage() const {
     return text;
 }
 
-void SetErrorInfo(std::shared_ptr<const ErrorInfo> info) { threadErrorInfo = std::move(info); }
+void SetErrorInfo(std::shared_ptr<const ErrorInfo> info) {
+    threadErrorInfo = std::move(info);
+}
 
-std::shared_ptr<const ErrorInfo> GetErrorInfo() { return std::exchange(threadErrorInfo, nullptr); }
+std::shared_ptr<const ErrorInfo> GetErrorInfo() {
+    return std::exchange(threadErrorInfo, nullptr);
+}

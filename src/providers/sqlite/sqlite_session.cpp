@@ -10,7 +10,8 @@
 namespace mersola::sqlite {
 namespace {
 
-void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Literal& literal) {
+void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Literal& literal,
+          sqlite3_destructor_type keeping) {
     using Kind = dialect::Literal::Kind;
     switch (literal.kind) {
         case Kind::Integer:
@@ -20,9 +21,8 @@ void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Litera
             Check(db, sqlite3_bind_double(statement, index, literal.real));
             break;
         case Kind::Text:
-            // Copied: the rows of a long result are read when the caller's text is gone.
             Check(db, sqlite3_bind_text64(statement, index, literal.text.data(),
-                                          literal.text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+                                          literal.text.size(), keeping, SQLITE_UTF8));
             break;
     }
 }
@@ -100,11 +100,13 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     const dialect::Translation translation = translator_.Translate(sql, dialect::Literals::Lifted);
     if (translation.noOperation) return nullptr;
     RunningStatement statement(db_.get(), cache_, translation.text);
+    const bool givesRows = sqlite3_column_count(statement.Get()) > 0;
+    // Rows are read when the caller's text may be gone, so that its literals are copied.
+    const auto keeping = givesRows ? SQLITE_TRANSIENT : SQLITE_STATIC;
     int index = 0;
     for (const dialect::Literal& literal : translation.literals)
-        Bind(db_.get(), statement.Get(), ++index, literal);
-    if (sqlite3_column_count(statement.Get()) > 0)
-        return std::make_unique<Rows>(std::move(statement));
+        Bind(db_.get(), statement.Get(), ++index, literal, keeping);
+    if (givesRows) return std::make_unique<Rows>(std::move(statement));
     statement.Step();
     return nullptr;
 } catch (const dialect::SyntaxError& error) {

@@ -1,0 +1,23 @@
+// A session of the library with a report registered, ready to record and to be read.
+#pragma once
+
+#include <string>
+
+#include <mersola/mersola.h>
+
+#include "database.h"
+
+/// Lays the database out in a new file and registers one report with every function on every
+/// channel.
+class Recorder {
+  public:
+    explicit Recorder(const std::string& path);
+
+    Mersola& Session() { return session_; }
+    /// The key of the report's values.
+    int MeasValueId() const { return measValueId_; }
+
+  private:
+    Mersola session_;
+    int measValueId_ = -1;
+};
