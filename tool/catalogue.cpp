@@ -52,10 +52,19 @@ CArray<MeasurementInfo, MeasurementInfo&> ReadMeasurements(Mersola& store, std::
     return measurements;
 }
 
-CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t measId) {
+CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t groupId,
+                                            std::int32_t measId) {
     CArray<ReportInfo, ReportInfo&> reports;
     RequireRead(store.SetMeasurement(measId), "measurement", store);
-    RequireRead(store.GetReports(reports), "reports", store);
+    for (const auto rows = Query(store,
+                                 "SELECT ReportId FROM Reports WHERE GroupId=%d AND MeasId=%d "
+                                 "ORDER BY ReportType,ReportId",
+                                 groupId, measId);
+         !rows->EndOfFile(); rows->MoveNext()) {
+        ReportInfo report;
+        RequireRead(store._GetReport(rows->Fields(0).Long(), report, nullptr), "reports", store);
+        reports.Add(report);
+    }
     return reports;
 }
 
@@ -85,6 +94,32 @@ std::map<std::int32_t, std::string> ReadBandNames(Mersola& store) {
     return names;
 }
 
+CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t groupId,
+                                                std::int32_t measId) {
+    CArray<MarkerInfo, MarkerInfo&> markers;
+    for (const auto rows = Query(store,
+                                 "SELECT * FROM Markers WHERE GroupId=%d AND MeasId=%d AND "
+                                 "inProgess<>0",
+                                 groupId, measId);
+         !rows->EndOfFile(); rows->MoveNext()) {
+        MarkerInfo marker;
+        marker.GroupId = groupId;
+        marker.MeasId = measId;
+        marker.Path = rows->Fields("Path").Text();
+        marker.Start = rows->Fields("Start").Text();
+        marker.Stop = rows->Fields("Stop").Text();
+        marker.MarkerId = rows->Fields("MarkerId").Long();
+        marker.MarkerType = rows->Fields("MarkerType").Long();
+        marker.TriggerCondition = rows->Fields("TriggerCondition").Text();
+        marker.funcId = rows->Fields("funcId").Long();
+        marker.frqId = rows->Fields("frqId").Long();
+        marker.inProgess = rows->Fields("inProgess").Long();
+        marker.ExtMarkerType = rows->Fields("ExtMarkerType").Text();
+        markers.Add(marker);
+    }
+    return markers;
+}
+
 std::int32_t Choose(const char* what, const std::string& asked,
                     const std::vector<Choice>& choices) {
     auto found = std::ranges::find_if(
@@ -96,6 +131,22 @@ std::int32_t Choose(const char* what, const std::string& asked,
     const std::string none = std::string("there is no ") + what + " " + Quoted(asked);
     throw Failure(choices.empty() ? none + ", nor any other; see what there is with: mersola list"
                                   : none + "; choose one of: " + Listed(choices));
+}
+
+std::int32_t ChooseInstrument(Mersola& store, const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : ReadInstruments(store))
+        choices.push_back({each.GroupId, std::string(each.GroupName)});
+    const auto chosen = Choose("instrument", asked, choices);
+    store.SetInstrument(chosen);
+    return chosen;
+}
+
+std::int32_t ChooseMeasurement(Mersola& store, std::int32_t groupId, const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : ReadMeasurements(store, groupId))
+        choices.push_back({each.MeasId, std::string(each.MeasName)});
+    return Choose("measurement", asked, choices);
 }
 
 }  // namespace mersola::tool

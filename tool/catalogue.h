@@ -16,8 +16,10 @@ CArray<InstrumentInfo, InstrumentInfo&> ReadInstruments(Mersola& store);
 /// The measurements of an instrument, which becomes the selected one.
 CArray<MeasurementInfo, MeasurementInfo&> ReadMeasurements(Mersola& store, std::int32_t groupId);
 
-/// The reports of a measurement of the selected instrument, which becomes the selected one.
-CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t measId);
+/// The reports of a measurement of the selected instrument by type, also those that have no
+/// functions yet. The measurement becomes the selected one.
+CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t groupId,
+                                            std::int32_t measId);
 
 struct MeasuredFunction {
     std::int32_t channel;
@@ -32,6 +34,10 @@ std::vector<MeasuredFunction> ReadFunctions(Mersola& store, std::int32_t groupId
 /// The names of bands that have one.
 std::map<std::int32_t, std::string> ReadBandNames(Mersola& store);
 
+/// The markers of a measurement that were not closed.
+CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t groupId,
+                                                std::int32_t measId);
+
 struct Choice {
     std::int32_t id;
     std::string name;  ///< empty where there are only numbers
@@ -40,5 +46,10 @@ struct Choice {
 /// The identifier of the choice that is meant by name, without regard to case, or else by number.
 /// Raises Failure, which lists the choices, when there is none. `what`: their kind, as "report".
 std::int32_t Choose(const char* what, const std::string& asked, const std::vector<Choice>& choices);
+
+/// The same for an instrument, and for a measurement of it; the instrument becomes the selected
+/// one.
+std::int32_t ChooseInstrument(Mersola& store, const std::string& asked);
+std::int32_t ChooseMeasurement(Mersola& store, std::int32_t groupId, const std::string& asked);
 
 }  // namespace mersola::tool

@@ -57,10 +57,14 @@ std::unique_ptr<Mersola> Connect(const std::string& path, Access access) {
     return store;
 }
 
-std::unique_ptr<Mersola> OpenDatabase(const std::string& path, Access access) {
+void RequireThere(const std::string& path) {
     if (struct stat status{}; stat(path.c_str(), &status) != 0 && errno == ENOENT)
         throw Failure("there is no database " + Quoted(path) +
                       "; check the name, or make one with: mersola init");
+}
+
+std::unique_ptr<Mersola> OpenDatabase(const std::string& path, Access access) {
+    RequireThere(path);
     // The first look must not change a file that turns out to be another program's.
     versionHistory version;
     if (const int result = Connect(path, Access::Read)->GetVersion(nullptr, version); result == -2)

@@ -14,6 +14,9 @@ enum class Access { Read, Write };
 /// way. Raises Failure.
 std::unique_ptr<Mersola> Connect(const std::string& path, Access access);
 
+/// Raises Failure when there is no such file.
+void RequireThere(const std::string& path);
+
 /// Connects to a database that is laid out. With Access::Read a write-protected one will do.
 std::unique_ptr<Mersola> OpenDatabase(const std::string& path, Access access);
 

@@ -46,6 +46,13 @@ class SignalsCaught {
     }, beforeTerminate_{};
 };
 
+// Texts stand between single quotes in statements.
+void CheckState(const std::string& state) {
+    if (state.find('\'') != state.npos || Printable(state) != state)
+        throw Failure("the state cannot be " + Quoted(state) +
+                      "; it holds no single quote and no line break or the like");
+}
+
 void CheckName(const char* what, const std::string& name) {
     if (name.empty() || name.find('\'') != name.npos || Printable(name) != name)
         throw Failure(
@@ -84,9 +91,10 @@ class Analysis {
   public:
     using Periods = std::vector<std::vector<acoustics::PeriodLevels>>;  // by period and channel
 
-    Analysis(const SoundFile& sound, const RecordOptions& options) : pressure_(options.fullscale) {
+    Analysis(const SoundFile& sound, const RecordOptions& options, std::span<const float> wanted)
+        : pressure_(options.fullscale) {
         const auto periodMs = static_cast<double>(options.period.GetTotalMilliseconds());
-        const std::vector<double> percentages(kPercentages.begin(), kPercentages.end());
+        const std::vector<double> percentages(wanted.begin(), wanted.end());
         for (int channel = 0; channel < sound.Channels(); ++channel)
             analysers_.push_back(
                 std::make_unique<acoustics::Analyser>(sound.Rate(), periodMs, percentages));
@@ -146,17 +154,20 @@ void RecordAll(SoundFile& sound, Recording& recording, const RecordOptions& opti
                std::ostream* terminal) {
     Progress progress(terminal);
     const SignalsCaught signals;
-    Analysis analysis(sound, options);
+    Analysis analysis(sound, options, recording.Percentages());
     while (true) {
         const auto& block = sound.ReadBlock();
         if (block.front().empty()) break;
         StoreAll(analysis.Add(block), recording, options);
         progress.Show(static_cast<double>(sound.FramesRead()) /
                       static_cast<double>(sound.Frames()));
-        if (const int signal = caughtSignal; signal != 0)
+        if (const int signal = caughtSignal; signal != 0) {
+            if (recording.PeriodsStored() > 0) recording.Finish();
             throw Failure("stopped by a signal" + WhatIsStored(recording, options), 128 + signal);
+        }
     }
     StoreAll(analysis.Finish(), recording, options);
+    if (recording.PeriodsStored() > 0) recording.Finish();
     if (const std::string fault = sound.Fault(); !fault.empty() || recording.PeriodsStored() == 0)
         throw Failure(Quoted(sound.Path()) + " cannot be read beyond " +
                       SecondsText(static_cast<double>(sound.FramesRead()) / sound.Rate()) + " (" +
@@ -179,10 +190,12 @@ void TellResult(const SoundFile& sound, const Recording& recording, const Record
     if (recording.IsResumed())
         out << "The measurement was there: this recording goes on from period "
             << recording.FirstPeriod() << ", at " << TimeText(recording.StartOfFirstPeriod())
-            << ".\n";
+            << "; " << Counted(recording.PeriodsMissed(), "period")
+            << " in between went unrecorded.\n";
     if (const int repeated = recording.PeriodsRepeated(); repeated > 0)
         out << "Stored before and left as they were: periods " << recording.FirstPeriod() << " to "
             << recording.FirstPeriod() + repeated - 1 << ".\n";
+    if (options.trigger) out << Counted(recording.Markers(), "marker") << " for the trigger.\n";
     const double rest = static_cast<double>(sound.FramesRead()) / sound.Rate() -
                         periods * static_cast<double>(options.period.GetTotalMilliseconds()) / 1000;
     if (rest * 1000 >= 1)
@@ -195,6 +208,7 @@ void TellResult(const SoundFile& sound, const Recording& recording, const Record
 void Record(const RecordOptions& options, std::ostream& out, std::ostream* terminal) {
     CheckName("instrument", options.instrument);
     CheckName("measurement", options.measurement);
+    CheckState(options.state.value_or(""));
     SoundFile sound(options.file);
     const auto bands = CheckedBands(sound, options.period);
     const auto store = OpenDatabase(options.database, Access::Write);

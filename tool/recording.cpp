@@ -25,7 +25,14 @@ bool IsStoredAs(double stored, double value) {
 
 Recording::Recording(Mersola& store, const RecordOptions& options,
                      std::span<const acoustics::Band> bands, int channels)
-    : store_(store), bands_(bands), channels_(channels), instrumentName_(options.instrument) {
+    : store_(store),
+      bands_(bands),
+      channels_(channels),
+      instrumentName_(options.instrument),
+      state_(options.state),
+      percentages_(options.percentiles.value_or(
+          std::vector<float>(kPercentages.begin(), kPercentages.end()))),
+      arePercentilesGiven_(options.percentiles.has_value()) {
     measurement_.MeasName = options.measurement;
     measurement_.StartAt = options.start.value_or(CTimeEx::GetCurrentTime());
     measurement_.BandWidth = kThirdOctaves;
@@ -33,13 +40,14 @@ Recording::Recording(Mersola& store, const RecordOptions& options,
     measurement_.Sensitivity = options.sensitivity;
     measurement_.FrqLower = NominalFrequency(bands.front());
     measurement_.FrqUpper = NominalFrequency(bands.back());
-    for (const int percentage : kPercentages)
-        measurement_.textItems.Add(std::to_string(percentage).c_str());
     report_.ReportId = kReport;
     report_.ReportType = 1;
     report_.PeriodLen = options.period;
     CheckStart();
     CheckResumable(options.start.has_value());
+    for (const float percentage : percentages_)
+        measurement_.textItems.Add(NumberText(percentage).c_str());
+    if (options.trigger) trigger_.emplace(store, options, bands, percentages_);
 }
 
 void Recording::CheckStart() const {
@@ -76,6 +84,7 @@ void Recording::CheckResumable(bool isStartGiven) {
         throw Failure(name + " is there with --fullscale " + NumberText(stored.Fullscale) +
                       " --sensitivity " + NumberText(stored.Sensitivity) +
                       "; give these or another name for the measurement");
+    TakePercentiles(stored, name);
     if ((Start() - stored.StartAt).GetTotalMilliseconds() < 0)
         throw Failure(name + " is there and starts at " + TimeText(stored.StartAt) +
                       "; give a --start that is not earlier, or another name for the measurement");
@@ -90,18 +99,44 @@ void Recording::CheckResumable(bool isStartGiven) {
     storedBefore_ = report.noOfPeriods;
 }
 
+// A measurement keeps its percentiles: values of others would be missing from its other periods.
+void Recording::TakePercentiles(const MeasurementInfo& stored, const std::string& name) {
+    CArray<float, float> kept;
+    if (!store_._GetPercentiles(kept, stored.MeasId, nullptr) || kept.IsEmpty()) return;
+    const std::vector<float> percentages(kept.begin(), kept.end());
+    if (!std::ranges::all_of(percentages, [](float each) { return each >= 0 && each <= 100; }))
+        throw Failure(name + " is there and was recorded by another program" + kOtherName);
+    std::string list;
+    for (const float each : percentages)
+        list += (list.empty() ? "" : ",") + NumberText(each);
+    if (arePercentilesGiven_ && percentages != percentages_)
+        throw Failure(name + " is there with --percentiles " + list +
+                      "; give these or another name for the measurement");
+    percentages_ = percentages;
+}
+
+void Recording::RegisterInstrument(InstrumentInfo& instrument) {
+    instrument.GroupName = instrumentName_;
+    instrument.Type = kPlainInstrument;
+    Require(state_ ? store_.PutInstrumentState(nullptr, instrument, state_->c_str())
+                   : store_.PutInstrument(nullptr, instrument),
+            "the instrument could not be registered");
+}
+
 void Recording::Register() {
     InstrumentInfo instrument;
-    instrument.GroupName = instrumentName_;
-    instrument.Type = "0";
-    Require(store_.PutInstrument(nullptr, instrument), "the instrument could not be registered");
+    RegisterInstrument(instrument);
     Require(store_.PutMeasurement(nullptr, instrument.GroupId, measurement_),
             "the measurement could not be registered");
     store_.PutPercentiles(nullptr, measurement_);
     Require(store_.PutReport(nullptr, report_), "the report could not be registered");
+    percentiles_ = RegisterPercentiles(store_, percentages_);
+    std::vector<int> functions{kLeq, kLaeq, kLmax, kLmin};
+    for (const auto& each : percentiles_)
+        functions.push_back(each.id);
     for (int channel = 1; channel <= channels_; ++channel) {
-        for (const Function& function : kFunctions)
-            Require(store_.PutFunction(nullptr, function.id, channel),
+        for (const int function : functions)
+            Require(store_.PutFunction(nullptr, function, channel),
                     "a function could not be registered");
     }
     long periods = 0;
@@ -111,6 +146,21 @@ void Recording::Register() {
     if (storedBefore_ > firstPeriod_)
         Require(store_.PutPeriodsRelative(nullptr, storedBefore_ - firstPeriod_),
                 "the number of periods could not be kept");
+    const CTimeSpanEx storedLength(report_.PeriodLen.GetTotalMilliseconds() * storedBefore_);
+    if (trigger_)
+        trigger_->Begin({instrument.GroupId, measurement_.MeasId, StartOfFirstPeriod(),
+                         firstStart_ + storedLength, isResumed_},
+                        percentiles_);
+}
+
+void Recording::Finish() {
+    if (!trigger_) return;
+    try {
+        trigger_->Finish(stored_);
+    } catch (const _com_error& error) {
+        throw Failure(std::string("a marker could not be closed (") + Printable(error.what()) +
+                      ")");
+    }
 }
 
 void Recording::Store(std::span<const acoustics::PeriodLevels> levels) {
@@ -127,6 +177,7 @@ void Recording::Store(std::span<const acoustics::PeriodLevels> levels) {
         Require(isRepeated || store_.PutDataEnd(batch), "its values were refused");
         Require(store_.PutPeriodsRelative(nullptr, stored_ + 1),
                 "the number of periods could not be raised");
+        if (trigger_) trigger_->Add(stored_, levels);
         transaction.Commit();
     } catch (const _com_error& error) {
         throw Failure("period " + std::to_string(stored_) + " could not be stored (" +
@@ -150,12 +201,16 @@ void Recording::PutValues(const acoustics::PeriodLevels& levels, int channel,
         put(kLmin, bands_[i].number, levels.lmin[i]);
     }
     put(kLaeq, kBroadband, levels.laeq);
-    for (int function = kL10; const double level : levels.exceeded)
-        put(function++, kBroadband, level);
+    for (std::size_t i = 0; i < percentiles_.size(); ++i)
+        put(percentiles_[i].id, kBroadband, levels.exceeded[i]);
 }
 
 int Recording::PeriodsRepeated() const {
     return std::clamp(storedBefore_ - firstPeriod_, 0, stored_);
+}
+
+int Recording::PeriodsMissed() const {
+    return std::max(firstPeriod_ - storedBefore_, 0);
 }
 
 CTimeEx Recording::StartOfFirstPeriod() const {

@@ -2,13 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include <mersola/mersola.h>
 
 #include "analyser.h"
 #include "commands.h"
+#include "measured.h"
+#include "trigger.h"
 
 namespace mersola::tool {
 
@@ -25,6 +29,9 @@ class Recording {
     /// period registers the measurement with it.
     void Store(std::span<const acoustics::PeriodLevels> levels);
 
+    /// Closes the marker that is open. To be called once a period is stored.
+    void Finish();
+
     int PeriodsStored() const { return stored_; }
     /// How many of them were in the database before and kept their values.
     int PeriodsRepeated() const;
@@ -34,11 +41,18 @@ class Recording {
     bool IsResumed() const { return isResumed_; }
     int FirstPeriod() const { return firstPeriod_; }
     CTimeEx StartOfFirstPeriod() const;
+    /// How many periods passed unrecorded between the stored ones and the first of this recording.
+    int PeriodsMissed() const;
+    int Markers() const { return trigger_ ? trigger_->Markers() : 0; }
+    /// The percentiles that are to be measured, in per cent.
+    std::span<const float> Percentages() const { return percentages_; }
     const CTimeEx& Start() const { return measurement_.StartAt; }
 
   private:
     void CheckStart() const;
     void CheckResumable(bool isStartGiven);
+    void TakePercentiles(const MeasurementInfo& stored, const std::string& name);
+    void RegisterInstrument(InstrumentInfo& instrument);
     void Register();
     void PutValues(const acoustics::PeriodLevels& levels, int channel, const _RecordsetPtr& batch);
     void Require(bool done, const char* what) const;
@@ -47,6 +61,11 @@ class Recording {
     std::span<const acoustics::Band> bands_;
     int channels_;
     std::string instrumentName_;
+    std::optional<std::string> state_;
+    std::vector<float> percentages_;
+    bool arePercentilesGiven_;
+    std::vector<PercentileFunction> percentiles_;
+    std::optional<Trigger> trigger_;
     MeasurementInfo measurement_;
     ReportInfo report_;
     bool isResumed_ = false;

@@ -46,6 +46,13 @@ bool TakeClock(std::string_view& text, int& hour, int& minute, int& second, int&
     return true;
 }
 
+template <class Number>
+std::string Shortest(Number number) {
+    std::array<char, 32> text;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+    return std::string(text.data(), end);
+}
+
 }  // namespace
 
 std::optional<CTimeSpanEx> ParsePeriod(std::string_view text) {
@@ -94,9 +101,11 @@ std::string TimeText(const CTimeEx& time) {
 }
 
 std::string NumberText(double number) {
-    std::array<char, 32> text;
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
-    return std::string(text.data(), end);
+    return Shortest(number);
+}
+
+std::string NumberText(float number) {
+    return Shortest(number);
 }
 
 std::string Counted(std::int64_t count, const char* noun) {

@@ -26,6 +26,7 @@ std::string TimeText(const CTimeEx& time);
 
 /// A number in its shortest form, with a decimal point.
 std::string NumberText(double number);
+std::string NumberText(float number);
 
 /// "1 period", "2 periods".
 std::string Counted(std::int64_t count, const char* noun);

@@ -1,6 +1,5 @@
 // The command-line tool from its arguments to the database and back.
 #include <gtest/gtest.h>
-#include <sndfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,109 +8,15 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <numbers>
 #include <sstream>
 
 #include <mersola/mersola.h>
 
-#include "cli.h"
-#include "database.h"
+#include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
-
-using Words = std::vector<std::string>;
-
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Outcome RunWords(Words words, std::ostream* given = nullptr) {
-    words.insert(words.begin(), "mersola");
-    std::vector<const char*> arguments;
-    for (const auto& word : words)
-        arguments.push_back(word.c_str());
-    std::ostringstream out, err;
-    const int status =
-        RunTool(static_cast<int>(words.size()), arguments.data(), given ? *given : out, err);
-    return {status, out.str(), err.str()};
-}
-
-Words operator+(Words words, const Words& more) {
-    words.insert(words.end(), more.begin(), more.end());
-    return words;
-}
-
-std::string Contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-class Tool : public testing::Test {
-  protected:
-    Tool() { EXPECT_EQ(RunWords({"init", db_}).status, 0); }
-
-    // signal(time, channel) in parts of full scale; returns the path.
-    template <class Signal>
-    std::string Sound(const std::string& name, double seconds, Signal signal, int rate = 48000,
-                      int channels = 1, int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT) {
-        const std::string path = folder_ / name;
-        SF_INFO info{};
-        info.samplerate = rate;
-        info.channels = channels;
-        info.format = format;
-        SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
-        std::vector<double> frames;
-        for (int i = 0; i < std::lround(seconds * rate); ++i) {
-            for (int channel = 0; channel < channels; ++channel)
-                frames.push_back(signal(static_cast<double>(i) / rate, channel));
-        }
-        sf_write_double(file, frames.data(), static_cast<sf_count_t>(frames.size()));
-        sf_close(file);
-        return path;
-    }
-    std::string Silence(const std::string& name, double seconds, int rate = 48000) {
-        return Sound(
-            name, seconds, [](double, int) { return 0; }, rate);
-    }
-
-    Words RecordWords(const std::string& file, const std::string& measurement = "noise") const {
-        return {"record", db_, file, "--instrument", "Pier 4", "--measurement", measurement};
-    }
-    Words ValuesWords(const Words& more = {}) const {
-        return Words{"values", db_, "--instrument", "pier 4", "--measurement", "1"} + more;
-    }
-
-    Mersola Connected() const {
-        return {nullptr, nullptr, ("Provider=SQLite;Data Source=\"" + db_ + "\"").c_str(), 5};
-    }
-    long Count(const std::string& table) const {
-        Mersola store = Connected();
-        return store.dbExecute(("SELECT count(*) FROM " + table).c_str())->Fields(0).Long();
-    }
-    void Execute(const char* sql) const { Connected().dbExecute(sql); }
-
-    // One line that says what is wrong, and a database that is as it was.
-    void ExpectRefused(const Words& words, const std::string& reason, int status = 1) {
-        const auto rows = [&] {
-            return std::vector{Count("Groups"), Count("Measurements"), Count("Reports"),
-                               Count("MeasuredFunctions"), Count("MeasuredValues")};
-        };
-        const auto before = rows();
-        const Outcome outcome = RunWords(words);
-        EXPECT_EQ(outcome.status, status) << outcome.err;
-        EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
-        EXPECT_TRUE(outcome.err.starts_with("mersola: ")) << outcome.err;
-        EXPECT_EQ(outcome.err.find('\n'), outcome.err.size() - 1) << outcome.err;
-        EXPECT_EQ(rows(), before) << reason;
-    }
-
-    test::TemporaryFolder folder_;
-    std::string db_ = folder_ / "it's {a} database.db";
-};
 
 TEST_F(Tool, RecordsTheLevelsOfATone) {
     // 1 kHz at full scale, and 250 Hz a tenth of it.
@@ -177,7 +82,9 @@ TEST_F(Tool, GoesOnWithAMeasurementBehindThePeriodsThatPassed) {
     const Outcome later =
         RunWords(RecordWords(Silence("2.wav", 1)) + Words{"--start", "2026-11-15T10:01"});
     ASSERT_EQ(later.status, 0) << later.err;
-    EXPECT_NE(later.out.find("from period 476, at 2026-11-15 10:01:00.000"), std::string::npos)
+    EXPECT_NE(later.out.find("from period 476, at 2026-11-15 10:01:00.000; 468 "
+                             "periods in between went unrecorded."),
+              std::string::npos)
         << later.out;
     const Outcome shown = RunWords(ValuesWords({"--from", "475", "--csv", "--function", "LAeq"}));
     EXPECT_TRUE(
@@ -185,6 +92,35 @@ TEST_F(Tool, GoesOnWithAMeasurementBehindThePeriodsThatPassed) {
                               "476,2026-11-15 10:01:00.000,-90\n"))
         << shown.out << shown.err;
     EXPECT_EQ(std::ranges::count(shown.out, '\n'), 1 + 484 - 475);
+}
+
+TEST_F(Tool, MeasuresThePercentilesThatAreAskedForAndKeepsThem) {
+    const auto ramp = Sound("1.wav", 1, [](double t, int) { return t * std::sin(6000 * t); });
+    Execute("INSERT INTO FuncNameMap VALUES (12,'Lpeak')");
+    const Words asked{"--percentiles", "99.9,50,5",       "--period", "1s",
+                      "--start",       "2026-11-15 10:00"};
+    ASSERT_EQ(RunWords(RecordWords(ramp) + asked + Words{"--state", "0,calibrated"}).status, 0);
+    const std::string list = RunWords({"list", db_}).out;
+    EXPECT_NE(list.find("percentiles 99.9, 50, 5\n"), std::string::npos) << list;
+    EXPECT_NE(list.find("Lmin, L50, L99.9, L5\n"), std::string::npos) << list;
+    EXPECT_NE(list.find("(1), state 0,calibrated\n"), std::string::npos) << list;
+    const auto level = [&](const char* function) {
+        const auto row = RunWords(ValuesWords({"--csv", "--function", function})).out;
+        return std::stod(row.substr(row.rfind(',') + 1));
+    };
+    EXPECT_GT(level("L5"), level("L50") + 3);
+    EXPECT_GT(level("L50"), level("L99.9") + 3);
+
+    const Words later{"--period", "1s", "--start", "2026-11-15 11:00"};
+    const auto other = RecordWords(ramp) + later + Words{"--percentiles", "10,50,90"};
+    ExpectRefused(other, "--percentiles 99.9,50,5; give these");
+    EXPECT_EQ(RunWords(RecordWords(ramp) + later).status, 0);
+    EXPECT_EQ(Count("MeasuredValues WHERE FuncId=14"), 2) << "L5 did not go on";
+    EXPECT_EQ(Count("MeasuredFunctions"), 7);
+    EXPECT_EQ(Count("Groups WHERE State='0,calibrated'"), 1) << "a state that nobody changed";
+    for (const char* wrong : {"", "10,", "10,10", "101", "-1", "nan", "x"})
+        ExpectRefused(RecordWords(ramp) + Words{"--percentiles", wrong}, "list of per cents", 2);
+    ExpectRefused(RecordWords(ramp, "new") + Words{"--state", "it's"}, "no single quote");
 }
 
 TEST_F(Tool, CompletesARecordingThatWasCutShort) {
@@ -267,17 +203,53 @@ TEST_F(Tool, ShowsInvalidAndMissingValuesAsSuch) {
     EXPECT_EQ(csv.find("-100"), std::string::npos) << csv;
 }
 
+TEST_F(Tool, ShowsEveryFunctionOfAPeriodAsOneByOne) {
+    const auto sound = Sound("1.wav", 1, [](double t, int) { return t * std::sin(6000 * t); });
+    ASSERT_EQ(RunWords(RecordWords(sound)).status, 0);
+    Execute("DELETE FROM MeasuredValues WHERE PeriodNo=3");
+    const Outcome all = RunWords(ValuesWords({"--all-functions", "--csv", "--from", "2"}));
+    ASSERT_EQ(all.status, 0) << all.err;
+    EXPECT_EQ(std::ranges::count(all.out, '\n'), 1 + 6 * 7);
+    // The first band column is the broadband one, which only some functions have.
+    for (const char* function : {"LAeq", "L90", "Leq"}) {
+        std::istringstream rows(all.out),
+            single(RunWords(ValuesWords({"--function", function, "--csv", "--from", "2"})).out);
+        const std::string mark = std::string(",") + function + ",";
+        std::string row, expected;
+        std::getline(single, expected);
+        while (std::getline(rows, row)) {
+            const auto at = row.find(mark);
+            if (at == row.npos) continue;
+            row.erase(at, mark.size() - 1);
+            ASSERT_TRUE(std::getline(single, expected));
+            if (function[1] == 'e')
+                EXPECT_EQ(row.erase(row.find(',', at), 1), expected);
+            else
+                EXPECT_EQ(row.substr(0, row.find(',', at + 1)), expected);
+        }
+        EXPECT_FALSE(std::getline(single, expected)) << function;
+    }
+    ExpectRefused(ValuesWords({"--all-functions", "--function", "Leq"}), "excludes", 2);
+}
+
 TEST_F(Tool, ListsWhatThereIsAndSelectsByNameOrNumber) {
-    ASSERT_EQ(
-        RunWords(RecordWords(Silence("1.wav", 1)) + Words{"--start", "2026-11-15 10:00"}).status,
-        0);
+    const Words start{"--start", "2026-11-15 10:00"};
+    ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1)) + start).status, 0);
+    Execute("UPDATE Groups SET State='0,running'");
+    Execute("INSERT INTO Groups VALUES (7,'Gate','','Station,\"a, b\"','')");
+    Execute("INSERT INTO Reports VALUES (1,1,2,'00,00,01,00,000','NOT_SET',3,0,0)");
+    Execute("DELETE FROM MeasuredValues WHERE PeriodNo<2");
     const Outcome list = RunWords({"list", db_});
     EXPECT_EQ(list.out,
-              "instrument Pier 4 (1)\n"
+              "instrument Pier 4 (1), state 0,running\n"
               "  measurement noise (1), started 2026-11-15 10:00:00.000\n"
-              "    third octaves from 25 Hz to 20000 Hz, full scale 1, sensitivity 1\n"
-              "    report 1: 8 periods of 125 ms\n"
-              "      channel 1: Leq, LAeq, Lmax, Lmin, L10, L50, L90\n");
+              "    third octaves from 25 Hz to 20000 Hz, full scale 1, sensitivity 1, percentiles "
+              "10, 50, 90\n"
+              "    report 2: 3 periods of 1 min, no values, no functions\n"
+              "    report 1: 8 periods of 125 ms, stored from period 2 at 2026-11-15 10:00:00.250\n"
+              "      channel 1: Leq, LAeq, Lmax, Lmin, L10, L50, L90\n"
+              "instrument Gate (7), type station,\"a, b\"\n");
+    ExpectRefused(ValuesWords({"--report", "2"}), "no channel '1', nor any other");
     const Words byName{"values",        db_,     "--instrument", "PIER 4",
                        "--measurement", "Noise", "--function",   "lmax"};
     const Words byNumber{"values",     db_, "--instrument", "1", "--measurement", "1",
@@ -289,10 +261,57 @@ TEST_F(Tool, ListsWhatThereIsAndSelectsByNameOrNumber) {
                   "choose one of: Pier 4 (1)");
     ExpectRefused({"values", db_, "--instrument", "1", "--measurement", "x"},
                   "choose one of: noise (1)");
-    ExpectRefused(ValuesWords({"--report", "2"}), "no report '2'; choose one of: 1");
+    ExpectRefused(ValuesWords({"--report", "3"}), "no report '3'; choose one of: 2, 1");
     ExpectRefused(ValuesWords({"--channel", "2"}), "no channel '2'; choose one of: 1");
     ExpectRefused(ValuesWords({"--function", "x"}), "choose one of: Leq (1), LAeq (2)");
     ExpectRefused(ValuesWords({"--from", "8"}), "the periods 0 to 7");
+}
+
+TEST_F(Tool, ReadsMeasurementsAsOneAndTellsSeamsGapsAndOverlaps) {
+    const auto record = [&](const char* name, double seconds, const char* start) {
+        const Words words{"--period", "250ms", "--start",
+                          std::string("2026-11-15 10:00:0") + start};
+        ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", seconds), name) + words).status, 0);
+    };
+    record("a", 1, "0");
+    record("b", 1, "1");
+    record("c", 2, "3");
+    record("d", 0.75, "4.3");  // inside c, and not on its periods
+    const Words one{"--instrument", "1", "--csv"};
+    const Outcome gaps = RunWords(Words{"gaps", db_} + one);
+    const auto stretch = [](const char* kind, const char* periods, const char* start,
+                            const char* end, const char* name) {
+        const std::string minute = ",2026-11-15 10:00:0";
+        return std::string(kind) + periods + minute + start + "0" + minute + end + "0," + name +
+               "\n";
+    };
+    EXPECT_EQ(gaps.out, "Stretch,First,Last,Start,End,Measurement\n" +
+                            stretch("measurement", ",0,3", "0.00", "1.00", "a") +
+                            stretch("measurement", ",4,7", "1.00", "2.00", "b") +
+                            stretch("gap", ",8,11", "2.00", "3.00", "") +
+                            stretch("measurement", ",12,19", "3.00", "5.00", "c") +
+                            stretch("measurement", ",17,19", "4.25", "5.00", "d") +
+                            stretch("overlap", ",17,19", "4.25", "5.00", "d"))
+        << gaps.err;
+    const Words whole = Words{"values", db_, "--continuous", "--function", "LAeq"} + one;
+    std::istringstream rows(RunWords(whole).out);
+    int period = -1;
+    for (std::string row; std::getline(rows, row); ++period)
+        EXPECT_TRUE(period < 0 || row.ends_with(",-90") == (period < 8 || period > 11)) << row;
+    EXPECT_EQ(period, 20);
+    const std::string list = RunWords({"list", db_, "--continuous"}).out;
+    EXPECT_NE(list.find("    report type 1: 20 periods of 250 ms\n      periods 0 to 3: a (1)\n"),
+              std::string::npos)
+        << list;
+    EXPECT_NE(list.find(" 17 to 19: d (4)\n      channel 1: Leq,"), std::string::npos) << list;
+    ExpectRefused(whole + Words{"--report", "2"}, "no report type '2'; choose one of: 1");
+    ExpectRefused(whole + Words{"--measurement", "a"}, "excludes", 2);
+    ExpectRefused({"values", db_, "--instrument", "1"}, "--continuous is required", 2);
+
+    Execute("UPDATE Measurements SET BandWidth=2 WHERE MeasName='b'");
+    ExpectRefused(whole, "cannot be read as one");
+    EXPECT_NE(RunWords({"list", db_, "--continuous"}).out.find("  not continuous: "),
+              std::string::npos);
 }
 
 TEST_F(Tool, UsesPointsUnderALocaleWithCommas) {
