@@ -1,4 +1,6 @@
 // Blocks of values: the library beside SQLite's C interface, and what memory a large block takes.
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <fstream>
@@ -117,6 +119,7 @@ void MemoryOfTenMillionValues(benchmark::State& state) {
     session.SetFunction(kFunction);
     std::vector<float> block(static_cast<std::size_t>(kManyPeriods) * kBands, 1.0F);
     for (auto _ : state) {
+        malloc_trim(0);  // what was freed before must not hide what is taken now
         std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins anew
         const double before = StatusMiB("VmRSS");
         session.GetData(block.data(), 0, kManyPeriods, 0, kBands);

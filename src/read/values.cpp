@@ -19,7 +19,7 @@ bool IsInvalid(char status) {
     return status == 'A';
 }
 
-double ValueIn(AdoField field) {
+double ValueIn(const AdoField& field) {
     const double value = field.Double();
     return value == 0 && field.IsNull() ? kMissing : value;  // a null reads as 0
 }

@@ -30,7 +30,7 @@ template <class... Format>
 void AppendNumber(std::string& text, auto number, Format... format) {
     char digits[384];  // the largest double has 309 in front of its point
     const auto end = std::to_chars(std::begin(digits), std::end(digits), number, format...).ptr;
-    text.append(digits, end);
+    text.append(digits, static_cast<std::size_t>(end - digits));
 }
 
 // The INSERT of one value, which is stored to six decimals. Put together without printf, which

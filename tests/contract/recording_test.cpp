@@ -2,6 +2,8 @@
 #include "store.h"
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 namespace mersola::test {
@@ -66,6 +68,26 @@ TEST_P(Recording, StoresValuesOfBothPathsAndBothNumberings) {
     EXPECT_EQ(store.GetData(values.data(), 0, 5, 30, 1, status.data()), 5);
     EXPECT_EQ(values, (std::vector<float>{1.5, 2.5, 3.5, -100, -100}));
     EXPECT_EQ(status, (std::vector<char>{'\0', '\0', 'O', 'A', 'A'}));
+}
+
+TEST_P(Recording, StoresASingleValueToSixDecimalsAndABatchInFull) {
+    ASSERT_TRUE(Open(store));
+    const _RecordsetPtr batch = store.PutDataStart(nullptr);
+    int band = 0;
+    for (const double value : {0.1234565, -2.0000005, -4e-7, 1e-300, 123456789.1234567, -1.7e308}) {
+        char printed[400];
+        std::snprintf(printed, sizeof printed, "%f", value);
+        long next = 0;
+        ++band;
+        ASSERT_TRUE(store.PutDataRelative(value, "", 0, 1, 1, band, false, next, false, nullptr));
+        ASSERT_TRUE(store.PutDataRelative(value, "", 1, 1, 1, band, false, next, true, batch));
+        ASSERT_TRUE(store.PutDataEnd(batch));
+        const auto rows = store.dbExecute("SELECT Value FROM MeasuredValues ORDER BY PeriodNo");
+        EXPECT_EQ(rows->Fields(0).Double(), std::strtod(printed, nullptr)) << printed;
+        rows->MoveNext();
+        EXPECT_EQ(rows->Fields(0).Double(), value);
+        store.dbExecute("DELETE FROM MeasuredValues");
+    }
 }
 
 TEST_P(Recording, CountsADuplicateAsWritten) {

@@ -84,21 +84,28 @@ void RecordsetState::RefuseColumn() const {
     throw _com_error(adErrItemNotFound, "There is no field at that position", kSource);
 }
 
-void RecordsetState::RequireTable() const {
+void RecordsetState::RefuseRows() const {
     RequireOpen();
-    if (!writer) {
-        throw _com_error(adErrIllegalOperation,
-                         "Rows can be added to a table only, not to a result", kSource);
-    }
+    throw _com_error(adErrIllegalOperation, "Rows can be added to a table only, not to a result",
+                     kSource);
 }
 
-int RecordsetState::IndexOf(std::string_view name) const {
-    auto found = std::ranges::find(columns, name);  // the spelling of the table is the usual one
-    if (found == columns.end()) {
-        found = std::ranges::find_if(
-            columns, [&](const std::string& column) { return EqualNoCase(column, name); });
+int RecordsetState::IndexOf(std::string_view name) {
+    if (columns.empty()) return -1;
+    if (followers.empty()) followers.resize(columns.size());
+    std::size_t& follower = followers[lastFound];
+    if (columns[follower] != name) {
+        auto found =
+            std::ranges::find(columns, name);  // the spelling of the table is the usual one
+        if (found == columns.end()) {
+            found = std::ranges::find_if(
+                columns, [&](const std::string& column) { return EqualNoCase(column, name); });
+        }
+        if (found == columns.end()) return -1;
+        follower = static_cast<std::size_t>(found - columns.begin());
     }
-    return found == columns.end() ? -1 : static_cast<int>(found - columns.begin());
+    lastFound = follower;
+    return static_cast<int>(follower);
 }
 
 }  // namespace mersola::ado

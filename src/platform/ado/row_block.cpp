@@ -16,14 +16,11 @@ void RowBlock::Clear() {
     if (texts_) texts_->release();
 }
 
-Cell RowBlock::Owned(Cell cell) {
-    if (cell.kind == CellKind::Text && cell.length > 0) {
-        if (!texts_) texts_ = std::make_unique<std::pmr::monotonic_buffer_resource>();
-        auto* copy = static_cast<char*>(texts_->allocate(cell.length, 1));
-        std::copy_n(cell.text, cell.length, copy);
-        cell.text = copy;
-    }
-    return cell;
+const char* RowBlock::Copied(std::string_view text) {
+    if (!texts_) texts_ = std::make_unique<std::pmr::monotonic_buffer_resource>();
+    auto* copy = static_cast<char*>(texts_->allocate(text.size(), 1));
+    std::ranges::copy(text, copy);
+    return copy;
 }
 
 }  // namespace mersola::ado

@@ -5,6 +5,7 @@
 #include <memory>
 #include <memory_resource>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "provider.h"
@@ -31,7 +32,11 @@ class RowBlock {
     void Clear();
 
   private:
-    Cell Owned(Cell cell);
+    Cell Owned(Cell cell) {
+        if (cell.kind == CellKind::Text && cell.length > 0) cell.text = Copied(cell.View());
+        return cell;
+    }
+    const char* Copied(std::string_view text);
 
     std::size_t columns_;
     std::vector<Cell> cells_;

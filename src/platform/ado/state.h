@@ -41,6 +41,10 @@ struct RecordsetState {
     _ConnectionPtr connection;  // kept: rows or batches need it
     ConnectionState* connectionState = nullptr;
     std::vector<std::string> columns;
+    // Programs name the fields of each row in the same order: for each column the one that was
+    // asked for behind it the last time.
+    std::vector<std::size_t> followers;
+    std::size_t lastFound = 0;
 
     // Reading: rows [firstHeld, firstHeld + held.Rows()) are in memory; behind them `source`, while
     // it is not null, stands on row `sourceRow`.
@@ -72,11 +76,14 @@ struct RecordsetState {
         if (state == adStateClosed) RefuseClosed();
     }
     void RequireRow() const;
-    void RequireTable() const;
+    void RequireTable() const {
+        if (!writer) RefuseRows();
+    }
     bool HasColumn(int column) const { return static_cast<std::size_t>(column) < columns.size(); }
     [[noreturn]] void RefuseClosed() const;
     [[noreturn]] void RefuseColumn() const;
-    int IndexOf(std::string_view name) const;  // -1 when there is none
+    [[noreturn]] void RefuseRows() const;
+    int IndexOf(std::string_view name);  // -1 when there is none
 };
 
 inline constexpr const char* kSource = "mersola";

@@ -83,9 +83,9 @@ class Rows : public ado::RowSource {
             default:
                 break;
         }
-        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
-        return ado::Cell::Text(
-            {text ? text : "", static_cast<std::size_t>(sqlite3_value_bytes(value))});
+        const auto length = static_cast<std::size_t>(sqlite3_value_bytes(value));
+        if (length == 0) return ado::Cell::Text("");
+        return ado::Cell::Text({reinterpret_cast<const char*>(sqlite3_value_text(value)), length});
     }
 
   private:

@@ -25,8 +25,7 @@ Statement StatementCache::Take(std::string_view text) {
 }
 
 void StatementCache::Return(std::string_view text, Statement statement) {
-    sqlite3_reset(statement.get());
-    sqlite3_clear_bindings(statement.get());
+    sqlite3_reset(statement.get());  // what was bound stays: every run binds all parameters anew
     if (!entries_.empty() && entries_.front().text == text) {
         entries_.front().statement = std::move(statement);
         return;
