@@ -14,7 +14,11 @@ using namespace mersola::sqlite;
 
 namespace {
 
-// A database file with a writer to it. Each writes the same periods, a transaction each.
+// Statements of their own are written a second of short periods at a time.
+constexpr int kPeriodsOfTransaction = 8;
+
+// A database file with a writer to it. All that write the same number of periods write the same
+// rows.
 class Writer {
   public:
     explicit Writer(const std::string& path) : recorder_(path), db_(OpenDatabase(path)) {
@@ -22,56 +26,51 @@ class Writer {
     }
 
     void WriteBatch() {
-        Mersola& session = recorder_.Session();
-        const _RecordsetPtr batch = session.PutDataStart(nullptr);
-        bool written = batch != nullptr;
-        ForEachValue([&](int channel, int function, int band) {
-            written &= Put(channel, function, band, batch);
-        });
-        Passed(session.PutDataEnd(batch) && written);
+        const _RecordsetPtr batch = recorder_.Session().PutDataStart(nullptr);
+        PutPeriod(batch);
+        Require(recorder_.Session().PutDataEnd(batch));
     }
 
     void WriteStatements() {
-        Mersola& session = recorder_.Session();
-        bool written = true;
-        session.BeginTrans();
-        ForEachValue([&](int channel, int function, int band) {
-            written &= Put(channel, function, band, nullptr);
-        });
-        session.CommitTrans();
-        Passed(written);
+        recorder_.Session().BeginTrans();
+        for (int i = 0; i < kPeriodsOfTransaction; ++i)
+            PutPeriod(nullptr);
+        recorder_.Session().CommitTrans();
     }
 
-    void WritePrepared() {
+    void WritePrepared(int periods) {
         Run(db_.get(), "BEGIN IMMEDIATE");
-        ForEachValue([&](int channel, int function, int band) {
-            InsertValue(insert_.get(), recorder_.MeasValueId(), period_, channel, function, band);
-        });
+        for (int i = 0; i < periods; ++i, ++period_) {
+            ForEachValue([&](int channel, int function, int band) {
+                InsertValue(insert_.get(), recorder_.MeasValueId(), period_, channel, function,
+                            band);
+            });
+        }
         Run(db_.get(), "COMMIT");
-        Passed(true);
     }
 
-    // The texts of the period come from PrepareTexts.
+    // The texts come from PrepareTexts.
     void WriteTexts() {
         Run(db_.get(), "BEGIN IMMEDIATE");
         for (const std::string& text : texts_)
             Run(db_.get(), text);
         Run(db_.get(), "COMMIT");
-        Passed(true);
     }
 
     void PrepareTexts() {
         texts_.clear();
-        ForEachValue([&](int channel, int function, int band) {
-            char text[200];
-            std::snprintf(text, sizeof text,
-                          "INSERT INTO MEASUREDVALUES "
-                          "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES "
-                          "(%d,%d,%d,%f,'%s',%d,%d)",
-                          recorder_.MeasValueId(), period_, channel, Level(period_, band), "", band,
-                          function);
-            texts_.emplace_back(text);
-        });
+        for (int i = 0; i < kPeriodsOfTransaction; ++i, ++period_) {
+            ForEachValue([&](int channel, int function, int band) {
+                char text[200];
+                std::snprintf(text, sizeof text,
+                              "INSERT INTO MEASUREDVALUES "
+                              "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES "
+                              "(%d,%d,%d,%f,'%s',%d,%d)",
+                              recorder_.MeasValueId(), period_, channel, Level(period_, band), "",
+                              band, function);
+                texts_.emplace_back(text);
+            });
+        }
     }
 
     // The rows as one number, to compare files.
@@ -85,15 +84,19 @@ class Writer {
     }
 
   private:
-    bool Put(int channel, int function, int band, const _RecordsetPtr& batch) {
-        long next = 0;
-        return recorder_.Session().PutDataRelative(Level(period_, band), status_, period_, function,
-                                                   channel, band, false, next, batch != nullptr,
-                                                   batch);
+    static void Require(bool written) {
+        if (!written) throw std::runtime_error("A value was not written");
     }
 
-    void Passed(bool written) {
-        if (!written) throw std::runtime_error("A value was not written");
+    void PutPeriod(const _RecordsetPtr& batch) {
+        bool written = true;
+        ForEachValue([&](int channel, int function, int band) {
+            long next = 0;
+            written &= recorder_.Session().PutDataRelative(Level(period_, band), status_, period_,
+                                                           function, channel, band, false, next,
+                                                           batch != nullptr, batch);
+        });
+        Require(written);
         ++period_;
     }
 
@@ -105,26 +108,35 @@ class Writer {
     int period_ = 0;
 };
 
-void WritePeriod(benchmark::State& state) {
+void Batches(benchmark::State& state) {
     const TemporaryFolder folder;
     Writer prepared(folder.File("prepared.db"));
     Writer batches(folder.File("batches.db"));
+    Contest contest;
+    contest.Enter("C interface, prepared once", [&] { prepared.WritePrepared(1); });
+    contest.Enter("PutDataStart, PutDataRelative, PutDataEnd", [&] { batches.WriteBatch(); });
+    contest.Run(state, kValuesOfPeriod);
+    if (batches.Digest() != prepared.Digest()) state.SkipWithError("the rows differ");
+}
+
+void Statements(benchmark::State& state) {
+    const TemporaryFolder folder;
+    Writer prepared(folder.File("prepared.db"));
     Writer statements(folder.File("statements.db"));
     Writer texts(folder.File("texts.db"));
     Contest contest;
-    contest.Enter("C interface, prepared once", [&] { prepared.WritePrepared(); });
-    contest.Enter("batch: PutDataStart, PutDataRelative, PutDataEnd",
-                  [&] { batches.WriteBatch(); });
-    contest.Enter("one statement a value: PutDataRelative", [&] { statements.WriteStatements(); });
+    contest.Enter("C interface, prepared once",
+                  [&] { prepared.WritePrepared(kPeriodsOfTransaction); });
+    contest.Enter("PutDataRelative", [&] { statements.WriteStatements(); });
     contest.Enter(
         "sqlite3_exec of ready texts", [&] { texts.WriteTexts(); }, [&] { texts.PrepareTexts(); });
-    contest.Run(state, kValuesOfPeriod);
-    for (const Writer* other : {&batches, &statements, &texts}) {
-        if (other->Digest() != prepared.Digest()) state.SkipWithError("the rows differ");
-    }
+    contest.Run(state, kPeriodsOfTransaction * kValuesOfPeriod);
+    if (statements.Digest() != prepared.Digest() || texts.Digest() != prepared.Digest())
+        state.SkipWithError("the rows differ");
 }
 
-BENCHMARK(WritePeriod)->Iterations(1500)->Unit(benchmark::kMillisecond);
+BENCHMARK(Batches)->Iterations(1500)->Unit(benchmark::kMillisecond);
+BENCHMARK(Statements)->Iterations(200)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -127,22 +127,6 @@ TEST_P(SessionTest, BracketsStatementsInATransaction) {
     EXPECT_NO_THROW(unconnected.BeginTrans());
 }
 
-TEST_P(SessionTest, LetsTwoSessionsWriteToOneDatabase) {
-    Store first(database.ConnectString());
-    Store second(database.ConnectString());
-    ASSERT_TRUE(Open(first));
-    MeasurementInfo other = Measurement("vibration");
-    InstrumentInfo instrument = Instrument();
-    ASSERT_TRUE(second.PutInstrument(nullptr, instrument));
-    ASSERT_TRUE(second.PutMeasurement(nullptr, instrument.GroupId, other));
-    ReportInfo report = Report();
-    ASSERT_TRUE(second.PutReport(nullptr, report));
-    EXPECT_TRUE(Write(first, 0, 1));
-    EXPECT_TRUE(Write(second, 0, 2));
-    Select(first);
-    EXPECT_EQ(Values(first, 0, 1), std::vector<float>{1});
-}
-
 TEST_P(SessionTest, FailsCleanlyOnALockedDatabaseAndRecovers) {
     Store locker(database.ConnectString());
     Store store("", "", database.ConnectString().c_str(), 1);

@@ -9,11 +9,16 @@ namespace {
 // Copied by construction only from variables, and counted, so that a lost one is seen.
 struct Picky {
     static inline int alive = 0;
+    static inline int assignmentsLeft = -1;  // the one behind them is refused
 
     explicit Picky(std::string name = "") : text(std::move(name)) { ++alive; }
     Picky(Picky& other) : text(other.text) { ++alive; }
     ~Picky() { --alive; }
-    Picky& operator=(const Picky& other) = default;
+    Picky& operator=(const Picky& other) {
+        if (assignmentsLeft-- == 0) throw std::runtime_error("refused");
+        text = other.text;
+        return *this;
+    }
 
     std::string text;
 };
@@ -32,14 +37,13 @@ CArray<Picky, Picky&> Letters(std::string_view letters) {
     return made;
 }
 
-// Fails for elements that outlive the variables of the test, or that died twice.
 struct Collections : testing::Test {
     ~Collections() override { EXPECT_EQ(Picky::alive, 0); }
 };
 
 }  // namespace
 
-TEST_F(Collections, ArrayHoldsElementsThatCannotBeCopiedFromConstants) {
+TEST_F(Collections, ArrayHoldsElementsThatRefuseConstantsOrAnAssignment) {
     auto array = Letters("abcdefghijklmnopqrstuvwxyz");
     const Picky constant("?");
     EXPECT_EQ(array.Add(constant), 26);
@@ -49,6 +53,8 @@ TEST_F(Collections, ArrayHoldsElementsThatCannotBeCopiedFromConstants) {
     array = copy;
     array.SetSize(3);
     EXPECT_EQ(Joined(array), "? ?  ");
+    Picky::assignmentsLeft = 2;
+    EXPECT_THROW(array.InsertAt(1, constant, 8), std::runtime_error);
 }
 
 TEST_F(Collections, ArrayTakesItsOwnElementsWhileItGrows) {

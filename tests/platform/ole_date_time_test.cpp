@@ -28,7 +28,7 @@ TEST(OleDate, CountsDaysOnBothSidesOfItsEpoch) {
     const COleDateTime before(1899, 12, 29, 18, 0, 0), after(1899, 12, 31, 6, 0, 0);
     EXPECT_LT(COleDateTime(-1.25), before);
     EXPECT_EQ((after - before).m_span, 1.5);
-    EXPECT_EQ(before + COleDateTimeSpan(1, 12, 0, 0), after);
+    EXPECT_EQ(after - COleDateTimeSpan(1, 12, 0, 0), before);
     EXPECT_EQ((after + COleDateTimeSpan(4e6)).GetStatus(), COleDateTime::invalid);
 }
 

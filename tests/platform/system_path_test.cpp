@@ -52,5 +52,4 @@ TEST(PrivateFile, IsEmptiedAndHasOneOwnerAndOneName) {
         EXPECT_EQ(mersola::OpenPrivateForWriting(folder / name), nullptr) << name;
     close(reader);
     EXPECT_EQ(fs::file_size(target), 8);
-    EXPECT_FALSE(fs::exists(folder / "absent"));
 }

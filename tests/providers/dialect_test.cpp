@@ -78,8 +78,8 @@ std::string Answered(const char* schema, std::string_view sql,
 TEST(Translator, DropsWhatOnlyTheServerKnows) {
     EXPECT_EQ(Translated("SET TRANSACTION ISOLATION LEVEL READ COMMITTED"), "nothing");
     EXPECT_EQ(Translated("set transaction isolation level repeatable read ;"), "nothing");
-    EXPECT_EQ(Translated("SELECT * FROM [dbo].[a]]\"b] x WITH (NOLOCK, ForceSeek(i(c)))WHERE x.c"),
-              "SELECT * FROM \"a]\"\"b\" x WHERE x.c");
+    EXPECT_EQ(Translated("SELECT c FROM[dbo].[a]]\"b] x WITH(NOLOCK,ForceSeek(i(c)))WHERE dbo.x.c"),
+              "SELECT c FROM\"a]\"\"b\" x WHERE x.c");
     EXPECT_EQ(Translated("SELECT [a][b]N'c'N'd'[dbo].e,[dbo.x;'--?@]", Literals::InPlace),
               "SELECT \"a\" \"b\"'c' 'd'e,\"dbo.x;'--?@\"");
 }

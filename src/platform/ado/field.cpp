@@ -38,11 +38,7 @@ std::int32_t Narrowed(double number) {
 }
 
 Cell Read(const RecordsetState& state, int column) {
-    if (state.IsStreaming()) return state.source->At(column);
-    const auto index = static_cast<std::size_t>(column);
-    if (state.writer && state.pending.Rows() > 0) return state.pending.Last(index);
-    state.RequireRow();
-    return state.held.At(state.position - state.firstHeld, index);
+    return state.IsStreaming() ? state.source->At(column) : state.CellInMemory(column);
 }
 
 void Write(RecordsetState& state, int column, Cell value) {

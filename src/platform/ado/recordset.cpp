@@ -26,16 +26,24 @@ void RecordsetState::Start(std::unique_ptr<RowSource> rows) {
     }
 }
 
-void RecordsetState::MoveNext() {
-    const bool streaming = IsStreaming();
+void RecordsetState::MoveInSource() {
     ++position;
-    if (streaming) {
-        rowsGone = true;
-        atEnd = !NextInSource();
-        sourceRow = position;
-    } else {
-        atEnd = !IsHeld(position) && !IsStreaming();
-    }
+    rowsGone = true;
+    atEnd = !NextInSource();
+    sourceRow = position;
+}
+
+void RecordsetState::MoveInMemory() {
+    RequireRow();
+    ++position;
+    atEnd = !IsHeld(position) && !IsStreaming();
+}
+
+Cell RecordsetState::CellInMemory(int column) const {
+    const auto index = static_cast<std::size_t>(column);
+    if (writer && pending.Rows() > 0) return pending.Last(index);
+    RequireRow();
+    return held.At(position - firstHeld, index);
 }
 
 void RecordsetState::KeepRest() {
@@ -198,8 +206,7 @@ void _Recordset::MoveFirst() {
 }
 
 void _Recordset::MoveNext() {
-    if (!state_->IsStreaming()) state_->RequireRow();
-    state_->MoveNext();
+    state_->IsStreaming() ? state_->MoveInSource() : state_->MoveInMemory();
 }
 
 AdoField _Recordset::Fields(std::string_view name) {

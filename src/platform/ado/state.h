@@ -62,7 +62,8 @@ struct RecordsetState {
 
     ~RecordsetState() { EndStream(); }
     void Start(std::unique_ptr<RowSource> rows);
-    void MoveNext();
+    void MoveInSource();
+    void MoveInMemory();
     /// Brings the rows that were not read yet into memory, so that the connection is free.
     void KeepRest();
     bool NextInSource();
@@ -70,6 +71,8 @@ struct RecordsetState {
     /// Whether the current row is the one on which `source` stands: there is one, and it can be
     /// read.
     bool IsStreaming() const { return source && position == sourceRow; }
+    /// A value of the current row, or of the row that is being added; raises when there is none.
+    Cell CellInMemory(int column) const;
     bool IsHeld(std::size_t row) const { return row - firstHeld < held.Rows(); }
     void RequireClosed() const;
     void RequireOpen() const {
