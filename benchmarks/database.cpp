@@ -39,7 +39,7 @@ void Run(sqlite3* db, const std::string& sql) {
 }
 
 void LayOut(sqlite3* db) {
-    for (const std::string_view statement : SchemaStatements())
+    for (const std::string_view statement : SchemaStatements(SchemaEngine::SQLite))
         Run(db, std::string(statement));
 }
 

@@ -48,7 +48,7 @@ constexpr Layout kLayouts[] = {
 
 // The table as the schema declares it, with another key.
 std::string TableWithKey(std::string_view key) {
-    for (const std::string_view statement : SchemaStatements()) {
+    for (const std::string_view statement : SchemaStatements(SchemaEngine::SQLite)) {
         if (statement.find("CREATE TABLE MeasuredValues") == std::string_view::npos) continue;
         std::string table(statement);
         const auto begin = table.find("PRIMARY KEY (");

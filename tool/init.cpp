@@ -65,7 +65,7 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
 }
 
 void LayOut(Mersola& store) {
-    for (const auto statement : SchemaStatements())
+    for (const auto statement : SchemaStatements(SchemaEngine::SQLite))
         store.dbExecute(CString(statement));
     for (const Function& function : kFunctions)
         AddName(store, "FuncNameMap (FuncId,FuncName)", function.id, function.name);

@@ -25,7 +25,8 @@ TemporaryFolder::~TemporaryFolder() {
 Database::Database(const std::string& engine) {
     if (engine != "SQLite") throw std::runtime_error("unknown engine " + engine);
     std::ofstream(Path()).close();
-    Run({SchemaStatements().begin(), SchemaStatements().end()});
+    const auto& layout = SchemaStatements(SchemaEngine::SQLite);
+    Run({layout.begin(), layout.end()});
 }
 
 std::string Database::ConnectString(const std::string& extra) const {

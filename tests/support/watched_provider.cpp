@@ -21,6 +21,7 @@ class Session : public ado::ProviderSession {
     void Begin() override { inner_->Begin(); }
     void Commit() override { inner_->Commit(); }
     void Rollback() override { inner_->Rollback(); }
+    std::string DbmsName() const override { return inner_->DbmsName(); }
 
   private:
     static void Note(std::string_view sql) {

@@ -91,6 +91,10 @@ class _Connection : public std::enable_shared_from_this<_Connection> {
     void CommitTrans();
     void RollbackTrans();
 
+    /// The engine's own name (ADO's property "DBMS Name"): "SQLite", "Microsoft SQL Server". Raises
+    /// on a closed connection.
+    CString DbmsName() const;
+
     /// What the last Open or statement that failed had to say, in the provider's order.
     const std::vector<AdoError>& GetErrors() const;
 

@@ -115,6 +115,11 @@ void _Connection::RollbackTrans() {
     session.Rollback();
 }
 
+CString _Connection::DbmsName() const {
+    if (!state_->session) throw _com_error(adErrObjectClosed, "The connection is closed", kSource);
+    return state_->session->DbmsName();
+}
+
 const std::vector<AdoError>& _Connection::GetErrors() const {
     return state_->errors;
 }

@@ -89,6 +89,8 @@ class ProviderSession {
     virtual void Begin() = 0;
     virtual void Commit() = 0;
     virtual void Rollback() = 0;
+    /// The engine by its own name, such as "SQLite" or "Microsoft SQL Server".
+    virtual std::string DbmsName() const = 0;
 };
 
 struct OpenRequest {

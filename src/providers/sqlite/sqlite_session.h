@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include <sqlite3.h>
@@ -26,6 +27,7 @@ class Session : public ado::ProviderSession {
     void Begin() override;
     void Commit() override;
     void Rollback() override;
+    std::string DbmsName() const override { return "SQLite"; }
 
   private:
     Database db_;
