@@ -1,7 +1,9 @@
 -- Run once by the server's administrator: an empty database, and the logins of those who record
 -- into it and those who read it. docs/sql-server.md shows how; sqlcmd takes the passwords from the
 -- environment. Afterwards `mersola init` lays the database out and grant_access.sql opens it.
-CREATE DATABASE mersola COLLATE Latin1_General_CI_AS;
+-- The texts of statements are read in the database's collation: in UTF-8, every character survives.
+-- Servers before 2019 have no such collation; Latin1_General_CI_AS keeps Western European texts.
+CREATE DATABASE mersola COLLATE Latin1_General_100_CI_AS_SC_UTF8;
 GO
 -- Readers see what was committed last and wait for no recorder.
 ALTER DATABASE mersola SET READ_COMMITTED_SNAPSHOT ON;
