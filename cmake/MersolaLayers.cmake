@@ -18,7 +18,7 @@ endif()
 # The public headers, which every layer may include as <mersola/...>.
 add_library(mersola_headers INTERFACE)
 target_include_directories(mersola_headers INTERFACE
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 target_compile_features(mersola_headers INTERFACE cxx_std_20)
 
 # mersola_layer(NAME SOURCES file... [SEES layer...] [USES library...])
@@ -27,7 +27,8 @@ target_compile_features(mersola_headers INTERFACE cxx_std_20)
 function(mersola_layer name)
     cmake_parse_arguments(LAYER "" "" "SOURCES;SEES;USES" ${ARGN})
     add_library(mersola_${name} OBJECT ${LAYER_SOURCES})
-    set_target_properties(mersola_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    set_target_properties(mersola_${name} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     target_include_directories(mersola_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     list(TRANSFORM LAYER_SEES PREPEND mersola_)
     target_link_libraries(mersola_${name} PUBLIC mersola_headers ${LAYER_SEES}

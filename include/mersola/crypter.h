@@ -2,11 +2,12 @@
 #pragma once
 
 #include <mersola/platform/component.h>
+#include <mersola/platform/export.h>
 
 /// Encodes and decodes a text with a key. A program whose credentials are encoded registers its
 /// crypter under the ProgID "Crypt.crypter" before it creates a Mersola; without one, credentials
 /// are used as they are given.
-class ICrypter : public mersola::Component {
+class MERSOLA_EXPORT ICrypter : public mersola::Component {
   public:
     static constexpr const char* kInterfaceId = "{34325499-816D-44FB-BFDF-6F06700BCA9D}";
 

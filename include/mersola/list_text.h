@@ -1,6 +1,7 @@
 // ListText: the comma-separated lists that the database keeps as text.
 #pragma once
 
+#include <mersola/platform/export.h>
 #include <mersola/platform/text.h>
 
 #include <vector>
@@ -23,7 +24,7 @@ namespace mersola {
 /// The value of an item is its text, of a pair the text behind the key, and of a list the text
 /// between the braces, which can be read as a list in turn. Inner lists go 100 levels deep; what is
 /// deeper is malformed, and AddList raises std::length_error for it.
-class ListText {
+class MERSOLA_EXPORT ListText {
   public:
     /// What the iterators give; it stands for its value where a text is wanted.
     struct Item {

@@ -9,6 +9,7 @@
 #include <mersola/platform/collections.h>
 #include <mersola/platform/com_error.h>
 #include <mersola/platform/component.h>
+#include <mersola/platform/export.h>
 #include <mersola/platform/message_box.h>
 #include <mersola/platform/text.h>
 #include <mersola/records.h>
@@ -29,11 +30,10 @@
 ///   unless the caller brackets them with BeginTrans and RollbackTrans.
 /// - Connections: a null connection handle means the object's own connection.
 /// - Identifiers are 32-bit values: one that does not fit is refused like one that does not exist.
-/// - Texts are UTF-8. They are placed into statements between single quotes as they are: a text
-/// that
+/// - Texts are UTF-8. They are placed into statements between single quotes as they are: a text that
 ///   holds a single quote makes the statement, and so the operation, fail.
 /// - Missing values read as -100.0.
-class Mersola {
+class MERSOLA_EXPORT Mersola {
   public:
     // ---- Session -------------------------------------------------------------------------------
 

@@ -4,13 +4,14 @@
 
 #include <mersola/list_text.h>
 #include <mersola/platform/collections.h>
+#include <mersola/platform/export.h>
 #include <mersola/platform/text.h>
 #include <mersola/times.h>
 
 #include <cstdint>
 
 /// An instrument.
-class InstrumentInfo {
+class MERSOLA_EXPORT InstrumentInfo {
   public:
     CString GroupName;
     CString Type;  ///< list text; a station's first item is "station"
@@ -20,7 +21,7 @@ class InstrumentInfo {
 };
 
 /// A function measured on a channel.
-class FuncInfo {
+class MERSOLA_EXPORT FuncInfo {
   public:
     FuncInfo() = default;
     /// A number beyond 32 bits raises std::out_of_range.
@@ -37,7 +38,7 @@ class FuncInfo {
 };
 
 /// A report of a measurement.
-class ReportInfo {
+class MERSOLA_EXPORT ReportInfo {
   public:
     /// The same PeriodLen and ReportType; nothing else counts.
     bool identicalTo(const ReportInfo& other) const noexcept;
@@ -56,7 +57,7 @@ class ReportInfo {
 };
 
 /// A measurement and, if a caller attached them, its reports.
-class MeasurementInfo {
+class MERSOLA_EXPORT MeasurementInfo {
   public:
     /// The same BandWidth; nothing else counts.
     bool identicalTo(const MeasurementInfo& other) const;
@@ -78,7 +79,7 @@ class MeasurementInfo {
 };
 
 /// A measured value.
-class funcData {
+class MERSOLA_EXPORT funcData {
   public:
     std::int32_t FuncId = 0;
     double Value = 0;  ///< -100.0 for a missing value
@@ -87,7 +88,7 @@ class funcData {
 };
 
 /// A marker: an event with the recording file that belongs to it.
-class MarkerInfo {
+class MERSOLA_EXPORT MarkerInfo {
   public:
     MarkerInfo() = default;
     MarkerInfo(MarkerInfo&) = default;
@@ -113,7 +114,7 @@ class MarkerInfo {
 };
 
 /// An entry of the database's version history.
-class versionHistory {
+class MERSOLA_EXPORT versionHistory {
   public:
     CString Version;
     CString Info;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <mersola/platform/archive.h>
+#include <mersola/platform/export.h>
 #include <mersola/platform/ole_date_time.h>
 #include <mersola/platform/text.h>
 
@@ -14,7 +15,7 @@
 /// A signed length of time, held in days. It is exact to the millisecond up to some ten thousand
 /// years. A length beyond 64-bit milliseconds is invalid, as is one of a number that is not finite;
 /// all parts of an invalid length are 0.
-class CTimeSpanEx : public CObject {
+class MERSOLA_EXPORT CTimeSpanEx : public CObject {
     DECLARE_SERIAL(CTimeSpanEx)
 
   public:
@@ -73,7 +74,7 @@ class CTimeSpanEx : public CObject {
 /// A local time in the years 100 to 9999, with its milliseconds beside the whole seconds of the
 /// date. Parts that make no date (month 13, 30 February, hour 24, millisecond 1000) give an invalid
 /// time, as does arithmetic with one or beyond the years. The parts of an invalid time are -1.
-class CTimeEx : public CObject {
+class MERSOLA_EXPORT CTimeEx : public CObject {
     DECLARE_SERIAL(CTimeEx)
 
   public:

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <mersola/platform/com_error.h>
+#include <mersola/platform/export.h>
 #include <mersola/platform/text.h>
 
 class _Connection;
@@ -56,7 +57,7 @@ struct RecordsetState;
 }  // namespace mersola::ado
 
 /// A connection to a database. Used by one thread at a time. Every failure raises _com_error.
-class _Connection : public std::enable_shared_from_this<_Connection> {
+class MERSOLA_EXPORT _Connection : public std::enable_shared_from_this<_Connection> {
   public:
     /// A closed connection; null when the system cannot make one.
     static _ConnectionPtr CreateInstance();
@@ -107,7 +108,7 @@ class _Connection : public std::enable_shared_from_this<_Connection> {
 /// as that is open, so that a loop over many rows need not look its fields up for each. Conversions
 /// are strict: a number beyond the target's range raises DISP_E_OVERFLOW, a text that is no number
 /// DISP_E_TYPEMISMATCH. A null reads as 0 or as an empty text; ask IsNull where that matters.
-class AdoField {
+class MERSOLA_EXPORT AdoField {
   public:
     bool IsNull() const;
     /// The first byte of the text, zero for a null or an empty text.
@@ -140,7 +141,7 @@ class AdoField {
 /// result of up to kRowsHeld rows is held in memory at once. A longer one streams: its first
 /// kRowsHeld rows can be read again with MoveFirst, past them it moves forward only. The rest is
 /// brought into memory when something else runs on the connection before it was read.
-class _Recordset {
+class MERSOLA_EXPORT _Recordset {
   public:
     static constexpr std::size_t kRowsHeld = 512;
 

@@ -1,6 +1,7 @@
 // CObject with its class information at run time, and CArchive, the binary form of objects.
 #pragma once
 
+#include <mersola/platform/export.h>
 #include <mersola/platform/text.h>
 
 #include <cstdint>
@@ -11,7 +12,7 @@ class CArchive;
 class CObject;
 
 /// What is known about a class at run time. One constant object stands for each class.
-struct CRuntimeClass {
+struct MERSOLA_EXPORT CRuntimeClass {
     const char* m_lpszClassName;
     int m_wSchema;
     CObject* (*m_pfnCreateObject)();
@@ -40,7 +41,7 @@ struct CRuntimeClass {
         RUNTIME_CLASS(base_name)};
 
 /// The root of classes that know their class at run time.
-class CObject {
+class MERSOLA_EXPORT CObject {
   public:
     static const CRuntimeClass classCObject;
 
@@ -62,7 +63,7 @@ class CObject {
 };
 
 /// Why an archive could not go on.
-class CArchiveException : public std::runtime_error {
+class MERSOLA_EXPORT CArchiveException : public std::runtime_error {
   public:
     enum Cause {
         writeFailed,     ///< the stream did not take the bytes
@@ -78,7 +79,7 @@ class CArchiveException : public std::runtime_error {
 /// Stores values to a stream or loads them, little-endian, the same on every machine: an int as 32
 /// bits, a long as 64, a double as IEEE 64, a text as its length (32 bits) and its bytes. Every
 /// failure raises CArchiveException, and leaves the variable being loaded as it was.
-class CArchive {
+class MERSOLA_EXPORT CArchive {
   public:
     enum Mode { store, load };
 

@@ -5,6 +5,7 @@
 #include <exception>
 #include <memory>
 
+#include <mersola/platform/export.h>
 #include <mersola/platform/text.h>
 
 /// COM's result code: 32 bits, negative for a failure.
@@ -42,7 +43,7 @@ inline constexpr HRESULT adErrObjectOpen = MakeHresult(0x800A0E79);
 inline constexpr HRESULT adErrProviderNotFound = MakeHresult(0x800A0E7A);
 
 /// What COM raises: a result code with the words and the name of the object that failed.
-class _com_error : public std::exception {
+class MERSOLA_EXPORT _com_error : public std::exception {
   public:
     explicit _com_error(HRESULT code, CString description = CString(), CString source = CString());
 
@@ -72,6 +73,6 @@ struct ErrorInfo {
 };
 
 /// Makes `info` the error information of this thread; null clears it.
-void SetErrorInfo(std::shared_ptr<const ErrorInfo> info);
+MERSOLA_EXPORT void SetErrorInfo(std::shared_ptr<const ErrorInfo> info);
 /// Takes the error information of this thread, which is then empty; null when there is none.
-std::shared_ptr<const ErrorInfo> GetErrorInfo();
+MERSOLA_EXPORT std::shared_ptr<const ErrorInfo> GetErrorInfo();

@@ -5,11 +5,12 @@
 #include <memory>
 
 #include <mersola/platform/com_error.h>
+#include <mersola/platform/export.h>
 
 namespace mersola {
 
 /// The base of every component; what a component can do is found with std::dynamic_pointer_cast.
-class Component {
+class MERSOLA_EXPORT Component {
   public:
     virtual ~Component() = default;
 };
@@ -18,10 +19,11 @@ using ComponentFactory = std::function<std::shared_ptr<Component>()>;
 
 /// Offers a component under `progId` (compared without regard to case) to this process; an empty
 /// factory withdraws it. May be called from any thread; replaces an earlier registration.
-void RegisterComponent(const char* progId, ComponentFactory factory);
+MERSOLA_EXPORT void RegisterComponent(const char* progId, ComponentFactory factory);
 
 /// Creates the component registered under `progId`. Returns S_OK and sets `component`; otherwise
 /// REGDB_E_CLASSNOTREG (nobody registered it) or E_FAIL (its factory failed), `component` null.
-HRESULT CreateComponent(const char* progId, std::shared_ptr<Component>& component) noexcept;
+MERSOLA_EXPORT HRESULT CreateComponent(const char* progId,
+                                       std::shared_ptr<Component>& component) noexcept;
 
 }  // namespace mersola

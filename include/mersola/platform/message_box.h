@@ -3,12 +3,14 @@
 
 #include <functional>
 
+#include <mersola/platform/export.h>
+
 inline constexpr unsigned MB_OK = 0;
 inline constexpr int IDOK = 1;
 
 /// Hands `text` to the handler and returns IDOK. Without a handler the text goes to standard error
 /// as one line; nobody is waited for. Any thread may call it.
-int AfxMessageBox(const char* text, unsigned type = MB_OK, unsigned help = 0);
+MERSOLA_EXPORT int AfxMessageBox(const char* text, unsigned type = MB_OK, unsigned help = 0);
 
 namespace mersola {
 
@@ -18,6 +20,6 @@ using MessageBoxHandler = std::function<void(const char* text, unsigned type)>;
 
 /// Replaces the handler; an empty one brings the default back. Returns the previous handler, empty
 /// if it was the default.
-MessageBoxHandler SetMessageBoxHandler(MessageBoxHandler handler);
+MERSOLA_EXPORT MessageBoxHandler SetMessageBoxHandler(MessageBoxHandler handler);
 
 }  // namespace mersola

@@ -5,8 +5,10 @@
 #include <compare>
 #include <cstdint>
 
+#include <mersola/platform/export.h>
+
 /// A signed length of time in days.
-class COleDateTimeSpan {
+class MERSOLA_EXPORT COleDateTimeSpan {
   public:
     enum DateTimeSpanStatus { valid = 0, invalid = 1, null = 2 };
 
@@ -39,7 +41,7 @@ class COleDateTimeSpan {
 /// A local date and time in the years 100 to 9999, as days since 30 December 1899. Before that day
 /// the whole part counts back while the fraction still counts on from midnight: -1.25 is
 /// 29 December 1899, 06:00. What lies outside the years is invalid.
-class COleDateTime {
+class MERSOLA_EXPORT COleDateTime {
   public:
     enum DateTimeStatus { error = -1, valid = 0, invalid = 1, null = 2 };
 

@@ -9,18 +9,20 @@
 #include <type_traits>
 #include <utility>
 
+#include <mersola/platform/export.h>
+
 namespace mersola {
 
 /// Compares byte by byte, with A-Z and a-z alike and no regard to the locale.
 /// Negative, zero or positive as `left` comes before, with or after `right`.
-int CompareNoCase(std::string_view left, std::string_view right) noexcept;
+MERSOLA_EXPORT int CompareNoCase(std::string_view left, std::string_view right) noexcept;
 
 }  // namespace mersola
 
 /// A text held by value. A null `const char*` stands for the empty text wherever one is taken.
 /// Lengths and positions count bytes; a position outside the text raises std::out_of_range
 /// where nothing else is said. Upper and lower case mean A-Z and a-z, whatever the locale.
-class CString {
+class MERSOLA_EXPORT CString {
   public:
     CString() noexcept = default;
     CString(const char* text) : text_(text ? text : "") {}

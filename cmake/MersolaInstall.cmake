@@ -1,0 +1,70 @@
+# What is installed where, for programs that build against the library (CMake, pkg-config) and for
+# Debian's packages: libmersola1, libmersola-dev and mersola.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/mersola)
+
+install(TARGETS mersola mersola_headers EXPORT mersolaTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(DIRECTORY include/mersola DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT mersolaTargets NAMESPACE mersola:: DESTINATION ${config_folder} COMPONENT development)
+
+configure_package_config_file(cmake/mersolaConfig.cmake.in mersolaConfig.cmake
+                              INSTALL_DESTINATION ${config_folder})
+write_basic_package_version_file(mersolaConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersolaConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/mersolaConfigVersion.cmake
+        DESTINATION ${config_folder} COMPONENT development)
+
+file(RELATIVE_PATH from_pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/mersola.pc.in mersola.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersola.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+if(MERSOLA_BUILD_TOOL)
+    install(TARGETS mersola_tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(DIRECTORY schema/sqlserver/server DESTINATION ${CMAKE_INSTALL_DATADIR}/mersola/sqlserver
+            COMPONENT tool)
+    # The dynamic linker looks into /usr by itself; elsewhere the tool finds its library beside it.
+    if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+        file(RELATIVE_PATH from_tool_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+        set_target_properties(mersola_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${from_tool_to_library}")
+    endif()
+endif()
+
+if(NOT PROJECT_IS_TOP_LEVEL)
+    return()
+endif()
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "The mersola developers <mersola@localhost>")
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime development tool)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmersola${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS tdsodbc)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "storage of monitoring instruments (library)
+ Stores what monitoring instruments measure, period by period, in SQLite or on
+ Microsoft SQL Server, and hands it back as blocks of values.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmersola-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmersola${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "storage of monitoring instruments (headers)
+ What a program needs to be built against libmersola${PROJECT_VERSION_MAJOR}.")
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME mersola)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmersola${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS gnuplot-nox)
+set(CPACK_COMPONENT_TOOL_DESCRIPTION "storage of monitoring instruments (command-line tool)
+ Lays out databases, records sound files as levels, shows, plots, checks and
+ copies what a database holds.")
+include(CPack)

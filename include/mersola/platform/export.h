@@ -1,0 +1,4 @@
+// What the shared library shows to programs; everything else in it is hidden.
+#pragma once
+
+#define MERSOLA_EXPORT __attribute__((visibility("default")))
