@@ -25,6 +25,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersola.pc
 
 if(MERSOLA_BUILD_TOOL)
     install(TARGETS mersola_tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(FILES docs/mersola.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
     install(DIRECTORY schema/sqlserver/server DESTINATION ${CMAKE_INSTALL_DATADIR}/mersola/sqlserver
             COMPONENT tool)
     # The dynamic linker looks into /usr by itself; elsewhere the tool finds its library beside it.

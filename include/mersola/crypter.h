@@ -9,6 +9,7 @@
 /// are used as they are given.
 class MERSOLA_EXPORT ICrypter : public mersola::Component {
   public:
+    /// The identifier of this interface, which programs on COM ask for.
     static constexpr const char* kInterfaceId = "{34325499-816D-44FB-BFDF-6F06700BCA9D}";
 
     /// Both return a failure code when they cannot do it; `result` is then of no meaning.

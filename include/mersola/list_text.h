@@ -28,12 +28,14 @@ class MERSOLA_EXPORT ListText {
   public:
     /// What the iterators give; it stands for its value where a text is wanted.
     struct Item {
-        CString value{};
-        CString key{};
-        bool isPair = false;
-        bool isList = false;
+        CString value{};      ///< see above
+        CString key{};        ///< empty unless the item is a pair
+        bool isPair = false;  ///< a key with a text or a list
+        bool isList = false;  ///< a list of its own
 
+        /// The value.
         operator const CString&() const noexcept { return value; }
+        /// The same kind, key and value.
         bool operator==(const Item&) const = default;
     };
 
@@ -46,9 +48,12 @@ class MERSOLA_EXPORT ListText {
     /// Reads a list. False for a malformed text (quotes or braces without their partner, or
     /// something else between them and the comma), which leaves the list as it was.
     bool Parse(const char* text);
+    /// The list as text, which Parse reads back unchanged.
     CString ToText() const;
 
+    /// The number of items.
     int GetSize() const noexcept { return static_cast<int>(items_.size()); }
+    /// Whether there are no items.
     bool IsEmpty() const noexcept { return items_.empty(); }
     /// The value of an item; an index outside the list raises std::out_of_range.
     const CString& GetAt(int index) const;
@@ -59,14 +64,18 @@ class MERSOLA_EXPORT ListText {
     /// within inner lists. False, and `value` as it was, if there is none.
     bool Find(const char* key, CString& value) const;
 
+    /// Append an item: a text, a key with a text, or a list. A null text is an empty one.
     void Add(const char* text);
     void AddPair(const char* key, const char* value);
     void AddList(const ListText& list);
+    /// Removes every item.
     void RemoveAll() noexcept { items_.clear(); }
 
+    /// For loops over the items.
     auto begin() const noexcept { return items_.begin(); }
     auto end() const noexcept { return items_.end(); }
 
+    /// The same items in the same order.
     bool operator==(const ListText&) const = default;
 
   private:

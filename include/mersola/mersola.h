@@ -30,7 +30,7 @@
 ///   unless the caller brackets them with BeginTrans and RollbackTrans.
 /// - Connections: a null connection handle means the object's own connection.
 /// - Identifiers are 32-bit values: one that does not fit is refused like one that does not exist.
-/// - Texts are UTF-8. They are placed into statements between single quotes as they are: a text that
+/// - Texts are UTF-8. They are placed into statements between single quotes as they are: one that
 ///   holds a single quote makes the statement, and so the operation, fail.
 /// - Missing values read as -100.0.
 class MERSOLA_EXPORT Mersola {
@@ -72,6 +72,8 @@ class MERSOLA_EXPORT Mersola {
     /// the connection was closed already; the handle is released all the same.
     void dbDisconnect();
 
+    /// Whether the last dbConnect succeeded and dbDisconnect has not been called since. Asks
+    /// nobody: a connection that broke in between shows when an operation fails.
     bool isConnected() const;
 
     /// Do nothing without a connection. Raise _com_error when the connection refuses, such as a
@@ -193,7 +195,7 @@ class MERSOLA_EXPORT Mersola {
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
 
     /// Appends all values of the selected report and channel, of every function, by period and
-    /// band. Returns how many; a failed read ends the list early.
+    /// band. Returns how many; a failed read ends the list early. Not for the continuous view.
     int GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out);
 
     /// Reads the selected report's period count as stored now, in the continuous view that of the
@@ -202,7 +204,7 @@ class MERSOLA_EXPORT Mersola {
 
     /// The first stored period, -1 with result 0 when there is none. The first two compute it from
     /// the values and remember it until they are asked for another key; the last reads the lower
-    /// bound that is kept with the report (`extra` is not used).
+    /// bound that is kept with the report (`extra` is not used). Not for the continuous view.
     int GetFirstPeriod(long& first);
     int GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection);
     int GetFirstPeriod(long& first, long groupId, long measId, long reportId, long extra,
@@ -354,7 +356,8 @@ class MERSOLA_EXPORT Mersola {
     int GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, CString type);
 
     /// Appends the selected measurement's closed markers that start between the beginnings of two
-    /// periods of the selected report, without those of alarm instruments.
+    /// periods of the selected report, without those of alarm instruments. Not for the continuous
+    /// view.
     int GetMarkers(long fromPeriod, long toPeriod, CArray<MarkerInfo, MarkerInfo&>& out);
 
     // ---- Continuous view -----------------------------------------------------------------------
@@ -376,21 +379,36 @@ class MERSOLA_EXPORT Mersola {
     /// Declares the object connected or not; opens recording.
     void setConnected(bool connected);
 
+    /// Lists the instruments whose type has two items, the first of them `kind`, and whose state
+    /// begins with "station"; `out` is emptied first. 0 on failure.
     int _GetAlarmInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out, CString kind);
+    /// Reads the instrument of `rec.GroupId`; 0 when there is none.
     int _GetInstrument(InstrumentInfo& rec, const _ConnectionPtr& connection);
+    /// As _GetReports and _GetFunctions, but with reports that have no functions yet, and with the
+    /// functions of all channels.
     int _GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
                        const _ConnectionPtr& connection);
     int _GetAllFunctions(CArray<int, int>& out, int measId, int reportId,
                          const _ConnectionPtr& connection);
     int _GetAllFunctions(CArray<FuncInfo, FuncInfo&>& out, int measId, int reportId,
                          const _ConnectionPtr& connection);
+    /// GetData of the selected measurement, without regard to the continuous view. Returns
+    /// nPeriods; 0 without a connection; -1 on failure, also when nFrq is less than 1.
     int _GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
                  char* status);
+    /// Whether two measurements can be members of one chain: the same bandwidth and reports that
+    /// are identical one by one; identicalReports leaves the bandwidth out. Reads the reports of a
+    /// measurement that has none attached.
     bool identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b,
                                const _ConnectionPtr& connection);
     bool identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
+    /// Whether a recording may start then: a time less than 3650 days from now.
     bool validDate(const CTimeEx& t);
+    /// Counts the periods that passed since a stored report began, once in each recording, so that
+    /// period 0 of this recording follows them. A failed look-up or update closes the recording.
     bool PutMissingPeriods(const _ConnectionPtr& connection, int reportId);
+    /// Steps of GetMarkers for one measurement, with and without the markers of alarm instruments.
+    /// -1 means the selected instrument or measurement, -2 all measurements.
     int _GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long measId, CString type);
     int _GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, long measId,
                     CString& type);
@@ -398,19 +416,24 @@ class MERSOLA_EXPORT Mersola {
                                      long measId, CString type);
     int _GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out,
                                      long groupId, long measId, CString& type);
+    /// Loads the chain of the selected instrument unless it is loaded. False, and the normal view,
+    /// when there is none or its measurements cannot be read as one. Raises _com_error.
     bool loadContinuousSetupData();
+
+    /// Reads how far the last measurement of the chain has grown. Returns the period count of the
+    /// selected report; 0 without a connection or a selected report. Raises _com_error.
     int recalculateContPeriods();
 
-    // The connection.
+    /// The connection.
     _ConnectionPtr m_connection;
     CString m_user;
     CString m_password;
     CString m_connectString;
-    std::int32_t m_timeout = -1;  // seconds; -1: the defaults
+    std::int32_t m_timeout = -1;  ///< seconds; -1: the defaults
     bool m_connected = false;
-    bool m_Valid = false;  // recording may write
+    bool m_Valid = false;  ///< recording may write
 
-    // The selection and what was loaded with it.
+    /// The selection and what was loaded with it.
     std::int32_t m_GroupId = -1;
     std::int32_t m_MeasId = -1;
     std::int32_t m_ReportId = -1;
@@ -429,7 +452,7 @@ class MERSOLA_EXPORT Mersola {
     bool m_realPrdLengthSet = false;
     std::int32_t m_noOfPeriods = 1;
 
-    // What was read last, and for which key.
+    /// What was read last, and for which key.
     bool m_firstPrdValid = false;
     std::int32_t m_firstPrdMeasValueId = -1;
     std::int32_t m_firstPrd = 0;
@@ -437,24 +460,24 @@ class MERSOLA_EXPORT Mersola {
     std::int32_t m_percentilesMeasId = -1;
     std::int32_t m_percentilesGroupId = -1;
 
-    // The continuous view.
-    std::int32_t m_contMode = -2;  // -2: normal view, -3: continuous view
+    /// The continuous view.
+    std::int32_t m_contMode = -2;  ///< -2: normal view, -3: continuous view
     bool m_contLoaded = false;
     CArray<MeasurementInfo, MeasurementInfo&> m_contMeasurements;
     CArray<ReportInfo, ReportInfo&> m_contReports;
-    MeasurementInfo m_contMeasurement;  // the virtual measurement, with the chain's settings
+    MeasurementInfo m_contMeasurement;  ///< the virtual measurement, with the chain's settings
     std::int32_t m_contReportIndex = -1;
     std::int32_t m_contMeasId = -1;
 
-    // The recording.
+    /// The recording.
     InstrumentInfo m_instrument;
     MeasurementInfo m_measurement;
-    MeasurementInfo m_lastMeasurement;  // as stored before this recording, when it resumes one
-    bool m_resumed = false;             // PutMeasurement found the measurement stored
-    bool m_newEntry = false;            // the current report is new: periods count from this start
-    std::int64_t m_Offs = 0;            // ms from the stored start to this recording's
-    std::int32_t m_lastReportOffs = 0;  // where this recording's period 0 is stored
-    std::int32_t m_recordedGroupId = -1;  // whose recording this object holds
+    MeasurementInfo m_lastMeasurement;  ///< as stored before this recording, when it resumes one
+    bool m_resumed = false;             ///< PutMeasurement found the measurement stored
+    bool m_newEntry = false;  ///< the current report is new: periods count from this start
+    std::int64_t m_Offs = 0;  ///< ms from the stored start to this recording's
+    std::int32_t m_lastReportOffs = 0;    ///< where this recording's period 0 is stored
+    std::int32_t m_recordedGroupId = -1;  ///< whose recording this object holds
     std::int32_t m_recordedMeasId = -1;
     std::int32_t m_missingReportId = -1;
     std::int32_t m_missingIndex = 0;

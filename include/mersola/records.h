@@ -13,11 +13,11 @@
 /// An instrument.
 class MERSOLA_EXPORT InstrumentInfo {
   public:
-    CString GroupName;
-    CString Type;  ///< list text; a station's first item is "station"
-    CString Info;
-    std::int32_t GroupId = 0;
-    CString State;  ///< list text
+    CString GroupName;         ///< its name, one of its kind in a database
+    CString Type;              ///< list text; a station's first item is "station"
+    CString Info;              ///< for people to read
+    std::int32_t GroupId = 0;  ///< its identifier
+    CString State;             ///< list text, rewritten while the instrument runs
 };
 
 /// A function measured on a channel.
@@ -32,9 +32,9 @@ class MERSOLA_EXPORT FuncInfo {
         return a.FuncId == b.FuncId && a.Channel == b.Channel;
     }
 
-    std::int32_t FuncId = 0;
-    std::int32_t Channel = 0;
-    std::int32_t third = 0;
+    std::int32_t FuncId = 0;   ///< the function
+    std::int32_t Channel = 0;  ///< the channel that it is measured on
+    std::int32_t third = 0;    ///< of a resumed report: bands in its first stored period
 };
 
 /// A report of a measurement.
@@ -43,13 +43,13 @@ class MERSOLA_EXPORT ReportInfo {
     /// The same PeriodLen and ReportType; nothing else counts.
     bool identicalTo(const ReportInfo& other) const noexcept;
 
-    std::int32_t ReportId = 0;
-    CTimeSpanEx PeriodLen;      ///< nominal length of a period
-    CTimeSpanEx RealPeriodLen;  ///< measured length; PeriodLen as long as it is not known
-    bool realPeriodLenSet = false;
-    std::int32_t noOfPeriods = 0;
-    std::int32_t ReportType = 0;
-    CArray<FuncInfo, FuncInfo&> functions;
+    std::int32_t ReportId = 0;      ///< its identifier within the measurement
+    CTimeSpanEx PeriodLen;          ///< nominal length of a period
+    CTimeSpanEx RealPeriodLen;      ///< measured length; PeriodLen as long as it is not known
+    bool realPeriodLenSet = false;  ///< the measured length is known
+    std::int32_t noOfPeriods = 0;   ///< periods from number 0 on, those without values included
+    std::int32_t ReportType = 0;    ///< reports are listed by it; the programs give it meaning
+    CArray<FuncInfo, FuncInfo&> functions;  ///< what is measured, where a reader filled it
     std::int64_t missingPeriods = 0;  ///< continuous view: periods lost before this measurement
     std::int64_t periodOffset = 0;    ///< continuous view: number of the first period in the chain
     std::int32_t extra5 = 0;          ///< the key of the report's values, if resumed
@@ -64,32 +64,33 @@ class MERSOLA_EXPORT MeasurementInfo {
     /// Replaces the reports by copies of `src`, which may be `reports` itself.
     void setReports(CArray<ReportInfo, ReportInfo&>& src);
 
-    CString MeasName;
-    CString Info;
-    std::int32_t MeasId = 0;
-    std::int32_t BandWidth = 0;
-    double Fullscale = 0;
-    double Sensitivity = 0;
-    double FrqLower = 0;
-    double FrqUpper = 0;
-    CTimeEx StartAt;
-    mersola::ListText textItems;  ///< the percentiles
-    CArray<ReportInfo, ReportInfo&> reports;
-    bool hasReports = false;
+    CString MeasName;            ///< its name, one of its kind within the instrument
+    CString Info;                ///< for people to read
+    std::int32_t MeasId = 0;     ///< its identifier within the instrument
+    std::int32_t BandWidth = 0;  ///< code of the frequency resolution; the programs give it meaning
+    double Fullscale = 0;        ///< in the unit of the signal (Pa, m/s2)
+    double Sensitivity = 0;      ///< of the sensor, in V per unit of the signal
+    double FrqLower = 0;         ///< Hz
+    double FrqUpper = 0;         ///< Hz
+    CTimeEx StartAt;             ///< local time at which period 0 begins
+    mersola::ListText textItems;  ///< the percentiles, in per cent; written, not read back here
+    CArray<ReportInfo, ReportInfo&> reports;  ///< empty unless somebody attached them
+    bool hasReports = false;                  ///< somebody did, and there were some
 };
 
 /// A measured value.
 class MERSOLA_EXPORT funcData {
   public:
-    std::int32_t FuncId = 0;
-    double Value = 0;  ///< -100.0 for a missing value
-    std::int32_t PeriodNo = 0;
-    std::int32_t FrqId = 0;
+    std::int32_t FuncId = 0;    ///< the function
+    double Value = 0;           ///< in the unit of the function; -100.0 for a missing value
+    std::int32_t PeriodNo = 0;  ///< the period, counted from the measurement's start
+    std::int32_t FrqId = 0;     ///< the frequency band
 };
 
 /// A marker: an event with the recording file that belongs to it.
 class MERSOLA_EXPORT MarkerInfo {
   public:
+    /// A marker without texts, and copies of all members.
     MarkerInfo() = default;
     MarkerInfo(MarkerInfo&) = default;
     MarkerInfo& operator=(const MarkerInfo&) = default;
@@ -98,24 +99,25 @@ class MERSOLA_EXPORT MarkerInfo {
     /// For people to read; ExtMarkerType and Color are not shown.
     CString toString() const;
 
-    CString Path;
-    std::int32_t GroupId = 0;
-    std::int32_t MeasId = 0;
-    CString Start;  ///< as CTimeEx::ToText gives it
-    CString Stop;   ///< likewise
-    std::int32_t MarkerId = 0;
-    std::int32_t MarkerType = 0;
-    CString TriggerCondition;
-    CString ExtMarkerType;
-    std::int32_t frqId = 0;
-    std::int32_t funcId = 0;
-    std::int32_t inProgess = 0;  ///< not 0 while the marker is open; spelled as its column
-    std::int32_t Color = 0;
+    CString Path;                 ///< the recording file
+    std::int32_t GroupId = 0;     ///< the instrument
+    std::int32_t MeasId = 0;      ///< the measurement
+    CString Start;                ///< as CTimeEx::ToText gives it
+    CString Stop;                 ///< likewise; the same as Start while the marker is open
+    std::int32_t MarkerId = 0;    ///< a number that the recorder gives
+    std::int32_t MarkerType = 0;  ///< code; the programs give it meaning
+    CString TriggerCondition;     ///< list text of pairs; `type` is the one that GetMarkers knows
+    CString ExtMarkerType;        ///< a finer kind, as text
+    std::int32_t frqId = 0;       ///< frequency band of the trigger
+    std::int32_t funcId = 0;      ///< function of the trigger
+    std::int32_t inProgess = 0;   ///< not 0 while the marker is open; spelled as its column
+    std::int32_t Color = 0;       ///< for display; the programs give it meaning
 };
 
 /// An entry of the database's version history.
 class MERSOLA_EXPORT versionHistory {
   public:
+    /// Texts of any form: the programs give them meaning.
     CString Version;
     CString Info;
     CString Date;

@@ -45,7 +45,9 @@ class MERSOLA_EXPORT CTimeSpanEx : public CObject {
     /// The whole span in milliseconds. A CTimeSpanEx of this number equals one of the same total.
     std::int64_t GetTotalMilliseconds() const noexcept;
 
+    /// The span in days.
     const COleDateTimeSpan& GetSpan() const noexcept { return m_span; }
+    /// Whether the span is valid.
     COleDateTimeSpan::DateTimeSpanStatus GetStatus() const noexcept { return m_span.GetStatus(); }
 
     /// The same status and the same number of days.
@@ -88,6 +90,7 @@ class MERSOLA_EXPORT CTimeEx : public CObject {
     /// The local time of now.
     static CTimeEx GetCurrentTime();
 
+    /// The parts: month 1 to 12, day 1 to 31, hour 0 to 23.
     int GetYear() const noexcept { return m_date.GetYear(); }
     int GetMonth() const noexcept { return m_date.GetMonth(); }
     int GetDay() const noexcept { return m_date.GetDay(); }
@@ -100,8 +103,10 @@ class MERSOLA_EXPORT CTimeEx : public CObject {
     /// The date without the milliseconds.
     const COleDateTime& GetDate() const noexcept { return m_date; }
 
+    /// Setting the status leaves the time as it is.
     COleDateTime::DateTimeStatus GetStatus() const noexcept { return m_date.GetStatus(); }
     void SetStatus(COleDateTime::DateTimeStatus status) noexcept { m_date.SetStatus(status); }
+    /// Whether it is a time at all.
     bool IsValid() const noexcept { return GetStatus() == COleDateTime::valid; }
 
     /// Exact to the millisecond, over every calendar boundary.

@@ -19,6 +19,7 @@ class _Recordset;
 using _ConnectionPtr = std::shared_ptr<_Connection>;
 using _RecordsetPtr = std::shared_ptr<_Recordset>;
 
+/// ADO's constants, as far as they are needed, with the numbers that they have there.
 enum CursorLocationEnum : long { adUseServer = 2, adUseClient = 3 };
 enum CursorTypeEnum : long {
     adOpenForwardOnly = 0,
@@ -45,9 +46,9 @@ enum ConnectOptionEnum : long { adConnectUnspecified = -1 };
 
 /// One error of a connection's last failure.
 struct AdoError {
-    HRESULT Number = S_OK;
-    CString Description;
-    CString Source;
+    HRESULT Number = S_OK;  ///< its result code
+    CString Description;    ///< the engine's own words
+    CString Source;         ///< the name of the provider
 };
 
 namespace mersola::ado {
@@ -85,6 +86,7 @@ class MERSOLA_EXPORT _Connection : public std::enable_shared_from_this<_Connecti
     /// Closes; an open transaction is rolled back and recordsets keep the rows that they have not
     /// handed out yet. Raises when it is closed already.
     void Close();
+    /// Whether it is open.
     ObjectStateEnum GetState() const;
 
     /// One transaction at a time: a second one raises, as do the others without one.
@@ -110,13 +112,16 @@ class MERSOLA_EXPORT _Connection : public std::enable_shared_from_this<_Connecti
 /// DISP_E_TYPEMISMATCH. A null reads as 0 or as an empty text; ask IsNull where that matters.
 class MERSOLA_EXPORT AdoField {
   public:
+    /// Whether the field holds no value.
     bool IsNull() const;
     /// The first byte of the text, zero for a null or an empty text.
     char FirstCharacter() const;
-    std::int32_t Long()
-        const;  ///< a 32-bit integer; a fraction is rounded to the nearest, ties to even
+    /// A 32-bit integer; a fraction is rounded to the nearest, ties to even.
+    std::int32_t Long() const;
+    /// A number, or a text that is one, in C's notation.
     double Double() const;
-    CString Text() const;  ///< a number as its shortest decimal text
+    /// A text, or a number as its shortest decimal text.
+    CString Text() const;
 
     /// Set the field of a row that AddNew made; raise on any other.
     template <std::integral T>
@@ -143,6 +148,7 @@ class MERSOLA_EXPORT AdoField {
 /// brought into memory when something else runs on the connection before it was read.
 class MERSOLA_EXPORT _Recordset {
   public:
+    /// How many rows of a result can be read again.
     static constexpr std::size_t kRowsHeld = 512;
 
     /// A closed recordset; null when the system cannot make one.
@@ -163,7 +169,9 @@ class MERSOLA_EXPORT _Recordset {
     /// Raises what the provider raises; the recordset is then closed.
     void Open(const CString& source, const _ConnectionPtr& connection, CursorTypeEnum cursorType,
               LockTypeEnum lockType, long options);
+    /// Forgets the rows, pending ones too. Raises on a closed recordset.
     void Close();
+    /// Whether it is open.
     ObjectStateEnum GetState() const;
 
     /// True when there is no current row: none came, or MoveNext went past the last one.
@@ -171,11 +179,13 @@ class MERSOLA_EXPORT _Recordset {
     /// Back to the first row. Raises when there are no rows, and in a streaming result whose first
     /// rows are gone.
     void MoveFirst();
+    /// To the next row, or behind the last one. Raises when there is no current row.
     void MoveNext();
 
     /// A field by name, without regard to case, or by position from 0; raises adErrItemNotFound.
     AdoField Fields(std::string_view name);
     AdoField Fields(int position);
+    /// How many fields each row has, and their names in the order of the statement or the table.
     int FieldCount() const;
     CString FieldName(int position) const;
 

@@ -13,16 +13,18 @@ class CObject;
 
 /// What is known about a class at run time. One constant object stands for each class.
 struct MERSOLA_EXPORT CRuntimeClass {
-    const char* m_lpszClassName;
-    int m_wSchema;
-    CObject* (*m_pfnCreateObject)();
-    const CRuntimeClass* m_pBaseClass;
+    const char* m_lpszClassName;        ///< the name in the source
+    int m_wSchema;                      ///< the version of the binary form
+    CObject* (*m_pfnCreateObject)();    ///< null for a class that cannot be serialised
+    const CRuntimeClass* m_pBaseClass;  ///< null for CObject
 
+    /// Whether it is `base` or derived from it.
     bool IsDerivedFrom(const CRuntimeClass* base) const noexcept;
     /// A new object, which the caller deletes; null for a class that cannot be serialised.
     CObject* CreateObject() const { return m_pfnCreateObject ? m_pfnCreateObject() : nullptr; }
 };
 
+/// The information of a class.
 #define RUNTIME_CLASS(class_name) (&class_name::class##class_name)
 
 /// In the class: gives it class information and makes it serialisable. The class has a default
@@ -43,20 +45,25 @@ struct MERSOLA_EXPORT CRuntimeClass {
 /// The root of classes that know their class at run time.
 class MERSOLA_EXPORT CObject {
   public:
+    /// The information of this class.
     static const CRuntimeClass classCObject;
 
     virtual ~CObject() = default;
 
+    /// The information of the class that the object really has.
     virtual const CRuntimeClass* GetRuntimeClass() const noexcept { return &classCObject; }
+    /// Whether the object is of that class or of one derived from it.
     bool IsKindOf(const CRuntimeClass* wanted) const noexcept {
         return GetRuntimeClass()->IsDerivedFrom(wanted);
     }
+    /// Whether the class can be created by an archive.
     bool IsSerializable() const noexcept { return GetRuntimeClass()->m_pfnCreateObject != nullptr; }
     /// Writes the object to `archive` or reads it, as the archive is storing or loading; raises
     /// CArchiveException. An object without data writes nothing.
     virtual void Serialize(CArchive& archive);
 
   protected:
+    /// For derived classes only: objects are not passed about by their base.
     CObject() = default;
     CObject(const CObject&) = default;
     CObject& operator=(const CObject&) = default;
@@ -65,15 +72,17 @@ class MERSOLA_EXPORT CObject {
 /// Why an archive could not go on.
 class MERSOLA_EXPORT CArchiveException : public std::runtime_error {
   public:
+    /// What happened.
     enum Cause {
         writeFailed,     ///< the stream did not take the bytes
         endOfFile,       ///< the stream ended within a value
         badData,         ///< bytes that make no value
         wrongDirection,  ///< storing into a loading archive, or the reverse
     };
+    /// With words for the cause.
     explicit CArchiveException(Cause cause);
 
-    const Cause m_cause;
+    const Cause m_cause;  ///< for handlers that tell the cases apart
 };
 
 /// Stores values to a stream or loads them, little-endian, the same on every machine: an int as 32
@@ -81,6 +90,7 @@ class MERSOLA_EXPORT CArchiveException : public std::runtime_error {
 /// failure raises CArchiveException, and leaves the variable being loaded as it was.
 class MERSOLA_EXPORT CArchive {
   public:
+    /// Whether values are written or read.
     enum Mode { store, load };
 
     /// Works on the stream's buffer, without regard to its flags; the stream outlives the archive.
@@ -88,14 +98,17 @@ class MERSOLA_EXPORT CArchive {
     CArchive(const CArchive&) = delete;
     CArchive& operator=(const CArchive&) = delete;
 
+    /// Which of the two, for Serialize.
     bool IsStoring() const noexcept { return mode_ == store; }
     bool IsLoading() const noexcept { return mode_ == load; }
 
+    /// Store a value behind the earlier ones.
     CArchive& operator<<(int value);
     CArchive& operator<<(long value);
     CArchive& operator<<(double value);
     CArchive& operator<<(const CString& value);
 
+    /// Load the next value, which must be of the type that was stored.
     CArchive& operator>>(int& value);
     CArchive& operator>>(long& value);
     CArchive& operator>>(double& value);

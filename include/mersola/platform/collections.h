@@ -17,17 +17,22 @@ namespace mersola {
 /// Makes every element by default construction, then assignment.
 template <class T>
 struct AssigningAllocator {
+    /// What the standard asks of an allocator; memory is that of std::allocator.
     using value_type = T;
-
     AssigningAllocator() = default;
     template <class U>
     AssigningAllocator(const AssigningAllocator<U>&) noexcept {}
-
     T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
     void deallocate(T* place, std::size_t count) noexcept {
         std::allocator<T>().deallocate(place, count);
     }
+    template <class U>
+    bool operator==(const AssigningAllocator<U>&) const noexcept {
+        return true;
+    }
 
+    /// Makes an element of default content, or a copy; an assignment that raises leaves none
+    /// behind.
     template <class U>
     void construct(U* place) noexcept(std::is_nothrow_default_constructible_v<U>) {
         ::new (static_cast<void*>(place)) U();
@@ -47,21 +52,17 @@ struct AssigningAllocator {
             }
         }
     }
-
-    template <class U>
-    bool operator==(const AssigningAllocator<U>&) const noexcept {
-        return true;
-    }
 };
 
+/// A type that constants and temporaries cannot be handed over as.
 template <class ARG>
 concept MutableReference =
     std::is_lvalue_reference_v<ARG> && !std::is_const_v<std::remove_reference_t<ARG>>;
 
 /// The neighbours of an element of a CList.
 struct ListLink {
-    ListLink* previous = nullptr;
-    ListLink* next = nullptr;
+    ListLink* previous = nullptr;  ///< null for the first
+    ListLink* next = nullptr;      ///< null for the last
 };
 
 }  // namespace mersola
@@ -76,25 +77,32 @@ class CArray {
     static_assert(!std::is_same_v<T, bool>, "bits have no addresses: use CArray<char, char>");
 
   public:
+    /// The number of elements.
     int GetSize() const noexcept { return static_cast<int>(items_.size()); }
     int GetCount() const noexcept { return GetSize(); }
+    /// Whether there are no elements.
     bool IsEmpty() const noexcept { return items_.empty(); }
     /// The last index; -1 when empty.
     int GetUpperBound() const noexcept { return GetSize() - 1; }
 
     /// Cuts the array, or grows it by default elements. `growBy` is accepted and not needed.
     void SetSize(int size, [[maybe_unused]] int growBy = -1) { items_.resize(Checked(size)); }
+    /// Removes every element.
     void RemoveAll() noexcept { items_.clear(); }
+    /// Gives memory back that growth would use.
     void FreeExtra() { items_.shrink_to_fit(); }
 
+    /// An element, by reference.
     const T& GetAt(int index) const { return items_.at(Checked(index)); }
     T& GetAt(int index) { return items_.at(Checked(index)); }
     T& ElementAt(int index) { return GetAt(index); }
     const T& operator[](int index) const { return GetAt(index); }
     T& operator[](int index) { return GetAt(index); }
+    /// The first element, which the others follow in memory; may be null when the array is empty.
     const T* GetData() const noexcept { return items_.data(); }
     T* GetData() noexcept { return items_.data(); }
 
+    /// Assigns to an element.
     void SetAt(int index, ARG value) { GetAt(index) = value; }
     void SetAt(int index, const T& value) requires mersola::MutableReference<ARG> {
         GetAt(index) = value;
@@ -123,6 +131,7 @@ class CArray {
         }
         return first;
     }
+    /// Makes this array equal to `other`.
     void Copy(const CArray& other) { *this = other; }
 
     /// Inserts `count` copies of `value` before `index`; behind the end the array grows to reach
@@ -137,6 +146,7 @@ class CArray {
         }
         items_.insert(items_.begin() + index, copies, copy);
     }
+    /// Removes `count` elements from `index` on.
     void RemoveAt(int index, int count = 1) {
         if (Checked(index) + Checked(count) > items_.size()) {
             throw std::out_of_range("CArray: no such elements");
@@ -144,6 +154,7 @@ class CArray {
         items_.erase(items_.begin() + index, items_.begin() + index + count);
     }
 
+    /// For loops over all elements.
     auto begin() noexcept { return items_.begin(); }
     auto end() noexcept { return items_.end(); }
     auto begin() const noexcept { return items_.begin(); }
@@ -204,6 +215,7 @@ class CList {
     };
 
   public:
+    /// An empty list. Copies have elements of their own; what is moved from is left empty.
     CList() noexcept = default;
     CList(const CList& other) : CList() {
         for (const T& value : other) {
@@ -217,8 +229,10 @@ class CList {
     }
     ~CList() { RemoveAll(); }
 
+    /// The number of elements.
     int GetCount() const noexcept { return count_; }
     int GetSize() const noexcept { return count_; }
+    /// Whether there are no elements.
     bool IsEmpty() const noexcept { return count_ == 0; }
 
     /// Add an element; the result is its position.
@@ -231,6 +245,7 @@ class CList {
         return Link(value, nullptr, head_);
     }
 
+    /// The position of the first and of the last element; null in an empty list.
     POSITION GetHeadPosition() const noexcept { return head_; }
     POSITION GetTailPosition() const noexcept { return tail_; }
     /// The position of the element number `index`, counted from 0; null if there is none.
@@ -242,6 +257,7 @@ class CList {
         return place;
     }
 
+    /// An element, by reference: at a position, the first, or the last.
     const T& GetAt(POSITION place) const { return At(place); }
     T& GetAt(POSITION place) { return At(place); }
     const T& GetHead() const { return At(head_); }
@@ -255,6 +271,7 @@ class CList {
     const T& GetPrev(POSITION& place) const { return Step(place, &mersola::ListLink::previous); }
     T& GetPrev(POSITION& place) { return Step(place, &mersola::ListLink::previous); }
 
+    /// Removes the element at a position, which ends with it; other positions stay good.
     void RemoveAt(POSITION place) {
         At(place);
         (place->previous ? place->previous->next : head_) = place->next;
@@ -265,6 +282,7 @@ class CList {
     /// Remove an element and return it.
     T RemoveHead() { return Take(head_); }
     T RemoveTail() { return Take(tail_); }
+    /// Removes every element.
     void RemoveAll() noexcept {
         while (head_) {
             delete static_cast<Node*>(std::exchange(head_, head_->next));
@@ -273,6 +291,7 @@ class CList {
         count_ = 0;
     }
 
+    /// For loops over all elements.
     auto begin() noexcept { return Iterator<T>(head_); }
     auto end() noexcept { return Iterator<T>(); }
     auto begin() const noexcept { return Iterator<const T>(head_); }

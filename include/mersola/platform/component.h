@@ -15,6 +15,7 @@ class MERSOLA_EXPORT Component {
     virtual ~Component() = default;
 };
 
+/// Makes a component. A null result or an exception means that it cannot be made.
 using ComponentFactory = std::function<std::shared_ptr<Component>()>;
 
 /// Offers a component under `progId` (compared without regard to case) to this process; an empty

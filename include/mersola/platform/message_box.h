@@ -5,7 +5,9 @@
 
 #include <mersola/platform/export.h>
 
+/// The only type of message, one with nothing but an OK button.
 inline constexpr unsigned MB_OK = 0;
+/// The answer of a message box whose OK button was pressed.
 inline constexpr int IDOK = 1;
 
 /// Hands `text` to the handler and returns IDOK. Without a handler the text goes to standard error

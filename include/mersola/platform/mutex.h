@@ -4,13 +4,14 @@
 #include <mutex>
 #include <stdexcept>
 
+/// A lock for threads. The thread that has it may take it again.
 class CMutex {
   public:
     CMutex() = default;
     CMutex(const CMutex&) = delete;
     CMutex& operator=(const CMutex&) = delete;
 
-    /// Waits for the mutex. The thread that has it may lock again, and unlocks as often.
+    /// Waits for the mutex. A thread unlocks as often as it locked.
     void Lock() { mutex_.lock(); }
     void Unlock() { mutex_.unlock(); }
 

@@ -10,15 +10,19 @@
 /// A signed length of time in days.
 class MERSOLA_EXPORT COleDateTimeSpan {
   public:
+    /// Whether the number of days means anything.
     enum DateTimeSpanStatus { valid = 0, invalid = 1, null = 2 };
 
     COleDateTimeSpan() noexcept = default;
     /// A number that is not finite gives an invalid span.
     explicit COleDateTimeSpan(double days) noexcept;
+    /// The sum of the parts, which may have any size and sign.
     COleDateTimeSpan(long days, int hours, int minutes, int seconds) noexcept;
 
+    /// Setting the status leaves the number of days as it is.
     DateTimeSpanStatus GetStatus() const noexcept { return m_status; }
     void SetStatus(DateTimeSpanStatus status) noexcept { m_status = status; }
+    /// The whole span in one unit, with its sign and fraction.
     double GetTotalDays() const noexcept { return m_span; }
     double GetTotalSeconds() const noexcept { return m_span * 86400; }
 
@@ -34,7 +38,8 @@ class MERSOLA_EXPORT COleDateTimeSpan {
     }
     std::partial_ordering operator<=>(const COleDateTimeSpan& other) const noexcept;
 
-    double m_span = 0;
+    /// Open to programs that know what they do.
+    double m_span = 0;  // days
     DateTimeSpanStatus m_status = valid;
 };
 
@@ -43,10 +48,12 @@ class MERSOLA_EXPORT COleDateTimeSpan {
 /// 29 December 1899, 06:00. What lies outside the years is invalid.
 class MERSOLA_EXPORT COleDateTime {
   public:
+    /// Whether the number of days means anything; `error` is what parts of an invalid time read as.
     enum DateTimeStatus { error = -1, valid = 0, invalid = 1, null = 2 };
 
     /// 30 December 1899, 00:00.
     COleDateTime() noexcept = default;
+    /// From the number of days, or from parts as SetDateTime takes them.
     explicit COleDateTime(double days) noexcept;
     COleDateTime(int year, int month, int day, int hour, int minute, int second) noexcept {
         SetDateTime(year, month, day, hour, minute, second);
@@ -63,6 +70,7 @@ class MERSOLA_EXPORT COleDateTime {
     /// invalid time.
     int SetDateTime(int year, int month, int day, int hour, int minute, int second) noexcept;
 
+    /// Setting the status leaves the number of days as it is.
     DateTimeStatus GetStatus() const noexcept { return m_status; }
     void SetStatus(DateTimeStatus status) noexcept { m_status = status; }
 
@@ -86,6 +94,7 @@ class MERSOLA_EXPORT COleDateTime {
     bool operator==(const COleDateTime& other) const noexcept;
     std::partial_ordering operator<=>(const COleDateTime& other) const noexcept;
 
-    double m_dt = 0;
+    /// Open to programs that know what they do.
+    double m_dt = 0;  // days
     DateTimeStatus m_status = valid;
 };

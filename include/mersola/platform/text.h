@@ -25,6 +25,7 @@ MERSOLA_EXPORT int CompareNoCase(std::string_view left, std::string_view right) 
 class MERSOLA_EXPORT CString {
   public:
     CString() noexcept = default;
+    /// Implicit, so that literals and standard texts can be handed over as they are.
     CString(const char* text) : text_(text ? text : "") {}
     CString(std::string text) noexcept : text_(std::move(text)) {}
     CString(std::string_view text) : text_(text) {}
@@ -38,7 +39,9 @@ class MERSOLA_EXPORT CString {
     const char* GetString() const noexcept { return text_.c_str(); }
     std::string_view View() const noexcept { return text_; }
 
+    /// The length in bytes, without the terminating zero.
     int GetLength() const noexcept { return static_cast<int>(text_.size()); }
+    /// Whether the length is 0; Empty makes it so.
     bool IsEmpty() const noexcept { return text_.empty(); }
     void Empty() noexcept { text_.clear(); }
 
@@ -50,6 +53,7 @@ class MERSOLA_EXPORT CString {
     }
     void SetAt(int index, char value) { text_.at(Position(index)) = value; }
 
+    /// Append a text or a byte; the text appended may be part of this one.
     CString& operator+=(const CString& other);
     CString& operator+=(const char* other);
     CString& operator+=(char other);
@@ -58,6 +62,7 @@ class MERSOLA_EXPORT CString {
     int Compare(const char* other) const noexcept;
     int CompareNoCase(const char* other) const noexcept;
 
+    /// Change the letters of this text.
     CString& MakeLower() noexcept;
     CString& MakeUpper() noexcept;
 
@@ -96,6 +101,7 @@ class MERSOLA_EXPORT CString {
     requires(std::same_as<std::remove_cvref_t<Arguments>, CString> ||
              ...) void AppendFormat(const char*, Arguments&&...) = delete;
 
+    /// Compare byte by byte.
     friend bool operator==(const CString& left, const CString& right) noexcept {
         return left.text_ == right.text_;
     }
@@ -109,6 +115,7 @@ class MERSOLA_EXPORT CString {
         return left.Compare(right) <=> 0;
     }
 
+    /// One text behind the other.
     friend CString operator+(CString left, const CString& right) { return left += right; }
     friend CString operator+(CString left, const char* right) { return left += right; }
     friend CString operator+(const char* left, const CString& right) {
