@@ -39,7 +39,8 @@ void Run(sqlite3* db, const std::string& sql) {
 }
 
 void LayOut(sqlite3* db) {
-    for (const std::string_view statement : SchemaStatements(SchemaEngine::SQLite))
+    for (const std::string_view statement :
+         mersola::SchemaStatements(mersola::SchemaEngine::SQLite))
         Run(db, std::string(statement));
 }
 

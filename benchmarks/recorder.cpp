@@ -11,10 +11,10 @@ void Require(bool done, const char* step) {
 
 }  // namespace
 
-Recorder::Recorder(const std::string& path) {
+Recorder::Recorder(const std::string& path, std::string connectString) {
     LayOut(OpenDatabase(path).get());
-    session_.Initialize(nullptr, nullptr, ("Provider=SQLite;Data Source={" + path + "}").c_str(),
-                        -1);
+    if (connectString.empty()) connectString = "Provider=SQLite;Data Source={" + path + "}";
+    session_.Initialize(nullptr, nullptr, connectString.c_str(), -1);
     Require(session_.isConnected(), "the connection");
     InstrumentInfo instrument;
     instrument.GroupName = "bench";

@@ -8,10 +8,10 @@
 #include "database.h"
 
 /// Lays the database out in a new file and registers one report with every function on every
-/// channel.
+/// channel. The connection string, where one is given, names that file.
 class Recorder {
   public:
-    explicit Recorder(const std::string& path);
+    explicit Recorder(const std::string& path, std::string connectString = {});
 
     Mersola& Session() { return session_; }
     /// The key of the report's values.

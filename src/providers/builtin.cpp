@@ -1,5 +1,6 @@
 // The providers that the library is built with. Registered by name here and not by static objects,
 // which a linker drops from a static library.
+#include "odbc_provider.h"
 #include "provider.h"
 #include "sqlite_provider.h"
 
@@ -7,6 +8,9 @@ namespace mersola::ado {
 
 void RegisterBuiltinProviders() {
     RegisterProvider("SQLite", sqlite::MakeProvider());
+    const auto odbc = odbc::MakeProvider();
+    for (const char* name : {"SQLOLEDB", "MSOLEDBSQL", "MSDASQL", ""})
+        RegisterProvider(name, odbc);
 }
 
 }  // namespace mersola::ado

@@ -83,9 +83,10 @@ TEST_P(Recording, StoresASingleValueToSixDecimalsAndABatchInFull) {
         ASSERT_TRUE(store.PutDataRelative(value, "", 1, 1, 1, band, false, next, true, batch));
         ASSERT_TRUE(store.PutDataEnd(batch));
         const auto rows = store.dbExecute("SELECT Value FROM MeasuredValues ORDER BY PeriodNo");
-        EXPECT_EQ(rows->Fields(0).Double(), std::strtod(printed, nullptr)) << printed;
+        EXPECT_EQ(rows->Fields(0).Double(), database.AsRead(std::strtod(printed, nullptr)))
+            << printed;
         rows->MoveNext();
-        EXPECT_EQ(rows->Fields(0).Double(), value);
+        EXPECT_EQ(rows->Fields(0).Double(), database.AsRead(value));
         store.dbExecute("DELETE FROM MeasuredValues");
     }
 }

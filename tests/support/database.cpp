@@ -2,14 +2,23 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
+#include "odbc_connection.h"
 #include "schema.h"
 #include "watched_provider.h"
 
 namespace mersola::test {
+namespace {
+
+constexpr const char* kServerVariable = "MERSOLA_TEST_SQLSERVER";
+constexpr const char* kSqliteDriver = "SQLite3";
+
+}  // namespace
 
 TemporaryFolder::TemporaryFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "mersola-test-XXXXXX").string();
@@ -22,26 +31,84 @@ TemporaryFolder::~TemporaryFolder() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-Database::Database(const std::string& engine) {
-    if (engine != "SQLite") throw std::runtime_error("unknown engine " + engine);
-    std::ofstream(Path()).close();
-    const auto& layout = SchemaStatements(SchemaEngine::SQLite);
-    Run({layout.begin(), layout.end()});
+Database::Database(const std::string& engine) : engine_(engine) {
+    const auto drivers = odbc::InstalledDrivers();
+    if (engine == "ODBC" && std::ranges::find(drivers, kSqliteDriver) == drivers.end()) {
+        missing_ = "the ODBC driver SQLite3 (Debian: libsqliteodbc) is not installed";
+    } else if (engine == "SQLServer" && !std::getenv(kServerVariable)) {
+        missing_ = std::string(kServerVariable) + " holds no connection string";
+    }
+    if (!missing_.empty()) engine_ = "SQLite";  // for what is set up before the test is skipped
+    if (IsServer()) {
+        DropTables();
+    } else {
+        std::ofstream(Path()).close();
+    }
+    LayOut();
+}
+
+Database::~Database() {
+    if (IsServer()) DropTables();
+}
+
+double Database::AsRead(double value) const {
+    if (engine_ != "ODBC") return value;
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%.15g", value);
+    return std::strtod(digits, nullptr);
+}
+
+void Database::LayOut() const {
+    const auto& layout =
+        SchemaStatements(IsServer() ? SchemaEngine::SqlServer : SchemaEngine::SQLite);
+    Run({layout.begin(), layout.end()}, IsServer() ? ConnectString() : FileString());
+    if (IsServer()) {
+        for (const std::string_view option : SchemaOptions(SchemaEngine::SqlServer))
+            TryToRun(std::string(option));
+    }
+}
+
+void Database::DropTables() const {
+    for (const char* table :
+         {"Groups", "Measurements", "Reports", "MeasValueMap", "MeasuredFunctions",
+          "MeasuredValues", "Markers", "FuncNameMap", "FrqNameMap", "VersionHistory"}) {
+        TryToRun(std::string("DROP TABLE ") + table);
+    }
+}
+
+void Database::TryToRun(const std::string& statement) const {
+    try {
+        Run({statement});
+    } catch (const _com_error&) {
+        // There is no such table, or the server does not know the option.
+    }
+}
+
+// Durability is for power cuts: also the tests that kill processes need not wait for the disk.
+std::string Database::FileString() const {
+    return "Provider=SQLite;Synchronous=NORMAL;Data Source={" + Path() + "};";
 }
 
 std::string Database::ConnectString(const std::string& extra) const {
-    // Durability is for the tests that kill processes; the others need not wait for the disk.
-    return "Provider=SQLite;Synchronous=NORMAL;Data Source={" + Path() + "};" + extra;
+    if (IsServer()) return std::string(std::getenv(kServerVariable)) + ";" + extra;
+    if (engine_ == "SQLite") return FileString() + extra;
+    return std::string("Driver={") + kSqliteDriver + "};SyncPragma=NORMAL;Database=" + Path() +
+           ";" + extra;
 }
 
 std::string Database::WatchedString() const {
     RegisterWatchedProvider();
-    return "Provider=Watched;Data Source={" + Path() + "}";
+    return ConnectString() + kWatched;
 }
 
 void Database::Run(const std::vector<std::string>& statements) const {
+    Run(statements, ConnectString());
+}
+
+void Database::Run(const std::vector<std::string>& statements,
+                   const std::string& connectString) const {
     const _ConnectionPtr connection = _Connection::CreateInstance();
-    connection->Open(ConnectString(), "", "");
+    connection->Open(connectString, "", "");
     for (const std::string& statement : statements) {
         _Recordset().Open(statement, connection, adOpenKeyset, adLockOptimistic, adCmdText);
     }
@@ -56,7 +123,7 @@ std::string Database::Ask(const std::string& statement) const {
 }
 
 std::vector<std::string> Engines() {
-    return {"SQLite"};
+    return {"SQLite", "ODBC", "SQLServer"};
 }
 
 ShownMessages::ShownMessages()

@@ -23,11 +23,25 @@ class TemporaryFolder {
     std::filesystem::path path_;
 };
 
-/// A laid-out database of one engine.
+/// A laid-out database of one engine, and all that tests must know of how engines differ.
+///   SQLite     a file of its own, through the library's own provider
+///   ODBC       such a file through SQLite's ODBC driver
+///   SQLServer  the database that the connection string in MERSOLA_TEST_SQLSERVER names. It LOSES
+///              the ten tables of the schema: they are dropped, laid out anew for each test, and
+///              dropped in the end.
 class Database {
   public:
     explicit Database(const std::string& engine);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
 
+    /// Why the engine cannot be tested here; empty when it can.
+    const std::string& Missing() const { return missing_; }
+    /// A server: columns hold 32 bits, and readers may wait for whoever writes.
+    bool IsServer() const { return engine_ == "SQLServer"; }
+    /// What a stored number is when it is read: SQLite's ODBC driver knows 15 digits of it.
+    double AsRead(double value) const;
     /// The connection string, `extra` appended.
     std::string ConnectString(const std::string& extra = "") const;
     /// The same database, watched: see watched_provider.h.
@@ -39,6 +53,14 @@ class Database {
     std::string Ask(const std::string& statement) const;
 
   private:
+    std::string FileString() const;
+    void LayOut() const;
+    void DropTables() const;
+    void TryToRun(const std::string& statement) const;
+    void Run(const std::vector<std::string>& statements, const std::string& connectString) const;
+
+    std::string engine_;
+    std::string missing_;
     TemporaryFolder folder_;
 };
 

@@ -1,7 +1,7 @@
 #include "watched_provider.h"
 
 #include "provider.h"
-#include "sqlite_provider.h"
+#include "provider_registry.h"
 
 namespace mersola::test {
 namespace {
@@ -35,7 +35,12 @@ class Session : public ado::ProviderSession {
 class Provider : public ado::Provider {
   public:
     std::unique_ptr<ado::ProviderSession> Open(const ado::OpenRequest& request) override {
-        return std::make_unique<Session>(sqlite::MakeProvider()->Open(request));
+        const std::string& text = request.properties.Text();
+        const ado::ConnectionString watched(std::string_view(text).substr(0, text.rfind(kWatched)));
+        return std::make_unique<Session>(
+            ado::FindProvider(watched.Find("Provider"))
+                ->Open({watched, request.user, request.password, request.connectionTimeout,
+                        request.commandTimeout}));
     }
 };
 

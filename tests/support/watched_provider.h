@@ -1,4 +1,5 @@
-// A provider that passes everything on to SQLite, notes the statements, and fails where told to.
+// A provider that passes everything on to another one, notes the statements, and fails where told
+// to.
 #pragma once
 
 #include <functional>
@@ -25,6 +26,9 @@ struct Watch {
         };
     }
 };
+
+/// Appended to a connection string, has its database watched.
+inline constexpr const char* kWatched = ";Provider=Watched";
 
 Watch& TheWatch();
 void RegisterWatchedProvider();

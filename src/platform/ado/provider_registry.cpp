@@ -36,21 +36,39 @@ void RegisterProvider(const std::string& name, std::shared_ptr<Provider> provide
     }
 }
 
+namespace {
+
+// With the built-in providers, which may have been replaced since.
+Registry& FilledRegistry() {
+    static std::once_flag filled;
+    std::call_once(filled, RegisterBuiltinProviders);
+    return TheRegistry();
+}
+
+}  // namespace
+
 std::shared_ptr<Provider> FindProvider(std::string_view name) {
-    static std::once_flag builtinsRegistered;
-    std::call_once(builtinsRegistered, RegisterBuiltinProviders);
-    Registry& registry = TheRegistry();
-    const std::lock_guard lock(registry.mutex);
-    std::string known;
-    for (const Entry& entry : registry.entries) {
-        if (EqualNoCase(entry.name, name)) return entry.provider;
-        if (entry.name.empty()) continue;
-        known += (known.empty() ? "" : ", ") + entry.name;
+    Registry& registry = FilledRegistry();
+    {
+        const std::lock_guard lock(registry.mutex);
+        for (const Entry& entry : registry.entries) {
+            if (EqualNoCase(entry.name, name)) return entry.provider;
+        }
     }
     std::string what = name.empty() ? "The connection string names no provider"
                                     : "The provider '" + std::string(name) + "' is not known";
-    throw _com_error(adErrProviderNotFound, (what + "; Provider= can be one of: " + known).c_str(),
-                     "mersola");
+    throw _com_error(adErrProviderNotFound,
+                     (what + "; Provider= can be one of: " + ProviderNames()).c_str(), "mersola");
+}
+
+std::string ProviderNames() {
+    Registry& registry = FilledRegistry();
+    const std::lock_guard lock(registry.mutex);
+    std::string names;
+    for (const Entry& entry : registry.entries) {
+        if (!entry.name.empty()) names += (names.empty() ? "" : ", ") + entry.name;
+    }
+    return names;
 }
 
 }  // namespace mersola::ado

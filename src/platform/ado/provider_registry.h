@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "provider.h"
@@ -10,5 +11,8 @@ namespace mersola::ado {
 
 /// The provider of that name; raises adErrProviderNotFound with the names that are known.
 std::shared_ptr<Provider> FindProvider(std::string_view name);
+
+/// The names that are known, with commas between them.
+std::string ProviderNames();
 
 }  // namespace mersola::ado

@@ -37,6 +37,7 @@ void RecordsetState::MoveInMemory() {
     RequireRow();
     ++position;
     atEnd = !IsHeld(position) && !IsStreaming();
+    if (atEnd && lost) throw _com_error(*lost);
 }
 
 Cell RecordsetState::CellInMemory(int column) const {
@@ -51,9 +52,14 @@ void RecordsetState::KeepRest() {
         held.Clear();
         firstHeld = sourceRow;
     }
-    do {
-        held.AddRow(*source);
-    } while (NextInSource());
+    try {
+        do {
+            held.AddRow(*source);
+        } while (source->Next());
+    } catch (const _com_error& error) {
+        lost = error;  // it is not this result that the program is at; who reads on is told
+    }
+    EndStream();
 }
 
 bool RecordsetState::NextInSource() {

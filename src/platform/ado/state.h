@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,7 @@ struct RecordsetState {
     std::size_t position = 0;
     bool atEnd = true;
     bool rowsGone = false;  // rows of `source` were read and not kept: there is no way back
+    std::optional<_com_error> lost;  // why `source` ended before its last row, if it did
 
     // Adding: `writer` takes what `pending` holds.
     std::unique_ptr<TableWriter> writer;

@@ -1,0 +1,166 @@
+// Fetching: columns of a known width are bound as arrays, a block of rows a call. A column that may
+// be of any length is read by itself, and then the rows come one at a time.
+#include "block_rows.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace mersola::odbc {
+namespace {
+
+constexpr std::size_t kBlockBytes = 256 * 1024;
+constexpr std::size_t kMostRows = 1000;
+// Characters; what is declared wider, or without a width, is not worth a place in every row.
+constexpr SQLLEN kMostBounded = 8000;
+
+// The value that a driver wrote at `row`.
+template <class Value>
+Value ValueAt(const std::vector<char>& values, std::size_t row) {
+    Value value;
+    std::memcpy(&value, values.data() + row * sizeof value, sizeof value);
+    return value;
+}
+
+std::span<const SQLWCHAR> Units(const char* bytes, std::size_t length) {
+    return {reinterpret_cast<const SQLWCHAR*>(bytes), length / sizeof(SQLWCHAR)};
+}
+
+}  // namespace
+
+BlockRows::BlockRows(Statement statement) : statement_(std::move(statement)) {
+    const auto count = static_cast<SQLUSMALLINT>(statement_.ColumnCount());
+    for (SQLUSMALLINT number = 1; number <= count; ++number) {
+        names_.push_back(statement_.ColumnName(number));
+        columns_.push_back(Describe(number));
+    }
+    Bind();
+}
+
+BlockRows::Column BlockRows::Describe(SQLUSMALLINT number) const {
+    switch (statement_.ColumnNumber(number, SQL_DESC_CONCISE_TYPE)) {
+        case SQL_BIT:
+        case SQL_TINYINT:
+        case SQL_SMALLINT:
+        case SQL_INTEGER:
+        case SQL_BIGINT:
+            return {.form = Form::Integer, .type = SQL_C_SBIGINT, .width = sizeof(std::int64_t)};
+        case SQL_REAL:
+        case SQL_FLOAT:
+        case SQL_DOUBLE:
+        case SQL_DECIMAL:
+        case SQL_NUMERIC:
+            return {.form = Form::Real, .type = SQL_C_DOUBLE, .width = sizeof(double)};
+        default:
+            break;
+    }
+    // SQLite's driver makes widths up, and its wide form does not know all characters.
+    if (statement_.Of().IsSqlite()) return {.form = Form::Utf8, .type = SQL_C_CHAR, .width = 0};
+    const SQLLEN most = std::max(statement_.ColumnNumber(number, SQL_DESC_LENGTH),
+                                 statement_.ColumnNumber(number, SQL_DESC_DISPLAY_SIZE));
+    const bool bounded = most > 0 && most <= kMostBounded;
+    return {.form = Form::Wide,
+            .type = SQL_C_WCHAR,
+            .width = bounded ? (static_cast<std::size_t>(most) + 1) * sizeof(SQLWCHAR) : 0};
+}
+
+void BlockRows::Bind() {
+    const auto alone = std::ranges::find(columns_, std::size_t{0}, &Column::width);
+    firstAlone_ = static_cast<std::size_t>(alone - columns_.begin());
+    std::size_t rows = 1;
+    if (alone == columns_.end()) {
+        std::size_t width = 0;
+        for (const Column& column : columns_)
+            width += column.width + sizeof(SQLLEN);
+        rows = std::clamp<std::size_t>(kBlockBytes / width, 1, kMostRows);
+        if (!statement_.Set(SQL_ATTR_ROW_ARRAY_SIZE, rows)) {
+            rows = 1;
+            statement_.Set(SQL_ATTR_ROW_ARRAY_SIZE, rows);
+        }
+    }
+    states_.assign(rows, SQL_ROW_SUCCESS);
+    statement_.Point(SQL_ATTR_ROW_STATUS_PTR, states_.data());
+    statement_.Point(SQL_ATTR_ROWS_FETCHED_PTR, &fetched_);
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        Column& column = columns_[i];
+        column.values.resize(rows * column.width);
+        column.lengths.resize(rows);
+        if (i >= firstAlone_) continue;
+        statement_.Check(SQLBindCol(statement_.Get(), static_cast<SQLUSMALLINT>(i + 1), column.type,
+                                    column.values.data(), static_cast<SQLLEN>(column.width),
+                                    column.lengths.data()));
+    }
+}
+
+bool BlockRows::Next() {
+    if (++row_ >= fetched_) Fetch();
+    return row_ < fetched_;
+}
+
+void BlockRows::Fetch() {
+    row_ = 0;
+    fetched_ = 0;
+    if (ended_) return;
+    fetched_ = 1;  // for a driver that does not tell
+    const SQLRETURN code = SQLFetch(statement_.Get());
+    if (code == SQL_NO_DATA) {
+        ended_ = true;
+        fetched_ = 0;
+        return;
+    }
+    statement_.Check(code);
+    if (code == SQL_SUCCESS_WITH_INFO &&
+        std::ranges::find(states_, SQL_ROW_ERROR) != states_.end()) {
+        throw statement_.DiagnosesNow().front().Translated();
+    }
+    for (std::size_t i = firstAlone_; i < columns_.size(); ++i)
+        FetchLong(static_cast<SQLUSMALLINT>(i + 1), columns_[i]);
+}
+
+void BlockRows::FetchLong(SQLUSMALLINT number, Column& column) {
+    constexpr std::size_t kFirst = 512;
+    const std::size_t zero = column.form == Form::Wide   ? sizeof(SQLWCHAR)
+                             : column.form == Form::Utf8 ? sizeof(char)
+                                                         : 0;
+    if (column.values.size() < kFirst) column.values.resize(kFirst);
+    SQLLEN& length = column.lengths.front();
+    for (std::size_t got = 0;;) {
+        const std::size_t room = column.values.size() - got;
+        SQLLEN rest = 0;
+        const SQLRETURN code =
+            SQLGetData(statement_.Get(), number, column.type, column.values.data() + got,
+                       static_cast<SQLLEN>(room), &rest);
+        statement_.Check(code);
+        if (rest == SQL_NULL_DATA) {
+            length = SQL_NULL_DATA;
+            return;
+        }
+        const bool known = rest >= 0 && code != SQL_NO_DATA;
+        if (code == SQL_NO_DATA || (known && static_cast<std::size_t>(rest) + zero <= room)) {
+            length = static_cast<SQLLEN>(got) + (known ? rest : 0);
+            return;
+        }
+        got += room - zero;
+        // The zero behind a piece gives way to the next one.
+        column.values.resize(known ? got + static_cast<std::size_t>(rest) + zero
+                                   : 2 * column.values.size());
+    }
+}
+
+ado::Cell BlockRows::At(int index) const {
+    const Column& column = columns_[static_cast<std::size_t>(index)];
+    const SQLLEN length = column.lengths[row_];
+    if (length == SQL_NULL_DATA) return {};
+    if (column.form == Form::Integer)
+        return ado::Cell::Integer(ValueAt<std::int64_t>(column.values, row_));
+    if (column.form == Form::Real) return ado::Cell::Real(ValueAt<double>(column.values, row_));
+    const char* bytes = column.values.data() + row_ * column.width;
+    const std::size_t size = static_cast<std::size_t>(std::max<SQLLEN>(length, 0));
+    if (column.form == Form::Utf8) return ado::Cell::Text({bytes, size});
+    if (column.width > 0 && size + sizeof(SQLWCHAR) > column.width)
+        throw _com_error(E_FAIL, "A text is longer than its column says", kSource);
+    column.text.clear();
+    AppendUtf8(Units(bytes, size), column.text);
+    return ado::Cell::Text(column.text);
+}
+
+}  // namespace mersola::odbc

@@ -1,0 +1,51 @@
+// The rows of a result, fetched in blocks.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "odbc_connection.h"
+#include "provider.h"
+#include "wide_text.h"
+
+namespace mersola::odbc {
+
+class BlockRows : public ado::RowSource {
+  public:
+    explicit BlockRows(Statement statement);
+    BlockRows(const BlockRows&) = delete;
+    BlockRows& operator=(const BlockRows&) = delete;
+
+    const std::vector<std::string>& Columns() const override { return names_; }
+    bool Next() override;
+    ado::Cell At(int column) const override;
+
+  private:
+    enum class Form { Integer, Real, Utf8, Wide };
+
+    struct Column {
+        Form form = Form::Integer;
+        SQLSMALLINT type = SQL_C_SBIGINT;  // of the C value
+        std::size_t width = 0;  // bytes of one value, a zero behind a text included; 0: any length
+        std::vector<char> values{};
+        std::vector<SQLLEN> lengths{};
+        mutable std::string text{};  // of the current row, where it had to be converted
+    };
+
+    Column Describe(SQLUSMALLINT number) const;
+    void Bind();
+    void Fetch();
+    void FetchLong(SQLUSMALLINT number, Column& column);
+
+    Statement statement_;
+    std::vector<std::string> names_;
+    std::vector<Column> columns_;
+    std::size_t firstAlone_ = 0;  // this column and those behind it are fetched alone
+    std::vector<SQLUSMALLINT> states_;
+    SQLULEN fetched_ = 0;
+    std::size_t row_ = 0;
+    bool ended_ = false;
+};
+
+}  // namespace mersola::odbc

@@ -1,0 +1,202 @@
+// Opening and closing connections, their transactions, and running statements.
+#include "odbc_connection.h"
+
+#include <array>
+#include <utility>
+
+#include "wide_text.h"
+
+namespace mersola::odbc {
+namespace {
+
+SQLPOINTER AsPointer(SQLULEN value) {
+    return reinterpret_cast<SQLPOINTER>(value);
+}
+
+}  // namespace
+
+Handle::Handle(SQLSMALLINT type, SQLHANDLE parent) : type_(type) {
+    if (!SQL_SUCCEEDED(SQLAllocHandle(type, parent, &handle_)))
+        throw _com_error(E_FAIL, "ODBC gives no handle", kSource);
+    if (type == SQL_HANDLE_ENV)
+        SQLSetEnvAttr(handle_, SQL_ATTR_ODBC_VERSION, AsPointer(SQL_OV_ODBC3), 0);
+}
+
+std::vector<std::string> InstalledDrivers() {
+    const Handle environment(SQL_HANDLE_ENV, SQL_NULL_HANDLE);
+    std::vector<std::string> names;
+    std::array<SQLCHAR, 256> name{};
+    SQLSMALLINT length = 0;
+    while (SQL_SUCCEEDED(SQLDrivers(environment.Get(), SQL_FETCH_NEXT, name.data(),
+                                    static_cast<SQLSMALLINT>(name.size()), &length, nullptr, 0,
+                                    nullptr))) {
+        names.emplace_back(reinterpret_cast<const char*>(name.data()));
+    }
+    return names;
+}
+
+Connection::Connection(const ConnectText& connect, long loginSeconds, long commandSeconds)
+    : environment_(SQL_HANDLE_ENV, SQL_NULL_HANDLE),
+      connection_(SQL_HANDLE_DBC, environment_.Get()),
+      secrets_(connect.secrets),
+      commandSeconds_(commandSeconds) {
+    Set(SQL_ATTR_LOGIN_TIMEOUT, static_cast<SQLULEN>(loginSeconds));
+    WideText text = Wide(connect.text);
+    Check(SQLDriverConnectW(Get(), nullptr, text.data(), SQL_NTS, nullptr, 0, nullptr,
+                            SQL_DRIVER_NOPROMPT),
+          SQL_HANDLE_DBC, Get());
+    open_ = true;
+    dbms_ = Info(SQL_DBMS_NAME);
+    sqlite_ = dbms_ == "SQLite";
+    Set(SQL_ATTR_TXN_ISOLATION, SQL_TXN_READ_COMMITTED);
+}
+
+Connection::~Connection() {
+    Disconnect();
+}
+
+void Connection::Disconnect() {
+    if (!std::exchange(open_, false)) return;
+    if (std::exchange(inTransaction_, false) && !sqlite_)
+        SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_ROLLBACK);
+    SQLDisconnect(Get());
+}
+
+void Connection::Begin() {
+    // A transaction is opened to write in; SQLite's driver would take the lock for that with the
+    // first change only, which fails at once when somebody else wrote in between.
+    sqlite_ ? Run("BEGIN IMMEDIATE") : SetAutocommit(false);
+    inTransaction_ = true;
+}
+
+void Connection::Commit() {
+    if (sqlite_) {
+        Run("COMMIT");
+        inTransaction_ = false;
+    } else {
+        Check(SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_COMMIT), SQL_HANDLE_DBC, Get());
+        LeaveTransaction();
+    }
+}
+
+void Connection::Rollback() {
+    if (sqlite_) {
+        inTransaction_ = false;
+        try {
+            Run("ROLLBACK");
+        } catch (const _com_error& error) {
+            // A grave error has rolled back by itself.
+            if (error.Error() != DB_E_ERRORSINCOMMAND) throw;
+        }
+        return;
+    }
+    const SQLRETURN code = SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_ROLLBACK);
+    if (SQL_SUCCEEDED(code)) return LeaveTransaction();
+    const _com_error error = DiagnosesOf(SQL_HANDLE_DBC, Get()).front().Translated();
+    Disconnect();  // which is how a transaction ends for certain
+    throw _com_error(error);
+}
+
+void Connection::LeaveTransaction() {
+    inTransaction_ = false;
+    try {
+        SetAutocommit(true);
+    } catch (...) {
+        // What came next would silently wait for a commit; without a connection it is told.
+        Disconnect();
+        throw;
+    }
+}
+
+void Connection::Run(const char* sql) const {
+    const Handle statement(SQL_HANDLE_STMT, Get());
+    std::string text(sql);
+    Check(SQLExecDirect(statement.Get(), reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS),
+          SQL_HANDLE_STMT, statement.Get());
+}
+
+void Connection::SetAutocommit(bool on) {
+    Check(SQLSetConnectAttr(Get(), SQL_ATTR_AUTOCOMMIT,
+                            AsPointer(on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF), 0),
+          SQL_HANDLE_DBC, Get());
+}
+
+void Connection::Set(SQLINTEGER attribute, SQLULEN value) {
+    SQLSetConnectAttr(Get(), attribute, AsPointer(value), 0);  // not every driver knows each
+}
+
+std::string Connection::Info(SQLUSMALLINT which) const {
+    std::array<char, 256> text{};
+    SQLSMALLINT length = 0;
+    Check(SQLGetInfo(Get(), which, text.data(), static_cast<SQLSMALLINT>(text.size()), &length),
+          SQL_HANDLE_DBC, Get());
+    return text.data();
+}
+
+void Connection::Check(SQLRETURN code, SQLSMALLINT type, SQLHANDLE handle) const {
+    if (SQL_SUCCEEDED(code) || code == SQL_NO_DATA) return;
+    throw DiagnosesOf(type, handle).front().Translated();
+}
+
+Statement::Statement(std::shared_ptr<const Connection> connection)
+    : connection_(std::move(connection)) {
+    if (!connection_->IsOpen()) throw _com_error(E_FAIL, "The connection was lost", kSource);
+    connection_->Check(SQLAllocHandle(SQL_HANDLE_STMT, connection_->Get(), &statement_),
+                       SQL_HANDLE_DBC, connection_->Get());
+    Set(SQL_ATTR_QUERY_TIMEOUT, static_cast<SQLULEN>(connection_->CommandSeconds()));
+    Set(SQL_ATTR_NOSCAN, SQL_NOSCAN_ON);
+}
+
+Statement::~Statement() {
+    // With the connection its statements have ended already.
+    if (statement_ && connection_->IsOpen()) SQLFreeHandle(SQL_HANDLE_STMT, statement_);
+}
+
+Statement::Statement(Statement&& other) noexcept
+    : connection_(other.connection_), statement_(std::exchange(other.statement_, nullptr)) {}
+
+bool Statement::Set(SQLINTEGER attribute, SQLULEN value) const {
+    return SQLSetStmtAttr(statement_, attribute, AsPointer(value), 0) == SQL_SUCCESS;
+}
+
+void Statement::Point(SQLINTEGER attribute, void* where) const {
+    SQLSetStmtAttr(statement_, attribute, where, 0);
+}
+
+void Statement::Execute(std::string_view sql) const {
+    if (connection_->IsSqlite()) {  // its driver cannot take all characters in the wide form
+        std::string text(sql);
+        return Check(SQLExecDirect(statement_, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS));
+    }
+    Check(SQLExecDirectW(statement_, Wide(sql).data(), SQL_NTS));
+}
+
+void Statement::Prepare(std::string_view sql) const {
+    Check(SQLPrepareW(statement_, Wide(sql).data(), SQL_NTS));
+}
+
+SQLSMALLINT Statement::ColumnCount() const {
+    SQLSMALLINT count = 0;
+    Check(SQLNumResultCols(statement_, &count));
+    return count;
+}
+
+std::string Statement::ColumnName(SQLUSMALLINT column) const {
+    std::array<SQLWCHAR, 256> name{};
+    SQLSMALLINT bytes = 0;
+    Check(SQLColAttributeW(statement_, column, SQL_DESC_NAME, name.data(),
+                           static_cast<SQLSMALLINT>(sizeof name), &bytes, nullptr));
+    return Utf8(std::span(name).first(static_cast<std::size_t>(bytes) / sizeof(SQLWCHAR)));
+}
+
+SQLLEN Statement::ColumnNumber(SQLUSMALLINT column, SQLUSMALLINT field) const {
+    SQLLEN number = 0;
+    Check(SQLColAttributeW(statement_, column, field, nullptr, 0, nullptr, &number));
+    return number;
+}
+
+void Statement::Check(SQLRETURN code) const {
+    connection_->Check(code, SQL_HANDLE_STMT, statement_);
+}
+
+}  // namespace mersola::odbc

@@ -1,0 +1,106 @@
+// An ODBC connection and its statements: handles that are freed, and codes that raise.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "connect_text.h"
+#include "odbc_errors.h"
+
+namespace mersola::odbc {
+
+/// The names of the installed drivers.
+std::vector<std::string> InstalledDrivers();
+
+/// A handle of any type, freed with its owner.
+class Handle {
+  public:
+    Handle(SQLSMALLINT type, SQLHANDLE parent);
+    ~Handle() { SQLFreeHandle(type_, handle_); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    SQLHANDLE Get() const { return handle_; }
+
+  private:
+    SQLSMALLINT type_;
+    SQLHANDLE handle_ = nullptr;
+};
+
+/// An open connection. It commits each statement by itself but between Begin and Commit or
+/// Rollback.
+class Connection {
+  public:
+    /// Time-outs in seconds, 0 without end.
+    Connection(const ConnectText& connect, long loginSeconds, long commandSeconds);
+    ~Connection();
+
+    /// Ends all statements; what was not committed is undone.
+    void Disconnect();
+    bool IsOpen() const { return open_; }
+    SQLHDBC Get() const { return connection_.Get(); }
+    const std::string& DbmsName() const { return dbms_; }
+    /// The source is SQLite, and not SQL Server.
+    bool IsSqlite() const { return sqlite_; }
+    long CommandSeconds() const { return commandSeconds_; }
+
+    bool InTransaction() const { return inTransaction_; }
+    void Begin();
+    void Commit();
+    void Rollback();
+    /// Runs a plain statement that gives no rows.
+    void Run(const char* sql) const;
+
+    /// Raises what the handle's first diagnostic record says unless the code is a success.
+    void Check(SQLRETURN code, SQLSMALLINT type, SQLHANDLE handle) const;
+    std::vector<Diagnosis> DiagnosesOf(SQLSMALLINT type, SQLHANDLE handle) const {
+        return Diagnoses(type, handle, secrets_);
+    }
+
+  private:
+    void Set(SQLINTEGER attribute, SQLULEN value);
+    std::string Info(SQLUSMALLINT which) const;
+    void SetAutocommit(bool on);
+    void LeaveTransaction();
+
+    Handle environment_;
+    Handle connection_;
+    Secrets secrets_;
+    std::string dbms_;
+    long commandSeconds_;
+    bool sqlite_ = false;
+    bool open_ = false;
+    bool inTransaction_ = false;
+};
+
+/// A statement of a connection. It may outlive the connection's end, and is then of no use.
+class Statement {
+  public:
+    explicit Statement(std::shared_ptr<const Connection> connection);
+    ~Statement();
+    Statement(Statement&& other) noexcept;
+    Statement& operator=(Statement&&) = delete;
+
+    SQLHSTMT Get() const { return statement_; }
+    const Connection& Of() const { return *connection_; }
+    /// False where the driver refuses the attribute, or takes another value instead.
+    bool Set(SQLINTEGER attribute, SQLULEN value) const;
+    void Point(SQLINTEGER attribute, void* where) const;
+    void Execute(std::string_view sql) const;
+    void Prepare(std::string_view sql) const;
+    SQLSMALLINT ColumnCount() const;
+    std::string ColumnName(SQLUSMALLINT column) const;
+    SQLLEN ColumnNumber(SQLUSMALLINT column, SQLUSMALLINT field) const;
+    void Check(SQLRETURN code) const;
+    std::vector<Diagnosis> DiagnosesNow() const {
+        return connection_->DiagnosesOf(SQL_HANDLE_STMT, statement_);
+    }
+
+  private:
+    std::shared_ptr<const Connection> connection_;
+    SQLHSTMT statement_ = nullptr;
+};
+
+}  // namespace mersola::odbc

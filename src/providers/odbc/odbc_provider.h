@@ -1,0 +1,12 @@
+// The provider for ODBC data sources: SQL Server, and SQLite through a driver.
+#pragma once
+
+#include <memory>
+
+#include "provider.h"
+
+namespace mersola::odbc {
+
+std::shared_ptr<ado::Provider> MakeProvider();
+
+}  // namespace mersola::odbc

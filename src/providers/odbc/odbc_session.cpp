@@ -1,0 +1,55 @@
+// Running statements: to SQL Server as they stand, to SQLite through the translator.
+#include "odbc_session.h"
+
+#include "block_rows.h"
+#include "odbc_table_writer.h"
+
+namespace mersola::odbc {
+
+Connection& Session::Open() const {
+    if (!connection_->IsOpen()) throw _com_error(E_FAIL, "The connection was lost", kSource);
+    return *connection_;
+}
+
+std::string_view Session::TextFor(std::string_view sql) try {
+    // The server would run a second statement; the translator finds it, whatever the dialect.
+    const auto translation = translator_.Translate(sql, dialect::Literals::InPlace);
+    if (!connection_->IsSqlite()) return sql;
+    return translation.noOperation ? std::string_view() : translation.text;
+} catch (const dialect::SyntaxError& error) {
+    throw _com_error(DB_E_ERRORSINCOMMAND, error.what(), kSource);
+}
+
+std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) {
+    Open();
+    const std::string_view text = TextFor(sql);
+    if (text.empty()) return nullptr;
+    Statement statement(connection_);
+    statement.Execute(text);
+    while (statement.ColumnCount() == 0) {  // what a trigger did may tell its counts first
+        const SQLRETURN code = SQLMoreResults(statement.Get());
+        if (code == SQL_NO_DATA) return nullptr;
+        statement.Check(code);
+    }
+    return std::make_unique<BlockRows>(std::move(statement));
+}
+
+std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
+    Open();
+    const std::string layout = "SELECT * FROM " + std::string(table) + " WHERE 1=0";
+    return std::make_unique<TableWriter>(connection_, table, TextFor(layout));
+}
+
+void Session::Begin() {
+    Open().Begin();
+}
+
+void Session::Commit() {
+    Open().Commit();
+}
+
+void Session::Rollback() {
+    Open().Rollback();
+}
+
+}  // namespace mersola::odbc

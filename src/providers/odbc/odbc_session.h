@@ -1,0 +1,35 @@
+// An open ODBC data source as ADO's provider seam sees it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "odbc_connection.h"
+#include "provider.h"
+#include "translator.h"
+
+namespace mersola::odbc {
+
+class Session : public ado::ProviderSession {
+  public:
+    explicit Session(std::shared_ptr<Connection> connection) : connection_(std::move(connection)) {}
+    ~Session() override { connection_->Disconnect(); }
+
+    std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override;
+    std::unique_ptr<ado::TableWriter> OpenTable(std::string_view table) override;
+    void Begin() override;
+    void Commit() override;
+    void Rollback() override;
+    std::string DbmsName() const override { return connection_->DbmsName(); }
+
+  private:
+    Connection& Open() const;
+    /// The text for the source; empty when there is nothing to run.
+    std::string_view TextFor(std::string_view sql);
+
+    std::shared_ptr<Connection> connection_;  // batches that outlive the session hold it too
+    dialect::Translator translator_;
+};
+
+}  // namespace mersola::odbc

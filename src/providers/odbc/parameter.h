@@ -1,0 +1,39 @@
+// One column of a batch as an array of parameters.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "odbc_connection.h"
+#include "provider.h"
+#include "wide_text.h"
+
+namespace mersola::odbc {
+
+/// Keeps its place in memory while the values that follow fit, so that it is seldom bound anew:
+/// drivers prepare the statement again for that.
+class Parameter {
+  public:
+    /// The values of the rows' column `column` become the parameter's; `width` columns a row.
+    void Take(std::span<const ado::Cell> cells, std::size_t column, std::size_t width, bool utf8);
+    /// Binds it, unless it is bound as it is.
+    void Bind(const Statement& statement, SQLUSMALLINT number);
+
+  private:
+    enum class Form { Integer, Long, Real, Utf8, Wide };
+
+    void Become(Form form, std::size_t width);
+    void Put(std::size_t row, const ado::Cell& cell);
+    void PutText(std::size_t row, std::string_view text);
+
+    Form form_ = Form::Integer;
+    std::size_t width_ = 0;  // bytes of one value
+    std::size_t rows_ = 0;   // that there is room for
+    std::vector<char> values_;
+    std::vector<SQLLEN> lengths_;
+    WideText wide_;
+    bool bound_ = false;
+};
+
+}  // namespace mersola::odbc
