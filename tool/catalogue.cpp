@@ -5,6 +5,7 @@
 
 #include "failure.h"
 #include "open_database.h"
+#include "query.h"
 
 namespace mersola::tool {
 namespace {
@@ -13,13 +14,6 @@ void RequireRead(int result, const char* what, const Mersola& store) {
     if (result != 1)
         throw Failure(std::string("the ") + what + " could not be read" + LastError(store) +
                       "; check that the database is whole");
-}
-
-template <class... Arguments>
-_RecordsetPtr Query(Mersola& store, const char* format, Arguments... arguments) {
-    CString sql;
-    sql.Format(format, arguments...);
-    return store.dbExecute(sql);
 }
 
 // "demo (1), pier (2)", cut short when there are many.
@@ -118,6 +112,13 @@ CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t gro
         markers.Add(marker);
     }
     return markers;
+}
+
+void RequireName(const char* what, const std::string& name) {
+    if (name.empty() || name.find('\'') != name.npos || Printable(name) != name)
+        throw Failure(
+            std::string("the ") + what + " cannot be named " + Quoted(name) +
+            "; a name holds at least one character, no single quote and no line break or the like");
 }
 
 std::int32_t Choose(const char* what, const std::string& asked,

@@ -38,6 +38,10 @@ std::map<std::int32_t, std::string> ReadBandNames(Mersola& store);
 CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t groupId,
                                                 std::int32_t measId);
 
+/// Raises Failure for a name that the library could not look up. `what`: of what kind of thing, as
+/// "instrument".
+void RequireName(const char* what, const std::string& name);
+
 struct Choice {
     std::int32_t id;
     std::string name;  ///< empty where there are only numbers

@@ -24,8 +24,30 @@ namespace {
 constexpr const char* kPurpose =
     "Stores what monitoring instruments measure, period by period, and reads it back.";
 
-CLI::Option* AddDatabase(CLI::App& command, std::string& path) {
-    return command.add_option("DB", path, "The database, a SQLite file")->required();
+// Where the commands write.
+struct Streams {
+    std::ostream& out;
+    std::ostream& err;
+    std::ostream* terminal;  // null when there is none
+};
+
+constexpr const char* kDatabase = "a SQLite file, or a connection string 'Provider=...'";
+
+CLI::Option* AddUser(CLI::App& command, const std::string& prefix, std::string& user,
+                     const std::string& whose) {
+    return command.add_option("--" + prefix + "user", user, "Who logs in to a server" + whose);
+}
+
+CLI::Option* AddPasswordFile(CLI::App& command, const std::string& prefix, std::string& path,
+                             const std::string& whose) {
+    return command.add_option("--" + prefix + "password-file", path,
+                              "File with the password in its first line" + whose + " [ask for it]");
+}
+
+void AddDatabase(CLI::App& command, DatabaseArgument& argument) {
+    command.add_option("DB", argument.text, std::string("The database: ") + kDatabase)->required();
+    AddUser(command, "", argument.user, "");
+    AddPasswordFile(command, "", argument.passwordFile, "");
 }
 
 // The whole text as a number, whatever the locale, if it lies within the limits.
@@ -48,6 +70,12 @@ std::optional<double> ParsePositive(const std::string& text) {
 template <std::int32_t kLeast>
 std::optional<std::int32_t> ParseCount(const std::string& text) {
     return ParseNumber(text, kLeast, std::numeric_limits<std::int32_t>::max());
+}
+
+// In pixels.
+template <int kLeast>
+std::optional<int> ParseSize(const std::string& text) {
+    return ParseNumber(text, kLeast, 10000);
 }
 
 // Per cents between commas, each once.
@@ -84,15 +112,18 @@ CLI::Option* AddParsed(CLI::App& command, const char* name, Target& target, Pars
         });
 }
 
-void AddInit(CLI::App& app, std::ostream& out) {
+void AddInit(CLI::App& app, const Streams& streams) {
     auto* command = app.add_subcommand("init", "Lay out a new database");
-    auto path = std::make_shared<std::string>();
-    AddDatabase(*command, *path);
-    command->callback([=, &out] { Init(*path, out); });
-    command->footer("A file that exists is refused, unless it is an empty database.");
+    auto database = std::make_shared<DatabaseArgument>();
+    AddDatabase(*command, *database);
+    command->callback([=] { Init(*database, streams.out, streams.err); });
+    command->footer(
+        "A file that exists is refused, unless it is an empty database, and a server's database "
+        "that has\n"
+        "one of the tables.");
 }
 
-void AddRecord(CLI::App& app, std::ostream& out, std::ostream* terminal) {
+void AddRecord(CLI::App& app, const Streams& streams) {
     constexpr const char* positive = "a number from 0.000001 to 1000000000";
     const auto given = std::make_shared<RecordOptions>();
     auto* command = app.add_subcommand("record", "Record a sound file as a measurement");
@@ -133,38 +164,48 @@ void AddRecord(CLI::App& app, std::ostream& out, std::ostream* terminal) {
         "20 kHz that the file's sample rate carries, and LAeq and the percentiles of the "
         "A-weighted whole.\n"
         "Levels are in dB re 20 uPa: a full-scale sine of --fullscale 1 reads 91.0 dB.");
-    command->callback([=, &out] { Record(*given, out, terminal); });
+    command->callback([=] { Record(*given, streams.out, streams.terminal); });
 }
 
-void AddList(CLI::App& app, std::ostream& out) {
+void AddList(CLI::App& app, const Streams& streams) {
     auto* command = app.add_subcommand("list", "Show what a database holds");
     struct Given {
-        std::string path;
+        DatabaseArgument database;
         bool isContinuous = false;
     };
     const auto given = std::make_shared<Given>();
-    AddDatabase(*command, given->path);
+    AddDatabase(*command, given->database);
     command->add_flag("--continuous", given->isContinuous,
                       "Each instrument's measurements read as one");
-    command->callback([=, &out] { List(given->path, given->isContinuous, out); });
+    command->callback([=] { List(given->database, given->isContinuous, streams.out); });
     command->footer("Numbers in brackets select as well as names do.");
 }
 
-void AddValues(CLI::App& app, std::ostream& out) {
+// Whose values are meant; returns the option for the continuous view.
+CLI::Option* AddSelection(CLI::App& command, SelectionOptions& given) {
+    command.add_option("--instrument", given.instrument, "Name or number of the instrument")
+        ->required();
+    auto* measurement =
+        command.add_option("--measurement", given.measurement, "Name or number of the measurement");
+    auto* continuous = command.add_flag("--continuous", given.isContinuous,
+                                        "All measurements of the instrument, read as one");
+    continuous->excludes(measurement);
+    command.add_option("--report", given.report,
+                       "Number of the report, with --continuous its type [the first]");
+    command.add_option("--channel", given.channel, "Number of the channel")->capture_default_str();
+    return continuous;
+}
+
+void RequireMeasurement(const SelectionOptions& given) {
+    if (given.measurement.empty() && !given.isContinuous)
+        throw CLI::RequiredError("--measurement or --continuous");
+}
+
+void AddValues(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<ValuesOptions>();
     auto* command = app.add_subcommand("values", "Show stored values, periods by bands");
     AddDatabase(*command, given->database);
-    command->add_option("--instrument", given->instrument, "Name or number of the instrument")
-        ->required();
-    auto* measurement = command->add_option("--measurement", given->measurement,
-                                            "Name or number of the measurement");
-    auto* continuous = command->add_flag("--continuous", given->isContinuous,
-                                         "All measurements of the instrument, read as one");
-    continuous->excludes(measurement);
-    command->add_option("--report", given->report,
-                        "Number of the report, with --continuous its type [the first]");
-    command->add_option("--channel", given->channel, "Number of the channel")
-        ->capture_default_str();
+    auto* continuous = AddSelection(*command, *given);
     auto* function =
         command->add_option("--function", given->function, "Name or number of the function")
             ->capture_default_str();
@@ -180,14 +221,52 @@ void AddValues(CLI::App& app, std::ostream& out) {
     command->add_flag("--csv", given->csv, "Comma-separated values with all decimals");
     command->footer(
         "A value that is missing or invalid shows as --, and in CSV as an empty field.");
-    command->callback([=, &out] {
-        if (given->measurement.empty() && !given->isContinuous)
-            throw CLI::RequiredError("--measurement or --continuous");
-        Values(*given, out);
+    command->callback([=] {
+        RequireMeasurement(*given);
+        Values(*given, streams.out);
     });
 }
 
-void AddGaps(CLI::App& app, std::ostream& out) {
+void AddPlot(CLI::App& app, const Streams& streams) {
+    constexpr const char* time = "a time, as '2026-11-15 07:30:12.045'";
+    const auto given = std::make_shared<PlotOptions>();
+    auto* command = app.add_subcommand("plot", "Draw levels, spectra and markers over time");
+    AddDatabase(*command, given->database);
+    AddSelection(*command, *given);
+    command
+        ->add_option("--function", given->functions,
+                     "Name or number of a function to draw; can be given several times [LAeq, Leq]")
+        ->allow_extra_args(false);
+    AddParsed(*command, "--from", given->from, ParseTime, time,
+              "When the picture begins [with the first period stored]");
+    AddParsed(*command, "--to", given->to, ParseTime, time, "When it ends [with the last period]");
+    command->add_option("-o,--output", given->file, "The picture to make: .svg, .png or .html")
+        ->required()
+        ->check([](const std::string& path) {
+            return PictureFormOf(path) ? std::string()
+                                       : Quoted(path) + " does not end in .svg, .png or .html";
+        });
+    AddParsed(*command, "--width", given->width, ParseSize<600>, "a number from 600 to 10000",
+              "In pixels")
+        ->default_str(std::to_string(given->width));
+    AddParsed(*command, "--height", given->height, ParseSize<400>, "a number from 400 to 10000",
+              "In pixels")
+        ->default_str(std::to_string(given->height));
+    command->footer(
+        "Functions of the whole signal are drawn as lines, one with frequency bands as a "
+        "spectrogram below.\n"
+        "Where nothing is stored, the line breaks and the ground is grey. Of a long time each "
+        "column of\n"
+        "pixels shows the mean, of levels that of the energy, and lines their extremes as a shade. "
+        "gnuplot\n"
+        "does the drawing.");
+    command->callback([=] {
+        RequireMeasurement(*given);
+        Plot(*given, streams.out, streams.terminal);
+    });
+}
+
+void AddGaps(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<GapsOptions>();
     auto* command =
         app.add_subcommand("gaps", "Show where an instrument's measurements meet or leave gaps");
@@ -200,10 +279,10 @@ void AddGaps(CLI::App& app, std::ostream& out) {
         "Periods are numbered across the measurements, as with values --continuous. Where two "
         "overlap,\n"
         "the values of the earlier one are shown. A stretch ends where its last period does.");
-    command->callback([=, &out] { Gaps(*given, out); });
+    command->callback([=] { Gaps(*given, streams.out); });
 }
 
-void AddMarkers(CLI::App& app, std::ostream& out) {
+void AddMarkers(CLI::App& app, const Streams& streams) {
     constexpr const char* time = "a time, as '2026-11-15 07:30:12.045'";
     const auto given = std::make_shared<MarkersOptions>();
     auto* command = app.add_subcommand("markers", "Show the markers of a measurement");
@@ -231,17 +310,150 @@ void AddMarkers(CLI::App& app, std::ostream& out) {
         ->excludes(periods);
     command->add_flag("--csv", given->csv, "Comma-separated values");
     command->footer("Open markers are shown with --open only.");
-    command->callback([=, &out] { ShowMarkers(*given, out); });
+    command->callback([=] { ShowMarkers(*given, streams.out); });
 }
 
-void AddVersion(CLI::App& app, std::ostream& out) {
+void AddCopy(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<CopyOptions>();
+    auto* command = app.add_subcommand("copy", "Copy measurements into another database");
+    command->add_option("FROM", given->from.text, std::string("The source: ") + kDatabase)
+        ->required();
+    command->add_option("TO", given->to.text, "The target, likewise; it must be laid out")
+        ->required();
+    command->add_option("--instrument", given->instrument,
+                        "Name or number of the only instrument to copy [all]");
+    command->add_flag("--verify", given->verify,
+                      "Then read all of it again, and compare value by value");
+    AddUser(*command, "", given->from.user, "");
+    AddPasswordFile(*command, "", given->from.passwordFile, "");
+    auto* user = AddUser(*command, "to-", given->to.user, ", where that of TO is another one");
+    auto* file = AddPasswordFile(*command, "to-", given->to.passwordFile, ", likewise");
+    command->callback([=] {
+        if (user->count() == 0 && file->count() == 0) {
+            given->to.user = given->from.user;
+            given->to.passwordFile = given->from.passwordFile;
+        }
+        Copy(*given, streams.out, streams.terminal);
+    });
+    command->footer(
+        "Only what TO lacks is copied, a source that is still being recorded up to now: the same "
+        "command\n"
+        "goes on after an interruption, and brings what is new another time. Instruments and "
+        "measurements\n"
+        "are the same when their names are. An instrument and a name that TO has stay as they are "
+        "there;\n"
+        "the settings of a measurement follow the source. The version history is not copied.");
+}
+
+void AddCheck(CLI::App& app, const Streams& streams, int& status) {
+    const auto given = std::make_shared<DatabaseArgument>();
+    auto* command = app.add_subcommand("check", "Find what must never be in a database");
+    AddDatabase(*command, *given);
+    command->callback([=, &status] { status = Check(*given, streams.out) ? 0 : 1; });
+    command->footer(
+        "A line for each finding, and a last one with their number; the exit status is 1 if there "
+        "is any.\n"
+        "Nothing is written. While something is recorded, an event that goes on shows as an open "
+        "marker.\n"
+        "Measurements that overlap are none of it: mersola gaps shows them.");
+}
+
+void AddExport(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ExportOptions>();
+    auto* command = app.add_subcommand("export", "Write what a database holds as CSV");
+    AddDatabase(*command, given->database);
+    auto* instrument = command->add_option("--instrument", given->instrument,
+                                           "Name or number of the only instrument [all]");
+    auto* measurement = command->add_option("--measurement", given->measurement,
+                                            "Name or number of the only measurement [all]");
+    measurement->needs(instrument);
+    command->add_option("--report", given->report, "Number of the only report [all]")
+        ->needs(measurement);
+    AddParsed(*command, "--channel", given->channel, ParseCount<0>, "a number from 0",
+              "Number of the only channel [all]");
+    command->add_option("--function", given->function, "Name or number of the only function [all]");
+    AddParsed(*command, "--from", given->from, ParseCount<0>, "a number from 0",
+              "The first period [the first stored]");
+    AddParsed(*command, "--count", given->count, ParseCount<1>, "a number from 1",
+              "How many periods from then on [all]");
+    command->add_flag("--wide", given->isWide, "A column for each band [a row for each value]");
+    command->add_flag("--plain", given->isPlain, "Begin with the line of column names");
+    command->add_option("-o,--output", given->file, "File to write, - for the output")
+        ->default_str("-");
+    command->callback([=] { Export(*given, streams.out); });
+    command->footer(
+        "Rows go by report, channel, function and period. In front of the column names stand lines "
+        "that\n"
+        "begin with #: names, settings and markers, with which mersola import makes the same "
+        "database.\n"
+        "Without them (--plain) it stores the values alone. The status is A where a value is "
+        "invalid; a\n"
+        "value without a number shows as null, an infinite one as inf or -inf, and a function, "
+        "band or\n"
+        "instrument without a name of its own as its number, like #12.");
+}
+
+void AddImport(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ImportOptions>();
+    auto* command = app.add_subcommand("import", "Store what a CSV file holds");
+    AddDatabase(*command, given->database);
+    command->add_option("FILE", given->file, "The file, in UTF-8; - for the input")->required();
+    command->add_option("--instrument", given->instrument, "Instrument, if no column names it");
+    command->add_option("--measurement", given->measurement, "Measurement, likewise");
+    command->add_option("--report", given->report, "Number of the report, likewise")
+        ->capture_default_str();
+    command->add_option("--channel", given->channel, "Number of the channel, likewise")
+        ->capture_default_str();
+    command->add_option("--function", given->function, "Function, likewise");
+    command->add_option("--band", given->band, "Band, likewise")->capture_default_str();
+    AddParsed(*command, "--period", given->period, ParsePeriod,
+              "a period from 1ms to 24h, as 125ms or 15min",
+              "Length of a period, as 125ms, 1s, 15min, 1h; likewise");
+    AddParsed(*command, "--start", given->start, ParseTime, "a time, as '2026-11-15 07:30:12.045'",
+              "When a new measurement began [the time of its first row]");
+    const auto isMapping = [](const std::string& text) {
+        const auto equals = text.find('=');
+        return equals == 0 || equals == text.npos
+                   ? Quoted(text) + " is not a column and its name in the file, as value=Laeq"
+                   : std::string();
+    };
+    command
+        ->add_option("--column", given->columns,
+                     "COLUMN=NAME: the file calls a column, or that of a band, otherwise")
+        ->allow_extra_args(false)
+        ->check(isMapping);
+    command->add_option("--bands", given->bands, "Columns that hold a band each, between commas")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command->add_flag("--wide", given->isWide, "Every column without another meaning is a band");
+    command->callback([=] { Import(*given, streams.out, streams.terminal); });
+    command->footer(
+        "Columns: Instrument, Measurement, Report, Length (of a period), Period or Time, Channel, "
+        "Function,\n"
+        "Band, Value, Status; in any order and case, others are passed over. A file without Value "
+        "has a\n"
+        "column for each band. A day of levels that a meter wrote as Date,Laeq:\n"
+        "  mersola import my.db day.csv --column time=Date --column value=Laeq --function LAeq \\\n"
+        "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
+        "and its spectra as Date,31.5 Hz,63 Hz,125 Hz:\n"
+        "  mersola import my.db spectra.csv --column time=Date --wide --function Leq \\\n"
+        "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
+        "What is new is registered, what is there is added to. A value that is stored already is "
+        "passed\n"
+        "over; one that differs from what is stored ends the import, as every error does: then "
+        "nothing of\n"
+        "the file is stored. All of it is one transaction, so that recorders wait until it is "
+        "done.");
+}
+
+void AddVersion(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<VersionOptions>();
     auto* command =
         app.add_subcommand("version", "Show how the version history of a database begins");
     AddDatabase(*command, given->database);
     auto* added = command->add_option("--add", given->added, "A version to append to the history");
     command->add_option("--info", given->info, "What that version is")->needs(added);
-    command->callback([=, &out] { Version(*given, out); });
+    command->callback([=] { Version(*given, streams.out); });
 }
 
 // What the command line lacks, and where the help on it is.
@@ -256,46 +468,84 @@ std::string UsageLine(const CLI::App& app, const CLI::ParseError& error) {
            "; see mersola --help";
 }
 
-int Fail(std::ostream& err, const std::string& line, int status) {
-    err << "mersola: " << Printable(line) << std::endl;
-    return status;
+// The connection strings on the command line that hold a password, which others can see there.
+std::vector<std::string> RevealingArguments(int argc, const char* const* argv) {
+    std::vector<std::string> found;
+    std::copy_if(argv, argv + argc, std::back_inserter(found),
+                 [](const char* argument) { return WithoutPassword(argument) != argument; });
+    return found;
+}
+
+// The parser quotes what it cannot make sense of.
+std::string Hidden(std::string line, const std::vector<std::string>& revealing) {
+    for (const std::string& argument : revealing) {
+        const std::string shown = WithoutPassword(argument);
+        for (auto at = line.find(argument); at != line.npos; at = line.find(argument, at)) {
+            line.replace(at, argument.size(), shown);
+            at += shown.size();
+        }
+    }
+    return line;
 }
 
 }  // namespace
 
 int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+    const auto revealing = RevealingArguments(argc, argv);
+    if (!revealing.empty())
+        err << "mersola: warning: others can see a password on the command line; leave it out to "
+               "be "
+               "asked for it, or give a --password-file\n";
+    const auto fail = [&](const std::string& line, int status) {
+        err << "mersola: " << Printable(Hidden(line, revealing)) << std::endl;
+        return status;
+    };
     const bool isOnTerminal = &err == &std::cerr && isatty(STDERR_FILENO) == 1;
     CLI::App app(kPurpose, "mersola");
     app.set_version_flag("--version", "mersola " MERSOLA_VERSION, "Show the version");
     app.set_help_flag("-h,--help", "Show this help");
     app.require_subcommand(1);
-    app.footer("Help on a command: mersola COMMAND --help");
-    AddInit(app, out);
-    AddRecord(app, out, isOnTerminal ? &err : nullptr);
-    AddList(app, out);
-    AddValues(app, out);
-    AddGaps(app, out);
-    AddMarkers(app, out);
-    AddVersion(app, out);
+    app.footer(
+        "Help on a command: mersola COMMAND --help\n\n"
+        "DB is a SQLite file, or the connection string of a server, which begins with Provider=, "
+        "Driver=,\n"
+        "DSN= or the like: 'Provider=MSOLEDBSQL;Data Source=HOST;Initial Catalog=NAME'. A file of "
+        "such a\n"
+        "name can be given as ./NAME. The password of --user is asked for on the terminal, or "
+        "read with\n"
+        "--password-file; what stands on a command line, others can see.");
+    const Streams streams{out, err, isOnTerminal ? &err : nullptr};
+    AddInit(app, streams);
+    AddRecord(app, streams);
+    AddList(app, streams);
+    AddValues(app, streams);
+    AddPlot(app, streams);
+    AddGaps(app, streams);
+    AddMarkers(app, streams);
+    AddCopy(app, streams);
+    AddExport(app, streams);
+    AddImport(app, streams);
+    int status = 0;  // of a command that did its work
+    AddCheck(app, streams, status);
+    AddVersion(app, streams);
     try {
         try {
             app.parse(argc, argv);
         } catch (const CLI::ParseError& error) {
-            if (error.get_exit_code() != 0) return Fail(err, UsageLine(app, error), 2);
+            if (error.get_exit_code() != 0) return fail(UsageLine(app, error), 2);
             app.exit(error, out, err);  // prints the help or the version
         }
         out.flush();
         RequireWritten(out);
-        return 0;
+        return status;
     } catch (const Failure& failure) {
-        return Fail(err, failure.what(), failure.Status());
+        return fail(failure.what(), failure.Status());
     } catch (const _com_error& error) {
-        return Fail(err,
-                    "the database refused (" + std::string(error.what()) +
+        return fail("the database refused (" + std::string(error.what()) +
                         "); check that it is whole and try again",
                     1);
     } catch (const std::exception& error) {
-        return Fail(err, std::string("unexpected: ") + error.what() + "; please report this", 1);
+        return fail(std::string("unexpected: ") + error.what() + "; please report this", 1);
     }
 }
 

@@ -9,13 +9,17 @@
 
 #include <mersola/times.h>
 
+#include "database_argument.h"
+
 namespace mersola::tool {
 
 /// What the commands have in common: results go to `out`; Failure and _com_error are raised.
 
-/// Lays out a new database, or one in an existing file that is an empty database. On failure a file
-/// that was made is removed again.
-void Init(const std::string& path, std::ostream& out);
+/// Lays out a new file, an existing file that is an empty database, or what a connection string
+/// leads to, if none of the tables is there. On failure a file that was made is removed again, and
+/// anything else is as before. What the server does not know of the layout's options is told on
+/// `err`, a line each, and is no failure.
+void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err);
 
 /// A marker is opened where a level exceeds the limit.
 struct TriggerOptions {
@@ -25,7 +29,7 @@ struct TriggerOptions {
 };
 
 struct RecordOptions {
-    std::string database;
+    DatabaseArgument database;
     std::string file;
     std::string instrument;
     std::string measurement;
@@ -45,15 +49,19 @@ struct RecordOptions {
 void Record(const RecordOptions& options, std::ostream& out, std::ostream* terminal);
 
 /// With `isContinuous` each instrument's measurements are read as one.
-void List(const std::string& path, bool isContinuous, std::ostream& out);
+void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out);
 
-struct ValuesOptions {
-    std::string database;
+/// Whose values are meant.
+struct SelectionOptions {
     std::string instrument;  ///< this and the next: a name or a number
     std::string measurement;
     bool isContinuous = false;  ///< all measurements as one, in place of one of them
     std::string report;  ///< a number, in the continuous view a type; the first report when empty
     std::string channel = "1";
+};
+
+struct ValuesOptions : SelectionOptions {
+    DatabaseArgument database;
     std::string function = "Leq";      ///< a name or a number
     bool allFunctions = false;         ///< instead of the one
     std::optional<std::int64_t> from;  ///< the first stored period when not given
@@ -63,8 +71,28 @@ struct ValuesOptions {
 
 void Values(const ValuesOptions& options, std::ostream& out);
 
+/// What a picture is written as.
+enum class PictureForm { Svg, Png, Html };
+
+/// By the ending of a file's name, in any case; nothing for any other name.
+std::optional<PictureForm> PictureFormOf(const std::string& path);
+
+struct PlotOptions : SelectionOptions {
+    DatabaseArgument database;
+    std::vector<std::string> functions;  ///< names or numbers; LAeq and Leq when there are none
+    std::optional<CTimeEx> from;         ///< the periods that overlap the time from then,
+    std::optional<CTimeEx> to;           ///< and up to then
+    int width = 1200;                    ///< this and the next: in pixels
+    int height = 720;
+    std::string file;  ///< where to put the picture; PictureFormOf tells its form
+};
+
+/// Draws levels over time and their spectra. A picture that is there is replaced; it appears whole
+/// or not at all. `terminal`: where to show the progress, may be null.
+void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal);
+
 struct GapsOptions {
-    std::string database;
+    DatabaseArgument database;
     std::string instrument;  ///< a name or a number
     std::string report;      ///< its type; the first report when empty
     bool csv = false;
@@ -78,7 +106,7 @@ struct MarkersOptions {
         std::int32_t last;
     };
 
-    std::string database;
+    DatabaseArgument database;
     std::string instrument;  ///< this and the next: a name or a number
     std::string measurement;
     std::string report;              ///< whose periods; a number, the first report when empty
@@ -92,8 +120,60 @@ struct MarkersOptions {
 
 void ShowMarkers(const MarkersOptions& options, std::ostream& out);
 
+struct CopyOptions {
+    DatabaseArgument from;
+    DatabaseArgument to;
+    std::string instrument;  ///< a name or a number; all when empty
+    bool verify = false;     ///< read everything again afterwards, on both sides
+};
+
+/// Copies what the one database holds and the other does not. When it is interrupted or fails, what
+/// arrived stays, and the next time it goes on from there. `terminal`: where to show the progress,
+/// may be null.
+void Copy(const CopyOptions& options, std::ostream& out, std::ostream* terminal);
+
+/// Writes a line for each thing that must never be in a database, and a last one with their number.
+/// True when there is none. Nothing is written into the database.
+bool Check(const DatabaseArgument& argument, std::ostream& out);
+
+struct ExportOptions {
+    DatabaseArgument database;
+    std::string instrument;  ///< this and the next: a name or a number; all when empty
+    std::string measurement;
+    std::string report;                   ///< a number; all when empty
+    std::optional<std::int32_t> channel;  ///< all when none is given
+    std::string function;                 ///< a name or a number; all when empty
+    std::optional<std::int64_t> from;     ///< the first period
+    std::optional<std::int64_t> count;
+    bool isWide = false;   ///< a column for each band
+    bool isPlain = false;  ///< without what else the database holds
+    std::string file;      ///< the output when empty or "-"
+};
+
+void Export(const ExportOptions& options, std::ostream& out);
+
+struct ImportOptions {
+    DatabaseArgument database;
+    std::string file;        ///< the input for "-"
+    std::string instrument;  ///< this and what follows: where the file has no column for it
+    std::string measurement;
+    std::string report = "1";
+    std::string channel = "1";
+    std::string function;
+    std::string band = "broadband";
+    std::optional<CTimeSpanEx> period;  ///< length of one
+    std::optional<CTimeEx> start;       ///< of a new measurement
+    std::vector<std::string> columns;   ///< "value=Laeq": which header stands for what
+    std::vector<std::string> bands;     ///< the headers of columns that hold a band each
+    bool isWide = false;                ///< every column that is nothing else holds a band
+};
+
+/// Adds what a file holds to a database, all of it or nothing. `terminal`: where to show the
+/// progress, may be null.
+void Import(const ImportOptions& options, std::ostream& out, std::ostream* terminal);
+
 struct VersionOptions {
-    std::string database;
+    DatabaseArgument database;
     std::optional<std::string> added;  ///< a version to append to the history first
     std::string info;
 };

@@ -45,16 +45,41 @@ class NewFile {
     bool isOurs_;
 };
 
-void RequireEmpty(const std::string& path) {
+void RequireEmpty(const Database& database) {
     const char* advice = "; choose another name, or remove the file first";
     try {
         const auto rows =
-            Connect(path, Access::Read)->dbExecute("SELECT count(*) FROM sqlite_master");
+            database.Connect(Access::Read)->dbExecute("SELECT count(*) FROM sqlite_master");
         if (rows->Fields(0).Long() == 0) return;
     } catch (const Failure&) {
-        throw Failure(Quoted(path) + " exists and is no empty database" + advice);
+        throw Failure(database.Name() + " exists and is no empty database" + advice);
     }
-    throw Failure(Quoted(path) + " exists and holds data" + advice);
+    throw Failure(database.Name() + " exists and holds data" + advice);
+}
+
+// The table that a statement makes; empty when it makes none.
+std::string_view TableMade(std::string_view statement) {
+    constexpr std::string_view create = "CREATE TABLE ";
+    const auto at = statement.find(create);
+    if (at == statement.npos) return {};
+    const auto name = statement.substr(at + create.size());
+    return name.substr(0, name.find_first_of(" (\n"));
+}
+
+// Other tables may be there: a server's database often has some of its own.
+void RequireNoTables(Mersola& store, SchemaEngine engine, const Database& database) {
+    for (const auto statement : SchemaStatements(engine)) {
+        const std::string table(TableMade(statement));
+        if (table.empty()) continue;
+        CString count;
+        count.Format(
+            "SELECT count(*) FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[%s]') AND "
+            "OBJECTPROPERTY(id, N'IsUserTable') = 1",
+            table.c_str());
+        if (store.dbExecute(count)->Fields(0).Long() != 0)
+            throw Failure(database.Name() + " has a table " + table +
+                          " already; choose a database without measurements");
+    }
 }
 
 void AddName(Mersola& store, const char* columns, int id, std::string_view name) {
@@ -64,8 +89,9 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
     store.dbExecute(insert);
 }
 
-void LayOut(Mersola& store) {
-    for (const auto statement : SchemaStatements(SchemaEngine::SQLite))
+void LayOut(Mersola& store, SchemaEngine engine) {
+    Transaction transaction(store);
+    for (const auto statement : SchemaStatements(engine))
         store.dbExecute(CString(statement));
     for (const Function& function : kFunctions)
         AddName(store, "FuncNameMap (FuncId,FuncName)", function.id, function.name);
@@ -80,22 +106,49 @@ void LayOut(Mersola& store) {
     if (store.AddVersion(nullptr, version) != 1)
         throw Failure("the version history could not be written" + LastError(store) +
                       "; try again");
+    transaction.Commit();
+}
+
+// What is smaller or faster with it works without it as well.
+void SetOptions(Mersola& store, SchemaEngine engine, std::ostream& err) {
+    for (const auto statement : SchemaOptions(engine)) {
+        try {
+            store.dbExecute(CString(statement));
+        } catch (const _com_error& error) {
+            err << "mersola: warning: the server does without an option of the layout ("
+                << Printable(error.what()) << ")\n";
+        }
+    }
+}
+
+void InitFile(const Database& database) {
+    NewFile file(database.File());
+    RequireEmpty(database);
+    LayOut(*database.Connect(Access::Write), SchemaEngine::SQLite);
+    file.Keep();
+}
+
+void InitServer(const Database& database, std::ostream& err) {
+    const auto store = database.Connect(Access::Write);
+    const auto engine = store->getConnection()->DbmsName() == "SQLite" ? SchemaEngine::SQLite
+                                                                       : SchemaEngine::SqlServer;
+    RequireNoTables(*store, engine, database);
+    LayOut(*store, engine);
+    SetOptions(*store, engine, err);
 }
 
 }  // namespace
 
-void Init(const std::string& path, std::ostream& out) {
-    NewFile file(path);
-    RequireEmpty(path);
-    {
-        const auto store = Connect(path, Access::Write);
-        Transaction transaction(*store);
-        LayOut(*store);
-        transaction.Commit();
-    }
-    file.Keep();
-    out << "The database " << Quoted(path) << " is laid out. Record a sound file with:\n"
-        << "  mersola record " << Printable(path) << " FILE --instrument NAME --measurement NAME\n";
+void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err) {
+    const Database database(argument);
+    if (database.IsFile())
+        InitFile(database);
+    else
+        InitServer(database, err);
+    const std::string shown =
+        IsConnectionString(argument.text) ? database.Name() : Printable(database.Text());
+    out << "The database " << database.Name() << " is laid out. Record a sound file with:\n"
+        << "  mersola record " << shown << " FILE --instrument NAME --measurement NAME\n";
 }
 
 }  // namespace mersola::tool

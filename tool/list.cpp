@@ -116,8 +116,8 @@ void ListChain(Mersola& store, const InstrumentInfo& instrument, std::ostream& o
 
 }  // namespace
 
-void List(const std::string& path, bool isContinuous, std::ostream& out) {
-    const auto store = OpenDatabase(path, Access::Read);
+void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out) {
+    const auto store = OpenDatabase(database, Access::Read);
     const auto instruments = ReadInstruments(*store);
     if (instruments.IsEmpty())
         out << "The database holds no instruments yet. Fill it with: mersola record\n";

@@ -1,4 +1,4 @@
-// Opening database files, with one clear line for each way in which that fails.
+// Opening databases, with one clear line for each way in which that fails.
 #include "open_database.h"
 
 #include <fcntl.h>
@@ -7,20 +7,21 @@
 
 #include <string_view>
 
+#include "credentials.h"
 #include "failure.h"
 
 namespace mersola::tool {
 namespace {
 
-constexpr long kTimeout = 10;  // seconds; another program may be writing
+constexpr long kFileTimeout = 10;    // seconds; another program may be writing
+constexpr long kServerTimeout = 60;  // many may be
 
 // A connection string that reads back any file name.
-std::string ConnectString(const std::string& path, Access access) {
+std::string ConnectString(const std::string& path) {
     std::string name = path.starts_with(':') ? "./" : "";  // else ":memory:" would be no file
     for (const char c : path)
         name += c == '}' ? std::string(2, c) : std::string(1, c);
-    return "Provider=SQLite;Data Source={" + name + "}" +
-           (access == Access::Read ? ";Mode=Read" : "");
+    return "Provider=SQLite;Data Source={" + name + "}";
 }
 
 // Collects what is shown in a message box while it lives.
@@ -47,34 +48,79 @@ class Messages {
 
 }  // namespace
 
-std::unique_ptr<Mersola> Connect(const std::string& path, Access access) {
+Database::Database(const DatabaseArgument& argument)
+    : text_(WithoutPassword(argument.text)), connectString_(argument.text) {
+    if (!IsConnectionString(argument.text)) {
+        isFile_ = true;
+        file_ = argument.text;
+        connectString_ = ConnectString(argument.text);
+        return;
+    }
+    if (CompareNoCase(ConnectionValue(argument.text, kProviderKeys), "SQLite") == 0) {
+        isFile_ = true;
+        file_ = ConnectionValue(argument.text, kSourceKeys);
+        return;
+    }
+    user_ = ConnectionValue(argument.text, kUserKeys);
+    if (user_.empty()) user_ = argument.user;
+    password_ = ConnectionValue(argument.text, kPasswordKeys);
+    if (!password_.empty()) return;
+    if (!argument.passwordFile.empty())
+        password_ = ReadPasswordFile(argument.passwordFile);
+    else if (!user_.empty())
+        password_ = AskPassword("Password of " + Quoted(user_) + " for " + Name() + ":");
+}
+
+std::string Database::Name() const {
+    return Quoted(text_);
+}
+
+std::unique_ptr<Mersola> Database::Connect(Access access) const {
     const Messages messages;
+    // Of two modes the last one counts.
+    const std::string mode = isFile_ && access == Access::Read ? ";Mode=Read" : "";
     auto store =
-        std::make_unique<Mersola>(nullptr, nullptr, ConnectString(path, access).c_str(), kTimeout);
+        std::make_unique<Mersola>(user_.c_str(), password_.c_str(), (connectString_ + mode).c_str(),
+                                  isFile_ ? kFileTimeout : kServerTimeout);
     if (!store->isConnected())
-        throw Failure(Quoted(path) + " cannot be opened as a database (" + messages.Reason() +
-                      "); check the name, your permissions and the free space");
+        throw Failure(Name() +
+                      (isFile_ ? " cannot be opened as a database (" + messages.Reason() +
+                                     "); check the name, your permissions and the free space"
+                               : " cannot be connected to (" + messages.Reason() +
+                                     "); check the connection string, the user and the password"));
     return store;
 }
 
-void RequireThere(const std::string& path) {
-    if (struct stat status{}; stat(path.c_str(), &status) != 0 && errno == ENOENT)
-        throw Failure("there is no database " + Quoted(path) +
+void Database::RequireThere() const {
+    if (!isFile_) return;
+    if (struct stat status{}; stat(file_.c_str(), &status) != 0 && errno == ENOENT)
+        throw Failure("there is no database " + Quoted(file_) +
                       "; check the name, or make one with: mersola init");
 }
 
-std::unique_ptr<Mersola> OpenDatabase(const std::string& path, Access access) {
-    RequireThere(path);
+std::unique_ptr<Mersola> OpenDatabase(const Database& database, Access access) {
+    database.RequireThere();
     // The first look must not change a file that turns out to be another program's.
+    auto store = database.Connect(Access::Read);
     versionHistory version;
-    if (const int result = Connect(path, Access::Read)->GetVersion(nullptr, version); result == -2)
-        throw Failure(Quoted(path) +
-                      " is not laid out for measurements; make a new database with: mersola init");
-    if (access == Access::Write && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
-        throw Failure(Quoted(path) +
+    const int result = store->GetVersion(nullptr, version);
+    if (result == -2)
+        throw Failure(database.Name() + " is not laid out for measurements; " +
+                      (database.IsFile() ? "make a new database" : "lay it out") +
+                      " with: mersola init");
+    if (!database.IsFile()) {
+        if (result == -3)
+            throw Failure(database.Name() + " cannot be read" + LastError(*store) +
+                          "; check the permissions of the user");
+        return store;
+    }
+    if (access == Access::Write &&
+        faccessat(AT_FDCWD, database.File().c_str(), W_OK, AT_EACCESS) != 0)
+        throw Failure(database.Name() +
                       " may not be written to; change its permissions or use another database");
     // Who opens for writing also takes away the files that SQLite keeps beside an open database.
-    return Connect(path, Access::Write);
+    store.reset();
+    return database.Connect(Access::Write);
 }
 
 std::string LastError(const Mersola& store) {

@@ -17,8 +17,9 @@ void Progress::Show(double done) {
     *terminal_ << "\r[" << bar << "] " << percent << " %" << std::flush;
 }
 
-Progress::~Progress() {
+void Progress::Clear() {
     if (percent_ >= 0) *terminal_ << "\r\x1b[K" << std::flush;
+    percent_ = -1;
 }
 
 }  // namespace mersola::tool

@@ -1,15 +1,15 @@
 // mersola record: from a sound file into the database.
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <csignal>
 #include <memory>
 #include <ostream>
 #include <utility>
 
 #include "analyser.h"
+#include "catalogue.h"
 #include "commands.h"
 #include "failure.h"
+#include "interruption.h"
 #include "measured.h"
 #include "open_database.h"
 #include "progress.h"
@@ -20,44 +20,11 @@
 namespace mersola::tool {
 namespace {
 
-std::atomic<int> caughtSignal;
-
-// Lets a recording end after a whole period when it is interrupted.
-class SignalsCaught {
-  public:
-    SignalsCaught() {
-        caughtSignal = 0;
-        struct sigaction action {};
-        action.sa_handler = [](int signal) { caughtSignal = signal; };
-        action.sa_flags =
-            static_cast<int>(SA_RESETHAND);  // the second one ends the program at once
-        sigaction(SIGINT, &action, &beforeInterrupt_);
-        sigaction(SIGTERM, &action, &beforeTerminate_);
-    }
-    ~SignalsCaught() {
-        sigaction(SIGINT, &beforeInterrupt_, nullptr);
-        sigaction(SIGTERM, &beforeTerminate_, nullptr);
-    }
-    SignalsCaught(const SignalsCaught&) = delete;
-    SignalsCaught& operator=(const SignalsCaught&) = delete;
-
-  private:
-    struct sigaction beforeInterrupt_ {
-    }, beforeTerminate_{};
-};
-
 // Texts stand between single quotes in statements.
 void CheckState(const std::string& state) {
     if (state.find('\'') != state.npos || Printable(state) != state)
         throw Failure("the state cannot be " + Quoted(state) +
                       "; it holds no single quote and no line break or the like");
-}
-
-void CheckName(const char* what, const std::string& name) {
-    if (name.empty() || name.find('\'') != name.npos || Printable(name) != name)
-        throw Failure(
-            std::string("the ") + what + " cannot be named " + Quoted(name) +
-            "; a name holds at least one character, no single quote and no line break or the like");
 }
 
 std::string SecondsText(double seconds) {
@@ -153,7 +120,7 @@ void StoreAll(const Analysis::Periods& periods, Recording& recording,
 void RecordAll(SoundFile& sound, Recording& recording, const RecordOptions& options,
                std::ostream* terminal) {
     Progress progress(terminal);
-    const SignalsCaught signals;
+    const Interruption interruption;
     Analysis analysis(sound, options, recording.Percentages());
     while (true) {
         const auto& block = sound.ReadBlock();
@@ -161,7 +128,7 @@ void RecordAll(SoundFile& sound, Recording& recording, const RecordOptions& opti
         StoreAll(analysis.Add(block), recording, options);
         progress.Show(static_cast<double>(sound.FramesRead()) /
                       static_cast<double>(sound.Frames()));
-        if (const int signal = caughtSignal; signal != 0) {
+        if (const int signal = interruption.Signal(); signal != 0) {
             if (recording.PeriodsStored() > 0) recording.Finish();
             throw Failure("stopped by a signal" + WhatIsStored(recording, options), 128 + signal);
         }
@@ -206,8 +173,8 @@ void TellResult(const SoundFile& sound, const Recording& recording, const Record
 }  // namespace
 
 void Record(const RecordOptions& options, std::ostream& out, std::ostream* terminal) {
-    CheckName("instrument", options.instrument);
-    CheckName("measurement", options.measurement);
+    RequireName("instrument", options.instrument);
+    RequireName("measurement", options.measurement);
     CheckState(options.state.value_or(""));
     SoundFile sound(options.file);
     const auto bands = CheckedBands(sound, options.period);

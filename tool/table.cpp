@@ -5,6 +5,7 @@
 #include <ostream>
 #include <string_view>
 
+#include "csv_text.h"
 #include "failure.h"
 
 namespace mersola::tool {
@@ -14,14 +15,6 @@ namespace {
 std::size_t Width(std::string_view text) {
     return static_cast<std::size_t>(std::ranges::count_if(
         text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
-std::string CsvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == text.npos) return text;
-    std::string quoted = "\"";
-    for (const char c : text)
-        quoted += c == '"' ? std::string(2, c) : std::string(1, c);
-    return quoted + '"';
 }
 
 }  // namespace

@@ -16,13 +16,13 @@ void CheckText(const char* what, const std::string& text) {
                       "; it holds no single quote");
 }
 
-void Add(const VersionOptions& options, std::ostream& out) {
+void Add(const Database& database, const VersionOptions& options, std::ostream& out) {
     CheckText("version", *options.added);
     CheckText("information", options.info);
-    const auto store = OpenDatabase(options.database, Access::Write);
+    const auto store = OpenDatabase(database, Access::Write);
     versionHistory entry;
     if (store->GetVersion(nullptr, entry) == -1)
-        throw Failure(Quoted(options.database) +
+        throw Failure(database.Name() +
                       " has no version history to add to; make a new database with: mersola init");
     entry.Version = *options.added;
     entry.Info = options.info;
@@ -35,9 +35,10 @@ void Add(const VersionOptions& options, std::ostream& out) {
 }  // namespace
 
 void Version(const VersionOptions& options, std::ostream& out) {
-    if (options.added) Add(options, out);
-    RequireThere(options.database);
-    const auto store = Connect(options.database, Access::Read);
+    const Database database(options.database);
+    if (options.added) Add(database, options, out);
+    database.RequireThere();
+    const auto store = database.Connect(Access::Read);
     versionHistory first;
     CTimeEx date;
     switch (store->GetVersion(nullptr, first)) {
@@ -58,7 +59,7 @@ void Version(const VersionOptions& options, std::ostream& out) {
             out << "There are no tables for measurements. Lay them out with: mersola init\n";
             break;
         default:
-            throw Failure("the version of " + Quoted(options.database) + " cannot be read" +
+            throw Failure("the version of " + database.Name() + " cannot be read" +
                           LastError(*store) + "; check that it is a database and whole");
     }
 }

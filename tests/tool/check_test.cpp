@@ -1,0 +1,130 @@
+// What a check of a database finds, and that it finds nothing where nothing is wrong.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <thread>
+
+#include "tool_fixture.h"
+
+namespace mersola::tool {
+namespace {
+
+class Checked : public Tool {
+  protected:
+    // Two stretches of a measurement with a gap between them, and a marker.
+    Checked() {
+        const auto file = Sound("1.wav", 1, [](double t, int) { return std::sin(6000 * t); });
+        for (const char* start : {"2026-11-15 10:00", "2026-11-15 10:01"})
+            EXPECT_EQ(RunWords(RecordWords(file) + Words{"--start", start, "--trigger", "LAeq>60"})
+                          .status,
+                      0);
+    }
+    Outcome CheckAfter(const Words& statements) {
+        const std::string copy = folder_ / "copy.db";
+        std::filesystem::copy_file(db_, copy, std::filesystem::copy_options::overwrite_existing);
+        {
+            Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + copy).c_str(), 5);
+            for (const auto& statement : statements)
+                store.dbExecute(statement.c_str());
+        }
+        return RunWords({"check", copy});
+    }
+};
+
+TEST_F(Checked, FindsNothingInWhatWasRecordedAndChangesNothing) {
+    const std::string before = Contents(db_);
+    const Outcome outcome = RunWords({"check", db_});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "0 findings; 1504 values were checked\n");
+    EXPECT_EQ(Contents(db_), before);
+    EXPECT_FALSE(std::filesystem::exists(db_ + "-wal"));
+    // Alarms have markers of their own, without a measurement.
+    EXPECT_EQ(CheckAfter({"INSERT INTO Groups VALUES (2,'alarm','','Alarm,1','station')",
+                          "UPDATE Markers SET GroupId=2, MeasId=-2"})
+                  .out,
+              outcome.out);
+}
+
+TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
+    const std::string measurement = "instrument 'Pier 4' (1), measurement 'noise' (1)";
+    const std::string report = measurement + ", report 1";
+    const std::string series = report + ", channel 1, function 2";
+    const std::string marker = measurement + ", marker 1 of 2026-11-15 10:01:00.000: ";
+    const std::string last = " WHERE Start='2026,11,15,10,01,00,000'";
+    const struct {
+        Words statements;
+        std::string finding;
+        int count = 1;
+    } faults[] = {
+        {{"UPDATE MeasuredValues SET MeasValueId=7 WHERE PeriodNo>480"},
+         "value key 7: belongs to no report, and has 658 values"},
+        {{"DELETE FROM MeasValueMap"}, report + ": has no key", 2},
+        {{"DELETE FROM Reports"}, report + ": has functions, and is not there", 2},
+        {{"DELETE FROM Measurements", "DELETE FROM Markers"}, "(1), measurement (1): has reports"},
+        {{"DELETE FROM Groups"}, "instrument (1): has measurements"},
+        {{"DELETE FROM FuncNameMap WHERE FuncId=2"}, "function 2: has no name"},
+        {{"UPDATE FrqNameMap SET FrqName='' WHERE FrqId=20"}, "band 20: has values, and no name"},
+        {{"DELETE FROM MeasuredFunctions WHERE FuncId=2"}, series + ": has 16 values, but"},
+        {{"UPDATE Reports SET noOfPeriods=487"},
+         report + ": counts 487 periods, but has values in period 487"},
+        {{"UPDATE Reports SET MinPeriod=1 "}, "has values from period 0 on, but 1", 7},
+        {{"UPDATE MeasuredValues SET PeriodNo=-3 WHERE PeriodNo=3 AND FuncId=2"},
+         series + ": has values in periods -3 to -1"},
+        {{"UPDATE MeasuredValues SET Value=NULL WHERE PeriodNo=3 AND FuncId=2"},
+         series + ": has 1 value without a number"},
+        {{"UPDATE MeasuredValues SET Value=1e999 WHERE PeriodNo=3 AND FuncId=2"},
+         series + ": has values that are not finite"},
+        {{"UPDATE Markers SET inProgess=1" + last}, marker + "is open"},
+        {{"UPDATE Markers SET MeasId=9" + last}, "belongs to a measurement that is not there"},
+        {{"UPDATE Markers SET Stop='2026,11,15,10,00,59,999'" + last}, marker + "stops at"},
+        {{"UPDATE Markers SET Stop='soon'" + last}, marker + "Stop 'soon' is no time"},
+        {{"UPDATE Markers SET TriggerCondition='a=\"'" + last}, marker + "TriggerCondition"},
+        {{"UPDATE Measurements SET StartAt='2026,11,31,10,00,00,000'"}, measurement + ": StartAt"},
+        {{"UPDATE Measurements SET Percentiles='10,500'"}, measurement + ": Percentiles"},
+        {{"UPDATE Groups SET State='{'"}, "(1): State '{' is no list"},
+        {{"UPDATE Reports SET PeriodLen='00,00,00,00,000'"}, report + ": PeriodLen"},
+        {{"UPDATE Reports SET RealPeriodLen='x'"}, report + ": RealPeriodLen"},
+        {{"INSERT INTO Reports VALUES (1,1,2,'125','NOT_SET',0,0,1)",
+          "INSERT INTO MeasValueMap VALUES (1,1,2,2)"},
+         measurement + ", report 2: repeats the periods of report 1"},
+        {{"CREATE TABLE V (MeasValueId INTEGER,PeriodNo INTEGER,Channel INTEGER,FuncId "
+          "INTEGER,FrqId INTEGER,Value REAL,Status TEXT)",
+          "INSERT INTO V SELECT * FROM MeasuredValues", "INSERT INTO V VALUES (1,3,1,2,0,50,'')",
+          "DROP TABLE MeasuredValues", "ALTER TABLE V RENAME TO MeasuredValues"},
+         "table MeasuredValues, MeasValueId 1 and Channel 1 and FuncId 2 and PeriodNo 3 and FrqId "
+         "0: stands in 2 rows"},
+        {{"DROP TABLE Markers"}, "table Markers: cannot be read"},
+        {{"ALTER TABLE Reports DROP COLUMN MinPeriod"}, "table Reports: has no column MinPeriod"},
+        {{"ALTER TABLE Groups DROP COLUMN State"}, "table Groups: has no column State"}};
+    for (const auto& fault : faults) {
+        const Outcome outcome = CheckAfter(fault.statements);
+        EXPECT_EQ(outcome.status, 1) << fault.finding << outcome.err;
+        EXPECT_NE(outcome.out.find(fault.finding), std::string::npos) << fault.finding << '\n'
+                                                                      << outcome.out;
+        EXPECT_EQ(std::ranges::count(outcome.out, '\n'), fault.count + 1) << outcome.out;
+        EXPECT_NE(outcome.out.find("\n" + std::to_string(fault.count) + " finding"),
+                  std::string::npos)
+            << outcome.out;
+    }
+    Words tables;
+    for (const char* each :
+         {"Groups", "Measurements", "Reports", "MeasValueMap", "Markers", "MeasuredFunctions",
+          "MeasuredValues", "FuncNameMap", "FrqNameMap", "VersionHistory"})
+        tables.push_back(std::string("DROP TABLE ") + each);
+    EXPECT_NE(CheckAfter(tables).err.find("no tables for measurements"), std::string::npos);
+}
+
+TEST_F(Checked, LetsARecorderCountAPeriodThatItHasJustStored) {
+    Execute("UPDATE Reports SET noOfPeriods=487");
+    std::thread recorder([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        Execute("UPDATE Reports SET noOfPeriods=488");
+    });
+    const Outcome outcome = RunWords({"check", db_});
+    recorder.join();
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+}
+
+}  // namespace
+}  // namespace mersola::tool

@@ -1,0 +1,216 @@
+// Copying history: what arrives, what an interruption leaves, and what is refused.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tool_fixture.h"
+#include "watched_provider.h"
+
+namespace mersola::tool {
+namespace {
+
+// The target, db_, has an instrument and names of its own under the numbers of the source's.
+class Copying : public Tool {
+  protected:
+    Copying() {
+        EXPECT_EQ(RunWords({"init", from_}).status, 0);
+        In(from_, {"INSERT INTO Groups VALUES (1,N'Pier ''4''',N'it''s',N'0',NULL)",
+                   "INSERT INTO Measurements VALUES (1,1,N'long \"one\"',NULL,3,0.1,1e-7,25,20000,"
+                   "N'2026,01,01,00,00,00,500',N'10,50')",
+                   "INSERT INTO Reports VALUES (1,1,1,N'1000',N'NOT_SET',400,3,1)",
+                   "INSERT INTO Reports VALUES (1,1,2,N'2000',NULL,5,0,2)",
+                   "INSERT INTO MeasValueMap VALUES (1,1,1,1)",
+                   "INSERT INTO MeasValueMap VALUES (1,1,2,2)",
+                   "INSERT INTO MeasuredFunctions VALUES (1,1,1,8,1)",
+                   "INSERT INTO MeasuredFunctions VALUES (1,1,2,8,1)",
+                   "INSERT INTO FuncNameMap VALUES (8,N'L5')",
+                   "INSERT INTO MeasuredValues VALUES (1,3,1,8,30,0.1,N'')",
+                   "INSERT INTO MeasuredValues VALUES (1,4,1,8,30,NULL,N'A')",
+                   "INSERT INTO MeasuredValues VALUES (1,300,1,8,30,9e999,NULL)",
+                   "INSERT INTO MeasuredValues VALUES (1,300,1,8,31,-9e999,N'it''s')",
+                   "INSERT INTO MeasuredValues VALUES (2,5,1,8,30,-1e-300,N'')"});
+        for (int copies = 0; copies < 2; ++copies)  // equal markers, and one that is open
+            AddMarker("N'a''b.wav',N'2026,01,01,00,00,03,500',N'2026,01,01,00,00,04,500',0");
+        AddMarker("NULL,N'2026,01,01,00,00,09,500',N'2026,01,01,00,00,09,500',1");
+        In(db_, {"INSERT INTO Groups VALUES (1,N'other',N'',N'0',N'')",
+                 "INSERT INTO Measurements VALUES (1,1,N'x',N'',3,1,1,25,20000,N'',N'')",
+                 "INSERT INTO Reports VALUES (1,1,1,N'1000',N'NOT_SET',1,0,1)",
+                 "INSERT INTO MeasValueMap VALUES (1,1,1,1)",
+                 "INSERT INTO MeasuredValues VALUES (1,3,1,8,30,77,N'')",
+                 "INSERT INTO MeasuredValues VALUES (9,3,1,8,30,77,N'')",
+                 "INSERT INTO FuncNameMap VALUES (8,N'L1')"});
+    }
+
+    static _RecordsetPtr In(const std::string& path, const Words& statements) {
+        Mersola store("", "", ("Provider=SQLite;Data Source=\"" + path + "\"").c_str(), 5);
+        _RecordsetPtr rows;
+        for (const auto& each : statements)
+            rows = store.dbExecute(each.c_str());
+        return rows;
+    }
+    void AddMarker(const std::string& values) const {
+        In(from_, {"INSERT INTO Markers (GroupId,MeasId,Path,Start,Stop,inProgess,MarkerId,funcId) "
+                   "VALUES (1,1," +
+                   values + ",6,8)"});
+    }
+
+    // All that the measurement has, by names and not by numbers.
+    static std::string Holdings(const std::string& path) {
+        const std::string measurement =
+            "FROM Groups g JOIN Measurements m ON m.GroupId=g.GroupId AND m.MeasName LIKE 'long%' ";
+        const std::string report =
+            measurement + "JOIN Reports r ON r.GroupId=m.GroupId AND r.MeasId=m.MeasId ";
+        std::string text;
+        for (const auto& query :
+             Words{"SELECT g.GroupName,g.Info,g.Type,g.State,MeasName,m.Info,BandWidth,Fullscale,"
+                   "Sensitivity,FrqLower,StartAt,Percentiles,r.ReportId,PeriodLen,RealPeriodLen,"
+                   "noOfPeriods,MinPeriod,ReportType,n.FuncName,f.Channel " +
+                       report +
+                       "JOIN MeasuredFunctions f ON f.GroupId=r.GroupId AND f.MeasId=r.MeasId AND "
+                       "f.ReportId=r.ReportId JOIN FuncNameMap n ON n.FuncId=f.FuncId "
+                       "ORDER BY r.ReportId,n.FuncName",
+                   "SELECT r.ReportId,PeriodNo,Channel,n.FuncName,FrqId,Value,Status " + report +
+                       "JOIN MeasValueMap k ON k.GroupId=r.GroupId AND k.MeasId=r.MeasId AND "
+                       "k.ReportId=r.ReportId JOIN MeasuredValues v ON v.MeasValueId=k.MeasValueId "
+                       "JOIN FuncNameMap n ON n.FuncId=v.FuncId ORDER BY r.ReportId,PeriodNo,FrqId",
+                   "SELECT Path,Start,Stop,inProgess,MarkerId,Color,n.FuncName " + measurement +
+                       "JOIN Markers k ON k.GroupId=m.GroupId AND k.MeasId=m.MeasId "
+                       "JOIN FuncNameMap n ON n.FuncId=k.funcId ORDER BY Start,inProgess"}) {
+            for (const auto rows = In(path, {query}); !rows->EndOfFile(); rows->MoveNext()) {
+                for (int i = 0; i < rows->FieldCount(); ++i)
+                    text += rows->Fields(i).IsNull() ? "NULL|" : rows->Fields(i).Text() + "|";
+                text += '\n';
+            }
+        }
+        return text;
+    }
+
+    Outcome Copy(const Words& more = {}) const {
+        return RunWords(Words{"copy", from_, db_} + more);
+    }
+
+    std::string from_ = folder_ / "from.db";
+};
+
+TEST_F(Copying, BringsEverythingOverUnchangedAndOnce) {
+    const Outcome first = Copy({"--verify"});
+    ASSERT_EQ(first.status, 0) << first.err;
+    EXPECT_NE(first.out.find("copied 5 values and 3 markers"), first.out.npos) << first.out;
+    EXPECT_NE(first.out.find("verified 5 values in 2 reports"), first.out.npos) << first.out;
+    EXPECT_NE(first.out.find("function 8 'L5' goes by the number 9"), first.out.npos) << first.out;
+    EXPECT_EQ(std::ranges::count(Holdings(from_), '\n'), 2 + 5 + 3);
+    EXPECT_EQ(Holdings(db_), Holdings(from_));
+    EXPECT_EQ(Count("MeasuredValues WHERE Value=77"), 2);
+
+    const Outcome second = Copy({"--verify", "--instrument", "pier '4'"});
+    ASSERT_EQ(second.status, 0) << second.err;
+    EXPECT_NE(second.out.find("nothing new"), second.out.npos) << second.out;
+    EXPECT_EQ(Holdings(db_), Holdings(from_));
+    EXPECT_EQ(Count("FuncNameMap WHERE FuncName='L5'"), 1);
+}
+
+TEST_F(Copying, GoesOnWhereItStopped) {
+    for (int first = 0; first < 350; first += 10) {
+        std::string rows;
+        for (int i = 0; i < 1000; ++i)
+            rows += (rows.empty() ? "(1," : ",(1,") + std::to_string(first + i / 100) + ",1,8," +
+                    std::to_string(100 + i % 100) + ",1,N'')";
+        In(from_, {"INSERT INTO MeasuredValues VALUES " + rows});
+    }
+    test::RegisterWatchedProvider();
+    test::TheWatch().fails = [batches = 0](std::string_view sql) mutable {
+        return sql.starts_with("UPDATE Reports SET noOfPeriods") && ++batches == 10;
+    };
+    const std::string watched =
+        "Provider=SQLite;Data Source=\"" + db_ + "\"" + std::string(test::kWatched);
+    const Outcome stopped = RunWords({"copy", from_, watched});
+    test::TheWatch().Reset();
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_NE(stopped.err.find("copied safely, the same command goes on"), stopped.err.npos)
+        << stopped.err;
+    const long arrived = Count("MeasuredValues WHERE MeasValueId<>1 AND MeasValueId<>9");
+    EXPECT_GT(arrived, 5000);
+    EXPECT_LT(arrived, 30000);
+    EXPECT_EQ(Count("MeasuredValues v JOIN MeasValueMap k ON k.MeasValueId=v.MeasValueId JOIN "
+                    "Reports r ON r.GroupId=k.GroupId AND r.MeasId=k.MeasId AND "
+                    "r.ReportId=k.ReportId WHERE PeriodNo>=noOfPeriods AND Value<>77"),
+              0)
+        << "values beyond the periods that are counted";
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods>=400"), 0) << "periods without their values";
+
+    const Outcome rest = Copy({"--verify"});
+    ASSERT_EQ(rest.status, 0) << rest.err;
+    EXPECT_NE(rest.out.find("copied " + std::to_string(35005 - arrived) + " values"), rest.out.npos)
+        << rest.out;
+    EXPECT_EQ(Holdings(db_), Holdings(from_));
+}
+
+TEST_F(Copying, BringsWhatIsNewAnotherTime) {
+    ASSERT_EQ(Copy().status, 0);
+    In(from_,
+       {"INSERT INTO MeasuredValues VALUES (1,4,1,8,31,5,N'')",    // in between,
+        "INSERT INTO MeasuredValues VALUES (1,300,1,8,32,5,N'')",  // in the last period,
+        "INSERT INTO MeasuredValues VALUES (1,401,1,8,30,5,N'')",  // and behind
+        "INSERT INTO MeasuredFunctions VALUES (1,1,1,1,1)",
+        "UPDATE Reports SET noOfPeriods=402,RealPeriodLen=N'1001' WHERE ReportId=1",
+        "UPDATE Measurements SET FrqLower=12.5,Percentiles=NULL",
+        "UPDATE Markers SET inProgess=0,Stop=N'2026,01,01,00,01,00,000' WHERE inProgess<>0"});
+    const Outcome again = Copy({"--verify"});
+    ASSERT_EQ(again.status, 0) << again.err;
+    EXPECT_NE(again.out.find("copied 3 values and 1 marker"), again.out.npos) << again.out;
+    EXPECT_EQ(Holdings(db_), Holdings(from_));
+
+    In(from_, {"INSERT INTO MeasuredValues VALUES (1,401,1,8,31,5,N'')"});
+    EXPECT_EQ(Copy({"--verify"}).status, 0);
+    EXPECT_EQ(Holdings(db_), Holdings(from_)) << "the last period was not whole before";
+}
+
+TEST_F(Copying, TellsWhereTheTwoDiffer) {
+    ASSERT_EQ(Copy().status, 0);
+    Execute("UPDATE MeasuredValues SET Value=0.10000000000000002 WHERE PeriodNo=3 AND Value<>77");
+    const Outcome outcome = Copy({"--verify"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("period 3, channel 1, function 9, band 30: 0.1 with"),
+              outcome.err.npos)
+        << outcome.err;
+    Execute("UPDATE MeasuredValues SET Value=0.1 WHERE PeriodNo=3 AND Value<>77");
+    Execute("UPDATE MeasuredValues SET Status=NULL WHERE PeriodNo=5");
+    EXPECT_EQ(Copy({"--verify"}).status, 1);
+}
+
+TEST_F(Copying, RefusesWhatIsStoredOtherwiseBeforeAnythingIsWritten) {
+    ASSERT_EQ(Copy().status, 0);
+    In(from_, {"INSERT INTO Groups VALUES (0,N'first',N'',N'0',N'')"});
+    const std::pair<const char*, const char*> conflicts[] = {
+        {"UPDATE Measurements SET StartAt=N'2026,01,01,00,00,00,501'",
+         "started at 2026-01-01 00:00:00.500 and not at 2026-01-01 00:00:00.501"},
+        {"UPDATE Measurements SET StartAt=N'2026,01,01,00,00,00,500',BandWidth=1", "bandwidth"},
+        {"UPDATE Measurements SET BandWidth=3", nullptr},
+        {"UPDATE Reports SET PeriodLen=N'999' WHERE ReportId=2", "another report 2"},
+        {"UPDATE Reports SET PeriodLen=N'2000' WHERE ReportId=2", nullptr},
+        {"UPDATE MeasuredFunctions SET Channel=2 WHERE ReportId=1", "other functions in report 1"}};
+    for (const auto& [change, reason] : conflicts) {
+        In(from_, {change});
+        if (reason) ExpectRefused({"copy", from_, db_}, reason);
+    }
+    ExpectRefused({"copy", from_, db_, "--instrument", "nobody"}, "choose one of: first (0)");
+    ExpectRefused({"copy", from_, folder_ / "no.db"}, "mersola init");
+}
+
+TEST_F(Copying, GoesThroughOdbcAndBack) {
+    const std::string odbc = "Driver={SQLite3};Database=" + (folder_ / "odbc.db").string();
+    const Outcome init = RunWords({"init", odbc});
+    if (init.err.find("an't open lib") != init.err.npos) GTEST_SKIP() << "no driver: " << init.err;
+    ASSERT_EQ(init.status, 0) << init.err;
+    EXPECT_NE(RunWords({"init", odbc}).err.find("a table Groups already"), std::string::npos);
+    In(from_, {"UPDATE MeasuredValues SET Value=60.5 WHERE PeriodNo=300"});
+    ASSERT_EQ(RunWords({"copy", from_, odbc, "--verify"}).status, 0);
+    ASSERT_EQ(RunWords({"list", odbc}).out, RunWords({"list", from_}).out);
+    const Outcome back = RunWords({"copy", odbc, db_, "--verify"});
+    ASSERT_EQ(back.status, 0) << back.err;
+    EXPECT_EQ(Holdings(db_), Holdings(from_));
+}
+
+}  // namespace
+}  // namespace mersola::tool

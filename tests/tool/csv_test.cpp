@@ -1,0 +1,223 @@
+// Databases as CSV and back, and files that other programs wrote.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "csv_text.h"
+#include "failure.h"
+#include "tool_fixture.h"
+
+namespace mersola::tool {
+namespace {
+
+// Records as "line:field|field".
+std::string Records(const std::string& text) {
+    std::istringstream in(text);
+    CsvReader reader(in);
+    std::string records;
+    try {
+        while (reader.Next()) {
+            records += std::to_string(reader.Line()) + ":";
+            for (const auto& field : reader.Fields())
+                records += field + "|";
+        }
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+    return records;
+}
+
+TEST(CsvReader, KeepsFieldsAndCountsLines) {
+    EXPECT_EQ(Records("\xEF\xBB\xBF"
+                      "a, b ,\"c,\"\"\r\nd\"\r\n\r\n  \n,\"\"\n\"\n\n\"\ne,\xC3\xBC"),
+              "1:a|b|c,\"\r\nd|5:||6:\n\n|9:e|\xC3\xBC|");
+    for (const std::string field : {"a,b", " a", "a\t", "\"", "a\nb", "\r", "", "plain"})
+        EXPECT_EQ(Records("x," + CsvField(field) + "\n"), "1:x|" + field + "|");
+    EXPECT_TRUE(Records("a\n\"b\nc\n").starts_with("line 2: a quote is not closed"));
+    EXPECT_TRUE(Records("a\n\"b\n" + std::string(5000, '\n')).starts_with("line 2: a quote"));
+    EXPECT_TRUE(Records("a\nb\"c\n").starts_with("line 2: a quote stands"));
+    EXPECT_TRUE(Records("a\n\n\xB5g\n").starts_with("line 3: this is no UTF-8"));
+    EXPECT_TRUE(Records("a\rb\r").starts_with("line 1: its lines end"));
+}
+
+class Csv : public Tool {
+  protected:
+    std::string NewDatabase(const std::string& name) {
+        EXPECT_EQ(RunWords({"init", folder_ / name}).status, 0);
+        return folder_ / name;
+    }
+    std::string File(const std::string& text) {
+        std::ofstream(folder_ / "file.csv", std::ios::binary) << text;
+        return folder_ / "file.csv";
+    }
+    // Every row of every table but the version history, without the key of markers.
+    static Words Dump(const std::string& db) {
+        Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=\"" + db + "\"").c_str(), 5);
+        Words dump;
+        for (const char* table :
+             {"Groups", "Measurements", "Reports", "MeasValueMap", "MeasuredFunctions",
+              "MeasuredValues", "FuncNameMap", "FrqNameMap", "Markers"}) {
+            const auto rows = store.dbExecute((std::string("SELECT * FROM ") + table).c_str());
+            for (; !rows->EndOfFile(); rows->MoveNext()) {
+                std::string row = table;
+                for (int i = 0; i < rows->FieldCount(); ++i) {
+                    if (rows->FieldName(i) == "MarkerKey") continue;
+                    const AdoField field = rows->Fields(i);
+                    row += "|" + (field.IsNull() ? "null" : std::string(field.Text()));
+                }
+                dump.push_back(row);
+            }
+        }
+        std::ranges::sort(dump);
+        return dump;
+    }
+    static std::string FirstDifference(const Words& left, const Words& right) {
+        const auto [a, b] = std::ranges::mismatch(left, right);
+        return (a == left.end() ? "" : *a) + (b == right.end() ? "" : *b);
+    }
+    Words Into(const std::string& db, const std::string& text, const Words& more = {}) {
+        return Words{"import", db, File(text), "--instrument", "meter", "--measurement", "day"} +
+               more;
+    }
+};
+
+TEST_F(Csv, BringsBackTheSameDatabase) {
+    const auto file = Sound("it's.wav", 1, [](double t, int) { return std::sin(6000 * t); });
+    ASSERT_EQ(RunWords(RecordWords(file) + Words{"--start", "2026-11-15 10:00"}).status, 0);
+    for (const char* sql :
+         {"UPDATE MeasuredValues SET Status='A', Value=-100 WHERE PeriodNo=3 AND FrqId>20",
+          "UPDATE MeasuredValues SET Value=NULL WHERE PeriodNo=4 AND FrqId=20",
+          "UPDATE MeasuredValues SET Status='x, y', Value=1e-300 WHERE PeriodNo=5 AND FrqId=0",
+          "UPDATE Measurements SET Info='two\nlines, \"quoted\" ', FrqLower=0.1, MeasId=5",
+          "UPDATE Reports SET MeasId=5, ReportId=3, RealPeriodLen='00,00,00,00,126', "
+          "PeriodLen='125'",
+          "UPDATE MeasValueMap SET MeasId=5, ReportId=3",
+          "UPDATE MeasuredFunctions SET MeasId=5, ReportId=3, FuncId=77 WHERE FuncId=7",
+          "UPDATE MeasuredFunctions SET MeasId=5, ReportId=3",
+          "UPDATE MeasuredValues SET FuncId=77 WHERE FuncId=7",
+          "INSERT INTO FuncNameMap VALUES (9,'#8'),(10,'12'),(11,'leq'),(12,NULL)",
+          "INSERT INTO MeasuredFunctions VALUES (1,5,3,9,1),(1,5,3,10,1),(1,5,3,11,1)",
+          "INSERT INTO MeasuredValues VALUES (1,2,1,9,0,1,''),(1,2,1,10,0,2,''),(1,2,1,11,0,3,'')",
+          "INSERT INTO FrqNameMap VALUES (99,'Status')",
+          "INSERT INTO MeasuredValues VALUES (1,1,1,9,99,-0.1,''),(1,7,1,9,98,5,'')",
+          "INSERT INTO Groups VALUES (4,NULL,'\xC3\xBC',NULL,'it''s'),(9,'empty','','','')",
+          "INSERT INTO Measurements (GroupId,MeasId,MeasName,StartAt) VALUES "
+          "(4,0,'noise','2001,01,01,00,00,00,000')",
+          "INSERT INTO Markers (GroupId,MeasId,Path,Start,funcId) VALUES "
+          "(1,5,'a','b',7),(1,5,'a','b',7),(9,-2,'','',0)"})
+        Execute(sql);
+    const Words before = Dump(db_);
+    for (const Words& form : {Words{}, Words{"--wide"}}) {
+        const std::string csv = folder_ / "whole.csv", copy = NewDatabase("copy.db");
+        ASSERT_EQ(RunWords(Words{"export", db_, "-o", csv} + form).status, 0);
+        for (int time = 0; time < 2; ++time) {
+            const Outcome outcome = RunWords({"import", copy, csv});
+            ASSERT_EQ(outcome.status, 0) << outcome.err;
+            EXPECT_EQ(FirstDifference(Dump(copy), before), "") << time;
+        }
+        EXPECT_TRUE(RunWords(Words{"export", copy} + form).out == Contents(csv));
+        std::filesystem::remove(copy);
+    }
+}
+
+TEST_F(Csv, IsAddedToWhatAnotherDatabaseHolds) {
+    const auto file = Silence("1.wav", 1);
+    ASSERT_EQ(RunWords(RecordWords(file) + Words{"--start", "2026-11-15 10:00"}).status, 0);
+    const std::string all = RunWords({"export", db_}).out;
+    const std::string other = NewDatabase("other.db");
+    ASSERT_EQ(RunWords(Into(other, "Time,Value\n2026-01-01 00:00,50\n",
+                            {"--function", "Lden", "--period", "1s"}))
+                  .status,
+              0);
+    // Here the names and numbers belong together in another way.
+    Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + other).c_str(), 5);
+    for (const char* sql :
+         {"UPDATE FuncNameMap SET FuncId=FuncId+100",
+          "UPDATE FuncNameMap SET FuncId=2 WHERE FuncName='Lden'",
+          "UPDATE MeasuredFunctions SET FuncId=2", "UPDATE MeasuredValues SET FuncId=2"})
+        store.dbExecute(sql);
+    for (int time = 0; time < 2; ++time)
+        ASSERT_EQ(RunWords({"import", other, File(all)}).status, 0);
+    EXPECT_EQ(RunWords({"check", other}).out, "0 findings; 753 values were checked\n");
+    const Words values{"--instrument", "Pier 4", "--measurement", "noise",
+                       "--function",   "LAeq",   "--csv"};
+    EXPECT_EQ(RunWords(Words{"values", other} + values).out,
+              RunWords(Words{"values", db_} + values).out);
+    Execute("UPDATE Measurements SET Sensitivity=2");
+    const Outcome refused = RunWords({"import", other, File(RunWords({"export", db_}).out)});
+    EXPECT_NE(
+        refused.err.find("line 41: the measurement 'noise' is stored with another Sensitivity"),
+        std::string::npos)
+        << refused.err;
+}
+
+TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
+    const Words levels{"--column",   "time=Date", "--column", "value=Laeq",
+                       "--function", "LAeq",      "--period", "1s"};
+    const std::string text =
+        "Date,Laeq,Remark\n2026-01-01 00:00:10,50.5,\n2026-01-01 "
+        "00:00:12.999,+5e1,loud\n2026-01-01 00:00:13,,\n";
+    const Outcome outcome = RunWords(Into(db_, text, levels));
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "Stored 2 values in 1 report; 1 field held none.\n");
+    const std::string spectra =
+        "Date,L1000,31.5 hz,Status\n2026-01-01 00:00:11,41,42,\n2026-01-01 00:00:12,43,44,A\n";
+    ASSERT_EQ(RunWords(Into(db_, spectra,
+                            {"--column", "time=Date", "--column", "1 kHz=L1000", "--bands",
+                             "31.5 Hz", "--function", "Leq"}))
+                  .status,
+              0);
+    const Outcome exported =
+        RunWords({"export", db_, "--plain", "--wide", "--from", "1", "--count", "2"});
+    const std::string row = "meter,day,1,1 s,";
+    EXPECT_EQ(exported.out,
+              "Instrument,Measurement,Report,Length,Period,Time,Channel,Function,Status,broadband,"
+              "31.5 Hz,1 kHz\n" +
+                  row + "1,2026-01-01 00:00:11.000,1,Leq,,,42,41\n" + row +
+                  "2,2026-01-01 00:00:12.000,1,Leq,A,,44,43\n" + row +
+                  "2,2026-01-01 00:00:12.000,1,LAeq,,50,,\n");
+    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,01,01,00,00,10,000' AND BandWidth=0"), 1);
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods=3"), 1);
+    EXPECT_EQ(RunWords({"check", db_}).status, 0);
+}
+
+TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
+    const Words options{"--function", "Leq", "--period", "1s", "--start", "2026-01-01 00:00"};
+    ASSERT_EQ(RunWords(Into(db_, "Period,Band,Value\n0,1 kHz,50\n", options)).status, 0);
+    const std::string header = "Period,Band,Value,Status\n5,new band,1,\n6,\"a\nband\",2,\n\n";
+    const struct {
+        std::string rows, reason;
+    } faults[] = {
+        {"0,1 kHz,51,\n", "line 6: the value of period 0 is 51, but 50 is stored already"},
+        {"7,1 kHz,1,\n7,1 khz,1,\n7,1 kHz,1,A\n",
+         "line 8: the value of period 7 is 1 with the status 'A'"},
+        {"1,1 kHz,\"\n\"\n", "line 6: there are 3 fields"},
+        {"1,1 kHz,1,\n1.5,1 kHz,1,\n", "line 7: Period '1.5'"},
+        {"-1,1 kHz,1,\n", "line 6: Period '-1'"},
+        {"1,,1,\n", "line 6: Band is empty"},
+        {"1,1 kHz,nan,\n", "line 6: Value 'nan' cannot be stored"},
+        {"1,1 kHz,\"1,5\",\n", "line 6: Value '1,5' is no number"},
+        {"1,\"1 kHz,1,\n", "line 6: a quote is not closed"}};
+    for (const auto& fault : faults)
+        ExpectRefused(Into(db_, header + fault.rows, options), fault.reason);
+    EXPECT_EQ(Count("FrqNameMap"), 31);
+    const std::string time = "Time,Value\n2025-12-31 23:59:59,1\n";
+    ExpectRefused(Into(db_, time, options), "line 2: Time '2025-12-31 23:59:59' lies before");
+    ExpectRefused(Into(db_, "Time,Value\nnoon,1\n", options), "line 2: Time 'noon' is no time");
+    ExpectRefused(Into(db_, "Period,Value\n1,1\n", {"--function", "Leq", "--period", "2s"}),
+                  "stored with periods of 1 s, not 2 s");
+    ExpectRefused(Into(db_, "Period,Value\n1,1\n", {"--function", "Leq", "--report", "2"}),
+                  "line 2: report 2 of 'day' is new");
+    ExpectRefused(Into(db_, "Period,Laeq\n1,1\n", options),
+                  "line 1: there is no column Value, and no band 'Laeq'");
+    ExpectRefused(Into(db_, "Period,Value\n1,1\n", options + Words{"--column", "band=x"}),
+                  "no column 'x'; the file has: Period, Value");
+    ExpectRefused(Into(db_, "Period,Value\n1,1\n"), "there is no column Function");
+    ExpectRefused(Into(db_, "", options), "the file is empty");
+    ExpectRefused({"export", db_, "-o", db_}, "is the database itself");
+    ExpectRefused(Into(db_, "", {"--column", "value"}), "is not a column and its name", 2);
+}
+
+}  // namespace
+}  // namespace mersola::tool

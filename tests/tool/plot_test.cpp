@@ -1,0 +1,163 @@
+// Pictures: what is drawn, what thinning keeps, and names and times on them.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <numbers>
+
+#include "gnuplot.h"
+#include "selection.h"
+#include "thinned.h"
+#include "time_axis.h"
+#include "tool_fixture.h"
+
+namespace mersola::tool {
+namespace {
+
+// Sounds of two seconds, with a marker in the middle of each; periods of 125 ms.
+class Picture : public Tool {
+  protected:
+    void RecordAt(const std::string& time, const Words& more = {}) {
+        const auto file = Sound("a {bell} & b.wav", 2, [](double t, int) {
+            return (t >= 1 && t < 1.5 ? 0.5 : 0.01) * std::sin(2 * std::numbers::pi * 1000 * t);
+        });
+        const Outcome outcome =
+            RunWords(Words{"record", db_, file, "--instrument", instrument_, "--measurement",
+                           "Prüfung", "--trigger", "LAeq>80", "--start", "2026-11-15 " + time} +
+                     more);
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+    }
+    Words PlotWords(const std::string& file, const Words& more = {}) const {
+        return Words{"plot", db_, "--instrument", "1", "--measurement", "1", "-o", folder_ / file} +
+               more;
+    }
+    std::string Plotted(const std::string& file, const Words& more = {}) {
+        const Outcome outcome = RunWords(PlotWords(file, more));
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_NE(outcome.out.find("shows"), std::string::npos) << outcome.out;
+        return Contents(folder_ / file);
+    }
+    // How many pieces the line of a picture is in.
+    static std::ptrdiff_t Pieces(const std::string& svg) {
+        std::ptrdiff_t count = -1;  // the legend has a piece, too
+        const std::string path = "<path stroke='rgb( 11,  83, 148)'";
+        for (auto at = svg.find(path); at != svg.npos; at = svg.find(path, at + 1))
+            count += std::count(svg.begin() + static_cast<std::ptrdiff_t>(at),
+                                svg.begin() + static_cast<std::ptrdiff_t>(svg.find("/>", at)), 'M');
+        return count;
+    }
+
+    const std::string instrument_ = "Pier {4}_^ @x `id` \\\"<&>]]> %d";
+};
+
+TEST_F(Picture, IsMadeInEachFormWithNamesAsTheyAre) {
+    RecordAt("10:00");
+    const auto svg = Plotted("a.svg");
+    EXPECT_NE(svg.find("width=\"1200\" height=\"720\""), svg.npos);
+    for (const char* text :
+         {"Pier {4}_^ @x `id` \\\"&lt;&amp;>]]&gt; %d – Prüfung", ">a {bell} &amp; b<", ">1 kHz<",
+          ">Leq in dB<", ">1 event<", ">Local time on 2026-11-15<", ">10:00:01.0<", "<image "})
+        EXPECT_NE(svg.find(text), svg.npos) << text;
+    const std::string parse =
+        "python3 -c 'import sys, xml.dom.minidom; xml.dom.minidom.parse(sys.argv[1])' ";
+    EXPECT_EQ(std::system((parse + (folder_ / "a.svg").string()).c_str()), 0);
+
+    const auto html = Plotted("a.HTML", {"--function", "l10", "--width", "640"});
+    EXPECT_TRUE(html.starts_with("<!DOCTYPE html>"));
+    EXPECT_NE(html.find("width=\"640\""), html.npos);
+    EXPECT_EQ(html.find("<image "), html.npos) << "L10 has no bands";
+    EXPECT_NE(html.find(">L10 in dB<"), html.npos);
+
+    const auto png = Plotted("a.png", {"--height", "400"});
+    EXPECT_EQ(png.substr(1, 3), "PNG");
+    EXPECT_EQ(png.substr(16, 8), std::string("\0\0\x04\xb0\0\0\x01\x90", 8));
+}
+
+TEST_F(Picture, BreaksTheLineWhereNothingValidIsStored) {
+    RecordAt("10:00");
+    EXPECT_EQ(Pieces(Plotted("a.svg")), 1);
+    RecordAt("10:00:04");
+    EXPECT_EQ(Pieces(Plotted("a.svg")), 2);
+    Execute("UPDATE MeasuredValues SET Status='A' WHERE FuncId=2 AND PeriodNo IN (5,40)");
+    const auto svg = Plotted("a.svg");
+    EXPECT_EQ(Pieces(svg), 4);
+    EXPECT_NE(svg.find(">no values<"), svg.npos);
+    EXPECT_EQ(Pieces(Plotted("a.svg", {"--to", "2026-11-15 10:00:01"})), 2);
+}
+
+TEST_F(Picture, OfManyPeriodsHasNoMorePointsThanPixels) {
+    RecordAt("10:00", {"--period", "2ms"});
+    const auto svg = Plotted("a.svg", {"--width", "600"});
+    EXPECT_NE(svg.find("A column holds 3 periods"), svg.npos);
+    EXPECT_LT(svg.size(), 120'000U);
+    Thinned level(true), other(false), none(true);
+    for (int i = 0; i < 999; ++i) {
+        level.Add(50);
+        other.Add(50);
+    }
+    level.Add(90);
+    other.Add(90);
+    for (const float missing : {kMissing, INFINITY}) {
+        level.Add(missing);
+        none.Add(missing);
+    }
+    EXPECT_EQ(level.Highest(), 90);
+    EXPECT_EQ(level.Lowest(), 50);
+    EXPECT_NEAR(level.Mean(), 10 * std::log10((999e5 + 1e9) / 1000), 1e-9);
+    EXPECT_NEAR(other.Mean(), 50.04, 1e-9);
+    EXPECT_TRUE(level.HasMissing() && !other.HasMissing());
+    EXPECT_TRUE(none.IsEmpty() && !level.IsEmpty());
+}
+
+TEST_F(Picture, IsNotThereWhenItCannotBeMade) {
+    RecordAt("10:00");
+    ExpectRefused(PlotWords("a.pdf"), "does not end in .svg", 2);
+    ExpectRefused(PlotWords("a.svg", {"--width", "12"}), "from 600", 2);
+    ExpectRefused(PlotWords("a.svg", {"--from", "2026-11-15 10:00:02"}), "no periods then");
+    ExpectRefused(PlotWords("a.svg", {"--function", "Leq", "--function", "Lmax"}), "both have");
+    ExpectRefused(PlotWords("none/a.svg"), "cannot be written");
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", (folder_ / "none").c_str(), 1);
+    ExpectRefused(PlotWords("a.svg"), "install gnuplot");
+    setenv("PATH", path.c_str(), 1);
+    Execute("UPDATE MeasuredValues SET Status='A'");
+    ExpectRefused(PlotWords("a.svg"), "there are no values");
+    for (const auto& entry : std::filesystem::directory_iterator(folder_ / "."))
+        EXPECT_EQ(entry.path().string().find(".svg"), std::string::npos) << entry.path();
+}
+
+TEST(TimeAxis, HasRoundTicksForAnyLengthAndEachDateOnce) {
+    const CTimeEx start(2026, 12, 31, 23, 58, 59, 987);
+    for (double length = 1; length < 1e14; length *= 1.37) {
+        for (const int most : {3, 9}) {
+            const auto end = start + CTimeSpanEx(static_cast<std::int64_t>(length));
+            const auto count = MakeTimeAxis(start, end, most).ticks.size();
+            EXPECT_TRUE(count >= 1 && count <= static_cast<std::size_t>(most) + 2)
+                << length << " ms: " << count;
+        }
+    }
+    const auto text = [&](const CTimeSpanEx& length) {
+        const TimeAxis axis = MakeTimeAxis(start, start + length, 4);
+        std::string all = axis.name;
+        for (const auto& tick : axis.ticks)
+            all += "|" + tick.clock + " " + tick.around;
+        return all;
+    };
+    EXPECT_EQ(text(CTimeSpanEx(50)), "Local time on 2026-12-31|23:59:00.00 |23:59:00.02 ");
+    EXPECT_EQ(text(CTimeSpanEx(0, 0, 3, 0, 0)),
+              "Local time|23:59 2026-12-31|00:00 2027-01-01|00:01 ");
+    EXPECT_EQ(text(CTimeSpanEx(90, 0, 0, 0, 0)), "Local date|Jan 2027|Feb |Mar ");
+}
+
+TEST(GnuplotText, LeavesNothingToInterpret) {
+    EXPECT_EQ(GnuplotText("it's\n\x01 \\ 100%", 99), "'it''s?? \\ 100%'");
+    EXPECT_EQ(GnuplotTick("100%", 99), "'100%%'");
+    for (const char* wrong : {"\xff", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xef\xbf\xbf"})
+        EXPECT_EQ(Shortened(wrong, 99), std::string(std::strlen(wrong), '?'));
+    EXPECT_EQ(Shortened("äöüß", 4), "äöüß");
+    EXPECT_EQ(Shortened("äöüßx", 4), "äöü…");
+}
+
+}  // namespace
+}  // namespace mersola::tool

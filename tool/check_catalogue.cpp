@@ -1,0 +1,267 @@
+// Checks of everything but the values: owners, names, texts, markers.
+#include <charconv>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "failure.h"
+#include "findings.h"
+#include "query.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+using enum StoredTable;
+
+// Columns that name one row together.
+struct Key {
+    StoredTable table;
+    std::vector<const char*> columns;
+    const char* consequence;
+};
+
+const Key kKeys[] = {
+    {Groups, {"GroupId"}, "readers find the first one"},
+    {Groups, {"GroupName"}, "readers find the first one"},
+    {Measurements, {"GroupId", "MeasId"}, "readers find the first one"},
+    {Measurements, {"GroupId", "MeasName"}, "readers find the first one"},
+    {Reports, {"GroupId", "MeasId", "ReportId"}, "readers find the first one"},
+    {MeasValueMap, {"GroupId", "MeasId", "ReportId"}, "values under the other keys are not read"},
+    {MeasValueMap, {"MeasValueId"}, "two reports read and write the same values"},
+    {MeasuredFunctions,
+     {"GroupId", "MeasId", "ReportId", "FuncId", "Channel"},
+     "the function is listed twice"},
+    {FuncNameMap, {"FuncId"}, "readers show the first name"},
+    {FrqNameMap, {"FrqId"}, "readers show the first name"},
+    {MeasuredValues,
+     {"MeasValueId", "Channel", "FuncId", "PeriodNo", "FrqId"},
+     "readers show either value"}};
+
+std::string Listed(std::span<const char* const> columns, const std::string& prefix = "") {
+    std::string list;
+    for (const char* column : columns)
+        list += (list.empty() ? "" : ",") + prefix + column;
+    return list;
+}
+
+// Rows that belong to a row of another table, by the columns that both have.
+struct Ownership {
+    StoredTable owned;
+    StoredTable owner;
+    std::vector<const char*> columns;
+    const char* fault;
+};
+
+const Ownership kOwnerships[] = {
+    {Measurements, Groups, {"GroupId"}, "has measurements, and is not there"},
+    {Reports, Measurements, {"GroupId", "MeasId"}, "has reports, and is not there"},
+    {MeasValueMap,
+     Reports,
+     {"GroupId", "MeasId", "ReportId"},
+     "has a key for values, and is not there"},
+    {MeasuredFunctions,
+     Reports,
+     {"GroupId", "MeasId", "ReportId"},
+     "has functions, and is not there"},
+    {Reports,
+     MeasValueMap,
+     {"GroupId", "MeasId", "ReportId"},
+     "has no key for its values; a recorder that goes on with it gives it one"}};
+
+std::string PlaceOf(_Recordset& row, std::size_t columns, const Places& places) {
+    switch (columns) {
+        case 1:
+            return places.Instrument(row.Fields(0).Long());
+        case 2:
+            return places.Measurement(row.Fields(0).Long(), row.Fields(1).Long());
+        default:
+            return places.Report(row.Fields(0).Long(), row.Fields(1).Long(), row.Fields(2).Long());
+    }
+}
+
+bool IsList(const CString& text) {
+    return ListText().Parse(text);
+}
+
+bool ArePercentages(const CString& text) {
+    ListText list;
+    if (!list.Parse(text)) return false;
+    for (const CString& item : list) {
+        float percentage = -1;
+        const char* const end = item.GetString() + item.GetLength();
+        const auto parsed = std::from_chars(item.GetString(), end, percentage);
+        if (parsed.ec != std::errc() || parsed.ptr != end) return false;
+        if (!(percentage >= 0 && percentage <= 100)) return false;
+    }
+    return true;
+}
+
+std::string Unreadable(const char* column, const CString& text, const char* kind) {
+    return std::string(column) + " " + Quoted(text.View()) + " is no " + kind;
+}
+
+// Milliseconds; nothing when the text is no length of a period.
+std::optional<std::int64_t> LengthIn(const CString& text) {
+    CTimeSpanEx length;
+    if (!CTimeSpanEx::FromText(text, length) || length.GetTotalMilliseconds() <= 0)
+        return std::nullopt;
+    return length.GetTotalMilliseconds();
+}
+
+}  // namespace
+
+void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings) {
+    for (const Key& key : kKeys) {
+        if (!layout.Has(key.table)) continue;
+        const std::string columns = Listed(key.columns);
+        for (const auto rows =
+                 Query(store,
+                       "SELECT %s,COUNT(*) FROM %s WHERE %s IS NOT NULL GROUP BY %s "
+                       "HAVING COUNT(*)>1",
+                       columns.c_str(), NameOf(key.table), key.columns.back(), columns.c_str());
+             !rows->EndOfFile(); rows->MoveNext()) {
+            std::string where = std::string("table ") + NameOf(key.table);
+            int field = 0;
+            for (const char* column : key.columns) {
+                where += (field == 0 ? ", " : " and ") + std::string(column) + " " +
+                         Printable(rows->Fields(field).Text().View());
+                ++field;
+            }
+            findings.Add(where, "stands in " + Counted(rows->Fields(field).Long(), "row") + "; " +
+                                    key.consequence);
+        }
+    }
+}
+
+void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Findings& findings) {
+    for (const Ownership& each : kOwnerships) {
+        if (!layout.Has(each.owned, each.owner)) continue;
+        std::string same;
+        for (const char* column : each.columns)
+            same += std::string(same.empty() ? "" : " AND ") + "a." + column + "=b." + column;
+        const std::string columns = Listed(each.columns, "a.");
+        for (const auto rows = Query(store,
+                                     "SELECT %s FROM %s a WHERE NOT EXISTS (SELECT * FROM %s b "
+                                     "WHERE %s) GROUP BY %s ORDER BY %s",
+                                     columns.c_str(), NameOf(each.owned), NameOf(each.owner),
+                                     same.c_str(), columns.c_str(), columns.c_str());
+             !rows->EndOfFile(); rows->MoveNext())
+            findings.Add(PlaceOf(*rows, each.columns.size(), places), each.fault);
+    }
+    if (!layout.Has(MeasuredFunctions, FuncNameMap)) return;
+    for (const auto rows =
+             Query(store,
+                   "SELECT f.FuncId,COUNT(*) FROM MeasuredFunctions f WHERE NOT EXISTS (SELECT * "
+                   "FROM FuncNameMap n WHERE n.FuncId=f.FuncId AND n.FuncName<>'') "
+                   "GROUP BY f.FuncId ORDER BY f.FuncId");
+         !rows->EndOfFile(); rows->MoveNext())
+        findings.Add("function " + std::to_string(rows->Fields(0).Long()),
+                     "has no name in FuncNameMap, and is measured " +
+                         Counted(rows->Fields(1).Long(), "time"));
+}
+
+void CheckInstruments(Mersola& store, const Layout& layout, const Places& places,
+                      Findings& findings) {
+    if (!layout.Has(Groups)) return;
+    for (const auto rows =
+             Query(store, "SELECT GroupId,GroupName,Type,State FROM Groups ORDER BY GroupId");
+         !rows->EndOfFile(); rows->MoveNext()) {
+        const std::string where = places.Instrument(rows->Fields(0).Long());
+        if (rows->Fields(1).Text().IsEmpty()) findings.Add(where, "has no name");
+        for (const char* column : {"Type", "State"}) {
+            const CString text = rows->Fields(column).Text();
+            if (!IsList(text)) findings.Add(where, Unreadable(column, text, "list"));
+        }
+    }
+}
+
+void CheckMeasurements(Mersola& store, const Layout& layout, const Places& places,
+                       Findings& findings) {
+    if (!layout.Has(Measurements)) return;
+    for (const auto rows = Query(store,
+                                 "SELECT GroupId,MeasId,MeasName,StartAt,Percentiles "
+                                 "FROM Measurements ORDER BY GroupId,MeasId");
+         !rows->EndOfFile(); rows->MoveNext()) {
+        const std::string where =
+            places.Measurement(rows->Fields(0).Long(), rows->Fields(1).Long());
+        if (rows->Fields(2).Text().IsEmpty()) findings.Add(where, "has no name");
+        CTimeEx start;
+        if (const CString text = rows->Fields(3).Text(); !CTimeEx::FromText(text, start))
+            findings.Add(where, Unreadable("StartAt", text, "time: yyyy,mm,dd,hh,mm,ss,ms"));
+        if (const CString text = rows->Fields(4).Text(); !ArePercentages(text))
+            findings.Add(where, Unreadable("Percentiles", text, "list of per cents"));
+    }
+}
+
+void CheckReports(Mersola& store, const Layout& layout, const Places& places, Findings& findings) {
+    if (!layout.Has(Reports)) return;
+    std::pair<std::int32_t, std::int32_t> measurement;
+    std::map<std::pair<std::int32_t, std::int64_t>, std::int32_t> before;  // by type and length
+    for (const auto rows = Query(store,
+                                 "SELECT GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen,"
+                                 "noOfPeriods,ReportType FROM Reports "
+                                 "ORDER BY GroupId,MeasId,ReportId");
+         !rows->EndOfFile(); rows->MoveNext()) {
+        const std::int32_t report = rows->Fields(2).Long();
+        const std::pair current(rows->Fields(0).Long(), rows->Fields(1).Long());
+        if (current != measurement) before.clear();
+        measurement = current;
+        const std::string where = places.Report(current.first, current.second, report);
+        const CString text = rows->Fields(3).Text();
+        const CString real = rows->Fields(4).Text();
+        const auto length = LengthIn(text);
+        if (!length) findings.Add(where, Unreadable("PeriodLen", text, "length: dd,hh,mm,ss,ms"));
+        if (real != "NOT_SET" && !LengthIn(real))
+            findings.Add(where, Unreadable("RealPeriodLen", real, "length, nor NOT_SET"));
+        if (rows->Fields(5).IsNull())
+            findings.Add(where, "has no count of its periods");
+        else if (rows->Fields(5).Long() < 0)
+            findings.Add(where, "counts " + std::to_string(rows->Fields(5).Long()) + " periods");
+        if (!length) continue;
+        const auto [same, isNew] = before.try_emplace({rows->Fields(6).Long(), *length}, report);
+        if (!isNew)
+            findings.Add(where, "repeats the periods of report " + std::to_string(same->second) +
+                                    ": both have the same type and period length");
+    }
+}
+
+void CheckMarkers(Mersola& store, const Layout& layout, const Places& places, Findings& findings) {
+    if (!layout.Has(Groups, Measurements, Markers)) return;
+    // The markers of an alarm instrument belong to no measurement of its own.
+    std::set<std::int32_t> alarms;
+    for (const auto rows = Query(store, "SELECT GroupId,Type FROM Groups"); !rows->EndOfFile();
+         rows->MoveNext()) {
+        CString type = ListText(rows->Fields(1).Text()).First();
+        if (type.MakeLower() == "alarm") alarms.insert(rows->Fields(0).Long());
+    }
+    for (const auto rows =
+             Query(store,
+                   "SELECT k.GroupId,k.MeasId,k.MarkerId,k.Start,k.Stop,k.inProgess,"
+                   "k.TriggerCondition,m.MeasId FROM Markers k LEFT JOIN Measurements m "
+                   "ON m.GroupId=k.GroupId AND m.MeasId=k.MeasId");
+         !rows->EndOfFile(); rows->MoveNext()) {
+        const std::int32_t group = rows->Fields(0).Long();
+        const CString startText = rows->Fields(3).Text(), stopText = rows->Fields(4).Text();
+        CTimeEx start, stop;
+        const bool hasStart = CTimeEx::FromText(startText, start);
+        const bool hasStop = CTimeEx::FromText(stopText, stop);
+        const std::string where = places.Measurement(group, rows->Fields(1).Long()) + ", marker " +
+                                  rows->Fields(2).Text().GetString() + " of " +
+                                  (hasStart ? TimeText(start) : Quoted(startText.View()));
+        if (rows->Fields(7).IsNull() && !alarms.contains(group))
+            findings.Add(where, "belongs to a measurement that is not there");
+        if (rows->Fields(5).Long() != 0)
+            findings.Add(where,
+                         "is open; unless its event goes on, record on and it is closed, or give "
+                         "it a stop");
+        if (!hasStart) findings.Add(where, Unreadable("Start", startText, "time"));
+        if (!hasStop) findings.Add(where, Unreadable("Stop", stopText, "time"));
+        if (hasStart && hasStop && (stop - start).GetTotalMilliseconds() < 0)
+            findings.Add(where, "stops at " + TimeText(stop) + ", before it starts");
+        if (const CString text = rows->Fields(6).Text(); !IsList(text))
+            findings.Add(where, Unreadable("TriggerCondition", text, "list"));
+    }
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,109 @@
+// Taking connection strings apart, also malformed ones: no password may show through.
+#include "database_argument.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include <mersola/platform/text.h>
+
+namespace mersola::tool {
+namespace {
+
+constexpr std::string_view kFirstKeys[]{"Provider",    "Driver", "DSN",      "FILEDSN",
+                                        "Data Source", "Server", "Address",  "Initial Catalog",
+                                        "Network",     "Addr",   "Database", "User ID",
+                                        "UID",         "User",   "PWD",      "Mode",
+                                        "Password"};
+
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n";
+    const auto first = text.find_first_not_of(blanks);
+    if (first == text.npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+bool IsAmong(std::string_view key, std::span<const std::string_view> keys) {
+    return std::any_of(keys.begin(), keys.end(),
+                       [&](std::string_view each) { return CompareNoCase(each, key) == 0; });
+}
+
+struct Part {
+    std::string_view before;  // all up to the value, the key and its "=" included
+    std::string_view key;
+    std::string_view value;  // with its quotes or braces
+};
+
+// Where a value ends: at the first semicolon outside of quotes and braces.
+std::size_t EndOfValue(std::string_view text) {
+    const auto first = std::min(text.find_first_not_of(" \t\r\n"), text.size());
+    const std::string_view value = text.substr(first);
+    if (value.empty() || (value[0] != '{' && value[0] != '\'' && value[0] != '"'))
+        return std::min(text.find(';'), text.size());
+    const char close = value[0] == '{' ? '}' : value[0];
+    std::size_t at = 1;
+    for (; at < value.size(); ++at) {
+        if (value[at] != close) continue;
+        if (at + 1 == value.size() || value[at + 1] != close) break;
+        ++at;
+    }
+    return first + std::min(value.find(';', at), value.size());
+}
+
+std::vector<Part> Parts(std::string_view text) {
+    std::vector<Part> parts;
+    while (!text.empty()) {
+        const auto end = text.find_first_of("=;");
+        const auto before = std::min(end, text.size() - 1) + 1;
+        Part part{text.substr(0, before), {}, {}};
+        text.remove_prefix(before);
+        if (end != text.npos && part.before.back() == '=') {
+            part.key = Trimmed(part.before.substr(0, end));
+            part.value = text.substr(0, EndOfValue(text));
+            text.remove_prefix(part.value.size());
+        }
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+// Without quotes and braces.
+std::string Plain(std::string_view value) {
+    value = Trimmed(value);
+    if (value.size() < 2 || (value[0] != '{' && value[0] != '\'' && value[0] != '"'))
+        return std::string(value);
+    const char close = value[0] == '{' ? '}' : value[0];
+    std::string plain;
+    for (std::size_t at = 1; at < value.size(); ++at) {
+        if (value[at] == close && (++at >= value.size() || value[at] != close)) break;
+        plain += value[at];
+    }
+    return plain;
+}
+
+}  // namespace
+
+bool IsConnectionString(std::string_view text) {
+    const auto equals = text.find('=');
+    return equals != text.npos && IsAmong(Trimmed(text.substr(0, equals)), kFirstKeys);
+}
+
+std::string ConnectionValue(std::string_view text, std::span<const std::string_view> keys) {
+    std::string value;
+    for (const Part& part : Parts(text)) {
+        if (IsAmong(part.key, keys)) value = Plain(part.value);
+    }
+    return value;
+}
+
+std::string WithoutPassword(std::string_view text) {
+    if (!IsConnectionString(text)) return std::string(text);
+    std::string shown;
+    for (const Part& part : Parts(text)) {
+        shown += part.before;
+        shown += IsAmong(part.key, kPasswordKeys) ? "***" : part.value;
+    }
+    return shown;
+}
+
+}  // namespace mersola::tool

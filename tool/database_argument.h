@@ -1,0 +1,33 @@
+// How a command line names a database.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace mersola::tool {
+
+/// A database as it was asked for, and who logs in to it.
+struct DatabaseArgument {
+    std::string text;          ///< a SQLite file, or a connection string
+    std::string user;          ///< for a connection string that names none
+    std::string passwordFile;  ///< for a connection string that holds no password
+};
+
+/// Whether a text begins as connection strings do, with "Provider=", "Driver=", "DSN=" or another
+/// of their keys, in any case. A file of such a name can be given with a folder, as "./DSN=x".
+bool IsConnectionString(std::string_view text);
+
+/// The value that a connection string gives to one of the keys; of several the last, as providers
+/// read it. Empty when there is none.
+std::string ConnectionValue(std::string_view text, std::span<const std::string_view> keys);
+
+inline constexpr std::string_view kProviderKeys[]{"Provider"};
+inline constexpr std::string_view kSourceKeys[]{"Data Source"};
+inline constexpr std::string_view kUserKeys[]{"User ID", "UID", "User"};
+inline constexpr std::string_view kPasswordKeys[]{"Password", "PWD"};
+
+/// The text fit to be shown: with asterisks for each password if it is a connection string.
+std::string WithoutPassword(std::string_view text);
+
+}  // namespace mersola::tool

@@ -1,0 +1,98 @@
+// What a check of a database finds, and where it looks.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <mersola/mersola.h>
+
+#include "stored_tables.h"
+
+namespace mersola::tool {
+
+/// Writes each finding as a line and counts them.
+class Findings {
+  public:
+    explicit Findings(std::ostream& out) : out_(out) {}
+
+    /// Raises Failure when the line could not be written.
+    void Add(const std::string& where, const std::string& what);
+
+    std::int64_t Count() const { return count_; }
+
+  private:
+    std::ostream& out_;
+    std::int64_t count_ = 0;
+};
+
+/// The tables that can be read. One that is not there as a whole is a finding.
+class Layout {
+  public:
+    /// Raises Failure when there is no table at all.
+    Layout(Mersola& store, Findings& findings);
+
+    /// Whether the tables have all the columns that checks need.
+    template <class... Tables>
+    bool Has(Tables... tables) const {
+        return (... && whole_.contains(tables));
+    }
+    /// Reports of older databases do not have it.
+    bool HasMinPeriod() const { return hasMinPeriod_; }
+
+  private:
+    std::set<StoredTable> whole_;
+    bool hasMinPeriod_ = false;
+};
+
+/// The names of instruments and measurements, for people.
+class Places {
+  public:
+    Places(Mersola& store, const Layout& layout);
+
+    std::string Instrument(std::int32_t groupId) const;
+    std::string Measurement(std::int32_t groupId, std::int32_t measId) const;
+    std::string Report(std::int32_t groupId, std::int32_t measId, std::int32_t reportId) const;
+
+  private:
+    std::map<std::int32_t, std::string> instruments_;
+    std::map<std::pair<std::int32_t, std::int32_t>, std::string> measurements_;
+};
+
+/// Each looks at one kind of thing and reads the tables that it needs, if they are there.
+void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings);
+void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
+void CheckInstruments(Mersola& store, const Layout& layout, const Places& places,
+                      Findings& findings);
+void CheckMeasurements(Mersola& store, const Layout& layout, const Places& places,
+                       Findings& findings);
+void CheckReports(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
+void CheckMarkers(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
+
+/// A report that has values behind the last period that it counts.
+struct Uncounted {
+    std::int32_t groupId;
+    std::int32_t measId;
+    std::int32_t reportId;
+    std::int32_t lastPeriod;
+};
+
+struct ValuesChecked {
+    std::int64_t values = 0;
+    std::vector<Uncounted> uncounted;
+};
+
+/// Reads the values once.
+ValuesChecked CheckValues(Mersola& store, const Layout& layout, const Places& places,
+                          Findings& findings);
+
+/// Looks again at what `checked` holds: a recorder counts a period right after it has stored it.
+void CheckCounts(Mersola& store, const std::vector<Uncounted>& uncounted, const Places& places,
+                 Findings& findings);
+
+}  // namespace mersola::tool
