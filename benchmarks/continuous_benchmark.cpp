@@ -59,7 +59,7 @@ void Select(Mersola& store, const std::string& path, const char* name, long meas
 
 void ChainOfMeasurements(benchmark::State& state) {
     const TemporaryFolder folder;
-    const std::string path = folder.File("chain.db");
+    const std::string path = (folder / "chain.db").string();
     LayOut(OpenDatabase(path).get());
     Mersola recorder(nullptr, nullptr, ("Provider=SQLite;Data Source={" + path + "}").c_str(), -1);
     Record(recorder, "one", 1);

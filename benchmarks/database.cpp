@@ -1,26 +1,12 @@
 // SQLite's C interface with the least ceremony: an error ends the program.
 #include "database.h"
 
-#include <stdlib.h>
-
 #include <stdexcept>
 
 #include "errors.h"
 #include "schema.h"
 
 using namespace mersola::sqlite;
-
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "benchmark-XXXXXX").string();
-    if (!mkdtemp(pattern.data()))
-        throw std::runtime_error("No folder can be made in the temporary directory");
-    path_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 Database OpenDatabase(const std::string& path) {
     sqlite3* opened = nullptr;

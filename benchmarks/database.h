@@ -1,12 +1,12 @@
 // What the benchmarks share: temporary databases, and SQLite's C interface as the rival uses it.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 
 #include "sqlite_session.h"
 #include "statement_cache.h"
+#include "temporary_folder.h"
 
 /// One recorder's periods: every value of a period goes into one transaction.
 inline constexpr int kChannels = 4;
@@ -14,19 +14,7 @@ inline constexpr int kFunctions = 6;
 inline constexpr int kBands = 36;
 inline constexpr int kValuesOfPeriod = kChannels * kFunctions * kBands;
 
-/// A new folder in the temporary directory, removed with all that is in it.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string File(std::string_view name) const { return (path_ / name).string(); }
-
-  private:
-    std::filesystem::path path_;
-};
+using mersola::test::TemporaryFolder;
 
 /// Opens the file, which is created where it is missing, with the settings of the library's
 /// provider.

@@ -48,7 +48,8 @@ constexpr Layout kLayouts[] = {
 
 // The table as the schema declares it, with another key.
 std::string TableWithKey(std::string_view key) {
-    for (const std::string_view statement : SchemaStatements(SchemaEngine::SQLite)) {
+    for (const std::string_view statement :
+         mersola::SchemaStatements(mersola::SchemaEngine::SQLite)) {
         if (statement.find("CREATE TABLE MeasuredValues") == std::string_view::npos) continue;
         std::string table(statement);
         const auto begin = table.find("PRIMARY KEY (");
@@ -176,7 +177,8 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     const TemporaryFolder folder;
     for (const Layout& layout : kLayouts) {
-        candidates.emplace_back(layout, folder.File(std::to_string(candidates.size()) + ".db"));
+        candidates.emplace_back(layout,
+                                (folder / (std::to_string(candidates.size()) + ".db")).string());
     }
     benchmark::RunSpecifiedBenchmarks();
     std::cout << "\nMegabytes of the file\n";

@@ -176,8 +176,8 @@ void PutPeriod(Mersola& session, int period) {
 
 void Batches(benchmark::State& state) {
     const TemporaryFolder folder;
-    const std::string plainPath = folder.File("plain.db");
-    const std::string path = folder.File("library.db");
+    const std::string plainPath = (folder / "plain.db").string();
+    const std::string path = (folder / "library.db").string();
     Recorder laidOut(plainPath);
     PlainOdbc plain(plainPath, laidOut.MeasValueId());
     Recorder recorder(path, ConnectString(path));
@@ -192,7 +192,7 @@ void Batches(benchmark::State& state) {
 
 void Blocks(benchmark::State& state) {
     const TemporaryFolder folder;
-    const std::string path = folder.File("reading.db");
+    const std::string path = (folder / "reading.db").string();
     Recorder recorder(path, ConnectString(path));
     Mersola& session = recorder.Session();
     PlainOdbc plain(path, recorder.MeasValueId());

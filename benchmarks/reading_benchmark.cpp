@@ -60,7 +60,7 @@ class PreparedReader {
 
 void GetData(benchmark::State& state) {
     const TemporaryFolder folder;
-    const std::string path = folder.File("reading.db");
+    const std::string path = (folder / "reading.db").string();
     Recorder recorder(path);
     {
         const Database db = OpenDatabase(path);
@@ -100,7 +100,7 @@ double StatusMiB(const std::string& name) {
 void MemoryOfTenMillionValues(benchmark::State& state) {
     constexpr int kManyPeriods = 277'778;
     const TemporaryFolder folder;
-    const std::string path = folder.File("memory.db");
+    const std::string path = (folder / "memory.db").string();
     Recorder recorder(path);
     {
         const Database db = OpenDatabase(path);

@@ -110,8 +110,8 @@ class Writer {
 
 void Batches(benchmark::State& state) {
     const TemporaryFolder folder;
-    Writer prepared(folder.File("prepared.db"));
-    Writer batches(folder.File("batches.db"));
+    Writer prepared((folder / "prepared.db").string());
+    Writer batches((folder / "batches.db").string());
     Contest contest;
     contest.Enter("C interface, prepared once", [&] { prepared.WritePrepared(1); });
     contest.Enter("PutDataStart, PutDataRelative, PutDataEnd", [&] { batches.WriteBatch(); });
@@ -121,9 +121,9 @@ void Batches(benchmark::State& state) {
 
 void Statements(benchmark::State& state) {
     const TemporaryFolder folder;
-    Writer prepared(folder.File("prepared.db"));
-    Writer statements(folder.File("statements.db"));
-    Writer texts(folder.File("texts.db"));
+    Writer prepared((folder / "prepared.db").string());
+    Writer statements((folder / "statements.db").string());
+    Writer texts((folder / "texts.db").string());
     Contest contest;
     contest.Enter("C interface, prepared once",
                   [&] { prepared.WritePrepared(kPeriodsOfTransaction); });

@@ -6,6 +6,30 @@
 
 using namespace mersola;
 
+namespace {
+
+template <class Wanted>
+int readReports(Mersola& store, CArray<ReportInfo, ReportInfo&>& out,
+                const _ConnectionPtr& connection, int groupId, int measId, Wanted wanted) try {
+    const auto rows = store.dbExecute(
+        connection,
+        formatted("SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
+                  measId, groupId));
+    if (!rows) return 0;
+    for (; !rows->EndOfFile(); rows->MoveNext()) {
+        ReportInfo rec;
+        rec.ReportId = rows->Fields("ReportId").Long();
+        if (!wanted(rec.ReportId)) continue;
+        readReport(*rows, rec);
+        out.Add(rec);
+    }
+    return 1;
+} catch (const _com_error&) {
+    return 0;
+}
+
+}  // namespace
+
 int Mersola::SetReport(long reportId) {
     const auto id = identifier(reportId);
     if (!id) return 0;
@@ -72,51 +96,20 @@ int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
         out.Append(m_contReports);
         return 1;
     }
-    try {
-        const auto rows = dbExecute(
-            connection,
-            formatted(
-                "SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
-                measId, m_GroupId));
-        if (!rows) return 0;
-        for (; !rows->EndOfFile(); rows->MoveNext()) {
-            ReportInfo rec;
-            rec.ReportId = rows->Fields("ReportId").Long();
-            const auto functions =
-                dbExecute(connection, formatted("SELECT count(*) FROM MeasuredFunctions where "
-                                                "MeasId=%d and GroupId=%d and ReportId=%d",
-                                                measId, m_GroupId, rec.ReportId));
-            if (!atFirstRow(functions) || functions->Fields(0).Long() == 0) continue;
-            readReport(*rows, rec);
-            out.Add(rec);
-        }
-        return 1;
-    } catch (const _com_error&) {
-        return 0;
-    }
+    return readReports(*this, out, connection, m_GroupId, measId, [&](int reportId) {
+        const auto functions =
+            dbExecute(connection, formatted("SELECT count(*) FROM MeasuredFunctions where "
+                                            "MeasId=%d and GroupId=%d and ReportId=%d",
+                                            measId, m_GroupId, reportId));
+        return atFirstRow(functions) && functions->Fields(0).Long() != 0;
+    });
 }
 
 int Mersola::_GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
                             const _ConnectionPtr& connection) {
     out.RemoveAll();
     if (measId == -1) measId = m_MeasId;
-    try {
-        const auto rows = dbExecute(
-            connection,
-            formatted(
-                "SELECT * FROM Reports where MeasId=%d and GroupId=%d ORDER BY ReportType ASC",
-                measId, m_GroupId));
-        if (!rows) return 0;
-        for (; !rows->EndOfFile(); rows->MoveNext()) {
-            ReportInfo rec;
-            rec.ReportId = rows->Fields("ReportId").Long();
-            readReport(*rows, rec);
-            out.Add(rec);
-        }
-        return 1;
-    } catch (const _com_error&) {
-        return 0;
-    }
+    return readReports(*this, out, connection, m_GroupId, measId, [](int) { return true; });
 }
 
 int Mersola::_GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& connection) {

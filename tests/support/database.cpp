@@ -1,7 +1,5 @@
 #include "database.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -19,17 +17,6 @@ constexpr const char* kServerVariable = "MERSOLA_TEST_SQLSERVER";
 constexpr const char* kSqliteDriver = "SQLite3";
 
 }  // namespace
-
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "mersola-test-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 Database::Database(const std::string& engine) : engine_(engine) {
     const auto drivers = odbc::InstalledDrivers();

@@ -1,27 +1,14 @@
 // Databases for tests: laid out, empty, and gone with the test.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include <mersola/mersola.h>
 
+#include "temporary_folder.h"
+
 namespace mersola::test {
-
-/// A folder of its own, removed with all it holds.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 /// A laid-out database of one engine, and all that tests must know of how engines differ.
 ///   SQLite     a file of its own, through the library's own provider
