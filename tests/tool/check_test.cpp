@@ -94,6 +94,14 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
           "DROP TABLE MeasuredValues", "ALTER TABLE V RENAME TO MeasuredValues"},
          "table MeasuredValues, MeasValueId 1 and Channel 1 and FuncId 2 and PeriodNo 3 and FrqId "
          "0: stands in 2 rows"},
+        {{"UPDATE Markers SET Start='dawn'" + last}, "of 'dawn': Start 'dawn' is no time"},
+        {{"UPDATE Reports SET noOfPeriods=NULL"}, report + ": has no count of its periods", 2},
+        {{"UPDATE Groups SET GroupName=''"}, "instrument '' (1): has no name"},
+        {{"UPDATE Measurements SET MeasName=NULL"}, "measurement '' (1): has no name"},
+        {{"CREATE TABLE G (GroupId INTEGER,GroupName TEXT,Info TEXT,Type TEXT,State TEXT)",
+          "INSERT INTO G SELECT * FROM Groups", "INSERT INTO G VALUES (2,'pier 4','','0','')",
+          "DROP TABLE Groups", "ALTER TABLE G RENAME TO Groups"},
+         "table Groups, GroupName"},
         {{"DROP TABLE Markers"}, "table Markers: cannot be read"},
         {{"ALTER TABLE Reports DROP COLUMN MinPeriod"}, "table Reports: has no column MinPeriod"},
         {{"ALTER TABLE Groups DROP COLUMN State"}, "table Groups: has no column State"}};

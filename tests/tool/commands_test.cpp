@@ -7,6 +7,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <numbers>
 #include <sstream>
@@ -374,6 +375,37 @@ TEST_F(Tool, ReadsAProtectedDatabaseAndRefusesToRecordIntoIt) {
     EXPECT_EQ(record.status, 1);
     EXPECT_NE(record.err.find("may not be written to"), std::string::npos) << record.err;
     EXPECT_EQ(Count("Groups"), 0);
+}
+
+TEST_F(Tool, LeavesADatabaseAsItIsThatIsNotInWriteAheadModeWhenItReads) {
+    ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1)) + Words{"--trigger", "LAeq>200"}).status,
+              0);
+    const std::string backup = folder_ / "backup.db", target = folder_ / "target.db";
+    std::filesystem::copy_file(db_, backup);
+    Mersola(nullptr, nullptr, ("Provider=SQLite;Data Source=" + backup).c_str(), 5)
+        .dbExecute("PRAGMA journal_mode=DELETE");
+    ASSERT_EQ(RunWords({"init", target}).status, 0);
+    const std::string before = Contents(backup);
+    ASSERT_EQ(before.substr(18, 2), "\1\1") << "the mode, in the file's header";
+    const Words pier{"--instrument", "Pier 4"}, noise = pier + Words{"--measurement", "noise"};
+    for (const Words& words : {Words{"list", backup},
+                               {"list", backup, "--continuous"},
+                               {"version", backup},
+                               {"check", backup},
+                               {"export", backup},
+                               {"copy", backup, target},
+                               Words{"values", backup} + noise,
+                               Words{"gaps", backup} + pier,
+                               Words{"markers", backup} + noise}) {
+        const Outcome outcome = RunWords(words);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_TRUE(Contents(backup) == before) << words.front();
+        for (const char* suffix : {"-wal", "-shm", "-journal"})
+            EXPECT_FALSE(std::filesystem::exists(backup + suffix)) << words.front();
+    }
+    // The other mode's files go with the last who reads.
+    EXPECT_EQ(RunWords({"list", db_}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(db_ + "-wal"));
 }
 
 TEST_F(Tool, TellsWrongUsageFromFailure) {

@@ -1,9 +1,16 @@
 // Databases as CSV and back, and files that other programs wrote.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <clocale>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "csv_reader.h"
 #include "csv_text.h"
 #include "failure.h"
 #include "tool_fixture.h"
@@ -152,6 +159,53 @@ TEST_F(Csv, IsAddedToWhatAnotherDatabaseHolds) {
         << refused.err;
 }
 
+TEST_F(Csv, HasPointsUnderALocaleWithCommas) {
+    const std::string command = "localedef -i de_DE -f UTF-8 " + (folder_ / "de_DE.UTF-8").string();
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_EQ(setenv("LOCPATH", (folder_ / "").c_str(), 1), 0);
+    ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+    const Outcome meter =
+        RunWords(Into(db_, "Period,Value\n0,50.25\n1,-1e-3\n",
+                      {"--function", "Leq", "--period", "0.5s", "--start", "2026-01-01 00:00"}));
+    Execute("UPDATE Measurements SET Sensitivity=0.05");
+    const std::string csv = RunWords({"export", db_}).out, copy = NewDatabase("copy.db");
+    const Outcome again = RunWords({"import", copy, File(csv)});
+    const Words left = Dump(copy), right = Dump(db_);
+    std::setlocale(LC_ALL, "C");
+    unsetenv("LOCPATH");
+    EXPECT_EQ(meter.status, 0) << meter.err;
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_NE(csv.find(",50.25,"), csv.npos) << csv;
+    EXPECT_NE(csv.find("Sensitivity=0.05"), csv.npos) << csv;
+    EXPECT_EQ(FirstDifference(left, right), "");
+}
+
+TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
+    ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1))).status, 0);
+    const std::string path = File("old"), link = folder_ / "link.csv", pipe = folder_ / "pipe";
+    std::filesystem::create_symlink("file.csv", link);
+    ExpectRefused({"export", db_, "--function", "none", "-o", path}, "no function 'none'");
+    ExpectRefused({"export", db_, "-o", folder_ / "none/a.csv"}, "cannot be written");
+    ExpectRefused({"export", db_, "-o", folder_ / "."}, "cannot be written");
+    EXPECT_EQ(Contents(path), "old");
+    ASSERT_EQ(RunWords({"export", db_, "-o", link}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(Contents(path), RunWords({"export", db_}).out);
+    for (const auto& entry : std::filesystem::directory_iterator(folder_ / "."))
+        EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();
+    // What cannot be replaced is written to.
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    const Words one{"export", db_, "--plain", "--function", "LAeq", "--count", "1"};
+    EXPECT_EQ(RunWords(one + Words{"-o", pipe}).status, 0);
+    std::string taken(4096, ' ');
+    taken.resize(
+        static_cast<std::size_t>(std::max<ssize_t>(read(reader, taken.data(), taken.size()), 0)));
+    close(reader);
+    EXPECT_EQ(taken, RunWords(one).out);
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+}
+
 TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
     const Words levels{"--column",   "time=Date", "--column", "value=Laeq",
                        "--function", "LAeq",      "--period", "1s"};
@@ -198,6 +252,7 @@ TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
         {"1,,1,\n", "line 6: Band is empty"},
         {"1,1 kHz,nan,\n", "line 6: Value 'nan' cannot be stored"},
         {"1,1 kHz,\"1,5\",\n", "line 6: Value '1,5' is no number"},
+        {"1,\"1\nkHz\",1,\n\n2,1 kHz,x,\n", "line 9: Value 'x' is no number"},
         {"1,\"1 kHz,1,\n", "line 6: a quote is not closed"}};
     for (const auto& fault : faults)
         ExpectRefused(Into(db_, header + fault.rows, options), fault.reason);

@@ -1,0 +1,46 @@
+// Times, lengths of time and numbers as people write them.
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include <mersola/times.h>
+
+namespace mersola::tool {
+
+/// Reads "125ms", "1s", "0.5s", "15min", "1h", a blank before the unit allowed: whole milliseconds
+/// from 1 ms to 24 h. Nothing for any other text.
+std::optional<CTimeSpanEx> ParsePeriod(std::string_view text);
+
+/// Reads "2026-11-15 07:30", with or without seconds and their fraction to the millisecond, and
+/// with a blank or a T before the hour. Nothing for any other text or for what is no date.
+std::optional<CTimeEx> ParseTime(std::string_view text);
+
+/// In the largest unit that needs no fraction, as ParsePeriod reads it: "15 min".
+std::string PeriodText(const CTimeSpanEx& span);
+
+/// As ParseTime reads it, to the millisecond; "unknown" for an invalid time.
+std::string TimeText(const CTimeEx& time);
+
+/// The whole text as a number, whatever the locale; nothing for any other text.
+template <class Number>
+std::optional<Number> ParseNumber(std::string_view text) {
+    Number number{};
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, number);
+    if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+    return number;
+}
+
+/// A number in its shortest form, with a decimal point.
+std::string NumberText(double number);
+std::string NumberText(float number);
+
+/// "1 period", "2 periods".
+std::string Counted(std::int64_t count, const char* noun);
+
+}  // namespace mersola::tool

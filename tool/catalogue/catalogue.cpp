@@ -1,0 +1,150 @@
+// Reading the catalogue, and choosing from it.
+#include "catalogue.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "open_database.h"
+#include "query.h"
+
+namespace mersola::tool {
+namespace {
+
+void RequireRead(int result, const char* what, const Mersola& store) {
+    if (result != 1)
+        throw Failure(std::string("the ") + what + " could not be read" + LastError(store) +
+                      "; check that the database is whole");
+}
+
+// "demo (1), pier (2)", cut short when there are many.
+std::string Listed(const std::vector<Choice>& choices) {
+    constexpr std::size_t kMost = 10;
+    std::string list;
+    for (std::size_t i = 0; i < std::min(choices.size(), kMost); ++i) {
+        const std::string number = std::to_string(choices[i].id);
+        const std::string name = Printable(choices[i].name);
+        list += i == 0 ? "" : ", ";
+        list += name.empty() || name == number ? number : name + " (" + number + ")";
+    }
+    return choices.size() > kMost
+               ? list + " and " + std::to_string(choices.size() - kMost) + " more"
+               : list;
+}
+
+}  // namespace
+
+CArray<InstrumentInfo, InstrumentInfo&> ReadInstruments(Mersola& store) {
+    CArray<InstrumentInfo, InstrumentInfo&> instruments;
+    RequireRead(store.GetInstrumentsAndAlarms(instruments), "instruments", store);
+    return instruments;
+}
+
+CArray<MeasurementInfo, MeasurementInfo&> ReadMeasurements(Mersola& store, std::int32_t groupId) {
+    CArray<MeasurementInfo, MeasurementInfo&> measurements;
+    store.SetInstrument(groupId);
+    RequireRead(store.GetMeasurements(measurements), "measurements", store);
+    return measurements;
+}
+
+CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t groupId,
+                                            std::int32_t measId) {
+    CArray<ReportInfo, ReportInfo&> reports;
+    RequireRead(store.SetMeasurement(measId), "measurement", store);
+    for (_Recordset& row : Rows(store,
+                                "SELECT ReportId FROM Reports WHERE GroupId=%d AND MeasId=%d "
+                                "ORDER BY ReportType,ReportId",
+                                groupId, measId)) {
+        ReportInfo report;
+        RequireRead(store._GetReport(row.Fields(0).Long(), report, nullptr), "reports", store);
+        reports.Add(report);
+    }
+    return reports;
+}
+
+std::vector<MeasuredFunction> ReadFunctions(Mersola& store, std::int32_t groupId,
+                                            std::int32_t measId, std::int32_t reportId) {
+    std::vector<MeasuredFunction> functions;
+    for (_Recordset& row :
+         Rows(store,
+              "SELECT f.Channel,f.FuncId,n.FuncName FROM MeasuredFunctions f LEFT JOIN FuncNameMap "
+              "n "
+              "ON n.FuncId=f.FuncId WHERE f.GroupId=%d AND f.MeasId=%d AND f.ReportId=%d "
+              "ORDER BY f.Channel,f.FuncId",
+              groupId, measId, reportId)) {
+        MeasuredFunction function{row.Fields(0).Long(), row.Fields(1).Long(),
+                                  std::string(row.Fields(2).Text())};
+        if (function.name.empty()) function.name = std::to_string(function.id);
+        functions.push_back(std::move(function));
+    }
+    return functions;
+}
+
+std::map<std::int32_t, std::string> ReadBandNames(Mersola& store) {
+    std::map<std::int32_t, std::string> names;
+    for (_Recordset& row : Rows(store, "SELECT FrqId,FrqName FROM FrqNameMap"))
+        names[row.Fields(0).Long()] = std::string(row.Fields(1).Text());
+    return names;
+}
+
+CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t groupId,
+                                                std::int32_t measId) {
+    CArray<MarkerInfo, MarkerInfo&> markers;
+    for (_Recordset& row : Rows(store,
+                                "SELECT * FROM Markers WHERE GroupId=%d AND MeasId=%d AND "
+                                "inProgess<>0",
+                                groupId, measId)) {
+        MarkerInfo marker;
+        marker.GroupId = groupId;
+        marker.MeasId = measId;
+        marker.Path = row.Fields("Path").Text();
+        marker.Start = row.Fields("Start").Text();
+        marker.Stop = row.Fields("Stop").Text();
+        marker.MarkerId = row.Fields("MarkerId").Long();
+        marker.MarkerType = row.Fields("MarkerType").Long();
+        marker.TriggerCondition = row.Fields("TriggerCondition").Text();
+        marker.funcId = row.Fields("funcId").Long();
+        marker.frqId = row.Fields("frqId").Long();
+        marker.inProgess = row.Fields("inProgess").Long();
+        marker.ExtMarkerType = row.Fields("ExtMarkerType").Text();
+        markers.Add(marker);
+    }
+    return markers;
+}
+
+void RequireName(const char* what, const std::string& name) {
+    if (name.empty() || name.find('\'') != name.npos || Printable(name) != name)
+        throw Failure(
+            std::string("the ") + what + " cannot be named " + Quoted(name) +
+            "; a name holds at least one character, no single quote and no line break or the like");
+}
+
+std::int32_t Choose(const char* what, const std::string& asked,
+                    const std::vector<Choice>& choices) {
+    auto found = std::ranges::find_if(
+        choices, [&](const Choice& choice) { return CompareNoCase(choice.name, asked) == 0; });
+    if (found == choices.end())
+        found = std::ranges::find_if(
+            choices, [&](const Choice& choice) { return std::to_string(choice.id) == asked; });
+    if (found != choices.end()) return found->id;
+    const std::string none = std::string("there is no ") + what + " " + Quoted(asked);
+    throw Failure(choices.empty() ? none + ", nor any other; see what there is with: mersola list"
+                                  : none + "; choose one of: " + Listed(choices));
+}
+
+std::int32_t ChooseInstrument(Mersola& store, const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : ReadInstruments(store))
+        choices.push_back({each.GroupId, std::string(each.GroupName)});
+    const auto chosen = Choose("instrument", asked, choices);
+    store.SetInstrument(chosen);
+    return chosen;
+}
+
+std::int32_t ChooseMeasurement(Mersola& store, std::int32_t groupId, const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : ReadMeasurements(store, groupId))
+        choices.push_back({each.MeasId, std::string(each.MeasName)});
+    return Choose("measurement", asked, choices);
+}
+
+}  // namespace mersola::tool

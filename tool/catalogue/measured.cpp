@@ -1,0 +1,46 @@
+// Nominal frequencies, and the functions of percentiles.
+#include "measured.h"
+
+#include <algorithm>
+
+#include "query.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+std::int32_t NamedFunction(Mersola& store, const std::string& name) {
+    const auto named = Query(
+        store, "SELECT FuncId FROM FuncNameMap WHERE FuncName='%s' ORDER BY FuncId", name.c_str());
+    if (!named->EndOfFile()) return named->Fields(0).Long();
+    // Other programs may measure functions that they gave no name.
+    const auto last = Query(store,
+                            "SELECT MAX(FuncId) FROM (SELECT FuncId FROM FuncNameMap UNION ALL "
+                            "SELECT FuncId FROM MeasuredFunctions) Known");
+    const std::int32_t id = std::max<std::int32_t>(last->Fields(0).Long(), kL90) + 1;
+    Query(store, "INSERT INTO FuncNameMap (FuncId,FuncName) VALUES (%d,'%s')", id, name.c_str());
+    return id;
+}
+
+}  // namespace
+
+std::vector<PercentileFunction> RegisterPercentiles(Mersola& store,
+                                                    std::span<const float> percentages) {
+    std::vector<PercentileFunction> functions;
+    for (const float percentage : percentages) {
+        const auto known = std::ranges::find(kPercentages, percentage);
+        const std::string name = "L" + NumberText(percentage);
+        functions.push_back({known != kPercentages.end()
+                                 ? kL10 + static_cast<std::int32_t>(known - kPercentages.begin())
+                                 : NamedFunction(store, name),
+                             name});
+    }
+    return functions;
+}
+
+double NominalFrequency(const acoustics::Band& band) {
+    const double number = ParseNumber<double>(band.name.substr(0, band.name.find(' '))).value_or(0);
+    return band.name.ends_with("kHz") ? number * 1000 : number;
+}
+
+}  // namespace mersola::tool

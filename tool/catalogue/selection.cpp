@@ -1,0 +1,168 @@
+// Choosing among what is measured, and reading it band by band.
+#include "selection.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "chain.h"
+#include "failure.h"
+#include "open_database.h"
+#include "query.h"
+
+namespace mersola::tool {
+namespace {
+
+constexpr std::int32_t kContinuous = -3;
+
+// Bands that follow one another, so that one read brings them all.
+struct Run {
+    std::int32_t first;
+    std::int32_t count;
+};
+
+std::vector<Run> Runs(const std::vector<std::int32_t>& bands) {
+    std::vector<Run> runs;
+    for (const auto band : bands) {
+        if (!runs.empty() && std::int64_t{runs.back().first} + runs.back().count == band)
+            ++runs.back().count;
+        else
+            runs.push_back({band, 1});
+    }
+    return runs;
+}
+
+std::int32_t ChooseReport(Mersola& store, const Selection& chosen, const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : ReadReports(store, chosen.instrument, chosen.measurements.front()))
+        choices.push_back({each.ReportId, ""});
+    CArray<ReportInfo, ReportInfo&> filled;
+    store.GetReports(filled);
+    return asked.empty() && !filled.IsEmpty() ? filled[0].ReportId
+                                              : Choose("report", asked, choices);
+}
+
+void ChooseChannel(Selection& chosen, const std::vector<MeasuredFunction>& measured,
+                   const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : measured) {
+        if (choices.empty() || choices.back().id != each.channel)
+            choices.push_back({each.channel, ""});
+    }
+    chosen.channel = Choose("channel", asked, choices);
+    std::ranges::copy_if(measured, std::back_inserter(chosen.functions),
+                         [&](const auto& each) { return each.channel == chosen.channel; });
+}
+
+// The keys of the values, as a statement.
+std::string KeysOf(const Selection& chosen) {
+    if (chosen.isContinuous)
+        return Statement(
+            "SELECT m.MeasValueId FROM MeasValueMap m JOIN Reports r ON r.GroupId=m.GroupId AND "
+            "r.MeasId=m.MeasId AND r.ReportId=m.ReportId WHERE m.GroupId=%d AND r.ReportType=%d",
+            chosen.instrument, chosen.report);
+    return Statement(
+        "SELECT MeasValueId FROM MeasValueMap WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
+        chosen.instrument, chosen.measurements.front(), chosen.report);
+}
+
+}  // namespace
+
+Selection Select(Mersola& store, const SelectionOptions& options) {
+    Selection chosen{};
+    chosen.isContinuous = options.isContinuous;
+    chosen.instrument = ChooseInstrument(store, options.instrument);
+    if (options.isContinuous) {
+        const Chain chain = ReadChain(store, chosen.instrument);
+        const ChainReport& report = ChooseReport(chain, options.report);
+        for (const ChainMember& member : report.members)
+            chosen.measurements.push_back(member.measId);
+        chosen.report = report.type;
+        ChooseChannel(chosen, report.functions, options.channel);
+    } else {
+        const auto measurement = ChooseMeasurement(store, chosen.instrument, options.measurement);
+        chosen.measurements = {measurement};
+        chosen.report = ChooseReport(store, chosen, options.report);
+        ChooseChannel(chosen, ReadFunctions(store, chosen.instrument, measurement, chosen.report),
+                      options.channel);
+    }
+    if (store.SetReport(chosen.report) != 1)
+        throw Failure("the report could not be read" + LastError(store) +
+                      "; check that the database is whole");
+    store.SetChannel(chosen.channel);
+    return chosen;
+}
+
+const MeasuredFunction& ChooseFunction(const Selection& chosen, const std::string& asked) {
+    std::vector<Choice> choices;
+    for (const auto& each : chosen.functions)
+        choices.push_back({each.id, each.name});
+    return *std::ranges::find(chosen.functions, Choose("function", asked, choices),
+                              &MeasuredFunction::id);
+}
+
+std::int32_t CountPeriods(Mersola& store) {
+    long count = 0;
+    if (store.Get_nPrds(count) != 1)
+        throw Failure("the number of periods could not be read" + LastError(store) + "; try again");
+    if (count <= 0)
+        throw Failure("the report has no periods yet; record some with: mersola record");
+    return static_cast<std::int32_t>(count);
+}
+
+std::int32_t FirstPeriod(Mersola& store, const Selection& chosen, std::int32_t count) {
+    long first = 0;
+    store.GetFirstPeriod(first, chosen.instrument,
+                         chosen.isContinuous ? kContinuous : chosen.measurements.front(),
+                         chosen.report, 0, nullptr);
+    return static_cast<std::int32_t>(std::clamp(first, 0L, count - 1L));
+}
+
+std::vector<std::int32_t> StoredBands(Mersola& store, const Selection& chosen,
+                                      const std::vector<MeasuredFunction>& functions,
+                                      const std::optional<Range>& periods) {
+    std::string ids;
+    for (const auto& each : functions)
+        ids += (ids.empty() ? "" : ",") + std::to_string(each.id);
+    std::string within;
+    if (periods)
+        within = Statement(" AND PeriodNo>=%d AND PeriodNo<=%d", periods->first,
+                           periods->first + (periods->count - 1));
+    std::vector<std::int32_t> bands;
+    for (_Recordset& row :
+         Rows(store,
+              "SELECT DISTINCT FrqId FROM MeasuredValues WHERE MeasValueId IN (%s) AND Channel=%d "
+              "AND FuncId IN (%s)%s ORDER BY FrqId",
+              KeysOf(chosen).c_str(), chosen.channel, ids.c_str(), within.c_str()))
+        bands.push_back(row.Fields(0).Long());
+    return bands;
+}
+
+std::vector<float> ReadBands(Mersola& store, const Range& block,
+                             const std::vector<std::int32_t>& bands) {
+    const auto periods = static_cast<std::size_t>(block.count);
+    std::vector<float> grid(periods * bands.size(), kMissing);
+    std::vector<float> read;
+    std::size_t band = 0;
+    for (const Run& run : Runs(bands)) {
+        const auto width = static_cast<std::size_t>(run.count);
+        read.resize(periods * width);
+        if (store.GetData(read.data(), block.first, block.count, run.first, run.count) !=
+            block.count)
+            RefuseRead(store);
+        for (std::size_t i = 0; i < periods; ++i)
+            std::copy_n(&read[i * width], width, &grid[i * bands.size() + band]);
+        band += width;
+    }
+    return grid;
+}
+
+std::string BandName(const std::map<std::int32_t, std::string>& names, std::int32_t band) {
+    const auto found = names.find(band);
+    return found != names.end() ? found->second : "band " + std::to_string(band);
+}
+
+void RefuseRead(const Mersola& store) {
+    throw Failure("the values could not be read" + LastError(store) + "; try again");
+}
+
+}  // namespace mersola::tool

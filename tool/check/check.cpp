@@ -1,0 +1,108 @@
+// mersola check: what must never be in a database.
+#include <chrono>
+#include <ostream>
+#include <thread>
+
+#include "check.h"
+#include "failure.h"
+#include "findings.h"
+#include "query.h"
+#include "snapshot.h"
+
+namespace mersola::tool {
+namespace {
+
+constexpr std::chrono::seconds kOneRecorderStep{1};
+
+}  // namespace
+
+void Findings::Add(const std::string& where, const std::string& what) {
+    out_ << where << ": " << what << '\n';
+    RequireWritten(out_);
+    ++count_;
+}
+
+Layout::Layout(Mersola& store, Findings& findings) {
+    std::vector<std::pair<std::string, std::string>> faults;
+    bool isThere = false;
+    for (const StoredTable table : kStoredTables) {
+        const std::string name = std::string("table ") + NameOf(table);
+        try {
+            const auto rows = Query(store, "SELECT * FROM %s WHERE 1=0", NameOf(table));
+            isThere = true;
+            bool isWhole = true;
+            for (const StoredColumn& column : ColumnsOf(table)) {
+                const bool isFound = ColumnIn(*rows, column.name).has_value();
+                const bool isOptional = std::string_view(column.name) == "MinPeriod";
+                if (isOptional) hasMinPeriod_ = isFound;
+                isWhole &= isFound || isOptional;
+                if (!isFound)
+                    faults.emplace_back(name, std::string("has no column ") + column.name +
+                                                  "; programs that need it fail");
+            }
+            if (isWhole) whole_.insert(table);
+        } catch (const _com_error& error) {
+            faults.emplace_back(name, "cannot be read (" + Printable(error.what()) +
+                                          "); what it holds is not checked");
+        }
+    }
+    if (!isThere)
+        throw Failure("there are no tables for measurements; is this the right database?");
+    for (const auto& [where, what] : faults)
+        findings.Add(where, what);
+}
+
+Places::Places(Mersola& store, const Layout& layout) {
+    if (layout.Has(StoredTable::Groups)) {
+        for (_Recordset& row : Rows(store, "SELECT GroupId,GroupName FROM Groups"))
+            instruments_[row.Fields(0).Long()] = Quoted(row.Fields(1).Text().View()) + " ";
+    }
+    if (layout.Has(StoredTable::Measurements)) {
+        for (_Recordset& row : Rows(store, "SELECT GroupId,MeasId,MeasName FROM Measurements"))
+            measurements_[{row.Fields(0).Long(), row.Fields(1).Long()}] =
+                Quoted(row.Fields(2).Text().View()) + " ";
+    }
+}
+
+std::string Places::Instrument(std::int32_t groupId) const {
+    const auto found = instruments_.find(groupId);
+    return "instrument " + (found == instruments_.end() ? "" : found->second) + "(" +
+           std::to_string(groupId) + ")";
+}
+
+std::string Places::Measurement(std::int32_t groupId, std::int32_t measId) const {
+    const auto found = measurements_.find({groupId, measId});
+    return Instrument(groupId) + ", measurement " +
+           (found == measurements_.end() ? "" : found->second) + "(" + std::to_string(measId) + ")";
+}
+
+std::string Places::Report(std::int32_t groupId, std::int32_t measId, std::int32_t reportId) const {
+    return Measurement(groupId, measId) + ", report " + std::to_string(reportId);
+}
+
+bool Check(const DatabaseArgument& argument, std::ostream& out) {
+    const Database database(argument);
+    database.RequireThere();
+    Snapshot snapshot(database);  // what is recorded meanwhile stays out of view
+    Mersola& store = snapshot.Store();
+    Findings findings(out);
+    const Layout layout(store, findings);
+    const Places places(store, layout);
+    CheckInstruments(store, layout, places, findings);
+    CheckMeasurements(store, layout, places, findings);
+    CheckReports(store, layout, places, findings);
+    CheckOwners(store, layout, places, findings);
+    CheckRepeats(store, layout, findings);
+    CheckMarkers(store, layout, places, findings);
+    const ValuesChecked checked = CheckValues(store, layout, places, findings);
+    snapshot.End();
+    if (!checked.uncounted.empty()) {
+        std::this_thread::sleep_for(kOneRecorderStep);
+        CheckCounts(store, checked.uncounted, places, findings);
+    }
+    out << findings.Count() << (findings.Count() == 1 ? " finding; " : " findings; ")
+        << checked.values << " values were checked\n";
+    return findings.Count() == 0;
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,18 @@
+// mersola check.
+#pragma once
+
+#include <iosfwd>
+
+#include "database_argument.h"
+#include "streams.h"
+
+namespace mersola::tool {
+
+/// Writes a line for each thing that must never be in a database, and a last one with their number.
+/// True when there is none. Nothing is written into the database.
+bool Check(const DatabaseArgument& argument, std::ostream& out);
+
+/// Adds the command to the command line. `status`: becomes 1 when there is something to find.
+void AddCheck(CLI::App& app, const Streams& streams, int& status);
+
+}  // namespace mersola::tool

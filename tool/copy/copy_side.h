@@ -1,0 +1,58 @@
+// One of the two databases of a copy, and the rows that pass between them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <mersola/mersola.h>
+
+#include "open_database.h"
+#include "query.h"
+#include "stored_row.h"
+
+namespace mersola::tool {
+
+/// A session on one of the databases. Its operations raise Failure, which names the database.
+class Side {
+  public:
+    Side(const Database& database, Access access)
+        : name_(database.Name()), store_(OpenDatabase(database, access)) {}
+
+    const std::string& Name() const { return name_; }
+    Mersola& Store() { return *store_; }
+
+    void Run(const std::string& statement);
+    /// All of them or none.
+    void RunTogether(const std::vector<std::string>& statements);
+
+    void ForEachRow(const std::string& query, const std::function<void(_Recordset&)>& each);
+    /// All columns of the table that the query brings; a column that is not there reads as null.
+    std::vector<Row> Rows(const std::string& query, StoredTable table);
+    /// The same, one after the other.
+    void ForEachRow(const std::string& query, StoredTable table,
+                    const std::function<void(Row&)>& each);
+    /// The first field of the first row, nothing when there is none or a null.
+    std::optional<std::int32_t> Number(const std::string& query);
+
+    /// Runs `work` and turns what the database raises into a Failure.
+    template <class Work>
+    void Guard(Work work) {
+        try {
+            work();
+        } catch (const _com_error& error) {
+            Refused(error);
+        }
+    }
+
+  private:
+    [[noreturn]] void Refused(const _com_error& error) const;
+
+    std::string name_;
+    std::unique_ptr<Mersola> store_;
+};
+
+}  // namespace mersola::tool

@@ -1,0 +1,57 @@
+// mersola export and mersola import.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <mersola/times.h>
+
+#include "database_argument.h"
+#include "streams.h"
+
+namespace mersola::tool {
+
+struct ExportOptions {
+    DatabaseArgument database;
+    std::string instrument;  ///< this and the next: a name or a number; all when empty
+    std::string measurement;
+    std::string report;                   ///< a number; all when empty
+    std::optional<std::int32_t> channel;  ///< all when none is given
+    std::string function;                 ///< a name or a number; all when empty
+    std::optional<std::int64_t> from;     ///< the first period
+    std::optional<std::int64_t> count;
+    bool isWide = false;   ///< a column for each band
+    bool isPlain = false;  ///< without what else the database holds
+    std::string file;      ///< the output when empty or "-"
+};
+
+void Export(const ExportOptions& options, std::ostream& out);
+
+struct ImportOptions {
+    DatabaseArgument database;
+    std::string file;        ///< the input for "-"
+    std::string instrument;  ///< this and what follows: where the file has no column for it
+    std::string measurement;
+    std::string report = "1";
+    std::string channel = "1";
+    std::string function;
+    std::string band = "broadband";
+    std::optional<CTimeSpanEx> period;  ///< length of one
+    std::optional<CTimeEx> start;       ///< of a new measurement
+    std::vector<std::string> columns;   ///< "value=Laeq": which header stands for what
+    std::vector<std::string> bands;     ///< the headers of columns that hold a band each
+    bool isWide = false;                ///< every column that is nothing else holds a band
+};
+
+/// Adds what a file holds to a database, all of it or nothing. `terminal`: where to show the
+/// progress, may be null.
+void Import(const ImportOptions& options, std::ostream& out, std::ostream* terminal);
+
+/// Add the commands to the command line.
+void AddExport(CLI::App& app, const Streams& streams);
+void AddImport(CLI::App& app, const Streams& streams);
+
+}  // namespace mersola::tool

@@ -1,0 +1,94 @@
+// The options of mersola export and mersola import.
+#include "csv_commands.h"
+
+#include <memory>
+
+#include "command_options.h"
+#include "failure.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+
+void AddExport(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ExportOptions>();
+    Command command(app, "export", "Write what a database holds as CSV");
+    AddDatabase(command, given->database);
+    const Option instrument = command.Text("--instrument", given->instrument,
+                                           "Name or number of the only instrument [all]");
+    const Option measurement = command.Text("--measurement", given->measurement,
+                                            "Name or number of the only measurement [all]");
+    measurement.Needs(instrument);
+    command.Text("--report", given->report, "Number of the only report [all]").Needs(measurement);
+    command.Parsed("--channel", given->channel, ParseCount<0>, "a number from 0",
+                   "Number of the only channel [all]");
+    command.Text("--function", given->function, "Name or number of the only function [all]");
+    command.Parsed("--from", given->from, ParseCount<0>, "a number from 0",
+                   "The first period [the first stored]");
+    command.Parsed("--count", given->count, ParseCount<1>, "a number from 1",
+                   "How many periods from then on [all]");
+    command.Flag("--wide", given->isWide, "A column for each band [a row for each value]");
+    command.Flag("--plain", given->isPlain, "Begin with the line of column names");
+    command.Text("-o,--output", given->file, "File to write, - for the output").Default("-");
+    command.Run([=] { Export(*given, streams.out); });
+    command.Footer(
+        "Rows go by report, channel, function and period. In front of the column names stand lines "
+        "that\n"
+        "begin with #: names, settings and markers, with which mersola import makes the same "
+        "database.\n"
+        "Without them (--plain) it stores the values alone. The status is A where a value is "
+        "invalid; a\n"
+        "value without a number shows as null, an infinite one as inf or -inf, and a function, "
+        "band or\n"
+        "instrument without a name of its own as its number, like #12.");
+}
+
+void AddImport(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ImportOptions>();
+    Command command(app, "import", "Store what a CSV file holds");
+    AddDatabase(command, given->database);
+    command.Text("FILE", given->file, "The file, in UTF-8; - for the input").Required();
+    command.Text("--instrument", given->instrument, "Instrument, if no column names it");
+    command.Text("--measurement", given->measurement, "Measurement, likewise");
+    command.Text("--report", given->report, "Number of the report, likewise")
+        .Default(given->report);
+    command.Text("--channel", given->channel, "Number of the channel, likewise")
+        .Default(given->channel);
+    command.Text("--function", given->function, "Function, likewise");
+    command.Text("--band", given->band, "Band, likewise").Default(given->band);
+    command.Parsed("--period", given->period, ParsePeriod, kPeriodForm,
+                   "Length of a period, as 125ms, 1s, 15min, 1h; likewise");
+    command.Parsed("--start", given->start, ParseTime, kTimeForm,
+                   "When a new measurement began [the time of its first row]");
+    const auto isMapping = [](const std::string& text) {
+        const auto equals = text.find('=');
+        return equals == 0 || equals == text.npos
+                   ? Quoted(text) + " is not a column and its name in the file, as value=Laeq"
+                   : std::string();
+    };
+    command
+        .Texts("--column", given->columns,
+               "COLUMN=NAME: the file calls a column, or that of a band, otherwise")
+        .Check(isMapping);
+    command.List("--bands", given->bands, "Columns that hold a band each, between commas");
+    command.Flag("--wide", given->isWide, "Every column without another meaning is a band");
+    command.Run([=] { Import(*given, streams.out, streams.terminal); });
+    command.Footer(
+        "Columns: Instrument, Measurement, Report, Length (of a period), Period or Time, Channel, "
+        "Function,\n"
+        "Band, Value, Status; in any order and case, others are passed over. A file without Value "
+        "has a\n"
+        "column for each band. A day of levels that a meter wrote as Date,Laeq:\n"
+        "  mersola import my.db day.csv --column time=Date --column value=Laeq --function LAeq \\\n"
+        "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
+        "and its spectra as Date,31.5 Hz,63 Hz,125 Hz:\n"
+        "  mersola import my.db spectra.csv --column time=Date --wide --function Leq \\\n"
+        "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
+        "What is new is registered, what is there is added to. A value that is stored already is "
+        "passed\n"
+        "over; one that differs from what is stored ends the import, as every error does: then "
+        "nothing of\n"
+        "the file is stored. All of it is one transaction, so that recorders wait until it is "
+        "done.");
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,102 @@
+// Counting lines around the parser.
+#include "csv_reader.h"
+
+#include <algorithm>
+#include <istream>
+
+#include "failure.h"
+
+namespace mersola::tool {
+namespace {
+
+constexpr std::size_t kMostLines = 1000;  // of one record: more is a quote that nobody closed
+
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+std::size_t FollowersOf(unsigned char lead) {
+    if (lead >= 0xC2 && lead <= 0xDF) return 1;
+    if (lead >= 0xE0 && lead <= 0xEF) return 2;
+    if (lead >= 0xF0 && lead <= 0xF4) return 3;
+    return std::string::npos;
+}
+
+// Close enough to tell it from the encodings that instruments and spreadsheets also write.
+bool IsUtf8(std::string_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (static_cast<unsigned char>(text[i]) < 0x80) continue;
+        const auto followers = FollowersOf(static_cast<unsigned char>(text[i]));
+        if (followers >= text.size() - i) return false;
+        for (std::size_t end = i + followers; i < end;)
+            if ((static_cast<unsigned char>(text[++i]) & 0xC0) != 0x80) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+CsvReader::CsvReader(std::istream& in) : in_(in) {
+    csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
+}
+
+CsvReader::~CsvReader() {
+    csv_free(&parser_);
+}
+
+bool CsvReader::Next() {
+    count_ = 0;
+    isWhole_ = false;
+    while (!isWhole_ && Feed()) {
+    }
+    return isWhole_;
+}
+
+// One line at a time, so that the parser's answers belong to a line.
+bool CsvReader::Feed() {
+    const auto addField = [](void* text, std::size_t size, void* reader) {
+        static_cast<CsvReader*>(reader)->AddField({static_cast<const char*>(text), size});
+    };
+    const auto endRecord = [](int, void* reader) { static_cast<CsvReader*>(reader)->EndRecord(); };
+    if (!std::getline(in_, line_)) {
+        if (in_.bad()) throw Failure("the file could not be read to its end; is the disk well?");
+        if (csv_fini(&parser_, addField, endRecord, this) != 0) Refuse("a quote is not closed");
+        return false;
+    }
+    if (++read_ == 1 && line_.starts_with("\xEF\xBB\xBF")) line_.erase(0, 3);
+    if (!isInside_) start_ = read_;
+    if (!IsUtf8(line_)) {
+        start_ = read_;
+        Refuse("this is no UTF-8 text; save the file as CSV in UTF-8");
+    }
+    line_ += '\n';
+    if (csv_parse(&parser_, line_.data(), line_.size(), addField, endRecord, this) != line_.size())
+        Refuse(
+            "a quote stands where none may; write fields with quotes between quotes, and each "
+            "of theirs twice");
+    if (isOverrun_) Refuse("its lines end in carriage returns; save it with the usual line ends");
+    isInside_ = !isWhole_ && (isInside_ || !std::ranges::all_of(line_, [](char c) {
+                                  return IsBlank(c) || c == '\r' || c == '\n';
+                              }));
+    if (read_ - start_ > kMostLines) Refuse("a quote is not closed");
+    return true;
+}
+
+void CsvReader::AddField(std::string_view text) {
+    if (isWhole_) {
+        isOverrun_ = true;
+        return;
+    }
+    if (count_ == fields_.size()) fields_.emplace_back();
+    fields_[count_++].assign(text);
+}
+
+void CsvReader::EndRecord() {
+    isWhole_ = true;
+}
+
+void CsvReader::Refuse(const std::string& reason) const {
+    throw Failure("line " + std::to_string(start_) + ": " + reason);
+}
+
+}  // namespace mersola::tool

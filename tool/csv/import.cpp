@@ -1,0 +1,254 @@
+// mersola import: from CSV into the database.
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <limits>
+
+#include "csv_commands.h"
+#include "csv_reader.h"
+#include "failure.h"
+#include "import_columns.h"
+#include "import_target.h"
+#include "import_values.h"
+#include "open_database.h"
+#include "progress.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+using Fields = std::span<const std::string>;
+
+template <class Number>
+Number Parse(const std::string& text, CsvColumn column, const char* kind) {
+    const bool hasSign = text.starts_with('+');
+    if (const auto number = ParseNumber<Number>(std::string_view(text).substr(hasSign ? 1 : 0)))
+        return *number;
+    throw Failure(std::string(kCsvNames[column]) + " " + Quoted(text) + " is no " + kind);
+}
+
+// The table whose record this is, if it is one.
+std::optional<StoredTable> TableOf(Fields fields) {
+    for (const StoredTable table : kStoredTables) {
+        if (fields[0] == std::string(kRecordMark) + NameOf(table)) return table;
+    }
+    return std::nullopt;
+}
+
+// Columns that the table does not have are passed over.
+Row RowIn(StoredTable table, Fields fields) {
+    Row record;
+    for (const auto& field : fields.subspan(1)) {
+        const auto equals = field.find('=');
+        if (equals == field.npos)
+            throw Failure(Quoted(field) + " stands where column=text is expected");
+        const std::string name = field.substr(0, equals);
+        const auto columns = ColumnsOf(table);
+        const auto column =
+            std::ranges::find(columns, std::string_view(name),
+                              [](const auto& each) { return std::string_view(each.name); });
+        if (column != columns.end()) record[name] = CellFrom(*column, field.substr(equals + 1));
+    }
+    return record;
+}
+
+class Importer {
+  public:
+    Importer(Mersola& store, const ImportOptions& options)
+        : options_(options), target_(store), values_(store, target_) {}
+
+    // `pass`: is called now and then.
+    template <class Pass>
+    void Run(CsvReader& reader, Pass pass) {
+        while (reader.Next()) {
+            AtLine(reader.Line(), [&] { Take(reader.Fields(), reader.Line()); });
+            for (ImportedValue& each : row_)
+                values_.Add(std::move(each));
+            row_.clear();
+            if (reader.Line() % 1024 == 0) pass();
+        }
+        if (!columns_) throw Failure("the file is empty; it begins with a line of column names");
+        values_.Flush();
+        target_.Finish(values_.Bands());
+    }
+
+    void Tell(std::ostream& out) const {
+        out << "Stored " << Counted(values_.Stored(), "value") << " in "
+            << Counted(static_cast<std::int64_t>(target_.CountReports()), "report");
+        if (values_.Skipped() > 0)
+            out << "; " << Counted(values_.Skipped(), "value")
+                << (values_.Skipped() == 1 ? " was" : " were") << " stored already";
+        if (empty_ > 0) out << "; " << Counted(empty_, "field") << " held none";
+        out << ".\n";
+    }
+
+  private:
+    template <class Work>
+    void AtLine(std::size_t line, Work work) {
+        try {
+            work();
+        } catch (const Failure& failure) {
+            throw Failure("line " + std::to_string(line) + ": " + failure.what());
+        } catch (const _com_error& error) {
+            throw Failure("line " + std::to_string(line) + ": the database refused (" +
+                          Printable(error.what()) + ")");
+        }
+    }
+
+    void Take(Fields fields, std::size_t line) {
+        if (columns_) return TakeRow(fields, line);
+        if (fields[0] == kFormName) {
+            if (fields.size() < 2 || fields[1] != kFormVersion)
+                throw Failure("the file was exported by another version; use that one");
+        } else if (const auto table = TableOf(fields)) {
+            target_.Add(*table, RowIn(*table, fields));
+        } else {
+            columns_.emplace(fields, options_, target_.Bands());
+        }
+    }
+
+    void TakeRow(Fields fields, std::size_t line) {
+        if (fields.size() != columns_->Count())
+            throw Failure("there are " +
+                          Counted(static_cast<std::int64_t>(fields.size()), "field") +
+                          " where the first line has " + std::to_string(columns_->Count()));
+        const auto given = [&](CsvColumn column,
+                               const std::string& otherwise) -> const std::string& {
+            return columns_->Has(column) ? columns_->In(fields, column) : otherwise;
+        };
+        FindReport(fields);
+        ImportedValue value{report_,
+                            Parse<std::int32_t>(given(kChannelColumn, options_.channel),
+                                                kChannelColumn, "whole number"),
+                            Named(function_, given(kFunctionColumn, options_.function),
+                                  target_.Functions(), kFunctionColumn),
+                            PeriodIn(fields),
+                            0,
+                            std::nullopt,
+                            columns_->In(fields, kStatusColumn),
+                            line};
+        for (const auto& [position, band] : columns_->Bands()) {
+            value.band = band;
+            AddValue(value, fields[position], "");
+        }
+        if (!columns_->Bands().empty()) return;
+        value.band = Named(band_, given(kBandColumn, options_.band), target_.Bands(), kBandColumn);
+        AddValue(value, columns_->In(fields, kValueColumn), value.status);
+    }
+
+    // What a name meant last, as it is the same in most rows.
+    struct Remembered {
+        std::string text;
+        std::optional<std::int32_t> id;
+    };
+    static std::int32_t Named(Remembered& remembered, const std::string& text, ImportedKind& kind,
+                              CsvColumn column) {
+        if (text.empty()) throw Failure(std::string(kCsvNames[column]) + " is empty");
+        if (!remembered.id || remembered.text != text) remembered = {text, kind.Find(text)};
+        return *remembered.id;
+    }
+
+    void FindReport(Fields fields) {
+        std::string named;
+        for (const auto column :
+             {kInstrumentColumn, kMeasurementColumn, kReportColumn, kLengthColumn})
+            (named += columns_->In(fields, column)) += '\n';
+        if (report_ && named == reportNamed_) return;
+        const auto given = [&](CsvColumn column, const std::string& otherwise) {
+            return columns_->Has(column) ? columns_->In(fields, column) : otherwise;
+        };
+        AskedReport asked{given(kInstrumentColumn, options_.instrument),
+                          given(kMeasurementColumn, options_.measurement),
+                          given(kReportColumn, options_.report),
+                          options_.period,
+                          options_.start,
+                          std::nullopt,
+                          std::nullopt};
+        if (const auto& text = columns_->In(fields, kLengthColumn); !text.empty())
+            asked.length = ParsePeriod(text);
+        if (columns_->Has(kTimeColumn)) asked.time = ParseTime(columns_->In(fields, kTimeColumn));
+        if (columns_->Has(kPeriodColumn)) asked.period = PeriodIn(fields);
+        report_ = &target_.Report(asked);
+        reportNamed_ = named;
+    }
+
+    std::int32_t PeriodIn(Fields fields) {
+        constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max() - 1;
+        if (columns_->Has(kPeriodColumn)) {
+            const auto& text = columns_->In(fields, kPeriodColumn);
+            const auto period = Parse<std::int32_t>(text, kPeriodColumn, "number of a period");
+            if (period < 0 || period > most)
+                throw Failure("Period " + Quoted(text) + " is no number of a period");
+            return period;
+        }
+        const auto& text = columns_->In(fields, kTimeColumn);
+        const auto time = ParseTime(text);
+        if (!time)
+            throw Failure("Time " + Quoted(text) + " is no time, as '2026-11-15 07:30:12.045'");
+        const std::int64_t passed = (*time - report_->start).GetTotalMilliseconds();
+        if (passed < 0)
+            throw Failure("Time " + Quoted(text) + " lies before the measurement's start at " +
+                          TimeText(report_->start) + "; give a new measurement its --start");
+        const std::int64_t period = passed / report_->length;
+        if (period > most) throw Failure("Time " + Quoted(text) + " is too late to have a period");
+        return static_cast<std::int32_t>(period);
+    }
+
+    // An empty field of a row that is invalid stands for the value that the library stores then.
+    void AddValue(ImportedValue value, const std::string& text, const std::string& status) {
+        if (text.empty() && status == "A") {
+            value.value = -100;
+        } else if (text.empty()) {
+            ++empty_;
+            return;
+        } else if (text != kNull) {
+            value.value = Parse<double>(text, kValueColumn, "number");
+            if (!std::isfinite(*value.value))
+                throw Failure("Value " + Quoted(text) + " cannot be stored; leave the field empty");
+        }
+        row_.push_back(std::move(value));
+    }
+
+    const ImportOptions& options_;
+    ImportTarget target_;
+    ImportedValues values_;
+    std::optional<ImportedColumns> columns_;
+    ImportedReport* report_ = nullptr;  // of the last row,
+    std::string reportNamed_;           // and how it was named
+    Remembered function_, band_;
+    std::vector<ImportedValue> row_;
+    std::int64_t empty_ = 0;
+};
+
+}  // namespace
+
+void Import(const ImportOptions& options, std::ostream& out, std::ostream* terminal) {
+    std::ifstream file;
+    const bool isFile = options.file != "-";
+    if (isFile) file.open(options.file, std::ios::binary);
+    if (isFile && !file)
+        throw Failure(Quoted(options.file) + " cannot be read (" + std::strerror(errno) +
+                      "); check the name and your permissions");
+    std::istream& in = isFile ? file : std::cin;
+    const auto store = OpenDatabase(options.database, Access::Write);
+    Transaction transaction(*store);
+    Importer importer(*store, options);
+    CsvReader reader(in);
+    double size = 0;
+    if (isFile && file.seekg(0, std::ios::end)) size = static_cast<double>(file.tellg());
+    file.clear();
+    file.seekg(0);
+    {
+        Progress progress(size > 0 ? terminal : nullptr);
+        importer.Run(reader, [&] {
+            if (size > 0) progress.Show(static_cast<double>(file.tellg()) / size);
+        });
+    }
+    transaction.Commit();
+    importer.Tell(out);
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,111 @@
+// Matching names and numbers.
+#include "import_names.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "failure.h"
+#include "query.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+
+std::int32_t RequiredNumber(const Row& record, std::string_view column) {
+    const auto found = record.find(column);
+    if (found == record.end()) throw Failure("it has no " + std::string(column));
+    return std::get<std::int32_t>(found->second);
+}
+
+void ImportedNames::AddFromFile(std::int32_t number, const std::string& name, std::int32_t stored) {
+    file_.Add(number, name);
+    numbers_.try_emplace(number, stored);
+}
+
+std::optional<std::int32_t> ImportedNames::Find(std::string_view text) const {
+    if (const auto number = NumberLabel(text)) {
+        if (const auto found = FindNumber(*number)) return found;
+        if (!IsTold() && stored_.Contains(*number)) return number;
+        return std::nullopt;
+    }
+    if (const auto number = file_.Find(text)) return FindNumber(*number);
+    return stored_.Find(text);
+}
+
+std::optional<std::int32_t> ImportedNames::FindNumber(std::int32_t number) const {
+    const auto found = numbers_.find(number);
+    if (found == numbers_.end()) return std::nullopt;
+    return found->second;
+}
+
+std::optional<std::int32_t> ImportedNames::FindStored(std::int32_t number,
+                                                      const std::string& name) const {
+    if (!name.empty()) return stored_.Find(name);
+    if (stored_.Contains(number) && stored_.NameOf(number).empty()) return number;
+    return std::nullopt;
+}
+
+bool ImportedNames::IsTaken(std::int32_t stored) const {
+    return std::ranges::any_of(numbers_, [=](const auto& each) { return each.second == stored; });
+}
+
+ImportedKind::ImportedKind(Mersola& store, StoredTable table, const char* used)
+    : store_(store), table_(table), used_(used) {
+    for (_Recordset& row : Rows(store, "SELECT %s,%s FROM %s ORDER BY %s", ColumnsOf(table)[0].name,
+                                ColumnsOf(table)[1].name, NameOf(table), ColumnsOf(table)[0].name))
+        names_.AddStored(row.Fields(0).Long(), std::string(row.Fields(1).Text()));
+}
+
+void ImportedKind::Register(Row record) {
+    const std::int32_t number = RequiredNumber(record, ColumnsOf(table_)[0].name);
+    const std::string name = TextIn(record, ColumnsOf(table_)[1].name);
+    const Labels& stored = names_.Stored();
+    std::optional<std::int32_t> id;
+    if (stored.Contains(number) && CompareNoCase(stored.NameOf(number), name) == 0) id = number;
+    if (!id && !name.empty()) id = stored.Find(name);
+    // Two that have one name in the file stay two.
+    if (id && names_.IsTaken(*id)) id.reset();
+    if (!id) {
+        id = stored.Contains(number) ? Free() : number;
+        Insert(*id, std::move(record));
+    }
+    names_.AddFromFile(number, name, *id);
+}
+
+std::int32_t ImportedKind::Find(const std::string& text) {
+    if (const auto found = names_.Find(text)) return *found;
+    if (const auto number = NumberLabel(text)) return Find(*number);
+    if (const auto number = ParseNumber<std::int32_t>(text)) return *number;
+    const std::int32_t id = Free();
+    Insert(id, {{ColumnsOf(table_)[1].name, text}});
+    return id;
+}
+
+std::int32_t ImportedKind::Find(std::int32_t number) {
+    if (const auto found = names_.FindNumber(number)) return *found;
+    if (!names_.IsTold()) return number;
+    // It has no name in the file: under that of another one it would be something else.
+    const std::int32_t id = names_.Stored().NameOf(number).empty() ? number : Free();
+    names_.AddFromFile(number, "", id);
+    return id;
+}
+
+bool ImportedKind::IsKnown(const std::string& text) const {
+    return NumberLabel(text) || names_.Find(text);
+}
+
+std::int32_t ImportedKind::Free() {
+    if (!last_) {
+        const auto rows = Query(store_, "SELECT MAX(%s) FROM %s", ColumnsOf(table_)[0].name, used_);
+        last_ = rows->Fields(0).Long();
+    }
+    last_ = std::max(*last_, names_.Stored().Last()) + 1;
+    return *last_;
+}
+
+void ImportedKind::Insert(std::int32_t id, Row row) {
+    row[ColumnsOf(table_)[0].name] = id;
+    InsertInto(store_, table_, row);
+    names_.AddStored(id, TextIn(row, ColumnsOf(table_)[1].name));
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,95 @@
+// Where an import goes: the instruments, measurements and reports of the database.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <mersola/mersola.h>
+
+#include "import_names.h"
+#include "stored_row.h"
+
+namespace mersola::tool {
+
+/// A report that takes values.
+struct ImportedReport {
+    std::int32_t groupId, measId, reportId;
+    std::int32_t key;     ///< of its values
+    CTimeEx start;        ///< of its first period
+    std::int64_t length;  ///< of a period, in milliseconds: the measured one where it is known
+    std::int32_t first = std::numeric_limits<std::int32_t>::max();  ///< period that was imported
+    std::int32_t last = -1;
+};
+
+/// How a row names its report, and what it takes to register a new one.
+struct AskedReport {
+    std::string instrument;
+    std::string measurement;
+    std::string report;
+    std::optional<CTimeSpanEx> length;   ///< of a period
+    std::optional<CTimeEx> start;        ///< of the measurement
+    std::optional<CTimeEx> time;         ///< of a period,
+    std::optional<std::int32_t> period;  ///< which has this number
+};
+
+/// Every operation raises Failure or _com_error.
+class ImportTarget {
+  public:
+    explicit ImportTarget(Mersola& store);
+
+    /// A row of a small table, as the file tells of it. What is there already must be the same
+    /// where it says what the values mean.
+    void Add(StoredTable table, const Row& record);
+
+    /// Registers what is new. The reference stays valid.
+    ImportedReport& Report(const AskedReport& asked);
+    void RegisterFunction(const ImportedReport& report, std::int32_t channel,
+                          std::int32_t function);
+
+    ImportedKind& Functions() { return functions_; }
+    ImportedKind& Bands() { return bands_; }
+    std::size_t CountReports() const { return reports_.size(); }
+
+    /// Brings up to date what depends on the values. `bands`: those that were imported.
+    void Finish(const std::set<std::int32_t>& bands);
+
+  private:
+    using MeasurementKey = std::pair<std::int32_t, std::int32_t>;
+    using ReportKey = std::tuple<std::int32_t, std::int32_t, std::int32_t>;
+
+    void AddInstrument(const Row& record);
+    void AddMeasurement(Row record);
+    void AddReport(Row record);
+    void AddKey(Row record);
+    void AddMarker(Row record);
+    /// Gives the identifiers of the file those of the database.
+    void Translate(Row& record) const;
+
+    std::int32_t Instrument(const std::string& text);
+    std::int32_t Measurement(std::int32_t group, const AskedReport& asked);
+    void NewReport(const ReportKey& id, const AskedReport& asked);
+    std::int32_t Key(const ReportKey& id, std::optional<std::int32_t> wanted);
+    ImportedNames& MeasurementsOf(std::int32_t group);
+    std::int32_t Next(StoredTable table, const char* column, const std::string& condition = "");
+    bool IsStored(StoredTable table, const std::string& condition);
+
+    Mersola& store_;
+    ImportedKind functions_, bands_;
+    ImportedNames instruments_;
+    std::map<std::int32_t, ImportedNames> measurements_;  // by instrument
+    std::set<MeasurementKey> newMeasurements_;            // the file says nothing of their settings
+    std::set<MeasurementKey> fromFile_;                   // and these it brought
+    std::set<ReportKey> toldReports_;  // the file says how long their periods are
+    std::map<ReportKey, std::set<std::pair<std::int32_t, std::int32_t>>> listed_;
+    std::map<ReportKey, ImportedReport> reports_;
+    std::map<std::string, std::int64_t> markers_;  // how many the file had
+};
+
+}  // namespace mersola::tool

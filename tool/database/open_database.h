@@ -1,0 +1,71 @@
+// Sessions on databases: SQLite files, and what a connection string leads to.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <mersola/mersola.h>
+
+#include "database_argument.h"
+
+namespace mersola::tool {
+
+enum class Access { Read, Write };
+
+/// A database that a command works on, with what it takes to log in.
+class Database {
+  public:
+    /// Reads the password from its file or asks for it, where a user logs in to anything but a
+    /// SQLite file and the connection string holds none. Raises Failure. Implicit, so that commands
+    /// hand over what they were given.
+    Database(const DatabaseArgument& argument);
+
+    /// As it was given, without the password.
+    const std::string& Text() const { return text_; }
+    /// The text, fit for a line on a terminal, between quotes.
+    std::string Name() const;
+
+    /// A SQLite file that is opened as such.
+    bool IsFile() const { return isFile_; }
+    const std::string& File() const { return file_; }
+
+    /// Connects, whether it is laid out or not. With Access::Read a SQLite file is not changed in
+    /// any way. Raises Failure.
+    std::unique_ptr<Mersola> Connect(Access access) const;
+
+    /// Raises Failure for a SQLite file that is not there.
+    void RequireThere() const;
+
+  private:
+    std::string text_;
+    std::string connectString_;
+    bool isFile_ = false;
+    std::string file_;
+    std::string user_;
+    std::string password_;
+};
+
+/// Connects to a database that is laid out. With Access::Read a write-protected one will do, and a
+/// file stays as it is.
+std::unique_ptr<Mersola> OpenDatabase(const Database& database, Access access);
+
+/// What the connection had to say about its last failure, in brackets and behind a blank; empty if
+/// it never failed.
+std::string LastError(const Mersola& store);
+
+/// Rolls back at its end unless it was committed.
+class Transaction {
+  public:
+    explicit Transaction(Mersola& store) : store_(store) { store_.BeginTrans(); }
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    void Commit();
+
+  private:
+    Mersola& store_;
+    bool open_ = true;
+};
+
+}  // namespace mersola::tool

@@ -1,0 +1,32 @@
+// mersola init and mersola version.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include "database_argument.h"
+#include "streams.h"
+
+namespace mersola::tool {
+
+/// Lays out a new file, an existing file that is an empty database, or what a connection string
+/// leads to, if none of the tables is there. On failure a file that was made is removed again, and
+/// anything else is as before. What the server does not know of the layout's options is told on
+/// `err`, a line each, and is no failure.
+void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err);
+
+struct VersionOptions {
+    DatabaseArgument database;
+    std::optional<std::string> added;  ///< a version to append to the history first
+    std::string info;
+};
+
+/// Answers for any database, laid out or not.
+void Version(const VersionOptions& options, std::ostream& out);
+
+/// Add the commands to the command line.
+void AddInit(CLI::App& app, const Streams& streams);
+void AddVersion(CLI::App& app, const Streams& streams);
+
+}  // namespace mersola::tool

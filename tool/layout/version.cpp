@@ -1,0 +1,67 @@
+// mersola version: what the version history of a database says.
+#include <ostream>
+
+#include "failure.h"
+#include "layout.h"
+#include "open_database.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+// A statement would end at a quote.
+void CheckText(const char* what, const std::string& text) {
+    if (text.find('\'') != text.npos)
+        throw Failure(std::string("the ") + what + " cannot be " + Quoted(text) +
+                      "; it holds no single quote");
+}
+
+void Add(const Database& database, const VersionOptions& options, std::ostream& out) {
+    CheckText("version", *options.added);
+    CheckText("information", options.info);
+    const auto store = OpenDatabase(database, Access::Write);
+    versionHistory entry;
+    if (store->GetVersion(nullptr, entry) == -1)
+        throw Failure(database.Name() +
+                      " has no version history to add to; make a new database with: mersola init");
+    entry.Version = *options.added;
+    entry.Info = options.info;
+    entry.Date = CTimeEx::GetCurrentTime().ToText();
+    if (store->AddVersion(nullptr, entry) != 1)
+        throw Failure("the version could not be added" + LastError(*store) + "; try again");
+    out << "Added version " << Quoted(*options.added) << " to the history.\n";
+}
+
+}  // namespace
+
+void Version(const VersionOptions& options, std::ostream& out) {
+    const Database database(options.database);
+    if (options.added) Add(database, options, out);
+    database.RequireThere();
+    const auto store = database.Connect(Access::Read);
+    versionHistory first;
+    CTimeEx date;
+    switch (store->GetVersion(nullptr, first)) {
+        case 1:
+            out << "The version history begins with version " << Quoted(first.Version.View());
+            if (CTimeEx::FromText(first.Date, date)) out << " of " << TimeText(date);
+            if (!first.Info.IsEmpty()) out << ": " << Printable(first.Info.View());
+            out << ".\n";
+            break;
+        case 0:
+            out << "The version history is empty. Fill it with: mersola version --add\n";
+            break;
+        case -1:
+            out << "There are measurements, but no version history: whoever laid the database out "
+                   "kept none.\n";
+            break;
+        case -2:
+            out << "There are no tables for measurements. Lay them out with: mersola init\n";
+            break;
+        default:
+            throw Failure("the version of " + database.Name() + " cannot be read" +
+                          LastError(*store) + "; check that it is a database and whole");
+    }
+}
+
+}  // namespace mersola::tool

@@ -1,0 +1,34 @@
+// mersola plot.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <mersola/times.h>
+
+#include "database_argument.h"
+#include "selection.h"
+#include "streams.h"
+
+namespace mersola::tool {
+
+struct PlotOptions : SelectionOptions {
+    DatabaseArgument database;
+    std::vector<std::string> functions;  ///< names or numbers; LAeq and Leq when there are none
+    std::optional<CTimeEx> from;         ///< the periods that overlap the time from then,
+    std::optional<CTimeEx> to;           ///< and up to then
+    int width = 1200;                    ///< this and the next: in pixels
+    int height = 720;
+    std::string file;  ///< where to put the picture; PictureFormOf tells its form
+};
+
+/// Draws levels over time and their spectra. A picture that is there is replaced; it appears whole
+/// or not at all. `terminal`: where to show the progress, may be null.
+void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal);
+
+/// Adds the command to the command line.
+void AddPlot(CLI::App& app, const Streams& streams);
+
+}  // namespace mersola::tool

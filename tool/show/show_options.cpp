@@ -1,0 +1,105 @@
+// The options of the commands that show what is stored.
+#include "show.h"
+
+#include <memory>
+
+#include "command_options.h"
+#include "times_text.h"
+
+namespace mersola::tool {
+namespace {
+
+// "3..7"
+std::optional<MarkersOptions::Periods> ParsePeriods(const std::string& text) {
+    const auto dots = text.find("..");
+    if (dots == text.npos) return std::nullopt;
+    const auto first = ParseCount<0>(text.substr(0, dots)),
+               last = ParseCount<0>(text.substr(dots + 2));
+    if (!first || !last || *first > *last) return std::nullopt;
+    return MarkersOptions::Periods{*first, *last};
+}
+
+}  // namespace
+
+void AddList(CLI::App& app, const Streams& streams) {
+    Command command(app, "list", "Show what a database holds");
+    struct Given {
+        DatabaseArgument database;
+        bool isContinuous = false;
+    };
+    const auto given = std::make_shared<Given>();
+    AddDatabase(command, given->database);
+    command.Flag("--continuous", given->isContinuous, "Each instrument's measurements read as one");
+    command.Run([=] { List(given->database, given->isContinuous, streams.out); });
+    command.Footer("Numbers in brackets select as well as names do.");
+}
+
+void AddValues(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ValuesOptions>();
+    Command command(app, "values", "Show stored values, periods by bands");
+    AddDatabase(command, given->database);
+    const Option continuous = AddSelection(command, *given);
+    const Option function =
+        command.Text("--function", given->function, "Name or number of the function")
+            .Default(given->function);
+    command
+        .Flag("--all-functions", given->allFunctions,
+              "Every function of the channel, a row for each")
+        .Excludes(function)
+        .Excludes(continuous);
+    command.Parsed("--from", given->from, ParseCount<0>, "a number from 0",
+                   "The first period to show [the first stored]");
+    command.Parsed("--count", given->count, ParseCount<1>, "a number from 1",
+                   "How many periods to show [all]");
+    command.Flag("--csv", given->csv, "Comma-separated values with all decimals");
+    command.Footer("A value that is missing or invalid shows as --, and in CSV as an empty field.");
+    command.Run([=] {
+        RequireMeasurement(*given);
+        Values(*given, streams.out);
+    });
+}
+
+void AddGaps(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<GapsOptions>();
+    Command command(app, "gaps", "Show where an instrument's measurements meet or leave gaps");
+    AddDatabase(command, given->database);
+    command.Text("--instrument", given->instrument, "Name or number of the instrument").Required();
+    command.Text("--report", given->report, "Type of the report [the first]");
+    command.Flag("--csv", given->csv, "Comma-separated values");
+    command.Footer(
+        "Periods are numbered across the measurements, as with values --continuous. Where two "
+        "overlap,\n"
+        "the values of the earlier one are shown. A stretch ends where its last period does.");
+    command.Run([=] { Gaps(*given, streams.out); });
+}
+
+void AddMarkers(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<MarkersOptions>();
+    Command command(app, "markers", "Show the markers of a measurement");
+    AddDatabase(command, given->database);
+    command.Text("--instrument", given->instrument, "Name or number of the instrument").Required();
+    command.Text("--measurement", given->measurement, "Name or number of the measurement")
+        .Required();
+    const Option from = command.Parsed("--from", given->from, ParseTime, kTimeForm,
+                                       "Only those that start at this time or later");
+    const Option to = command.Parsed("--to", given->to, ParseTime, kTimeForm,
+                                     "Only those that start before this time");
+    const Option periods =
+        command
+            .Parsed("--periods", given->periods, ParsePeriods, "a range of periods, as 0..99",
+                    "Only those that start in periods A..B")
+            .Excludes(from)
+            .Excludes(to);
+    command.Text("--report", given->report, "Number of the report of the periods [the first]")
+        .Needs(periods);
+    command.Text("--type", given->type, "Only those with this type in their condition");
+    command.Flag("--open", given->isOpen, "Those that were never closed, as after a crash")
+        .Excludes(from)
+        .Excludes(to)
+        .Excludes(periods);
+    command.Flag("--csv", given->csv, "Comma-separated values");
+    command.Footer("Open markers are shown with --open only.");
+    command.Run([=] { ShowMarkers(*given, streams.out); });
+}
+
+}  // namespace mersola::tool
