@@ -4,10 +4,9 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <iostream>
-#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <mersola/platform/com_error.h>
@@ -39,18 +38,26 @@ std::string UsageLine(const CLI::App& app, const CLI::ParseError& error) {
            "; see mersola --help";
 }
 
-// The connection strings on the command line that hold a password, which others can see there.
-std::vector<std::string> RevealingArguments(int argc, const char* const* argv) {
-    std::vector<std::string> found;
-    std::copy_if(argv, argv + argc, std::back_inserter(found),
-                 [](const char* argument) { return WithoutPassword(argument) != argument; });
+struct Revealing {
+    std::string argument;
+    std::string shown;  // instead of it
+};
+
+// What holds a password on the command line, where others can see it.
+std::vector<Revealing> RevealingArguments(int argc, const char* const* argv) {
+    std::vector<Revealing> found;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        const bool follows = std::string_view(argv[i - 1]) == "--password" && !argument.empty();
+        const std::string shown = follows ? "***" : WithoutPassword(argument);
+        if (shown != argument) found.push_back({argument, shown});
+    }
     return found;
 }
 
 // The parser quotes what it cannot make sense of.
-std::string Hidden(std::string line, const std::vector<std::string>& revealing) {
-    for (const std::string& argument : revealing) {
-        const std::string shown = WithoutPassword(argument);
+std::string Hidden(std::string line, const std::vector<Revealing>& revealing) {
+    for (const auto& [argument, shown] : revealing) {
         for (auto at = line.find(argument); at != line.npos; at = line.find(argument, at)) {
             line.replace(at, argument.size(), shown);
             at += shown.size();
@@ -78,7 +85,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     app.require_subcommand(1);
     app.footer(
         "Help on a command: mersola COMMAND --help\n\n"
-        "DB is a SQLite file, or the connection string of a server, which begins with Provider=, "
+        "DB is a SQLite file, or the connection string of a server, which has keys as Provider=, "
         "Driver=,\n"
         "DSN= or the like: 'Provider=MSOLEDBSQL;Data Source=HOST;Initial Catalog=NAME'. A file of "
         "such a\n"

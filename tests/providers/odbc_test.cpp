@@ -56,7 +56,7 @@ TEST(ConnectText, HandsOnWhatNamesADriverOrASource) {
     EXPECT_EQ(TextOf("Provider=MSDASQL;Data Source=noise;Password='x;y'"),
               "Data Source=noise;Password={x;y};DSN=noise;PWD={x;y}");
     EXPECT_EQ(TextOf("Driver={FreeTDS};Server=host;PWD={a;}}}"),
-              "Driver=FreeTDS;Server=host;PWD={a;}}");
+              "Driver=FreeTDS;Server=host;PWD={a;}};");
     try {
         TextOf("Data Source=noise.db");
         FAIL() << "neither provider nor driver";

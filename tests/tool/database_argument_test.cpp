@@ -18,11 +18,12 @@
 namespace mersola::tool {
 namespace {
 
-TEST(DatabaseArguments, AreConnectionStringsWhenTheyBeginAsOne) {
+TEST(DatabaseArguments, AreConnectionStringsByTheirKeys) {
     for (const char* text : {"Provider=SQLite;Data Source=x", "dsn=x", " Driver = {a=b};x=y",
-                             "Data Source=x", "FILEDSN=a"})
+                             "Data Source=x", "FILEDSN=a", "Encrypt=no;Server=x"})
         EXPECT_TRUE(IsConnectionString(text)) << text;
-    for (const char* text : {"x.db", "./DSN=x", "a=b.db", "Provider", "my Provider=x", "=", ""})
+    for (const char* text : {"x.db", "./DSN=x", "a=b.db", "Provider", "my Provider=x", "./a;DSN=x",
+                             "/a;DSN=x", "=", ""})
         EXPECT_FALSE(IsConnectionString(text)) << text;
 }
 
@@ -34,6 +35,8 @@ TEST(DatabaseArguments, AreShownWithoutAnyPassword) {
         {"DSN=a;PWD={never ends;UID=b", "DSN=a;PWD=***"},
         {"DSN=a;PWD={x}y;UID=b", "DSN=a;PWD=***;UID=b"},
         {"PWD=x", "PWD=***"},
+        {"Odd=no;Password=x", "Odd=no;Password=***"},
+        {"--password=x", "--password=***"},
         {"Driver={PWD=x;};UID=b", "Driver={PWD=x;};UID=b"},
         {"./PWD=x", "./PWD=x"}};
     for (const auto& [text, shown] : strings)
@@ -114,6 +117,7 @@ TEST_F(Tool, ShowsNoPasswordWhateverGoesWrong) {
         EXPECT_NE(outcome.err.find("Password=***"), std::string::npos) << outcome.err;
         EXPECT_TRUE(outcome.err.starts_with("mersola: warning: others can see")) << outcome.err;
     }
+    EXPECT_EQ(RunWords({"list", db_, "--password", "secret"}).err.find("secret"), source.npos);
     EXPECT_EQ(Database(DatabaseArgument{source, "", ""}).Name().find("secret"), source.npos);
     const std::string file = "Provider=SQLite;Data Source=\"" + db_ + "\"";
     const Outcome listed = RunWords({"list", file, "--user", "me"});

@@ -10,11 +10,11 @@
 namespace mersola::tool {
 namespace {
 
-constexpr std::string_view kFirstKeys[]{"Provider",    "Driver", "DSN",      "FILEDSN",
-                                        "Data Source", "Server", "Address",  "Initial Catalog",
-                                        "Network",     "Addr",   "Database", "User ID",
-                                        "UID",         "User",   "PWD",      "Mode",
-                                        "Password"};
+// One of them makes a text a connection string.
+constexpr std::string_view kKeys[]{"Provider", "Driver",  "DSN",  "FILEDSN", "Data Source",
+                                   "Server",   "Address", "Addr", "Network", "Initial Catalog",
+                                   "Database", "User ID", "UID",  "User",    "Password",
+                                   "PWD",      "Mode"};
 
 std::string_view Trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
@@ -84,8 +84,10 @@ std::string Plain(std::string_view value) {
 }  // namespace
 
 bool IsConnectionString(std::string_view text) {
-    const auto equals = text.find('=');
-    return equals != text.npos && IsAmong(Trimmed(text.substr(0, equals)), kFirstKeys);
+    if (text.starts_with('/') || text.starts_with("./")) return false;
+    const auto parts = Parts(text);
+    return std::any_of(parts.begin(), parts.end(),
+                       [](const Part& part) { return IsAmong(part.key, kKeys); });
 }
 
 std::string ConnectionValue(std::string_view text, std::span<const std::string_view> keys) {
@@ -97,11 +99,12 @@ std::string ConnectionValue(std::string_view text, std::span<const std::string_v
 }
 
 std::string WithoutPassword(std::string_view text) {
-    if (!IsConnectionString(text)) return std::string(text);
     std::string shown;
     for (const Part& part : Parts(text)) {
+        auto key = part.key;
+        key.remove_prefix(std::min(key.find_first_not_of('-'), key.size()));  // a wrong option
         shown += part.before;
-        shown += IsAmong(part.key, kPasswordKeys) ? "***" : part.value;
+        shown += IsAmong(key, kPasswordKeys) ? "***" : part.value;
     }
     return shown;
 }

@@ -14,8 +14,8 @@ struct DatabaseArgument {
     std::string passwordFile;  ///< for a connection string that holds no password
 };
 
-/// Whether a text begins as connection strings do, with "Provider=", "Driver=", "DSN=" or another
-/// of their keys, in any case. A file of such a name can be given with a folder, as "./DSN=x".
+/// Whether a text has a key of connection strings, "Provider=", "Driver=", "DSN=" or another, in
+/// any case. A file of such a name can be given with a folder, as "./DSN=x".
 bool IsConnectionString(std::string_view text);
 
 /// The value that a connection string gives to one of the keys; of several the last, as providers
@@ -27,7 +27,7 @@ inline constexpr std::string_view kSourceKeys[]{"Data Source"};
 inline constexpr std::string_view kUserKeys[]{"User ID", "UID", "User"};
 inline constexpr std::string_view kPasswordKeys[]{"Password", "PWD"};
 
-/// The text fit to be shown: with asterisks for each password if it is a connection string.
+/// The text fit to be shown, with asterisks for each password in it.
 std::string WithoutPassword(std::string_view text);
 
 }  // namespace mersola::tool

@@ -59,7 +59,11 @@ class Text {
             value.find_first_of(";{}") != value.npos || value.front() == ' ' || value.back() == ' ';
         braces ? AddInBraces(key, value) : void(text_ += value);
     }
-    std::string Take() { return std::move(text_); }
+    std::string Take() {
+        // FreeTDS's driver takes the braces off only what a semicolon follows.
+        if (freeTds_ && text_.ends_with('}')) text_ += ';';
+        return std::move(text_);
+    }
 
   private:
     void AddInBraces(std::string_view key, std::string_view value) {

@@ -17,6 +17,7 @@ constexpr int kNoSuchObject = 208;
 constexpr int kDuplicateRow = 2601;
 constexpr int kDuplicateKey = 2627;
 constexpr int kLogInFailed = 18456;
+constexpr int kNoSuchDatabase = 4060;  // comes beside a log-in that failed for it
 constexpr int kLockTimeOut = 1222;
 // Values that a column cannot hold, which not every driver gives a SQLSTATE of class 22.
 constexpr std::array kRefusals{220, 232, 245, 2601, 2627, 2628, 8114, 8115, 8152};
@@ -90,7 +91,8 @@ HRESULT CodeFor(const Diagnosis& diagnosis) {
     const std::string& state = diagnosis.state;
     if (diagnosis.sqlite && state == "HY000") return SqliteCode(diagnosis);
     if (diagnosis.native == kNoSuchObject || state == "42S02") return DB_E_NOTABLE;
-    if (diagnosis.native == kLogInFailed || state == "28000") return DB_SEC_E_AUTH_FAILED;
+    if (diagnosis.native == kLogInFailed || diagnosis.native == kNoSuchDatabase || state == "28000")
+        return DB_SEC_E_AUTH_FAILED;
     if (diagnosis.native == kLockTimeOut || state == "HYT00" || state == "HYT01")
         return DB_E_ABORTLIMITREACHED;
     if (state.starts_with("23") || IsDuplicate(diagnosis)) return DB_E_INTEGRITYVIOLATION;
@@ -150,6 +152,8 @@ std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secre
     }
     // A warning may have come before what went wrong.
     std::ranges::stable_partition(diagnoses, [](const auto& each) { return !each.IsWarning(); });
+    std::ranges::stable_partition(diagnoses,
+                                  [](const auto& each) { return each.native == kNoSuchDatabase; });
     if (diagnoses.empty())
         diagnoses.push_back({"HY000", 0, "The driver failed and gives no reason", false});
     return diagnoses;
