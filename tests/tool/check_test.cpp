@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tool_fixture.h"
+#include "watched_provider.h"
 
 namespace mersola::tool {
 namespace {
@@ -44,6 +45,18 @@ TEST_F(Checked, FindsNothingInWhatWasRecordedAndChangesNothing) {
                           "UPDATE Markers SET GroupId=2, MeasId=-2"})
                   .out,
               outcome.out);
+}
+
+TEST_F(Checked, TakesALostConnectionForNoFinding) {
+    test::RegisterWatchedProvider();
+    test::TheWatch().error = _com_error(E_FAIL, "link failure", "Watched");
+    test::TheWatch().FailOn("FROM Markers WHERE 1=0");
+    const Outcome outcome = RunWords(
+        {"check", "Provider=SQLite;Data Source=\"" + db_ + "\"" + std::string(test::kWatched)});
+    test::TheWatch().Reset();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_NE(outcome.err.find("link failure"), outcome.err.npos) << outcome.err;
 }
 
 TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
@@ -98,7 +111,8 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
         {{"UPDATE Reports SET noOfPeriods=NULL"}, report + ": has no count of its periods", 2},
         {{"UPDATE Groups SET GroupName=''"}, "instrument '' (1): has no name"},
         {{"UPDATE Measurements SET MeasName=NULL"}, "measurement '' (1): has no name"},
-        {{"CREATE TABLE G (GroupId INTEGER,GroupName TEXT,Info TEXT,Type TEXT,State TEXT)",
+        {{"CREATE TABLE G (GroupId INTEGER,GroupName TEXT COLLATE NOCASE,Info TEXT,Type TEXT,State "
+          "TEXT)",
           "INSERT INTO G SELECT * FROM Groups", "INSERT INTO G VALUES (2,'pier 4','','0','')",
           "DROP TABLE Groups", "ALTER TABLE G RENAME TO Groups"},
          "table Groups, GroupName"},

@@ -14,6 +14,7 @@
 
 #include <mersola/mersola.h>
 
+#include "child.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
@@ -153,7 +154,7 @@ TEST_F(Tool, RefusesWhatItCannotRecordAndWritesNothing) {
     ExpectRefused(RecordWords(Silence("slow.wav", 10, 60), "new") + Words{"--period", "1ms"},
                   "longer --period");
     ExpectRefused(RecordWords(good, "it's"), "no single quote");
-    ExpectRefused(RecordWords(good, ""), "at least one character");
+    ExpectRefused(RecordWords(good, ""), "must not be empty", 2);
     ExpectRefused(RecordWords(good, "new") + Words{"--start", "2001-01-01 00:00"}, "ten years");
     ExpectRefused(RecordWords(good) + Words{"--start", "2026-11-15 09:59:59.999"},
                   "starts at 2026-11-15 10:00:00.000");
@@ -406,6 +407,28 @@ TEST_F(Tool, LeavesADatabaseAsItIsThatIsNotInWriteAheadModeWhenItReads) {
     // The other mode's files go with the last who reads.
     EXPECT_EQ(RunWords({"list", db_}).status, 0);
     EXPECT_FALSE(std::filesystem::exists(db_ + "-wal"));
+}
+
+TEST_F(Tool, LaysADatabaseOutOnceHoweverManyTryAtOnce) {
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_ / "");
+    for (int round = 0; round < 10; ++round) {
+        const std::string path = "file:" + std::to_string(round);  // a name, and no URI
+        std::vector<std::unique_ptr<test::Child>> children;
+        for (int i = 0; i < 4; ++i)
+            children.push_back(std::make_unique<test::Child>([&](const auto&) {
+                return RunWords({"init", path}).status;
+            }));
+        int succeeded = 0;
+        for (const auto& child : children)
+            succeeded += child->Wait() == 0;
+        EXPECT_EQ(succeeded, 1);
+        EXPECT_EQ(RunWords({"list", path}).status, 0);
+        EXPECT_TRUE(std::filesystem::exists(path));
+    }
+    std::filesystem::current_path(before);
+    for (const auto& entry : std::filesystem::directory_iterator(folder_ / ""))
+        EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();
 }
 
 TEST_F(Tool, TellsWrongUsageFromFailure) {

@@ -166,6 +166,20 @@ TEST_F(Copying, BringsWhatIsNewAnotherTime) {
     EXPECT_EQ(Holdings(db_), Holdings(from_)) << "the last period was not whole before";
 }
 
+TEST_F(Copying, KeepsAFunctionWithoutANameFromThatOfAnother) {
+    In(from_, {"DELETE FROM FuncNameMap WHERE FuncId=8"});
+    for (const char* expected : {"copied 5 values and 3 markers", "nothing new"}) {
+        const Outcome outcome = Copy({"--verify"});
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_NE(outcome.out.find(expected), outcome.out.npos) << outcome.out;
+        EXPECT_NE(outcome.out.find("function 8 without a name goes by the number 9"),
+                  outcome.out.npos)
+            << outcome.out;
+    }
+    EXPECT_EQ(Count("MeasuredValues WHERE FuncId=9"), 5);
+    EXPECT_EQ(Count("Markers WHERE funcId=9"), 3);
+}
+
 TEST_F(Copying, TellsWhereTheTwoDiffer) {
     ASSERT_EQ(Copy().status, 0);
     Execute("UPDATE MeasuredValues SET Value=0.10000000000000002 WHERE PeriodNo=3 AND Value<>77");

@@ -236,6 +236,47 @@ TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
     EXPECT_EQ(RunWords({"check", db_}).status, 0);
 }
 
+TEST_F(Csv, HasTheSameLengthOfPeriodsInAllRowsOfAReport) {
+    const auto rows = [](const std::string& first, const std::string& other) {
+        return "Length,Period,Time,Value\n" + first + ",0,2026-01-01 00:00,1\n,1,,2\n" + other +
+               ",2,then,3\n";
+    };
+    const Words leq{"--function", "Leq"};
+    ExpectRefused(Into(db_, rows("1s", "2s"), leq),
+                  "line 4: report 1 of 'day' is stored with periods");
+    for (const char* none : {"junk", "0s", "48 h"}) {
+        const std::string reason = "Length '" + std::string(none) + "' is no length";
+        ExpectRefused(Into(db_, rows("1s", none), leq), "line 4: " + reason);
+        ExpectRefused(Into(db_, rows(none, "1s"), leq), "line 2: " + reason);
+    }
+    ExpectRefused(Into(db_, "Time,Value\n2026-13-01 00:00,1\n", leq + Words{"--period", "1s"}),
+                  "line 2: Time '2026-13-01 00:00' is no time");
+    ASSERT_EQ(RunWords(Into(db_, rows("1s", "1000 ms"), leq)).status, 0);
+    EXPECT_EQ(Count("MeasuredValues"), 3);
+    // Longer ones than are read come back from an export, and only as they are.
+    Execute("UPDATE Reports SET PeriodLen='02,00,00,00,000'");
+    std::string csv = RunWords({"export", db_}).out;
+    const std::string copy = NewDatabase("copy.db");
+    EXPECT_EQ(RunWords({"import", copy, File(csv)}).status, 0);
+    EXPECT_EQ(FirstDifference(Dump(copy), Dump(db_)), "");
+    csv.replace(csv.find("StartAt=2026") + 8, 4, "noon");
+    const Outcome junk = RunWords({"import", copy, File(csv)});
+    EXPECT_NE(junk.err.find(": StartAt 'noon,"), junk.err.npos) << junk.err;
+}
+
+TEST_F(Csv, ComesThroughAPipe) {
+    constexpr std::string_view text = "Time,Value\n2026-01-01 00:00,50\n";
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], text.data(), text.size()), std::ssize(text));
+    close(ends[1]);
+    Words words = Into(db_, "", {"--function", "Leq", "--period", "1s"});
+    words[2] = "/dev/fd/" + std::to_string(ends[0]);
+    const Outcome outcome = RunWords(words);
+    close(ends[0]);
+    EXPECT_EQ(outcome.out, "Stored 1 value in 1 report.\n") << outcome.err;
+}
+
 TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
     const Words options{"--function", "Leq", "--period", "1s", "--start", "2026-01-01 00:00"};
     ASSERT_EQ(RunWords(Into(db_, "Period,Band,Value\n0,1 kHz,50\n", options)).status, 0);
@@ -271,6 +312,16 @@ TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
     ExpectRefused(Into(db_, "Period,Value\n1,1\n"), "there is no column Function");
     ExpectRefused(Into(db_, "", options), "the file is empty");
     ExpectRefused({"export", db_, "-o", db_}, "is the database itself");
+    // Also where what SQLite keeps beside it is not there yet, and by another way.
+    std::filesystem::create_symlink(".", folder_ / "way");
+    for (const char* part : {"-wal", "-shm", "-journal"})
+        ExpectRefused(
+            {"export", db_, "-o", folder_ / ("way/it's {a} database.db" + std::string(part))},
+            "is a part of the database itself");
+    ExpectRefused({"import", db_, folder_ / "way"}, "is a folder");
+    const Outcome zeros = RunWords(Into(db_, std::string(100'000, '\0') + "\n", options));
+    EXPECT_NE(zeros.err.find("???\u2026'"), std::string::npos);
+    EXPECT_LT(zeros.err.size(), 400);
     ExpectRefused(Into(db_, "", {"--column", "value"}), "is not a column and its name", 2);
 }
 

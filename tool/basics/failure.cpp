@@ -15,6 +15,13 @@ std::string Printable(std::string_view text) {
     return shown;
 }
 
+std::string Excerpt(std::string_view text, std::size_t most) {
+    if (text.size() <= most) return std::string(text);
+    while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80)
+        --most;  // a character stays whole
+    return std::string(text.substr(0, most)) + "\u2026";
+}
+
 std::string Quoted(std::string_view text) {
     return "'" + Printable(text) + "'";
 }

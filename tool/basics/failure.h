@@ -1,6 +1,7 @@
 // What ends a command, and how its line is written.
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <stdexcept>
 #include <string>
@@ -22,6 +23,10 @@ class Failure : public std::runtime_error {
 
 /// The text with a question mark for each control character: fit for a line on a terminal.
 std::string Printable(std::string_view text);
+
+/// The text, or as much of its beginning as `most` bytes hold and an ellipsis: what a file brings
+/// may be longer than a line has room for.
+std::string Excerpt(std::string_view text, std::size_t most = 60);
 
 /// The printable text between quotes.
 std::string Quoted(std::string_view text);

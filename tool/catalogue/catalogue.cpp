@@ -111,11 +111,26 @@ CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t gro
     return markers;
 }
 
+namespace {
+
+// Texts stand between single quotes in statements.
+bool IsStorable(const std::string& text) {
+    return text.find('\'') == text.npos && Printable(text) == text;
+}
+
+}  // namespace
+
 void RequireName(const char* what, const std::string& name) {
-    if (name.empty() || name.find('\'') != name.npos || Printable(name) != name)
+    if (name.empty() || !IsStorable(name))
         throw Failure(
-            std::string("the ") + what + " cannot be named " + Quoted(name) +
+            std::string("the ") + what + " cannot be named " + Quoted(Excerpt(name)) +
             "; a name holds at least one character, no single quote and no line break or the like");
+}
+
+void RequireText(const char* what, const std::string& text) {
+    if (!IsStorable(text))
+        throw Failure(std::string("the ") + what + " cannot be " + Quoted(text) +
+                      "; it holds no single quote and no line break or the like");
 }
 
 std::int32_t Choose(const char* what, const std::string& asked,

@@ -42,6 +42,9 @@ CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t gro
 /// "instrument".
 void RequireName(const char* what, const std::string& name);
 
+/// Raises Failure for a text that cannot be stored beside names, as "state"; an empty one can.
+void RequireText(const char* what, const std::string& text);
+
 struct Choice {
     std::int32_t id;
     std::string name;  ///< empty where there are only numbers

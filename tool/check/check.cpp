@@ -42,6 +42,8 @@ Layout::Layout(Mersola& store, Findings& findings) {
             }
             if (isWhole) whole_.insert(table);
         } catch (const _com_error& error) {
+            // Anything else, as a lost connection, says nothing about the table.
+            if (error.Error() != DB_E_NOTABLE && error.Error() != DB_E_ERRORSINCOMMAND) throw;
             faults.emplace_back(name, "cannot be read (" + Printable(error.what()) +
                                           "); what it holds is not checked");
         }

@@ -67,6 +67,16 @@ void CopiedNames::PlanFunctions(Side& from, Side& to) {
         if (there == stored.end())
             inserts_.push_back(InsertOfName(StoredTable::FuncNameMap, number, name));
     }
+    // One without a name must not come under that of another one. It gets a name by which the next
+    // copy finds it again.
+    std::set<std::int32_t> nameless;
+    from.ForEachRow("SELECT DISTINCT FuncId FROM MeasuredFunctions ORDER BY FuncId",
+                    [&](_Recordset& row) {
+                        const std::int32_t number = row.Fields(0).Long();
+                        if (wanted.contains(number) || !stored.contains(number)) return;
+                        nameless.insert(number);
+                        renumbered.emplace_back(number, "function " + std::to_string(number));
+                    });
     std::int32_t next = renumbered.empty() ? 0 : FirstFree(from, to);
     for (const auto& [number, name] : renumbered) {
         const auto own = std::ranges::find_if(stored, [&](const auto& each) {
@@ -77,8 +87,10 @@ void CopiedNames::PlanFunctions(Side& from, Side& to) {
             inserts_.push_back(InsertOfName(StoredTable::FuncNameMap, target, name));
         taken.insert(target);
         numbers_[number] = target;
-        differences_.push_back("function " + std::to_string(number) + " " + Quoted(name) +
-                               " goes by the number " + std::to_string(target));
+        differences_.push_back("function " + std::to_string(number) + " " +
+                               (nameless.contains(number) ? "without a name" : Quoted(name)) +
+                               " goes by the number " + std::to_string(target) +
+                               (nameless.contains(number) ? " and the name " + Quoted(name) : ""));
     }
 }
 

@@ -12,7 +12,8 @@ namespace mersola::tool {
 
 /// The names of functions and bands, from one database to the other. A function keeps its number
 /// unless the target has given that to a function of another name: it then goes by the number of
-/// its own name, or by a new one. A band keeps its number always.
+/// its own name, or by a new one. So does one without a name, which then gets one. A band keeps its
+/// number always.
 class CopiedNames {
   public:
     /// Reads both databases and writes nothing.

@@ -41,6 +41,21 @@ std::string ValueText(const AdoField& value) {
     return NumberText(value.Double());
 }
 
+// Writing to the database or to what SQLite keeps beside it, now or later, would destroy it.
+void RequireOther(const std::string& file, const Database& database) {
+    if (!database.IsFile()) return;
+    std::error_code none;
+    const auto place = std::filesystem::weakly_canonical(std::filesystem::absolute(file), none);
+    const auto stored = std::filesystem::canonical(database.File(), none);
+    for (const char* part : {"", "-wal", "-shm", "-journal"}) {
+        auto kept = stored;
+        kept += part;
+        if (place == kept || std::filesystem::equivalent(file, kept, none))
+            throw Failure(Quoted(file) + " is " + (*part == '\0' ? "" : "a part of ") +
+                          "the database itself; choose another file");
+    }
+}
+
 class Exporter {
   public:
     using Sink = std::function<void(std::string_view)>;
@@ -314,9 +329,7 @@ void Export(const ExportOptions& options, std::ostream& out) {
         Exporter(snapshot.Store(), options, write).Run();
         return;
     }
-    std::error_code isOther;
-    if (database.IsFile() && std::filesystem::equivalent(options.file, database.File(), isOther))
-        throw Failure(Quoted(options.file) + " is the database itself; choose another file");
+    RequireOther(options.file, database);
     WholeFile file(options.file);
     Exporter(snapshot.Store(), options, [&](std::string_view text) { file.Write(text); }).Run();
     file.Finish();

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <limits>
@@ -27,7 +28,7 @@ Number Parse(const std::string& text, CsvColumn column, const char* kind) {
     const bool hasSign = text.starts_with('+');
     if (const auto number = ParseNumber<Number>(std::string_view(text).substr(hasSign ? 1 : 0)))
         return *number;
-    throw Failure(std::string(kCsvNames[column]) + " " + Quoted(text) + " is no " + kind);
+    throw Failure(std::string(kCsvNames[column]) + " " + Quoted(Excerpt(text)) + " is no " + kind);
 }
 
 // The table whose record this is, if it is one.
@@ -44,13 +45,16 @@ Row RowIn(StoredTable table, Fields fields) {
     for (const auto& field : fields.subspan(1)) {
         const auto equals = field.find('=');
         if (equals == field.npos)
-            throw Failure(Quoted(field) + " stands where column=text is expected");
+            throw Failure(Quoted(Excerpt(field)) + " stands where column=text is expected");
         const std::string name = field.substr(0, equals);
         const auto columns = ColumnsOf(table);
         const auto column =
             std::ranges::find(columns, std::string_view(name),
                               [](const auto& each) { return std::string_view(each.name); });
-        if (column != columns.end()) record[name] = CellFrom(*column, field.substr(equals + 1));
+        if (column == columns.end()) continue;
+        const std::string text = field.substr(equals + 1);
+        const bool isText = column->kind == StoredColumn::Text;
+        record[name] = CellFrom(*column, isText ? text : Excerpt(text));
     }
     return record;
 }
@@ -163,14 +167,15 @@ class Importer {
         AskedReport asked{given(kInstrumentColumn, options_.instrument),
                           given(kMeasurementColumn, options_.measurement),
                           given(kReportColumn, options_.report),
+                          columns_->In(fields, kLengthColumn),
                           options_.period,
                           options_.start,
                           std::nullopt,
                           std::nullopt};
-        if (const auto& text = columns_->In(fields, kLengthColumn); !text.empty())
-            asked.length = ParsePeriod(text);
-        if (columns_->Has(kTimeColumn)) asked.time = ParseTime(columns_->In(fields, kTimeColumn));
         if (columns_->Has(kPeriodColumn)) asked.period = PeriodIn(fields);
+        // Where there are numbers, exports leave out times that are beyond all calendars.
+        if (const auto& text = columns_->In(fields, kTimeColumn); !text.empty() || !asked.period)
+            asked.time = text;
         report_ = &target_.Report(asked);
         reportNamed_ = named;
     }
@@ -181,14 +186,14 @@ class Importer {
             const auto& text = columns_->In(fields, kPeriodColumn);
             const auto period = Parse<std::int32_t>(text, kPeriodColumn, "number of a period");
             if (period < 0 || period > most)
-                throw Failure("Period " + Quoted(text) + " is no number of a period");
+                throw Failure("Period " + Quoted(Excerpt(text)) + " is no number of a period");
             return period;
         }
         const auto& text = columns_->In(fields, kTimeColumn);
-        const auto time = ParseTime(text);
-        if (!time)
-            throw Failure("Time " + Quoted(text) + " is no time, as '2026-11-15 07:30:12.045'");
-        const std::int64_t passed = (*time - report_->start).GetTotalMilliseconds();
+        const CTimeEx time = TimeIn(text);
+        if (!report_->start.IsValid())
+            throw Failure("the measurement is stored without a start, so that Time has no period");
+        const std::int64_t passed = (time - report_->start).GetTotalMilliseconds();
         if (passed < 0)
             throw Failure("Time " + Quoted(text) + " lies before the measurement's start at " +
                           TimeText(report_->start) + "; give a new measurement its --start");
@@ -207,7 +212,8 @@ class Importer {
         } else if (text != kNull) {
             value.value = Parse<double>(text, kValueColumn, "number");
             if (!std::isfinite(*value.value))
-                throw Failure("Value " + Quoted(text) + " cannot be stored; leave the field empty");
+                throw Failure("Value " + Quoted(Excerpt(text)) +
+                              " cannot be stored; leave the field empty");
         }
         row_.push_back(std::move(value));
     }
@@ -228,6 +234,9 @@ class Importer {
 void Import(const ImportOptions& options, std::ostream& out, std::ostream* terminal) {
     std::ifstream file;
     const bool isFile = options.file != "-";
+    std::error_code unknown;
+    if (isFile && std::filesystem::is_directory(options.file, unknown))
+        throw Failure(Quoted(options.file) + " is a folder; name a file in it");
     if (isFile) file.open(options.file, std::ios::binary);
     if (isFile && !file)
         throw Failure(Quoted(options.file) + " cannot be read (" + std::strerror(errno) +
@@ -237,10 +246,9 @@ void Import(const ImportOptions& options, std::ostream& out, std::ostream* termi
     Transaction transaction(*store);
     Importer importer(*store, options);
     CsvReader reader(in);
-    double size = 0;
-    if (isFile && file.seekg(0, std::ios::end)) size = static_cast<double>(file.tellg());
-    file.clear();
-    file.seekg(0);
+    double size = 0;  // that of a pipe is not known
+    if (isFile && std::filesystem::is_regular_file(options.file, unknown))
+        size = static_cast<double>(std::filesystem::file_size(options.file));
     {
         Progress progress(size > 0 ? terminal : nullptr);
         importer.Run(reader, [&] {

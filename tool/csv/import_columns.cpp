@@ -12,6 +12,8 @@ bool IsSame(std::string_view left, std::string_view right) {
     return CompareNoCase(left, right) == 0;
 }
 
+constexpr std::size_t kLongestList = 1000;  // bytes
+
 std::optional<CsvColumn> ColumnNamed(std::string_view name) {
     const auto found =
         std::ranges::find_if(kCsvNames, [&](std::string_view each) { return IsSame(each, name); });
@@ -62,7 +64,7 @@ void ImportedColumns::TakeOthers(bool isAsked, ImportedKind& bands) {
     for (std::size_t i = 0; i < header_.size(); ++i) {
         if (isUsed_[i] || header_[i].empty()) continue;
         if (!isAsked && !bands.IsKnown(header_[i]))
-            throw Failure("there is no column Value, and no band " + Quoted(header_[i]) +
+            throw Failure("there is no column Value, and no band " + Quoted(Excerpt(header_[i])) +
                           "; say what holds the values with --column value=NAME or --bands, or "
                           "that every other column is a band with --wide");
         AddBand(i, header_[i], bands);
@@ -89,7 +91,7 @@ std::optional<std::size_t> ImportedColumns::FindPosition(std::string_view name) 
     const auto found = std::ranges::find_if(header_, isNamed);
     if (found == header_.end()) return std::nullopt;
     if (std::any_of(std::next(found), header_.end(), isNamed))
-        throw Failure("two columns are named " + Quoted(name) + "; give one another name");
+        throw Failure("two columns are named " + Quoted(Excerpt(name)) + "; give one another name");
     return static_cast<std::size_t>(found - header_.begin());
 }
 
@@ -98,7 +100,8 @@ std::size_t ImportedColumns::PositionOf(std::string_view name) const {
     std::string names;
     for (const auto& each : header_)
         names += (names.empty() ? "" : ", ") + Printable(each);
-    throw Failure("there is no column " + Quoted(name) + "; the file has: " + names);
+    throw Failure("there is no column " + Quoted(name) +
+                  "; the file has: " + Excerpt(names, kLongestList));
 }
 
 }  // namespace mersola::tool

@@ -41,10 +41,32 @@ std::string Shown(const Row& record, std::string_view column) {
 
 std::int64_t LengthIn(const std::string& text, const char* column) {
     if (const auto length = StoredLength(CString(text))) return *length;
-    throw Failure(std::string(column) + " " + Quoted(text) + " is no length of a period");
+    throw Failure(std::string(column) + " " + Quoted(Excerpt(text)) + " is no length of a period");
+}
+
+void RequireLength(const AskedReport& asked, const CTimeSpanEx& stored) {
+    // An export may have one that is longer than those that are read.
+    if (asked.lengthText == PeriodText(stored)) return;
+    const auto length = asked.Length();
+    if (!length || length->GetTotalMilliseconds() == stored.GetTotalMilliseconds()) return;
+    throw Failure("report " + asked.report + " of " + Quoted(Excerpt(asked.measurement)) +
+                  " is stored with periods of " + PeriodText(stored) + ", not " +
+                  PeriodText(*length));
 }
 
 }  // namespace
+
+std::optional<CTimeSpanEx> AskedReport::Length() const {
+    if (lengthText.empty()) return length;
+    if (const auto read = ParsePeriod(lengthText)) return read;
+    throw Failure("Length " + Quoted(Excerpt(lengthText)) +
+                  " is no length of a period, as 125ms, 1s, 15min, 1h");
+}
+
+CTimeEx TimeIn(const std::string& text) {
+    if (const auto time = ParseTime(text)) return *time;
+    throw Failure("Time " + Quoted(Excerpt(text)) + " is no time, as '2026-11-15 07:30:12.045'");
+}
 
 ImportTarget::ImportTarget(Mersola& store)
     : store_(store),
@@ -73,7 +95,7 @@ void ImportTarget::Add(StoredTable table, const Row& record) {
             Translate(translated);
             return RegisterFunction(
                 {RequiredNumber(translated, "GroupId"), RequiredNumber(translated, "MeasId"),
-                 RequiredNumber(translated, "ReportId"), 0, CTimeEx(), 0},
+                 RequiredNumber(translated, "ReportId"), 0, CTimeEx(), 0, 0},
                 RequiredNumber(record, "Channel"),
                 functions_.Find(RequiredNumber(record, "FuncId")));
         }
@@ -102,6 +124,10 @@ void ImportTarget::AddInstrument(const Row& record) {
 void ImportTarget::AddMeasurement(Row record) {
     const std::int32_t number = RequiredNumber(record, "MeasId");
     const std::string name = TextIn(record, "MeasName");
+    const std::string start = TextIn(record, "StartAt");
+    if (CTimeEx time; !start.empty() && !CTimeEx::FromText(CString(start), time))
+        throw Failure("StartAt " + Quoted(Excerpt(start)) +
+                      " is no time, as 2026,11,15,07,30,12,045");
     Translate(record);
     const std::int32_t group = RequiredNumber(record, "GroupId");
     ImportedNames& names = MeasurementsOf(group);
@@ -113,8 +139,9 @@ void ImportTarget::AddMeasurement(Row record) {
                                what == "Sensitivity";
             if (tells &&
                 !IsStored(Measurements, Where(group, *id) + " AND " + Same(column, record)))
-                throw Failure("the measurement " + Quoted(name) + " is stored with another " +
-                              column.name + " than " + Quoted(Shown(record, what)) +
+                throw Failure("the measurement " + Quoted(Excerpt(name)) +
+                              " is stored with another " + column.name + " than " +
+                              Quoted(Excerpt(Shown(record, what))) +
                               "; give it another name in the file");
         }
     } else {
@@ -133,7 +160,6 @@ void ImportTarget::AddReport(Row record) {
     const ReportKey id{RequiredNumber(record, "GroupId"), RequiredNumber(record, "MeasId"),
                        RequiredNumber(record, "ReportId")};
     const std::string where = std::apply([](auto... ids) { return Where(ids...); }, id);
-    toldReports_.insert(id);
     const auto stored =
         Query(store_, "SELECT PeriodLen,ReportType FROM Reports WHERE %s", where.c_str());
     if (stored->EndOfFile()) return InsertInto(store_, Reports, record);
@@ -191,10 +217,15 @@ ImportedReport& ImportTarget::Report(const AskedReport& asked) {
     const std::int32_t measurement = Measurement(group, asked);
     const ReportKey id{
         group, measurement,
-        std::get<std::int32_t>(CellFrom({"Report", StoredColumn::Integer}, asked.report))};
-    const auto [found, isNew] = reports_.try_emplace(id);
-    ImportedReport& report = found->second;
-    if (!isNew) return report;
+        std::get<std::int32_t>(CellFrom({"Report", StoredColumn::Integer}, Excerpt(asked.report)))};
+    auto found = reports_.find(id);
+    if (found == reports_.end()) found = reports_.emplace(id, Opened(id, asked)).first;
+    RequireLength(asked, CTimeSpanEx(found->second.nominal));
+    return found->second;
+}
+
+ImportedReport ImportTarget::Opened(const ReportKey& id, const AskedReport& asked) {
+    const auto& [group, measurement, number] = id;
     const std::string where = std::apply([](auto... ids) { return Where(ids...); }, id);
     if (!IsStored(Reports, where)) NewReport(id, asked);
     const auto row =
@@ -202,17 +233,11 @@ ImportedReport& ImportTarget::Report(const AskedReport& asked) {
     const auto nominal = std::string(row->Fields(0).Text());
     const auto real = std::string(row->Fields(1).Text());
     const std::int64_t length = LengthIn(nominal, "PeriodLen");
-    if (asked.length && asked.length->GetTotalMilliseconds() != length &&
-        !toldReports_.contains(id))
-        throw Failure("report " + asked.report + " of " + Quoted(asked.measurement) +
-                      " is stored with periods of " + PeriodText(CTimeSpanEx(length)) + ", not " +
-                      PeriodText(*asked.length));
-    report = {group,
-              measurement,
-              std::get<2>(id),
-              Key(id, std::nullopt),
-              CTimeEx(),
-              real == "NOT_SET" || real.empty() ? length : LengthIn(real, "RealPeriodLen")};
+    ImportedReport report{
+        group,     measurement,
+        number,    Key(id, std::nullopt),
+        CTimeEx(), real == "NOT_SET" || real.empty() ? length : LengthIn(real, "RealPeriodLen"),
+        length};
     const auto start = Query(store_, "SELECT StartAt FROM Measurements WHERE %s",
                              Where(group, measurement).c_str());
     CTimeEx::FromText(start->Fields(0).Text(), report.start);
@@ -257,13 +282,13 @@ std::int32_t ImportTarget::Measurement(std::int32_t group, const AskedReport& as
     RequireName("measurement", asked.measurement);
     auto start = asked.start;
     if (!start && asked.time) {
-        start = asked.time;
-        if (asked.period && asked.length)
-            start = *start -
-                    CTimeSpanEx(asked.length->GetTotalMilliseconds() * std::int64_t{*asked.period});
+        start = TimeIn(*asked.time);
+        if (const auto length = asked.Length(); asked.period && length)
+            start =
+                *start - CTimeSpanEx(length->GetTotalMilliseconds() * std::int64_t{*asked.period});
     }
     if (!start || !start->IsValid())
-        throw Failure("the measurement " + Quoted(asked.measurement) +
+        throw Failure("the measurement " + Quoted(Excerpt(asked.measurement)) +
                       " is new and has no start; give it with --start");
     const std::int32_t id = Next(Measurements, "MeasId", "WHERE " + Where(group));
     InsertInto(store_, Measurements,
@@ -283,15 +308,16 @@ std::int32_t ImportTarget::Measurement(std::int32_t group, const AskedReport& as
 }
 
 void ImportTarget::NewReport(const ReportKey& id, const AskedReport& asked) {
-    if (!asked.length)
-        throw Failure("report " + asked.report + " of " + Quoted(asked.measurement) +
+    const auto length = asked.Length();
+    if (!length)
+        throw Failure("report " + asked.report + " of " + Quoted(Excerpt(asked.measurement)) +
                       " is new and its periods have no length; give it with --period");
     const auto& [group, measurement, report] = id;
     InsertInto(store_, Reports,
                {{"GroupId", group},
                 {"MeasId", measurement},
                 {"ReportId", report},
-                {"PeriodLen", std::string(asked.length->ToText())},
+                {"PeriodLen", std::string(length->ToText())},
                 {"RealPeriodLen", "NOT_SET"},
                 {"noOfPeriods", 0},
                 {"MinPeriod", 0},

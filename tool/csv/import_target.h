@@ -21,9 +21,10 @@ namespace mersola::tool {
 /// A report that takes values.
 struct ImportedReport {
     std::int32_t groupId, measId, reportId;
-    std::int32_t key;     ///< of its values
-    CTimeEx start;        ///< of its first period
-    std::int64_t length;  ///< of a period, in milliseconds: the measured one where it is known
+    std::int32_t key;      ///< of its values
+    CTimeEx start;         ///< of its first period
+    std::int64_t length;   ///< of a period, in milliseconds: the measured one where it is known
+    std::int64_t nominal;  ///< likewise, as it was set
     std::int32_t first = std::numeric_limits<std::int32_t>::max();  ///< period that was imported
     std::int32_t last = -1;
 };
@@ -33,11 +34,18 @@ struct AskedReport {
     std::string instrument;
     std::string measurement;
     std::string report;
-    std::optional<CTimeSpanEx> length;   ///< of a period
+    std::string lengthText;              ///< of a period, in the row; where that is empty,
+    std::optional<CTimeSpanEx> length;   ///< this one holds
     std::optional<CTimeEx> start;        ///< of the measurement
-    std::optional<CTimeEx> time;         ///< of a period,
+    std::optional<std::string> time;     ///< of a period, in the row,
     std::optional<std::int32_t> period;  ///< which has this number
+
+    /// Raises Failure when the row's is no length.
+    std::optional<CTimeSpanEx> Length() const;
 };
+
+/// The time in a field. Raises Failure.
+CTimeEx TimeIn(const std::string& text);
 
 /// Every operation raises Failure or _com_error.
 class ImportTarget {
@@ -48,7 +56,8 @@ class ImportTarget {
     /// where it says what the values mean.
     void Add(StoredTable table, const Row& record);
 
-    /// Registers what is new. The reference stays valid.
+    /// Registers what is new. The reference stays valid. Raises Failure also for a row that has
+    /// another length of periods than its report.
     ImportedReport& Report(const AskedReport& asked);
     void RegisterFunction(const ImportedReport& report, std::int32_t channel,
                           std::int32_t function);
@@ -74,6 +83,7 @@ class ImportTarget {
 
     std::int32_t Instrument(const std::string& text);
     std::int32_t Measurement(std::int32_t group, const AskedReport& asked);
+    ImportedReport Opened(const ReportKey& id, const AskedReport& asked);
     void NewReport(const ReportKey& id, const AskedReport& asked);
     std::int32_t Key(const ReportKey& id, std::optional<std::int32_t> wanted);
     ImportedNames& MeasurementsOf(std::int32_t group);
@@ -86,7 +96,6 @@ class ImportTarget {
     std::map<std::int32_t, ImportedNames> measurements_;  // by instrument
     std::set<MeasurementKey> newMeasurements_;            // the file says nothing of their settings
     std::set<MeasurementKey> fromFile_;                   // and these it brought
-    std::set<ReportKey> toldReports_;  // the file says how long their periods are
     std::map<ReportKey, std::set<std::pair<std::int32_t, std::int32_t>>> listed_;
     std::map<ReportKey, ImportedReport> reports_;
     std::map<std::string, std::int64_t> markers_;  // how many the file had

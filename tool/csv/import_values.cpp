@@ -15,7 +15,7 @@ constexpr std::int32_t kWidestGap = 16;  // periods that are read along rather t
 
 std::string Described(const std::optional<double>& number, const std::string& status) {
     return (number ? NumberText(*number) : "null") +
-           (status.empty() ? "" : " with the status " + Quoted(status));
+           (status.empty() ? "" : " with the status " + Quoted(Excerpt(status)));
 }
 
 bool IsSameSeries(const ImportedValue& left, const ImportedValue& right) {

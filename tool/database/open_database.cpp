@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string_view>
 
 #include "credentials.h"
@@ -17,12 +19,22 @@ namespace {
 constexpr long kFileTimeout = 10;    // seconds; another program may be writing
 constexpr long kServerTimeout = 60;  // many may be
 
-// A connection string that reads back any file name.
-std::string ConnectString(const std::string& path) {
-    std::string name = path.starts_with(':') ? "./" : "";  // else ":memory:" would be no file
+// A part of a connection string that reads back any file name.
+std::string DataSource(const std::string& path) {
+    // Or SQLite would take ":memory:" for no file, and "file:x" for one of another name.
+    std::string name = path.starts_with(':') || path.starts_with("file:") ? "./" : "";
     for (const char c : path)
         name += c == '}' ? std::string(2, c) : std::string(1, c);
-    return "Provider=SQLite;Data Source={" + name + "}";
+    return ";Data Source={" + name + "}";
+}
+
+// Whether SQLite would have to make files beside this one to read it, but may not: what it says
+// then sounds as if somebody had wanted to write.
+bool LacksWritableFolder(const std::string& path) {
+    constexpr std::streamoff kModeInHeader = 18;
+    const auto folder = std::filesystem::path(path).parent_path();
+    return std::ifstream(path, std::ios::binary).seekg(kModeInHeader).get() == 2 &&
+           faccessat(AT_FDCWD, folder.empty() ? "." : folder.c_str(), W_OK, AT_EACCESS) != 0;
 }
 
 // Collects what is shown in a message box while it lives.
@@ -58,7 +70,7 @@ Database::Database(const DatabaseArgument& argument)
     if (!IsConnectionString(argument.text)) {
         isFile_ = true;
         file_ = argument.text;
-        connectString_ = ConnectString(argument.text);
+        connectString_ = "Provider=SQLite";
         return;
     }
     if (CompareNoCase(ConnectionValue(argument.text, kProviderKeys), "SQLite") == 0) {
@@ -80,20 +92,29 @@ std::string Database::Name() const {
     return Quoted(text_);
 }
 
+Database Database::At(const std::string& file) const {
+    Database other = *this;
+    other.file_ = file;
+    return other;
+}
+
 std::unique_ptr<Mersola> Database::Connect(Access access) const {
     const Messages messages;
-    // Of two modes the last one counts.
-    const std::string mode = isFile_ && access == Access::Read ? ";Mode=Read" : "";
-    auto store =
-        std::make_unique<Mersola>(user_.c_str(), password_.c_str(), (connectString_ + mode).c_str(),
-                                  isFile_ ? kFileTimeout : kServerTimeout);
-    if (!store->isConnected())
-        throw Failure(Name() +
-                      (isFile_ ? " cannot be opened as a database (" + messages.Reason() +
-                                     "); check the name, your permissions and the free space"
-                               : " cannot be connected to (" + messages.Reason() +
-                                     "); check the connection string, the user and the password"));
-    return store;
+    // Of two of a kind the last one counts.
+    const std::string connectString = connectString_ + (isFile_ ? DataSource(file_) : "") +
+                                      (isFile_ && access == Access::Read ? ";Mode=Read" : "");
+    auto store = std::make_unique<Mersola>(user_.c_str(), password_.c_str(), connectString.c_str(),
+                                           isFile_ ? kFileTimeout : kServerTimeout);
+    if (store->isConnected()) return store;
+    if (isFile_ && LacksWritableFolder(file_))
+        throw Failure(Name() + " cannot be opened (" + messages.Reason() +
+                      "); to open it, even to read, you must be allowed to write to its folder, "
+                      "unless a recorder has it open meanwhile");
+    throw Failure(Name() + (isFile_
+                                ? " cannot be opened as a database (" + messages.Reason() +
+                                      "); check the name, your permissions and the free space"
+                                : " cannot be connected to (" + messages.Reason() +
+                                      "); check the connection string, the user and the password"));
 }
 
 void Database::RequireThere() const {

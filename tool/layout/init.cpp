@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <ostream>
 
 #include "failure.h"
@@ -17,34 +19,58 @@
 namespace mersola::tool {
 namespace {
 
-// A file that goes away again unless it is kept.
-class NewFile {
+[[noreturn]] void RefuseToMake(const Database& database) {
+    throw Failure(database.Name() + " cannot be made (" + std::strerror(errno) +
+                  "); choose a folder that exists and that you may write to");
+}
+
+// A file beside the place of a new database, which goes away again with what SQLite made for it.
+class FileBeside {
   public:
-    // Does nothing when there is such a file already.
-    explicit NewFile(const std::string& path) : path_(path) {
-        const int file = open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
-        if (file < 0 && errno != EEXIST)
-            throw Failure(Quoted(path) + " cannot be made (" + std::strerror(errno) +
-                          "); choose a folder that exists and that you may write to");
-        isOurs_ = file >= 0;
-        if (isOurs_) close(file);
+    explicit FileBeside(const Database& database)
+        : path_(database.File() + "." + std::to_string(getpid()) + ".part") {
+        const int file = open(path_.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
+        if (file < 0) RefuseToMake(database);
+        close(file);
     }
-    ~NewFile() {
-        if (!isOurs_) return;
+    ~FileBeside() {
         for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
             std::error_code ignored;
             std::filesystem::remove(path_ + suffix, ignored);
         }
     }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
+    FileBeside(const FileBeside&) = delete;
+    FileBeside& operator=(const FileBeside&) = delete;
 
-    void Keep() { isOurs_ = false; }
+    const std::string& Path() const { return path_; }
+
+    // Whether it is in its place; not if there is something already.
+    bool Place(const Database& database) const {
+        const char* const target = database.File().c_str();
+        if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target, RENAME_NOREPLACE) == 0)
+            return true;
+        // Some file systems have no such renaming, others no links.
+        if (errno == EINVAL && link(path_.c_str(), target) == 0) return true;
+        if (errno != EEXIST) RefuseToMake(database);
+        return false;
+    }
 
   private:
     std::string path_;
-    bool isOurs_;
 };
+
+// Whether there is something of that name. Raises Failure for what can be no database.
+bool IsThere(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const auto status = fs::status(path, ignored);
+    const auto refuse = [&](const char* what) { throw Failure(Quoted(path) + what); };
+    if (fs::is_directory(status)) refuse(" is a folder; give the name of a file in it");
+    if (fs::is_other(status)) refuse(" is a pipe or a device; choose the name of a file");
+    if (!fs::exists(status) && fs::is_symlink(fs::symlink_status(path, ignored)))
+        refuse(" is a link to a file that is not there; choose another name, or remove the link");
+    return fs::exists(status);
+}
 
 void RequireEmpty(const Database& database) {
     const char* advice = "; choose another name, or remove the file first";
@@ -88,8 +114,11 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
           name.data());
 }
 
-void LayOut(Mersola& store, SchemaEngine engine) {
+// `check`: runs once no other program can write to a file any more.
+void LayOut(
+    Mersola& store, SchemaEngine engine, const std::function<void()>& check = [] {}) {
     Transaction transaction(store);
+    check();
     for (const auto statement : SchemaStatements(engine))
         store.dbExecute(CString(statement));
     for (const Function& function : kFunctions)
@@ -120,11 +149,20 @@ void SetOptions(Mersola& store, SchemaEngine engine, std::ostream& err) {
     }
 }
 
+// A new file appears laid out or not at all. False if another program made one meanwhile.
+bool InitNewFile(const Database& database) {
+    const FileBeside file(database);
+    LayOut(*database.At(file.Path()).Connect(Access::Write), SchemaEngine::SQLite);
+    if (std::filesystem::exists(file.Path() + "-wal"))  // would stay behind with what was laid out
+        throw Failure(database.Name() + " cannot be made; is the disk full?");
+    return file.Place(database);
+}
+
 void InitFile(const Database& database) {
-    NewFile file(database.File());
-    RequireEmpty(database);
-    LayOut(*database.Connect(Access::Write), SchemaEngine::SQLite);
-    file.Keep();
+    if (!IsThere(database.File()) && InitNewFile(database)) return;
+    RequireEmpty(database);  // before another program's file is changed
+    const auto requireStillEmpty = [&] { RequireEmpty(database); };
+    LayOut(*database.Connect(Access::Write), SchemaEngine::SQLite, requireStillEmpty);
 }
 
 void InitServer(const Database& database, std::ostream& err) {
@@ -147,7 +185,12 @@ void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err
     const std::string shown =
         IsConnectionString(argument.text) ? database.Name() : Printable(database.Text());
     out << "The database " << database.Name() << " is laid out. Record a sound file with:\n"
-        << "  mersola record " << shown << " FILE --instrument NAME --measurement NAME\n";
+        << "  mersola record " << shown << " FILE --instrument NAME --measurement NAME\n"
+        << std::flush;
+    if (!out)
+        throw Failure(database.Name() +
+                      " is laid out, but the output could not be written; is the disk full, or its "
+                      "reader gone?");
 }
 
 }  // namespace mersola::tool

@@ -11,9 +11,9 @@
 namespace mersola::tool {
 
 /// Lays out a new file, an existing file that is an empty database, or what a connection string
-/// leads to, if none of the tables is there. On failure a file that was made is removed again, and
-/// anything else is as before. What the server does not know of the layout's options is told on
-/// `err`, a line each, and is no failure.
+/// leads to, if none of the tables is there. On failure there is no new file, and anything else is
+/// as before; only that the output is lost comes when the database is laid out. What the server
+/// does not know of the layout's options is told on `err`, a line each, and is no failure.
 void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err);
 
 struct VersionOptions {

@@ -1,6 +1,7 @@
 // mersola version: what the version history of a database says.
 #include <ostream>
 
+#include "catalogue.h"
 #include "failure.h"
 #include "layout.h"
 #include "open_database.h"
@@ -9,16 +10,9 @@
 namespace mersola::tool {
 namespace {
 
-// A statement would end at a quote.
-void CheckText(const char* what, const std::string& text) {
-    if (text.find('\'') != text.npos)
-        throw Failure(std::string("the ") + what + " cannot be " + Quoted(text) +
-                      "; it holds no single quote");
-}
-
 void Add(const Database& database, const VersionOptions& options, std::ostream& out) {
-    CheckText("version", *options.added);
-    CheckText("information", options.info);
+    RequireName("version", *options.added);
+    RequireText("information", options.info);
     const auto store = OpenDatabase(database, Access::Write);
     versionHistory entry;
     if (store->GetVersion(nullptr, entry) == -1)

@@ -4,6 +4,15 @@
 #include <CLI/CLI.hpp>
 
 namespace mersola::tool {
+namespace {
+
+// An empty text would pass for one that is not given.
+CLI::Option* NeverEmpty(CLI::Option* option) {
+    return option->check(
+        [](const std::string& text) { return text.empty() ? "must not be empty" : ""; });
+}
+
+}  // namespace
 
 Option Option::Required() const {
     option_->required();
@@ -38,7 +47,7 @@ Command::Command(CLI::App& app, const char* name, const char* description)
     : command_(app.add_subcommand(name, description)) {}
 
 Option Command::Text(const std::string& name, std::string& target, const std::string& description) {
-    return Option(command_->add_option(name, target, description));
+    return Option(NeverEmpty(command_->add_option(name, target, description)));
 }
 
 Option Command::Text(const std::string& name, std::optional<std::string>& target,
@@ -49,13 +58,15 @@ Option Command::Text(const std::string& name, std::optional<std::string>& target
 
 Option Command::Texts(const std::string& name, std::vector<std::string>& target,
                       const std::string& description) {
-    return Option(command_->add_option(name, target, description)->allow_extra_args(false));
+    return Option(
+        NeverEmpty(command_->add_option(name, target, description))->allow_extra_args(false));
 }
 
 Option Command::List(const std::string& name, std::vector<std::string>& target,
                      const std::string& description) {
-    return Option(
-        command_->add_option(name, target, description)->delimiter(',')->allow_extra_args(false));
+    return Option(NeverEmpty(command_->add_option(name, target, description))
+                      ->delimiter(',')
+                      ->allow_extra_args(false));
 }
 
 Option Command::Flag(const std::string& name, bool& target, const std::string& description) {

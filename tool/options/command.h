@@ -42,8 +42,9 @@ class Command {
     Command(CLI::App& app, const char* name, const char* description);
 
     /// Targets are set before the command runs, and have to live until then. A name without dashes
-    /// is that of an argument.
+    /// is that of an argument. An empty text is refused,
     Option Text(const std::string& name, std::string& target, const std::string& description);
+    /// except by what tells it from none.
     Option Text(const std::string& name, std::optional<std::string>& target,
                 const std::string& description);
     /// Given several times.

@@ -20,11 +20,11 @@
 namespace mersola::tool {
 namespace {
 
-// Texts stand between single quotes in statements.
-void CheckState(const std::string& state) {
-    if (state.find('\'') != state.npos || Printable(state) != state)
+void RequireState(const std::string& state) {
+    RequireText("state", state);
+    if (!ListText().Parse(state.c_str()))
         throw Failure("the state cannot be " + Quoted(state) +
-                      "; it holds no single quote and no line break or the like");
+                      "; it is a list with commas, in which quotes and braces come in pairs");
 }
 
 std::string SecondsText(double seconds) {
@@ -175,7 +175,7 @@ void TellResult(const SoundFile& sound, const Recording& recording, const Record
 void Record(const RecordOptions& options, std::ostream& out, std::ostream* terminal) {
     RequireName("instrument", options.instrument);
     RequireName("measurement", options.measurement);
-    CheckState(options.state.value_or(""));
+    RequireState(options.state.value_or(""));
     SoundFile sound(options.file);
     const auto bands = CheckedBands(sound, options.period);
     const auto store = OpenDatabase(options.database, Access::Write);
