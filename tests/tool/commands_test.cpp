@@ -155,6 +155,7 @@ TEST_F(Tool, RefusesWhatItCannotRecordAndWritesNothing) {
                   "longer --period");
     ExpectRefused(RecordWords(good, "it's"), "no single quote");
     ExpectRefused(RecordWords(good, ""), "must not be empty", 2);
+    ExpectRefused(RecordWords(good, "new") + Words{"--state", "{"}, "come in pairs");
     ExpectRefused(RecordWords(good, "new") + Words{"--start", "2001-01-01 00:00"}, "ten years");
     ExpectRefused(RecordWords(good) + Words{"--start", "2026-11-15 09:59:59.999"},
                   "starts at 2026-11-15 10:00:00.000");
@@ -356,6 +357,11 @@ TEST_F(Tool, InitLeavesAloneWhatIsThere) {
         EXPECT_EQ(RunWords({"list", path}).status, 1) << path;
         EXPECT_EQ(Contents(path), before) << path;
     }
+    std::filesystem::create_symlink("nowhere", folder_ / "link");
+    ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+    ExpectRefused({"init", folder_ / "link"}, "is a link to a file that is not there");
+    ExpectRefused({"init", folder_ / "pipe"}, "is a pipe or a device");
+    ExpectRefused({"init", folder_ / ""}, "is a folder");
     EXPECT_NE(RunWords({"init", folder_ / "no/folder.db"}).err.find("No such file"),
               std::string::npos);
     EXPECT_NE(RunWords({"list", folder_ / "none.db"}).err.find("there is no database"),
@@ -364,14 +370,21 @@ TEST_F(Tool, InitLeavesAloneWhatIsThere) {
 
 TEST_F(Tool, ReadsAProtectedDatabaseAndRefusesToRecordIntoIt) {
     const auto file = Silence("1.wav", 1);
-    chmod((folder_ / "").c_str(), 0777);
+    chmod((folder_ / "").c_str(), 0555);
     chmod(db_.c_str(), 0444);
     // The superuser may write to anything, so that somebody else has to try.
     const bool isSuperuser = geteuid() == 0;
     ASSERT_TRUE(!isSuperuser || seteuid(65534) == 0);
+    const Outcome inProtectedFolder = RunWords({"list", db_});
+    ASSERT_TRUE(!isSuperuser || seteuid(0) == 0);
+    chmod((folder_ / "").c_str(), 0777);
+    ASSERT_TRUE(!isSuperuser || seteuid(65534) == 0);
     const Outcome list = RunWords({"list", db_});
     const Outcome record = RunWords(RecordWords(file));
     ASSERT_TRUE(!isSuperuser || seteuid(0) == 0);
+    EXPECT_EQ(inProtectedFolder.status, 1);
+    EXPECT_NE(inProtectedFolder.err.find("allowed to write to its folder"), std::string::npos)
+        << inProtectedFolder.err;
     EXPECT_EQ(list.status, 0) << list.err;
     EXPECT_EQ(record.status, 1);
     EXPECT_NE(record.err.find("may not be written to"), std::string::npos) << record.err;

@@ -126,7 +126,8 @@ TEST_F(Tool, SaysInWordsWhatTheVersionHistoryHolds) {
     says("history is empty");
     EXPECT_EQ(RunWords({"version", db_, "--add", "2", "--info", "repaired"}).status, 0);
     says(": repaired.");
-    ExpectRefused({"version", db_, "--add", "it's"}, "no single quote");
+    for (const char* wrong : {"", "it's", "2\n3"})
+        ExpectRefused({"version", db_, "--add", wrong}, "no single quote");
     ExpectRefused({"version", db_, "--info", "x"}, "requires --add", 2);
     Execute("DROP TABLE VersionHistory");
     says("no version history");

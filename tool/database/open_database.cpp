@@ -21,8 +21,7 @@ constexpr long kServerTimeout = 60;  // many may be
 
 // A part of a connection string that reads back any file name.
 std::string DataSource(const std::string& path) {
-    // Or SQLite would take ":memory:" for no file, and "file:x" for one of another name.
-    std::string name = path.starts_with(':') || path.starts_with("file:") ? "./" : "";
+    std::string name;
     for (const char c : path)
         name += c == '}' ? std::string(2, c) : std::string(1, c);
     return ";Data Source={" + name + "}";

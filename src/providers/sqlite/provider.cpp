@@ -74,7 +74,10 @@ class Provider : public ado::Provider {
         sqlite3* opened = nullptr;
         const int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
                           SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-        const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+        // Or SQLite would take ":memory:" for no file, and "file:x" for one of another name.
+        const bool isSpecial = path.starts_with(':') || path.starts_with("file:");
+        const int code =
+            sqlite3_open_v2(((isSpecial ? "./" : "") + path).c_str(), &opened, flags, nullptr);
         Database db(opened);
         Check(db.get(), code);
         sqlite3_busy_timeout(db.get(), Milliseconds(request.commandTimeout));
