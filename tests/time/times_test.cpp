@@ -111,7 +111,9 @@ TEST(Time, IsRefusedByAnArchiveWithNonsense) {
     const auto nan = std::nan("");
     for (const auto& [days, milliseconds] :
          {std::pair(1.0, 1000.0), {1, -1}, {1, 0.5}, {1, nan}, {1, 1e300}, {nan, 0}, {1e300, 0}}) {
-        const auto store = [&](CArchive& out) { out << days << 0 << milliseconds; };
+        const auto store = [&days = days, &milliseconds = milliseconds](CArchive& out) {
+            out << days << 0 << milliseconds;
+        };
         EXPECT_THROW(Loaded(CTimeEx(), store), CArchiveException);
         EXPECT_THROW(Loaded(CTimeSpanEx(), store), CArchiveException);
     }

@@ -48,7 +48,8 @@ TEST_F(Tool, RecordsTheLevelsOfATone) {
         return values;
     };
     const struct {
-        int channel, band;
+        int channel;
+        std::size_t band;
         double level, weight;
     } expected[] = {{1, 30, 20 * std::log10(2.5 / std::numbers::sqrt2 / 20e-6), 0},
                     {2, 24, 20 * std::log10(0.25 / std::numbers::sqrt2 / 20e-6), -8.63}};

@@ -41,6 +41,7 @@ TEST(CsvReader, KeepsFieldsAndCountsLines) {
               "1:a|b|c,\"\r\nd|5:||6:\n\n|9:e|\xC3\xBC|");
     for (const std::string field : {"a,b", " a", "a\t", "\"", "a\nb", "\r", "", "plain"})
         EXPECT_EQ(Records("x," + CsvField(field) + "\n"), "1:x|" + field + "|");
+    EXPECT_EQ(CsvLine(std::vector<std::string>{"", "a", ""}), ",a,\n");
     EXPECT_TRUE(Records("a\n\"b\nc\n").starts_with("line 2: a quote is not closed"));
     EXPECT_TRUE(Records("a\n\"b\n" + std::string(5000, '\n')).starts_with("line 2: a quote"));
     EXPECT_TRUE(Records("a\nb\"c\n").starts_with("line 2: a quote stands"));

@@ -11,15 +11,19 @@ std::string CsvField(std::string_view text) {
     if (isPlain) return std::string(text);
     std::string quoted = "\"";
     for (const char c : text)
-        quoted += c == '"' ? std::string(2, c) : std::string(1, c);
-    return quoted + '"';
+        quoted.append(c == '"' ? 2 : 1, c);
+    quoted += '"';
+    return quoted;
 }
 
 std::string CsvLine(std::span<const std::string> fields) {
     std::string line;
-    for (const auto& field : fields)
-        line += (line.empty() ? "" : ",") + CsvField(field);
-    return line + '\n';
+    for (const auto& field : fields) {
+        if (&field != &fields.front()) line += ',';
+        line += CsvField(field);
+    }
+    line += '\n';
+    return line;
 }
 
 }  // namespace mersola::tool

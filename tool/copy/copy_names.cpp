@@ -79,8 +79,8 @@ void CopiedNames::PlanFunctions(Side& from, Side& to) {
                     });
     std::int32_t next = renumbered.empty() ? 0 : FirstFree(from, to);
     for (const auto& [number, name] : renumbered) {
-        const auto own = std::ranges::find_if(stored, [&](const auto& each) {
-            return IsSame(each.second, name) && !taken.contains(each.first);
+        const auto own = std::ranges::find_if(stored, [&, &wantedName = name](const auto& each) {
+            return IsSame(each.second, wantedName) && !taken.contains(each.first);
         });
         const std::int32_t target = own != stored.end() ? own->first : next++;
         if (own == stored.end())

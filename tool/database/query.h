@@ -1,4 +1,5 @@
-// Statements put together in printf's manner, and the rows that they give.
+// Statements put together in printf's manner (as they stand where there are no arguments), and the
+// rows that they give.
 #pragma once
 
 #include <optional>
@@ -11,9 +12,13 @@ namespace mersola::tool {
 
 template <class... Arguments>
 std::string Statement(const char* format, Arguments... arguments) {
-    CString text;
-    text.Format(format, arguments...);
-    return std::string(text.View());
+    if constexpr (sizeof...(arguments) == 0) {
+        return format;
+    } else {
+        CString text;
+        text.Format(format, arguments...);
+        return std::string(text.View());
+    }
 }
 
 /// Runs a statement. Raises _com_error, as whoever reads the rows.

@@ -85,7 +85,8 @@ class Chooser {
         std::vector<std::int32_t> bands;
         if (!chosen_.isContinuous) bands = StoredBands(store_, chosen_, {function}, periods_);
         if (bands.empty()) bands = StoredBands(store_, chosen_, {function}, {});
-        std::ranges::stable_partition(bands, [](auto band) { return band == kBroadband; });
+        std::stable_partition(bands.begin(), bands.end(),
+                              [](auto band) { return band == kBroadband; });
         return bands;
     }
 
@@ -110,8 +111,9 @@ class Chooser {
     // The preferred function, or else the first, that has a line or spectra.
     void TakeFirst(const char* preferred, bool isLine) {
         auto functions = chosen_.functions;
-        std::ranges::stable_partition(
-            functions, [&](const auto& each) { return CompareNoCase(each.name, preferred) == 0; });
+        std::stable_partition(functions.begin(), functions.end(), [&](const auto& each) {
+            return CompareNoCase(each.name, preferred) == 0;
+        });
         for (const MeasuredFunction& function : functions) {
             auto bands = BandsOf(function);
             if (bands.empty() || (bands.front() == kBroadband) != isLine) continue;

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <ranges>
 
 #include "command_options.h"
 #include "times_text.h"
@@ -20,8 +19,9 @@ std::optional<double> ParsePositive(const std::string& text) {
 // Per cents between commas, each once.
 std::optional<std::vector<float>> ParsePercentiles(const std::string& text) {
     std::vector<float> percentiles;
-    for (const auto part : std::views::split(text, ',')) {
-        const auto number = ParseWithin(std::string(part.begin(), part.end()), 0.0F, 100.0F);
+    for (std::size_t begin = 0, end = 0; end < text.size(); begin = end + 1) {
+        end = std::min(text.find(',', begin), text.size());
+        const auto number = ParseWithin(text.substr(begin, end - begin), 0.0F, 100.0F);
         if (!number || std::ranges::count(percentiles, *number) != 0) return std::nullopt;
         percentiles.push_back(*number + 0.0F);  // not the zero that has a sign
     }

@@ -119,7 +119,7 @@ COleDateTime COleDateTime::FromSeconds(std::int64_t seconds) noexcept {
 
 int COleDateTime::SetDateTime(int year, int month, int day, int hour, int minute,
                               int second) noexcept {
-    const auto fits = [](int part, int first, int last) { return part >= first && part <= last; };
+    const auto fits = [](int part, int least, int most) { return part >= least && part <= most; };
     *this = COleDateTime();
     m_status = invalid;
     // The calendar's types wrap what does not fit them, so that the parts are looked at first.

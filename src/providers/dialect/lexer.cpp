@@ -18,13 +18,14 @@ constexpr std::array<Class, 256> kClasses = [] {
         else if (c >= '0' && c <= '9')
             classes[c] = kDigit;
     }
-    for (unsigned char c : {' ', '\t', '\n', '\v', '\f', '\r'})
-        classes[c] = kBlank;
-    for (unsigned char c : {'?', ':', '@', '#'})
-        classes[c] = kMarker;
-    for (unsigned char c : {'\'', '"', '`', '['})
-        classes[c] = kQuote;
-    classes['$'] = kDollar;
+    const auto set = [&](std::string_view characters, Class their) {
+        for (const char c : characters)
+            classes[static_cast<unsigned char>(c)] = their;
+    };
+    set(" \t\n\v\f\r", kBlank);
+    set("?:@#", kMarker);
+    set("'\"`[", kQuote);
+    set("$", kDollar);
     return classes;
 }();
 

@@ -36,9 +36,10 @@ std::string Given(const ado::ConnectionString& properties,
 }
 
 bool Names(std::string_view driver, std::string_view part) {
-    return std::ranges::search(driver, part, [](char left, char right) {
-               return EqualNoCase({&left, 1}, {&right, 1});
-           }).begin() != driver.end();
+    return std::search(driver.begin(), driver.end(), part.begin(), part.end(),
+                       [](char left, char right) {
+                           return EqualNoCase({&left, 1}, {&right, 1});
+                       }) != driver.end();
 }
 
 bool IsFreeTds(std::string_view driver) {

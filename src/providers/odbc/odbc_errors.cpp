@@ -151,9 +151,11 @@ std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secre
         diagnoses.push_back(std::move(diagnosis));
     }
     // A warning may have come before what went wrong.
-    std::ranges::stable_partition(diagnoses, [](const auto& each) { return !each.IsWarning(); });
-    std::ranges::stable_partition(diagnoses,
-                                  [](const auto& each) { return each.native == kNoSuchDatabase; });
+    const auto putFirst = [&](auto matches) {
+        std::stable_partition(diagnoses.begin(), diagnoses.end(), matches);
+    };
+    putFirst([](const Diagnosis& each) { return !each.IsWarning(); });
+    putFirst([](const Diagnosis& each) { return each.native == kNoSuchDatabase; });
     if (diagnoses.empty())
         diagnoses.push_back({"HY000", 0, "The driver failed and gives no reason", false});
     return diagnoses;
