@@ -123,7 +123,8 @@ TEST_F(Tool, MeasuresThePercentilesThatAreAskedForAndKeepsThem) {
     EXPECT_EQ(Count("Groups WHERE State='0,calibrated'"), 1) << "a state that nobody changed";
     for (const char* wrong : {"", "10,", "10,10", "101", "-1", "nan", "x"})
         ExpectRefused(RecordWords(ramp) + Words{"--percentiles", wrong}, "list of per cents", 2);
-    ExpectRefused(RecordWords(ramp, "new") + Words{"--state", "it's"}, "no single quote");
+    ExpectRefused(RecordWords(ramp, "new") + Words{"--state", "it's"},
+                  "('), the quote of statements; take the typographic one: it\u2019s\n");
 }
 
 TEST_F(Tool, CompletesARecordingThatWasCutShort) {
@@ -154,7 +155,11 @@ TEST_F(Tool, RefusesWhatItCannotRecordAndWritesNothing) {
     ExpectRefused(RecordWords(Silence("slow.wav", 10, 50), "new"), "carry no band from 25 Hz");
     ExpectRefused(RecordWords(Silence("slow.wav", 10, 60), "new") + Words{"--period", "1ms"},
                   "longer --period");
-    ExpectRefused(RecordWords(good, "it's"), "no single quote");
+    for (const auto& [name, reason] : {std::pair("L'Aquila", "typographic one: L\u2019Aquila\n"),
+                                       {"B\xFCro", "'B?ro'; it is no text in UTF-8"},
+                                       {"a\xED\xA0\x80", "in UTF-8"},
+                                       {"a\nb", "a line break"}})
+        ExpectRefused(RecordWords(good, name), reason);
     ExpectRefused(RecordWords(good, ""), "must not be empty", 2);
     ExpectRefused(RecordWords(good, "new") + Words{"--state", "{"}, "come in pairs");
     ExpectRefused(RecordWords(good, "new") + Words{"--start", "2001-01-01 00:00"}, "ten years");

@@ -45,7 +45,9 @@ TEST(CsvReader, KeepsFieldsAndCountsLines) {
     EXPECT_TRUE(Records("a\n\"b\nc\n").starts_with("line 2: a quote is not closed"));
     EXPECT_TRUE(Records("a\n\"b\n" + std::string(5000, '\n')).starts_with("line 2: a quote"));
     EXPECT_TRUE(Records("a\nb\"c\n").starts_with("line 2: a quote stands"));
-    EXPECT_TRUE(Records("a\n\n\xB5g\n").starts_with("line 3: this is no UTF-8"));
+    for (const char* wrong : {"\xB5g", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"})
+        EXPECT_TRUE(
+            Records(std::string("a\n\n") + wrong + "\n").starts_with("line 3: this is no UTF-8"));
     EXPECT_TRUE(Records("a\rb\r").starts_with("line 1: its lines end"));
 }
 
@@ -250,6 +252,7 @@ TEST_F(Csv, HasTheSameLengthOfPeriodsInAllRowsOfAReport) {
         ExpectRefused(Into(db_, rows("1s", none), leq), "line 4: " + reason);
         ExpectRefused(Into(db_, rows(none, "1s"), leq), "line 2: " + reason);
     }
+    ExpectRefused(Into(db_, "Period,Value\n0,1\n", {"--function", "L\xFC"}), "'L?' is no text");
     ExpectRefused(Into(db_, "Time,Value\n2026-13-01 00:00,1\n", leq + Words{"--period", "1s"}),
                   "line 2: Time '2026-13-01 00:00' is no time");
     ASSERT_EQ(RunWords(Into(db_, rows("1s", "1000 ms"), leq)).status, 0);

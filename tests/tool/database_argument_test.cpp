@@ -45,6 +45,24 @@ TEST(DatabaseArguments, AreShownWithoutAnyPassword) {
     EXPECT_EQ(ConnectionValue("DSN=a;PWD={x;}}y}", kPasswordKeys), "x;}y");
 }
 
+TEST(DatabaseArguments, GoIntoAShellsCommandAsTheyAreButForAPassword) {
+    const test::TemporaryFolder folder;
+    const std::string script = folder / "script", out = folder / "out";
+    const std::tuple<DatabaseArgument, std::string> commands[] = {
+        {{"noise.db", "", ""}, "noise.db"},
+        {{"it's $HOME \\ \"*\".db", "", ""}, "it's $HOME \\ \"*\".db"},
+        {{"two\nlines\x1b'\\1\xFF.db", "", ""}, "two\nlines\x1b'\\1\xFF.db"},
+        {{"-v", "", ""}, "./-v"},
+        {{"~", "", ""}, "~"},
+        {{"DSN=a;PWD={x;};UID=b", "a b", "~/p w"}, "DSN=a;UID=b|--user|a b|--password-file|~/p w"},
+        {{"DSN=a;pwd=x", "", ""}, "DSN=a;"}};
+    for (const auto& [argument, words] : commands) {
+        std::ofstream(script) << "printf '|%s' " << ShellText(argument);
+        ASSERT_EQ(std::system(("bash '" + script + "' >'" + out + "'").c_str()), 0);
+        EXPECT_EQ(Contents(out), "|" + words) << ShellText(argument);
+    }
+}
+
 TEST(Passwords, ComeFromFilesThatOnlyTheirOwnerCanRead) {
     const test::TemporaryFolder folder;
     const std::string path = folder / "password";

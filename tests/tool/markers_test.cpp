@@ -1,4 +1,5 @@
 // Markers from a recording with a trigger, and the version history, through the tool.
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -121,13 +122,17 @@ TEST_F(Tool, SaysInWordsWhatTheVersionHistoryHolds) {
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_NE(outcome.out.find(words), std::string::npos) << outcome.out;
     };
-    says("begins with version '1' of 20");
+    says("Version '1' of 20");
+    EXPECT_EQ(RunWords({"version", db_, "--add", "1.1"}).status, 0);
+    const std::string all = RunWords({"version", db_}).out;
+    EXPECT_EQ(std::ranges::count(all, '\n'), 2) << all;
+    EXPECT_LT(all.find("'1'"), all.find("\nVersion '1.1' of 20")) << all;
     Execute("DELETE FROM VersionHistory");
     says("history is empty");
     EXPECT_EQ(RunWords({"version", db_, "--add", "2", "--info", "repaired"}).status, 0);
-    says(": repaired.");
+    says(": repaired\n");
     for (const char* wrong : {"", "it's", "2\n3"})
-        ExpectRefused({"version", db_, "--add", wrong}, "no single quote");
+        ExpectRefused({"version", db_, "--add", wrong}, "the version cannot be named");
     ExpectRefused({"version", db_, "--info", "x"}, "requires --add", 2);
     Execute("DROP TABLE VersionHistory");
     says("no version history");

@@ -1,17 +1,22 @@
 // Texts for people, and output that did not arrive.
 #include "failure.h"
 
-#include <algorithm>
 #include <ostream>
+
+#include "utf8.h"
 
 namespace mersola::tool {
 
 std::string Printable(std::string_view text) {
-    std::string shown(text);
-    const auto isControl = [](char c) {
-        return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
-    };
-    std::ranges::replace_if(shown, isControl, '?');
+    std::string shown;
+    while (!text.empty()) {
+        const std::string_view before = text;
+        const auto code = TakeCharacter(text);
+        if (code && *code >= ' ' && *code != 0x7F)
+            shown += before.substr(0, before.size() - text.size());
+        else
+            shown += '?';
+    }
     return shown;
 }
 
@@ -24,6 +29,27 @@ std::string Excerpt(std::string_view text, std::size_t most) {
 
 std::string Quoted(std::string_view text) {
     return "'" + Printable(text) + "'";
+}
+
+std::string ShellWord(std::string_view text) {
+    constexpr std::string_view plain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-./:,+@%";
+    if (!text.empty() && text.find_first_not_of(plain) == text.npos) return std::string(text);
+    const bool isPrintable = Printable(text) == text;
+    std::string word = isPrintable ? "'" : "$'";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (isPrintable) {
+            word += c == '\'' ? "'\\''" : std::string(1, c);
+        } else if (byte < ' ' || byte > '~' || c == '\'' || c == '\\') {
+            word += '\\';
+            for (const int shift : {6, 3, 0})
+                word += static_cast<char>('0' + (byte >> shift & 7));
+        } else {
+            word += c;
+        }
+    }
+    return word + "'";
 }
 
 void RequireWritten(std::ostream& out) {

@@ -21,7 +21,8 @@ class Failure : public std::runtime_error {
     int status_;
 };
 
-/// The text with a question mark for each control character: fit for a line on a terminal.
+/// The text with a question mark for each control character and for what is no UTF-8: fit for a
+/// line on a terminal.
 std::string Printable(std::string_view text);
 
 /// The text, or as much of its beginning as `most` bytes hold and an ellipsis: what a file brings
@@ -30,6 +31,9 @@ std::string Excerpt(std::string_view text, std::size_t most = 60);
 
 /// The printable text between quotes.
 std::string Quoted(std::string_view text);
+
+/// The text as a word of a shell's command, between quotes where it needs them.
+std::string ShellWord(std::string_view text);
 
 /// Raises Failure when something written to `out` was lost.
 void RequireWritten(std::ostream& out);

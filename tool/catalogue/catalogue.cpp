@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "open_database.h"
 #include "query.h"
+#include "utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -113,24 +114,35 @@ CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t gro
 
 namespace {
 
-// Texts stand between single quotes in statements.
-bool IsStorable(const std::string& text) {
-    return text.find('\'') == text.npos && Printable(text) == text;
+constexpr std::string_view kTypographicApostrophe = "\u2019";
+
+// Why a text cannot be stored; empty when it can. Texts stand between single quotes in statements.
+std::string FaultOf(const std::string& text) {
+    if (!IsUtf8(text)) return "it is no text in UTF-8";
+    if (text.find('\'') != text.npos) {
+        std::string other;
+        for (const char c : text)
+            other += c == '\'' ? std::string(kTypographicApostrophe) : std::string(1, c);
+        return "it holds an apostrophe ('), the quote of statements; take the typographic one: " +
+               Printable(Excerpt(other));
+    }
+    return Printable(text) == text ? "" : "it holds a line break or another control character";
+}
+
+void Refuse(const char* what, const char* how, const std::string& text, const std::string& fault) {
+    throw Failure(std::string("the ") + what + " cannot be " + how + Quoted(Excerpt(text)) + "; " +
+                  fault);
 }
 
 }  // namespace
 
 void RequireName(const char* what, const std::string& name) {
-    if (name.empty() || !IsStorable(name))
-        throw Failure(
-            std::string("the ") + what + " cannot be named " + Quoted(Excerpt(name)) +
-            "; a name holds at least one character, no single quote and no line break or the like");
+    const std::string fault = name.empty() ? "a name holds at least one character" : FaultOf(name);
+    if (!fault.empty()) Refuse(what, "named ", name, fault);
 }
 
 void RequireText(const char* what, const std::string& text) {
-    if (!IsStorable(text))
-        throw Failure(std::string("the ") + what + " cannot be " + Quoted(text) +
-                      "; it holds no single quote and no line break or the like");
+    if (const std::string fault = FaultOf(text); !fault.empty()) Refuse(what, "", text, fault);
 }
 
 std::int32_t Choose(const char* what, const std::string& asked,

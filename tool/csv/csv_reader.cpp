@@ -5,6 +5,7 @@
 #include <istream>
 
 #include "failure.h"
+#include "utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -13,25 +14,6 @@ constexpr std::size_t kMostLines = 1000;  // of one record: more is a quote that
 
 bool IsBlank(char c) {
     return c == ' ' || c == '\t';
-}
-
-std::size_t FollowersOf(unsigned char lead) {
-    if (lead >= 0xC2 && lead <= 0xDF) return 1;
-    if (lead >= 0xE0 && lead <= 0xEF) return 2;
-    if (lead >= 0xF0 && lead <= 0xF4) return 3;
-    return std::string::npos;
-}
-
-// Close enough to tell it from the encodings that instruments and spreadsheets also write.
-bool IsUtf8(std::string_view text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (static_cast<unsigned char>(text[i]) < 0x80) continue;
-        const auto followers = FollowersOf(static_cast<unsigned char>(text[i]));
-        if (followers >= text.size() - i) return false;
-        for (std::size_t end = i + followers; i < end;)
-            if ((static_cast<unsigned char>(text[++i]) & 0xC0) != 0x80) return false;
-    }
-    return true;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "open_database.h"
 #include "progress.h"
 #include "times_text.h"
+#include "utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -232,6 +233,12 @@ class Importer {
 }  // namespace
 
 void Import(const ImportOptions& options, std::ostream& out, std::ostream* terminal) {
+    for (const auto& [what, text] :
+         {std::pair("function", &options.function), {"band", &options.band}}) {
+        if (!IsUtf8(*text))
+            throw Failure(std::string("the ") + what + " " + Quoted(*text) +
+                          " is no text in UTF-8");
+    }
     std::ifstream file;
     const bool isFile = options.file != "-";
     std::error_code unknown;

@@ -7,6 +7,8 @@
 
 #include <mersola/platform/text.h>
 
+#include "failure.h"
+
 namespace mersola::tool {
 namespace {
 
@@ -96,6 +98,25 @@ std::string ConnectionValue(std::string_view text, std::span<const std::string_v
         if (IsAmong(part.key, keys)) value = Plain(part.value);
     }
     return value;
+}
+
+std::string ShellText(const DatabaseArgument& database) {
+    std::string text;
+    bool isLeftOut = false;
+    for (const Part& part : Parts(database.text)) {
+        const bool endsLeftOut = isLeftOut && part.before == ";";
+        isLeftOut = IsAmong(part.key, kPasswordKeys);
+        if (endsLeftOut || isLeftOut) continue;
+        text += part.before;
+        text += part.value;
+    }
+    if (text.starts_with('-')) text.insert(0, "./");  // no option
+    text = ShellWord(text);
+    for (const auto& [option, value] :
+         {std::pair(" --user ", &database.user), {" --password-file ", &database.passwordFile}}) {
+        if (!value->empty()) text += option + ShellWord(*value);
+    }
+    return text;
 }
 
 std::string WithoutPassword(std::string_view text) {

@@ -27,6 +27,10 @@ inline constexpr std::string_view kSourceKeys[]{"Data Source"};
 inline constexpr std::string_view kUserKeys[]{"User ID", "UID", "User"};
 inline constexpr std::string_view kPasswordKeys[]{"Password", "PWD"};
 
+/// The database as a shell's command names it, with the options that log in. A password in the
+/// connection string is left out: it is asked for.
+std::string ShellText(const DatabaseArgument& database);
+
 /// The text fit to be shown, with asterisks for each password in it.
 std::string WithoutPassword(std::string_view text);
 

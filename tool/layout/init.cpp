@@ -182,10 +182,9 @@ void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err
         InitFile(database);
     else
         InitServer(database, err);
-    const std::string shown =
-        IsConnectionString(argument.text) ? database.Name() : Printable(database.Text());
     out << "The database " << database.Name() << " is laid out. Record a sound file with:\n"
-        << "  mersola record " << shown << " FILE --instrument NAME --measurement NAME\n"
+        << "  mersola record " << ShellText(argument)
+        << " FILE --instrument NAME --measurement NAME\n"
         << std::flush;
     if (!out)
         throw Failure(database.Name() +

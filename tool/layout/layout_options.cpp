@@ -20,7 +20,7 @@ void AddInit(CLI::App& app, const Streams& streams) {
 
 void AddVersion(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<VersionOptions>();
-    Command command(app, "version", "Show how the version history of a database begins");
+    Command command(app, "version", "Show the version history of a database");
     AddDatabase(command, given->database);
     const Option added = command.Text("--add", given->added, "A version to append to the history");
     command.Text("--info", given->info, "What that version is").Needs(added);

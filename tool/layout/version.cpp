@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "layout.h"
 #include "open_database.h"
+#include "query.h"
 #include "times_text.h"
 
 namespace mersola::tool {
@@ -26,6 +27,16 @@ void Add(const Database& database, const VersionOptions& options, std::ostream& 
     out << "Added version " << Quoted(*options.added) << " to the history.\n";
 }
 
+void Tell(_Recordset& row, std::ostream& out) {
+    const CString info = row.Fields("Info").Text();
+    CTimeEx date;
+    out << "Version " << Quoted(row.Fields("Version").Text().View());
+    if (CTimeEx::FromText(row.Fields("Date").Text(), date)) out << " of " << TimeText(date);
+    if (!info.IsEmpty()) out << ": " << Printable(info.View());
+    out << '\n';
+    RequireWritten(out);
+}
+
 }  // namespace
 
 void Version(const VersionOptions& options, std::ostream& out) {
@@ -34,13 +45,10 @@ void Version(const VersionOptions& options, std::ostream& out) {
     database.RequireThere();
     const auto store = database.Connect(Access::Read);
     versionHistory first;
-    CTimeEx date;
     switch (store->GetVersion(nullptr, first)) {
         case 1:
-            out << "The version history begins with version " << Quoted(first.Version.View());
-            if (CTimeEx::FromText(first.Date, date)) out << " of " << TimeText(date);
-            if (!first.Info.IsEmpty()) out << ": " << Printable(first.Info.View());
-            out << ".\n";
+            for (_Recordset& row : Rows(*store, "SELECT * FROM VersionHistory"))
+                Tell(row, out);
             break;
         case 0:
             out << "The version history is empty. Fill it with: mersola version --add\n";

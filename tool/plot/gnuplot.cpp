@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -82,21 +83,12 @@ struct Character {
 };
 
 // Takes a character off the text; a question mark for what pictures cannot hold.
-Character TakeCharacter(std::string_view& text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const std::size_t size = byte(0) < 0x80 ? 1 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
-    constexpr std::array<std::uint32_t, 5> kLeast{0, ' ', 0xA0, 0x800, 0x10000};
-    std::uint32_t code = size == 1 ? byte(0) : byte(0) & (0x7FU >> size);
-    bool isGood = size <= text.size() && (size == 1 || byte(0) >= 0xC0) && byte(0) < 0xF8;
-    for (std::size_t i = 1; isGood && i < size; ++i) {
-        isGood = (byte(i) & 0xC0) == 0x80;
-        code = code << 6 | (byte(i) & 0x3FU);
-    }
-    isGood = isGood && code >= kLeast[size] && code != 0x7F && code <= 0x10FFFF &&
-             (code < 0xD800 || code > 0xDFFF) && (code & 0xFFFE) != 0xFFFE;
-    const Character taken = isGood ? Character{text.substr(0, size), code} : Character{"?", '?'};
-    text.remove_prefix(isGood ? size : 1);
-    return taken;
+Character TakeShown(std::string_view& text) {
+    const std::string_view before = text;
+    const auto code = TakeCharacter(text);
+    const bool isControl = code && (*code < ' ' || (*code >= 0x7F && *code < 0xA0));
+    if (!code || isControl || (*code & 0xFFFE) == 0xFFFE) return {"?", '?'};
+    return {before.substr(0, before.size() - text.size()), *code};
 }
 
 // Whether an installed font has the character; also when that cannot be found out.
@@ -152,7 +144,7 @@ std::string WithoutUnknownGlyphs(std::string_view script) {
             script.remove_prefix(1);
             continue;
         }
-        const Character character = TakeCharacter(script);
+        const Character character = TakeShown(script);
         const auto [found, isNew] = known.try_emplace(character.code, false);
         if (isNew) found->second = HasGlyph(character.code);
         shown += found->second ? character.bytes : "?";
@@ -174,7 +166,7 @@ std::string Shortened(std::string_view text, std::size_t width) {
     for (std::size_t count = 1; !text.empty(); ++count) {
         if (count == std::max<std::size_t>(width, 1)) end = shown.size();
         if (count > width) return shown.substr(0, end) + "\u2026";
-        shown += TakeCharacter(text).bytes;
+        shown += TakeShown(text).bytes;
     }
     return shown;
 }

@@ -39,9 +39,7 @@ void Require(bool done, const char* what, const Mersola& store) {
 // Where the sound will be found again, whatever folder a reader works in.
 std::string MarkerPath(const std::string& file) {
     const auto path = std::filesystem::absolute(file).lexically_normal().string();
-    if (path.find('\'') != path.npos)
-        throw Failure("a marker cannot name the sound file " + Quoted(path) +
-                      "; it must have no single quote in its path");
+    RequireText("path that markers name", path);
     return path;
 }
 

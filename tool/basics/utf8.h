@@ -1,0 +1,15 @@
+// Characters in UTF-8, the encoding of every text that is stored.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace mersola::tool {
+
+/// Takes the first character off a text that is not empty. Nothing where none begins: then one byte
+/// is taken.
+std::optional<char32_t> TakeCharacter(std::string_view& text);
+
+bool IsUtf8(std::string_view text);
+
+}  // namespace mersola::tool
