@@ -23,9 +23,19 @@ configure_file(cmake/mersola.pc.in mersola.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersola.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
+# install_compressed(FILE FOLDER COMPONENT): as Debian wants manual pages and changelogs
+find_program(GZIP_PROGRAM gzip REQUIRED)
+function(install_compressed file folder component)
+    get_filename_component(name ${file} NAME)
+    set(compressed ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+    execute_process(COMMAND ${GZIP_PROGRAM} -9nc ${file} OUTPUT_FILE ${compressed} COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+    install(FILES ${compressed} DESTINATION ${folder} COMPONENT ${component})
+endfunction()
+
 if(MERSOLA_BUILD_TOOL)
     install(TARGETS mersola_tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-    install(FILES docs/mersola.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    install_compressed(${PROJECT_SOURCE_DIR}/docs/mersola.1 ${CMAKE_INSTALL_MANDIR}/man1 tool)
     install(DIRECTORY schema/sqlserver/server DESTINATION ${CMAKE_INSTALL_DATADIR}/mersola/sqlserver
             COMPONENT tool)
     # The dynamic linker looks into /usr by itself; elsewhere the tool finds its library beside it.
@@ -38,8 +48,22 @@ endif()
 if(NOT PROJECT_IS_TOP_LEVEL)
     return()
 endif()
-set(CPACK_GENERATOR DEB)
+
+# What Debian's people look for in /usr/share: a changelog in each package, and the pages.
 set(CPACK_PACKAGE_CONTACT "The mersola developers <mersola@localhost>")
+string(TIMESTAMP changelog_time "%a, %d %b %Y %H:%M:%S +0000" UTC)
+configure_file(cmake/changelog.in changelog @ONLY)
+install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/libmersola${PROJECT_VERSION_MAJOR}
+                   runtime)
+install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev development)
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev COMPONENT development)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev COMPONENT development
+        FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
+if(MERSOLA_BUILD_TOOL)
+    install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/mersola tool)
+endif()
+
+set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development tool)
 set(CPACK_STRIP_FILES ON)
@@ -50,6 +74,7 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmersola${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libsqlite3-0 (>= ${MERSOLA_LEAST_SQLITE})")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS tdsodbc)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "storage of monitoring instruments (library)
  Stores what monitoring instruments measure, period by period, in SQLite or on
