@@ -1,4 +1,4 @@
-// Nominal frequencies, and the functions of percentiles.
+// The functions of percentiles.
 #include "measured.h"
 
 #include <algorithm>
@@ -36,11 +36,6 @@ std::vector<PercentileFunction> RegisterPercentiles(Mersola& store,
                              name});
     }
     return functions;
-}
-
-double NominalFrequency(const acoustics::Band& band) {
-    const double number = ParseNumber<double>(band.name.substr(0, band.name.find(' '))).value_or(0);
-    return band.name.ends_with("kHz") ? number * 1000 : number;
 }
 
 }  // namespace mersola::tool

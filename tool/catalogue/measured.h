@@ -52,7 +52,4 @@ inline constexpr const char* kPlainInstrument = "0";
 /// The code of third octaves among the bandwidths.
 inline constexpr int kThirdOctaves = 3;
 
-/// The frequency in a band's name, in hertz.
-double NominalFrequency(const acoustics::Band& band);
-
 }  // namespace mersola::tool

@@ -44,6 +44,7 @@ struct ImportOptions {
     std::vector<std::string> columns;   ///< "value=Laeq": which header stands for what
     std::vector<std::string> bands;     ///< the headers of columns that hold a band each
     bool isWide = false;                ///< every column that is nothing else holds a band
+    bool areBandNumbers = false;        ///< a bare number is that of a band, not a frequency
 };
 
 /// Adds what a file holds to a database, all of it or nothing. `terminal`: where to show the

@@ -71,6 +71,8 @@ void AddImport(CLI::App& app, const Streams& streams) {
         .Check(isMapping);
     command.List("--bands", given->bands, "Columns that hold a band each, between commas");
     command.Flag("--wide", given->isWide, "Every column without another meaning is a band");
+    command.Flag("--band-numbers", given->areBandNumbers,
+                 "A bare number is that of a band [its frequency in Hz]");
     command.Run([=] { Import(*given, streams.out, streams.terminal); });
     command.Footer(
         "Columns: Instrument, Measurement, Report, Length (of a period), Period or Time, Channel, "
@@ -80,7 +82,7 @@ void AddImport(CLI::App& app, const Streams& streams) {
         "column for each band. A day of levels that a meter wrote as Date,Laeq:\n"
         "  mersola import my.db day.csv --column time=Date --column value=Laeq --function LAeq \\\n"
         "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
-        "and its spectra as Date,31.5 Hz,63 Hz,125 Hz:\n"
+        "and its spectra as Date,31.5,63Hz,1k:\n"
         "  mersola import my.db spectra.csv --column time=Date --wide --function Leq \\\n"
         "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
         "What is new is registered, what is there is added to. A value that is stored already is "

@@ -63,7 +63,10 @@ Row RowIn(StoredTable table, Fields fields) {
 class Importer {
   public:
     Importer(Mersola& store, const ImportOptions& options)
-        : options_(options), target_(store), values_(store, target_) {}
+        : options_(options),
+          target_(store),
+          bands_(target_.Bands(), options.areBandNumbers),
+          values_(store, target_) {}
 
     // `pass`: is called now and then.
     template <class Pass>
@@ -111,7 +114,7 @@ class Importer {
         } else if (const auto table = TableOf(fields)) {
             target_.Add(*table, RowIn(*table, fields));
         } else {
-            columns_.emplace(fields, options_, target_.Bands());
+            columns_.emplace(fields, options_, bands_);
         }
     }
 
@@ -140,7 +143,7 @@ class Importer {
             AddValue(value, fields[position], "");
         }
         if (!columns_->Bands().empty()) return;
-        value.band = Named(band_, given(kBandColumn, options_.band), target_.Bands(), kBandColumn);
+        value.band = Named(band_, given(kBandColumn, options_.band), bands_, kBandColumn);
         AddValue(value, columns_->In(fields, kValueColumn), value.status);
     }
 
@@ -149,7 +152,8 @@ class Importer {
         std::string text;
         std::optional<std::int32_t> id;
     };
-    static std::int32_t Named(Remembered& remembered, const std::string& text, ImportedKind& kind,
+    template <class Kind>
+    static std::int32_t Named(Remembered& remembered, const std::string& text, Kind& kind,
                               CsvColumn column) {
         if (text.empty()) throw Failure(std::string(kCsvNames[column]) + " is empty");
         if (!remembered.id || remembered.text != text) remembered = {text, kind.Find(text)};
@@ -221,6 +225,7 @@ class Importer {
 
     const ImportOptions& options_;
     ImportTarget target_;
+    ImportedBands bands_;
     ImportedValues values_;
     std::optional<ImportedColumns> columns_;
     ImportedReport* report_ = nullptr;  // of the last row,

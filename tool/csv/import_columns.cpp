@@ -24,7 +24,7 @@ std::optional<CsvColumn> ColumnNamed(std::string_view name) {
 }  // namespace
 
 ImportedColumns::ImportedColumns(std::span<const std::string> header, const ImportOptions& options,
-                                 ImportedKind& bands)
+                                 ImportedBands& bands)
     : header_(header.begin(), header.end()), isUsed_(header.size()) {
     Assign(options.columns, bands);
     for (std::size_t i = 0; i < kCsvColumns; ++i) {
@@ -34,19 +34,19 @@ ImportedColumns::ImportedColumns(std::span<const std::string> header, const Impo
         isUsed_[*position] = true;
     }
     for (const auto& name : options.bands)
-        AddBand(PositionOf(name), name, bands);
+        AddBand(PositionOf(name), bands.OfHeading(name));
     if (options.isWide || (bands_.empty() && !Has(kValueColumn))) TakeOthers(options.isWide, bands);
     Require(options);
 }
 
-void ImportedColumns::Assign(const std::vector<std::string>& columns, ImportedKind& bands) {
+void ImportedColumns::Assign(const std::vector<std::string>& columns, ImportedBands& bands) {
     for (const auto& each : columns) {
         const auto equals = each.find('=');
         const std::string name = each.substr(0, equals);
         const std::size_t position = PositionOf(each.substr(equals + 1));
         const auto column = ColumnNamed(name);
         if (!column) {
-            AddBand(position, name, bands);
+            AddBand(position, bands.Find(name));
             continue;
         }
         positions_[*column] = position;
@@ -54,20 +54,26 @@ void ImportedColumns::Assign(const std::vector<std::string>& columns, ImportedKi
     }
 }
 
-void ImportedColumns::AddBand(std::size_t position, const std::string& name, ImportedKind& bands) {
-    bands_.emplace_back(position, bands.Find(name));
+void ImportedColumns::AddBand(std::size_t position, std::int32_t band) {
+    const auto first =
+        std::ranges::find(bands_, band, &std::pair<std::size_t, std::int32_t>::second);
+    if (first != bands_.end())
+        throw Failure("the headings " + Quoted(Excerpt(header_[first->first])) + " and " +
+                      Quoted(Excerpt(header_[position])) +
+                      " are one band; name those to take with --bands");
+    bands_.emplace_back(position, band);
     isUsed_[position] = true;
 }
 
 // Columns that a file has for its readers are not to become bands unasked.
-void ImportedColumns::TakeOthers(bool isAsked, ImportedKind& bands) {
+void ImportedColumns::TakeOthers(bool isAsked, ImportedBands& bands) {
     for (std::size_t i = 0; i < header_.size(); ++i) {
         if (isUsed_[i] || header_[i].empty()) continue;
         if (!isAsked && !bands.IsKnown(header_[i]))
             throw Failure("there is no column Value, and no band " + Quoted(Excerpt(header_[i])) +
                           "; say what holds the values with --column value=NAME or --bands, or "
                           "that every other column is a band with --wide");
-        AddBand(i, header_[i], bands);
+        AddBand(i, bands.OfHeading(header_[i]));
     }
 }
 

@@ -12,7 +12,7 @@
 
 #include "csv_commands.h"
 #include "csv_format.h"
-#include "import_names.h"
+#include "import_bands.h"
 
 namespace mersola::tool {
 
@@ -20,7 +20,7 @@ class ImportedColumns {
   public:
     /// Reads the header. Raises Failure when a column is not there that must be.
     ImportedColumns(std::span<const std::string> header, const ImportOptions& options,
-                    ImportedKind& bands);
+                    ImportedBands& bands);
 
     bool Has(CsvColumn column) const { return positions_[column].has_value(); }
     /// The field of a record, empty when there is no such column.
@@ -36,9 +36,9 @@ class ImportedColumns {
   private:
     std::size_t PositionOf(std::string_view name) const;
     std::optional<std::size_t> FindPosition(std::string_view name) const;
-    void Assign(const std::vector<std::string>& columns, ImportedKind& bands);
-    void AddBand(std::size_t position, const std::string& name, ImportedKind& bands);
-    void TakeOthers(bool isAsked, ImportedKind& bands);
+    void Assign(const std::vector<std::string>& columns, ImportedBands& bands);
+    void AddBand(std::size_t position, std::int32_t band);
+    void TakeOthers(bool isAsked, ImportedBands& bands);
     void Require(const ImportOptions& options) const;
 
     std::vector<std::string> header_;

@@ -61,7 +61,7 @@ void ImportedKind::Register(Row record) {
     const Labels& stored = names_.Stored();
     std::optional<std::int32_t> id;
     if (stored.Contains(number) && CompareNoCase(stored.NameOf(number), name) == 0) id = number;
-    if (!id && !name.empty()) id = stored.Find(name);
+    if (!id && !name.empty()) id = FindStored(name);
     // Two that have one name in the file stay two.
     if (id && names_.IsTaken(*id)) id.reset();
     if (!id) {
@@ -87,6 +87,33 @@ std::int32_t ImportedKind::Find(std::int32_t number) {
     const std::int32_t id = names_.Stored().NameOf(number).empty() ? number : Free();
     names_.AddFromFile(number, "", id);
     return id;
+}
+
+std::int32_t ImportedKind::Find(const acoustics::Band& band) {
+    const std::string name(band.name);
+    if (const auto found = FindStored(name)) return *found;
+    const bool isFree = !names_.Stored().Contains(band.number) && !names_.IsTaken(band.number) &&
+                        !IsUsed(band.number);
+    const std::int32_t id = isFree ? band.number : Free();
+    Insert(id, {{ColumnsOf(table_)[1].name, name}});
+    return id;
+}
+
+std::optional<std::int32_t> ImportedKind::FindStored(const std::string& name) const {
+    const Labels& stored = names_.Stored();
+    if (const auto found = stored.Find(name)) return found;
+    const auto* band = table_ == StoredTable::FrqNameMap ? acoustics::FindBand(name) : nullptr;
+    if (!band) return std::nullopt;
+    for (const auto& [id, each] : stored.Names()) {
+        if (acoustics::FindBand(each) == band) return id;
+    }
+    return std::nullopt;
+}
+
+bool ImportedKind::IsUsed(std::int32_t number) const {
+    const auto rows = Query(store_, "SELECT COUNT(*) FROM %s WHERE %s=%d", used_,
+                            ColumnsOf(table_)[0].name, number);
+    return rows->Fields(0).Long() > 0;
 }
 
 bool ImportedKind::IsKnown(const std::string& text) const {

@@ -9,6 +9,7 @@
 
 #include <mersola/mersola.h>
 
+#include "bands.h"
 #include "labels.h"
 #include "stored_row.h"
 #include "stored_tables.h"
@@ -56,6 +57,9 @@ class ImportedKind {
     std::int32_t Find(const std::string& text);
     /// The same for a number in the file.
     std::int32_t Find(std::int32_t number);
+    /// The band of that frequency, however its name is spelt; a new one is added, under its own
+    /// number where that is free.
+    std::int32_t Find(const acoustics::Band& band);
     /// The number in the database of a number in the file, the same one where the file says
     /// nothing.
     std::int32_t Translated(std::int32_t number) const {
@@ -68,6 +72,9 @@ class ImportedKind {
     const Labels& Stored() const { return names_.Stored(); }
 
   private:
+    /// What the database has under a name; of bands also under that of the same frequency.
+    std::optional<std::int32_t> FindStored(const std::string& name) const;
+    bool IsUsed(std::int32_t number) const;
     std::int32_t Free();
     void Insert(std::int32_t id, Row row);
 

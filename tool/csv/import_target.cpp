@@ -374,9 +374,9 @@ void ImportTarget::Finish(const std::set<std::int32_t>& bands) {
                   where.c_str(), report.first);
     }
     std::vector<double> frequencies;
-    for (const auto& band : acoustics::AllBands()) {
+    for (const auto& band : acoustics::NamedBands()) {
         if (bands.contains(band.number) && bands_.Stored().NameOf(band.number) == band.name)
-            frequencies.push_back(NominalFrequency(band));
+            frequencies.push_back(band.nominal);
     }
     if (frequencies.empty()) return;
     for (const auto& [group, measurement] : newMeasurements_)

@@ -28,6 +28,7 @@ class Labels {
     std::string NameOf(std::int32_t id) const;
     bool Contains(std::int32_t id) const { return names_.contains(id); }
 
+    const std::map<std::int32_t, std::string>& Names() const { return names_; }
     std::int32_t Last() const { return names_.empty() ? 0 : names_.rbegin()->first; }
 
   private:

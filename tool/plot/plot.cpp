@@ -241,8 +241,11 @@ ChartSpectra DescribeSpectra(Mersola& store, const Content& content) {
                          {},
                          {}};
     const auto names = ReadBandNames(store);
-    for (const auto band : content.bands)
-        spectra.bands.push_back({BandName(names, band), isThirds && band % 3 == 0});
+    for (const auto band : content.bands) {
+        const std::string name = BandName(names, band);
+        const auto* third = isThirds ? acoustics::FindBand(name) : nullptr;
+        spectra.bands.push_back({name, third && third->number % 3 == 0});
+    }
     return spectra;
 }
 

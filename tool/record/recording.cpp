@@ -38,8 +38,8 @@ Recording::Recording(Mersola& store, const RecordOptions& options,
     measurement_.BandWidth = kThirdOctaves;
     measurement_.Fullscale = options.fullscale;
     measurement_.Sensitivity = options.sensitivity;
-    measurement_.FrqLower = NominalFrequency(bands.front());
-    measurement_.FrqUpper = NominalFrequency(bands.back());
+    measurement_.FrqLower = bands.front().nominal;
+    measurement_.FrqUpper = bands.back().nominal;
     report_.ReportId = kReport;
     report_.ReportType = 1;
     report_.PeriodLen = options.period;
