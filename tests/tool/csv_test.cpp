@@ -210,8 +210,8 @@ TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
 }
 
 TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
-    const Words levels{"--column",   "time=Date", "--column", "value=Laeq",
-                       "--function", "LAeq",      "--period", "1s"};
+    const Words levels{"--column", "time=Date", "--column", "value=Laeq", "--function",
+                       "LAeq",     "--period",  "1s",       "--align",    "floor"};
     const std::string text =
         "Date,Laeq,Remark\n2026-01-01 00:00:10,50.5,\n2026-01-01 "
         "00:00:12.999,+5e1,loud\n2026-01-01 00:00:13,,\n";
@@ -289,8 +289,7 @@ TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
         std::string rows, reason;
     } faults[] = {
         {"0,1 kHz,51,\n", "line 6: the value of period 0 is 51, but 50 is stored already"},
-        {"7,1 kHz,1,\n7,1 khz,1,\n7,1 kHz,1,A\n",
-         "line 8: the value of period 7 is 1 with the status 'A'"},
+        {"7,1 kHz,1,\n7,1000,1,\n", "line 7: period 7 stands in line 6 already"},
         {"1,1 kHz,\"\n\"\n", "line 6: there are 3 fields"},
         {"1,1 kHz,1,\n1.5,1 kHz,1,\n", "line 7: Period '1.5'"},
         {"-1,1 kHz,1,\n", "line 6: Period '-1'"},

@@ -1,14 +1,89 @@
 // What import makes of the files that instruments and their programs write.
+#include <cstdlib>
 #include <fstream>
 #include <string>
 
+#include "failure.h"
+#include "import_times.h"
+#include "times_text.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
+std::string Read(const std::string& text, TimeForm form, const TimeZone* zone = nullptr) {
+    try {
+        return TimeText(TimeReader(form, zone).Read(text));
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+}
+
+TEST(ImportedTimes, AreReadInTheOrderOfTheFile) {
+    using enum TimeForm;
+    const struct {
+        const char* text;
+        TimeForm form;
+        const char* time;
+    } times[] = {{"2026-06-01", YearFirst, "2026-06-01 00:00:00.000"},
+                 {"2026/6/1T7:05", YearFirst, "2026-06-01 07:05:00.000"},
+                 {"2026-06-01 23:59:59.999999", YearFirst, "2026-06-01 23:59:59.999"},
+                 {"1.6.2026  07:05:09,5", DayFirst, "2026-06-01 07:05:09.500"},
+                 {"01/06/2026 12:00:00 AM", DayFirst, "2026-06-01 00:00:00.000"},
+                 {"06/01/2026 12:34 pm", MonthFirst, "2026-06-01 12:34:00.000"},
+                 {"6-1-2026 1:05PM", MonthFirst, "2026-06-01 13:05:00.000"}};
+    for (const auto& each : times)
+        EXPECT_EQ(Read(each.text, each.form), each.time) << each.text;
+    for (const char* text :
+         {"", "noon", "26-06-01", "2026-06/01", "2026-02-30", "2026-06-01 24:00", "2026-06-01 7",
+          "2026-06-01 07:05:", "2026-06-01 07:05:09.", "2026-06-01 13:00 PM", "2026-06-01 0:10 AM",
+          "2026-06-01 07:05 +2", "2026-06-01 07:05x", "2026-06-01 07:05+02:00x", "2026-06-01Z",
+          "99999999999-01-01", "20260601", "1780272000"})
+        EXPECT_NE(Read(text, YearFirst).find("' is no time, as '2026-11-15"), std::string::npos)
+            << text;
+    for (const char* text : {"-1", "1e9", "1780272000 s", "178027200000000", "0x1"})
+        EXPECT_NE(Read(text, Epoch).find("' is no time"), std::string::npos) << text;
+}
+
+TEST(ImportedTimes, OfUtcBecomeThoseOfTheZoneThatIsStored) {
+    using enum TimeForm;
+    const char* const before = std::getenv("TZ");
+    {
+        const TimeZone berlin("Europe/Berlin");
+        const std::pair<const char*, const char*> times[] = {
+            {"2026-03-29T00:59:59.999Z", "2026-03-29 01:59:59.999"},
+            {"2026-03-29T01:00Z", "2026-03-29 03:00:00.000"},
+            {"2026-06-01 00:00-0330", "2026-06-01 05:30:00.000"},
+            {"2026-10-25T03:00+01", "2026-10-25 03:00:00.000"},
+            {"2026-10-25 01:59", "2026-10-25 01:59:00.000"},
+            {"2051-07-01T00:00Z", "2051-07-01 02:00:00.000"}};
+        for (const auto& [text, time] : times)
+            EXPECT_EQ(Read(text, YearFirst, &berlin), time) << text;
+        EXPECT_EQ(Read("1780272000.25", Epoch, &berlin), "2026-06-01 02:00:00.250");
+        EXPECT_EQ(Read("1780272000250", Epoch, &berlin), "2026-06-01 02:00:00.250");
+        for (const char* twice :
+             {"2026-10-25T02:00+02:00", "2026-10-25T02:59:59+01:00", "2026-10-25 02:30"})
+            EXPECT_NE(
+                Read(twice, YearFirst, &berlin).find("comes twice on the clocks of Europe/Berlin"),
+                std::string::npos)
+                << twice;
+        EXPECT_NE(Read("2026-03-29 02:30", YearFirst, &berlin).find("comes never"),
+                  std::string::npos);
+    }
+    EXPECT_STREQ(std::getenv("TZ"), before);
+    for (const char* none : {"Europe/Bonn", "CEST5", "", "../../../etc/passwd", "."})
+        EXPECT_THROW(TimeZone zone(none), Failure) << none;
+    EXPECT_NE(Read("2026-06-01T00:00Z", YearFirst).find("say with --zone"), std::string::npos);
+    EXPECT_NE(Read("1780272000", Epoch).find("say with --zone"), std::string::npos);
+}
+
 class Import : public Tool {
   protected:
+    static std::string Logger(const std::string& file) { return MERSOLA_LOGGERS + file; }
+    Words From(const std::string& file, const Words& more = {}) {
+        return Words{"import", db_, Logger(file), "--instrument", "meter", "--measurement", "day"} +
+               more;
+    }
     Words Into(const std::string& text, const Words& more = {}) {
         std::ofstream(folder_ / "file.csv", std::ios::binary) << text;
         return Words{"import",       db_,        folder_ / "file.csv",
@@ -68,6 +143,58 @@ TEST_F(Import, RefusesWhatIsNoBandAndSaysWhatIs) {
     ExpectRefused(
         Into("Period,Band,Value\n0,17,1\n", {"--function", "Leq", "--start", "2026-06-01 00:00"}),
         "line 2: '17' is no frequency of a band");
+}
+
+TEST_F(Import, PutsEachRowIntoTheNearestPeriodAndNoTwoIntoOne) {
+    const Words leq{"--function", "Leq"};
+    const std::string rows =
+        "Time,Value\n2026-06-01 00:00:00.003,1\n2026-06-01 00:00:01.001,2\n2026-06-01 "
+        "00:00:02.502,3\n2026-06-01 00:00:03.503,5\n";
+    ASSERT_EQ(RunWords(Into(rows, leq)).status, 0);
+    EXPECT_EQ(Stored(0, 0) + Stored(1, 0) + Stored(2, 0) + Stored(3, 0) + Stored(4, 0), "1235");
+    ExpectRefused(Into(rows, leq + Words{"--align", "floor", "--report", "2"}),
+                  "line 3: its time belongs to period 0, as that of line 2 does");
+    const std::string early = "Time,Value\n2026-05-31 23:59:59.";
+    ASSERT_EQ(RunWords(Into(early + "600,1\n", leq)).out,
+              "Stored 0 values in 1 report; 1 value was stored already.\n");
+    ExpectRefused(Into(early + "500,1\n", leq), "lies before the measurement's start");
+    // Also when one of them is in the database by then.
+    std::string many = "Period,Value\n";
+    for (int i = 10; i < 25'000; ++i)
+        many += std::to_string(i) + ",1\n";
+    ExpectRefused(Into(many + "12,1\n", leq), "line 24992: period 12 stands in line 4 already");
+    ExpectRefused(Into(rows, leq + Words{"--align", "up"}), "'up' is not nearest or floor", 2);
+    ExpectRefused(Into(rows, leq + Words{"--times", "dym"}), "'dym' is not ymd, dmy, mdy or epoch",
+                  2);
+}
+
+TEST_F(Import, OfJitteringTimesLeavesAHoleAHoleAndRefusesTheDoubledRow) {
+    const Words words = From("jitter.csv", {"--column", "value=temperature", "--function",
+                                            "temperature", "--period", "1s"});
+    ExpectRefused(words, "line 82: its time belongs to period 80, as that of line 81 does");
+    std::string text = Contents(words[2]);
+    const auto doubled = text.find("2026-06-01 12:01:19.997806");
+    text.erase(doubled, text.find('\n', doubled) + 1 - doubled);
+    const Outcome outcome =
+        RunWords(Into(text, {"--column", "value=temperature", "--function", "temperature"}));
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods=120"), 1);
+    EXPECT_EQ(Count("MeasuredValues"), 119);
+    EXPECT_EQ(Count("MeasuredValues WHERE PeriodNo=40"), 0);
+}
+
+TEST_F(Import, OfADayWithTwentyFiveHoursNeedsAZoneThatHasThem) {
+    const Words words = From("iso_offset_bands.csv", {"--function", "Leq", "--period", "10min"});
+    ExpectRefused(
+        words,
+        "line 2: Time '2026-10-25T02:00:00.000+02:00' is one of UTC or has a distance to it");
+    ExpectRefused(words + Words{"--zone", "Europe/Berlin"},
+                  "line 2: Time '2026-10-25T02:00:00.000+02:00' lies in an hour that comes twice");
+    ASSERT_EQ(RunWords(words + Words{"--zone", "Etc/GMT-1"}).status, 0);
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods=24"), 1);
+    EXPECT_EQ(Count("MeasuredValues"), 24 * 14);
+    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,10,25,01,00,00,000'"), 1);
+    EXPECT_EQ(Stored(0, 13) + "|" + Stored(23, 42), "50.3|52");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <mersola/times.h>
 
 #include "database_argument.h"
+#include "import_times.h"
 #include "streams.h"
 
 namespace mersola::tool {
@@ -30,6 +31,9 @@ struct ExportOptions {
 
 void Export(const ExportOptions& options, std::ostream& out);
 
+/// Which period a time belongs to: the one that begins nearest to it, or that it lies in.
+enum class Align { Nearest, Floor };
+
 struct ImportOptions {
     DatabaseArgument database;
     std::string file;        ///< the input for "-"
@@ -41,10 +45,13 @@ struct ImportOptions {
     std::string band = "broadband";
     std::optional<CTimeSpanEx> period;  ///< length of one
     std::optional<CTimeEx> start;       ///< of a new measurement
-    std::vector<std::string> columns;   ///< "value=Laeq": which header stands for what
-    std::vector<std::string> bands;     ///< the headers of columns that hold a band each
-    bool isWide = false;                ///< every column that is nothing else holds a band
-    bool areBandNumbers = false;        ///< a bare number is that of a band, not a frequency
+    std::optional<TimeForm> times;      ///< how the file writes them
+    std::string zone;                   ///< whose local times are stored; may be empty
+    Align align = Align::Nearest;
+    std::vector<std::string> columns;  ///< "value=Laeq": which header stands for what
+    std::vector<std::string> bands;    ///< the headers of columns that hold a band each
+    bool isWide = false;               ///< every column that is nothing else holds a band
+    bool areBandNumbers = false;       ///< a bare number is that of a band, not a frequency
 };
 
 /// Adds what a file holds to a database, all of it or nothing. `terminal`: where to show the

@@ -8,6 +8,15 @@
 #include "times_text.h"
 
 namespace mersola::tool {
+namespace {
+
+std::optional<Align> ParseAlign(const std::string& text) {
+    if (text == "nearest") return Align::Nearest;
+    if (text == "floor") return Align::Floor;
+    return std::nullopt;
+}
+
+}  // namespace
 
 void AddExport(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<ExportOptions>();
@@ -59,6 +68,18 @@ void AddImport(CLI::App& app, const Streams& streams) {
                    "Length of a period, as 125ms, 1s, 15min, 1h; likewise");
     command.Parsed("--start", given->start, ParseTime, kTimeForm,
                    "When a new measurement began [the time of its first row]");
+    command
+        .Parsed("--align", given->align, ParseAlign, "nearest or floor",
+                "nearest or floor: a time belongs to the period that begins nearest to it, or "
+                "to the\none that it lies in")
+        .Default("nearest");
+    command.Parsed("--times", given->times, ParseTimeForm, "ymd, dmy, mdy or epoch",
+                   "ymd, dmy, mdy or epoch: the order in dates, or seconds since 1970 "
+                   "[seen in the file]");
+    command.Text(
+        "--zone", given->zone,
+        "Store times of UTC, or with a distance to it, as local ones of this time zone, as\n"
+        "Europe/Berlin");
     const auto isMapping = [](const std::string& text) {
         const auto equals = text.find('=');
         return equals == 0 || equals == text.npos

@@ -13,9 +13,11 @@
 #include "failure.h"
 #include "import_columns.h"
 #include "import_target.h"
+#include "import_times.h"
 #include "import_values.h"
 #include "open_database.h"
 #include "progress.h"
+#include "seen_values.h"
 #include "times_text.h"
 #include "utf8.h"
 
@@ -62,10 +64,11 @@ Row RowIn(StoredTable table, Fields fields) {
 
 class Importer {
   public:
-    Importer(Mersola& store, const ImportOptions& options)
+    Importer(Mersola& store, const ImportOptions& options, const TimeZone* zone)
         : options_(options),
           target_(store),
           bands_(target_.Bands(), options.areBandNumbers),
+          times_(options.times.value_or(TimeForm::YearFirst), zone),
           values_(store, target_) {}
 
     // `pass`: is called now and then.
@@ -175,12 +178,12 @@ class Importer {
                           columns_->In(fields, kLengthColumn),
                           options_.period,
                           options_.start,
-                          std::nullopt,
+                          {},
                           std::nullopt};
         if (columns_->Has(kPeriodColumn)) asked.period = PeriodIn(fields);
         // Where there are numbers, exports leave out times that are beyond all calendars.
         if (const auto& text = columns_->In(fields, kTimeColumn); !text.empty() || !asked.period)
-            asked.time = text;
+            asked.time = [&] { return times_.Read(text); };
         report_ = &target_.Report(asked);
         reportNamed_ = named;
     }
@@ -195,16 +198,28 @@ class Importer {
             return period;
         }
         const auto& text = columns_->In(fields, kTimeColumn);
-        const CTimeEx time = TimeIn(text);
+        const CTimeEx time = times_.Read(text);
         if (!report_->start.IsValid())
             throw Failure("the measurement is stored without a start, so that Time has no period");
-        const std::int64_t passed = (time - report_->start).GetTotalMilliseconds();
+        const std::int64_t length = report_->length;
+        const std::int64_t passed = (time - report_->start).GetTotalMilliseconds() +
+                                    (options_.align == Align::Nearest ? length / 2 : 0);
         if (passed < 0)
             throw Failure("Time " + Quoted(text) + " lies before the measurement's start at " +
                           TimeText(report_->start) + "; give a new measurement its --start");
-        const std::int64_t period = passed / report_->length;
+        const std::int64_t period = passed / length;
         if (period > most) throw Failure("Time " + Quoted(text) + " is too late to have a period");
         return static_cast<std::int32_t>(period);
+    }
+
+    void RefuseSecond(const ImportedValue& value, std::size_t first) const {
+        const std::string period = std::to_string(value.period);
+        throw Failure(columns_->Has(kPeriodColumn)
+                          ? "period " + period + " stands in line " + std::to_string(first) +
+                                " already"
+                          : "its time belongs to period " + period + ", as that of line " +
+                                std::to_string(first) +
+                                " does, and a period takes one row; see --period and --align");
     }
 
     // An empty field of a row that is invalid stands for the value that the library stores then.
@@ -220,13 +235,19 @@ class Importer {
                 throw Failure("Value " + Quoted(Excerpt(text)) +
                               " cannot be stored; leave the field empty");
         }
+        if (const auto first =
+                seen_.Add({value.report->key, value.channel, value.function, value.band},
+                          value.period, value.line))
+            RefuseSecond(value, *first);
         row_.push_back(std::move(value));
     }
 
     const ImportOptions& options_;
     ImportTarget target_;
     ImportedBands bands_;
+    TimeReader times_;
     ImportedValues values_;
+    SeenValues seen_;
     std::optional<ImportedColumns> columns_;
     ImportedReport* report_ = nullptr;  // of the last row,
     std::string reportNamed_;           // and how it was named
@@ -254,9 +275,11 @@ void Import(const ImportOptions& options, std::ostream& out, std::ostream* termi
         throw Failure(Quoted(options.file) + " cannot be read (" + std::strerror(errno) +
                       "); check the name and your permissions");
     std::istream& in = isFile ? file : std::cin;
+    std::optional<TimeZone> zone;
+    if (!options.zone.empty()) zone.emplace(options.zone);
     const auto store = OpenDatabase(options.database, Access::Write);
     Transaction transaction(*store);
-    Importer importer(*store, options);
+    Importer importer(*store, options, zone ? &*zone : nullptr);
     CsvReader reader(in);
     double size = 0;  // that of a pipe is not known
     if (isFile && std::filesystem::is_regular_file(options.file, unknown))

@@ -63,11 +63,6 @@ std::optional<CTimeSpanEx> AskedReport::Length() const {
                   " is no length of a period, as 125ms, 1s, 15min, 1h");
 }
 
-CTimeEx TimeIn(const std::string& text) {
-    if (const auto time = ParseTime(text)) return *time;
-    throw Failure("Time " + Quoted(Excerpt(text)) + " is no time, as '2026-11-15 07:30:12.045'");
-}
-
 ImportTarget::ImportTarget(Mersola& store)
     : store_(store),
       functions_(store, FuncNameMap, "MeasuredFunctions"),
@@ -282,7 +277,7 @@ std::int32_t ImportTarget::Measurement(std::int32_t group, const AskedReport& as
     RequireName("measurement", asked.measurement);
     auto start = asked.start;
     if (!start && asked.time) {
-        start = TimeIn(*asked.time);
+        start = asked.time();
         if (const auto length = asked.Length(); asked.period && length)
             start =
                 *start - CTimeSpanEx(length->GetTotalMilliseconds() * std::int64_t{*asked.period});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <map>
 #include <optional>
@@ -37,15 +38,12 @@ struct AskedReport {
     std::string lengthText;              ///< of a period, in the row; where that is empty,
     std::optional<CTimeSpanEx> length;   ///< this one holds
     std::optional<CTimeEx> start;        ///< of the measurement
-    std::optional<std::string> time;     ///< of a period, in the row,
+    std::function<CTimeEx()> time;       ///< gives that of a period, in the row; may be empty
     std::optional<std::int32_t> period;  ///< which has this number
 
     /// Raises Failure when the row's is no length.
     std::optional<CTimeSpanEx> Length() const;
 };
-
-/// The time in a field. Raises Failure.
-CTimeEx TimeIn(const std::string& text);
 
 /// Every operation raises Failure or _com_error.
 class ImportTarget {
