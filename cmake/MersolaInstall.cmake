@@ -89,7 +89,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "storage of monitoring instruments (
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME mersola)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libmersola${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS gnuplot-nox)
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "gnuplot-nox, tzdata")
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "storage of monitoring instruments (command-line tool)
  Lays out databases, records sound files as levels, shows, plots, checks and
  copies what a database holds.")
