@@ -16,6 +16,7 @@
 #include "csv_commands.h"
 #include "failure.h"
 #include "layout.h"
+#include "open_database.h"
 #include "plot.h"
 #include "record.h"
 #include "show.h"
@@ -119,9 +120,9 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     } catch (const Failure& failure) {
         return fail(failure.what(), failure.Status());
     } catch (const _com_error& error) {
-        return fail("the database refused (" + std::string(error.what()) +
-                        "); check that it is whole and try again",
-                    1);
+        return fail(
+            "the database refused (" + std::string(error.what()) + "); " + AdviceOn(error.what()),
+            1);
     } catch (const std::exception& error) {
         return fail(std::string("unexpected: ") + error.what() + "; please report this", 1);
     }

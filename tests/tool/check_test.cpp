@@ -76,8 +76,7 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
         {{"DELETE FROM Reports"}, report + ": has functions, and is not there", 2},
         {{"DELETE FROM Measurements", "DELETE FROM Markers"}, "(1), measurement (1): has reports"},
         {{"DELETE FROM Groups"}, "instrument (1): has measurements"},
-        {{"DELETE FROM FuncNameMap WHERE FuncId=2"}, "function 2: has no name"},
-        {{"UPDATE FrqNameMap SET FrqName='' WHERE FrqId=20"}, "band 20: has values, and no name"},
+        {{"UPDATE Groups SET Info='a\xFC'"}, "table Groups, Info 'a?': is no text in UTF-8"},
         {{"DELETE FROM MeasuredFunctions WHERE FuncId=2"}, series + ": has 16 values, but"},
         {{"UPDATE Reports SET noOfPeriods=487"},
          report + ": counts 487 periods, but has values in period 487"},
@@ -109,8 +108,6 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
          "0: stands in 2 rows"},
         {{"UPDATE Markers SET Start='dawn'" + last}, "of 'dawn': Start 'dawn' is no time"},
         {{"UPDATE Reports SET noOfPeriods=NULL"}, report + ": has no count of its periods", 2},
-        {{"UPDATE Groups SET GroupName=''"}, "instrument '' (1): has no name"},
-        {{"UPDATE Measurements SET MeasName=NULL"}, "measurement '' (1): has no name"},
         {{"CREATE TABLE G (GroupId INTEGER,GroupName TEXT COLLATE NOCASE,Info TEXT,Type TEXT,State "
           "TEXT)",
           "INSERT INTO G SELECT * FROM Groups", "INSERT INTO G VALUES (2,'pier 4','','0','')",
@@ -135,6 +132,47 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
           "MeasuredValues", "FuncNameMap", "FrqNameMap", "VersionHistory"})
         tables.push_back(std::string("DROP TABLE ") + each);
     EXPECT_NE(CheckAfter(tables).err.find("no tables for measurements"), std::string::npos);
+}
+
+TEST_F(Checked, RemarksOnMissingNamesAndFindsNoFaultInThem) {
+    const Outcome outcome =
+        CheckAfter({"DELETE FROM FuncNameMap WHERE FuncId=2",
+                    "DELETE FROM FrqNameMap WHERE FrqId IN (20,21,22,43)",
+                    "UPDATE Groups SET GroupName=''", "UPDATE Measurements SET MeasName=NULL"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "remark: instrument '' (1): has no name\n"
+              "remark: instrument '' (1), measurement '' (1): has no name\n"
+              "remark: function 2: has no name in FuncNameMap, and is measured 1 time\n"
+              "remark: bands 20 to 22: no name in FrqNameMap\n"
+              "remark: band 43: no name in FrqNameMap\n"
+              "0 findings, 5 remarks; 1504 values were checked\n");
+}
+
+TEST_F(Checked, SaysWhatSqliteFindsInADamagedFileAndHowToSaveTheRest) {
+    const std::string damaged = folder_ / "it's damaged.db", saved = folder_ / "saved.db",
+                      script = folder_ / "script";
+    std::string contents = Contents(db_);
+    constexpr std::size_t kPage = 4096;
+    const auto index =
+        Connected().dbExecute("SELECT rootpage FROM sqlite_master WHERE name='PeriodsOfReport'");
+    const auto page = static_cast<std::size_t>(index->Fields(0).Long());
+    std::ofstream(damaged) << contents.replace((page - 1) * kPage, kPage, kPage, '\xA5');
+    const Outcome outcome = RunWords({"check", damaged});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out.find("file: Page " + std::to_string(page)), 0U)
+        << outcome.out << outcome.err;
+
+    // The command that it gives, run as it stands.
+    const auto command = outcome.out.find("\n  ") + 1;
+    std::string line = outcome.out.substr(command, outcome.out.find('\n', command) - command);
+    line.replace(line.find("saved.db"), 8, "'" + saved + "'");
+    std::ofstream(script) << line;
+    ASSERT_EQ(std::system(("sh '" + script + "' 2>/dev/null").c_str()), 0) << line;
+    EXPECT_NE(RunWords({"list", saved}).out.find("noise (1)"), std::string::npos);
+    EXPECT_NE(RunWords({"check", saved}).out.find("0 findings"), std::string::npos);
+    Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + saved).c_str(), 5);
+    EXPECT_EQ(store.dbExecute("SELECT COUNT(*) FROM MeasuredValues")->Fields(0).Long(), 1504);
 }
 
 TEST_F(Checked, LetsARecorderCountAPeriodThatItHasJustStored) {

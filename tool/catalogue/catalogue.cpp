@@ -13,8 +13,7 @@ namespace {
 
 void RequireRead(int result, const char* what, const Mersola& store) {
     if (result != 1)
-        throw Failure(std::string("the ") + what + " could not be read" + LastError(store) +
-                      "; check that the database is whole");
+        throw Failure(std::string("the ") + what + " could not be read" + WhyUnread(store));
 }
 
 // "demo (1), pier (2)", cut short when there are many.

@@ -22,7 +22,7 @@ std::vector<Recorded> ReadRecorded(Mersola& store, std::int32_t groupId) {
     for (const MeasurementInfo& measurement : ReadMeasurements(store, groupId)) {
         CArray<ReportInfo, ReportInfo&> stored;
         if (store._GetReports(stored, measurement.MeasId, nullptr) != 1)
-            throw Failure("the reports could not be read" + LastError(store) + "; try again");
+            throw Failure("the reports could not be read" + WhyUnread(store));
         Recorded each{measurement, {}};
         std::ranges::copy_if(stored, std::back_inserter(each.reports),
                              [](const ReportInfo& report) { return report.noOfPeriods > 0; });

@@ -86,8 +86,7 @@ Selection Select(Mersola& store, const SelectionOptions& options) {
                       options.channel);
     }
     if (store.SetReport(chosen.report) != 1)
-        throw Failure("the report could not be read" + LastError(store) +
-                      "; check that the database is whole");
+        throw Failure("the report could not be read" + WhyUnread(store));
     store.SetChannel(chosen.channel);
     return chosen;
 }
@@ -103,7 +102,7 @@ const MeasuredFunction& ChooseFunction(const Selection& chosen, const std::strin
 std::int32_t CountPeriods(Mersola& store) {
     long count = 0;
     if (store.Get_nPrds(count) != 1)
-        throw Failure("the number of periods could not be read" + LastError(store) + "; try again");
+        throw Failure("the number of periods could not be read" + WhyUnread(store));
     if (count <= 0)
         throw Failure("the report has no periods yet; record some with: mersola record");
     return static_cast<std::int32_t>(count);
@@ -162,7 +161,7 @@ std::string BandName(const std::map<std::int32_t, std::string>& names, std::int3
 }
 
 void RefuseRead(const Mersola& store) {
-    throw Failure("the values could not be read" + LastError(store) + "; try again");
+    throw Failure("the values could not be read" + WhyUnread(store));
 }
 
 }  // namespace mersola::tool

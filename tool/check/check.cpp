@@ -1,6 +1,7 @@
 // mersola check: what must never be in a database.
 #include <chrono>
 #include <ostream>
+#include <sstream>
 #include <thread>
 
 #include "check.h"
@@ -8,11 +9,51 @@
 #include "findings.h"
 #include "query.h"
 #include "snapshot.h"
+#include "times_text.h"
 
 namespace mersola::tool {
 namespace {
 
 constexpr std::chrono::seconds kOneRecorderStep{1};
+
+// What SQLite finds wrong with its file, at most so many things.
+std::vector<std::string> Damages(Mersola& store, int most) {
+    std::vector<std::string> damages;
+    for (_Recordset& row : Rows(store, "PRAGMA quick_check(%d)", most)) {
+        std::istringstream lines(std::string(row.Fields(0).Text()));
+        for (std::string line; std::getline(lines, line);) {
+            if (line != "ok" && !line.starts_with("***")) damages.push_back(Printable(line));
+        }
+    }
+    return damages;
+}
+
+std::vector<std::string> Damages(Mersola& store) {
+    // Looking for more it may come upon what it cannot read, and then gives nothing at all.
+    for (const int most : {10, 1}) {
+        try {
+            return Damages(store, most);
+        } catch (const _com_error& error) {
+            if (!IsDamage(error.what())) throw;
+            if (most == 1) return {Printable(error.what())};
+        }
+    }
+    return {};
+}
+
+void TellHowToSave(const Database& database, std::ostream& out) {
+    out << "The file is damaged, and what it holds was not checked. Restore a backup, or save what "
+           "can be read:\n  sqlite3 "
+        << ShellWord(database.File())
+        << " .dump | sed 's/^ROLLBACK; -- due to errors$/COMMIT;/' | sqlite3 saved.db\n"
+           "docs/administration.md tells more, under Damaged files and Backup.\n";
+}
+
+void Summarize(const Findings& findings, std::int64_t values, std::ostream& out) {
+    out << Counted(findings.Count(), "finding");
+    if (findings.Remarks() > 0) out << ", " << Counted(findings.Remarks(), "remark");
+    out << "; " << Counted(values, "value") << (values == 1 ? " was" : " were") << " checked\n";
+}
 
 }  // namespace
 
@@ -20,6 +61,12 @@ void Findings::Add(const std::string& where, const std::string& what) {
     out_ << where << ": " << what << '\n';
     RequireWritten(out_);
     ++count_;
+}
+
+void Findings::Remark(const std::string& where, const std::string& what) {
+    out_ << "remark: " << where << ": " << what << '\n';
+    RequireWritten(out_);
+    ++remarks_;
 }
 
 Layout::Layout(Mersola& store, Findings& findings) {
@@ -88,6 +135,15 @@ bool Check(const DatabaseArgument& argument, std::ostream& out) {
     Snapshot snapshot(database);  // what is recorded meanwhile stays out of view
     Mersola& store = snapshot.Store();
     Findings findings(out);
+    if (database.IsFile()) {
+        for (const std::string& damage : Damages(store))
+            findings.Add("file", damage);
+    }
+    if (findings.Count() > 0) {
+        TellHowToSave(database, out);
+        Summarize(findings, 0, out);
+        return false;
+    }
     const Layout layout(store, findings);
     const Places places(store, layout);
     CheckInstruments(store, layout, places, findings);
@@ -96,14 +152,14 @@ bool Check(const DatabaseArgument& argument, std::ostream& out) {
     CheckOwners(store, layout, places, findings);
     CheckRepeats(store, layout, findings);
     CheckMarkers(store, layout, places, findings);
+    CheckTexts(store, layout, findings);
     const ValuesChecked checked = CheckValues(store, layout, places, findings);
     snapshot.End();
     if (!checked.uncounted.empty()) {
         std::this_thread::sleep_for(kOneRecorderStep);
         CheckCounts(store, checked.uncounted, places, findings);
     }
-    out << findings.Count() << (findings.Count() == 1 ? " finding; " : " findings; ")
-        << checked.values << " values were checked\n";
+    Summarize(findings, checked.values, out);
     return findings.Count() == 0;
 }
 

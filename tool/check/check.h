@@ -8,8 +8,9 @@
 
 namespace mersola::tool {
 
-/// Writes a line for each thing that must never be in a database, and a last one with their number.
-/// True when there is none. Nothing is written into the database.
+/// Writes a line for each thing that must never be in a database, one for each remark, and a last
+/// one with their numbers. True when there are no more than remarks. Nothing is written into the
+/// database.
 bool Check(const DatabaseArgument& argument, std::ostream& out);
 
 /// Adds the command to the command line. `status`: becomes 1 when there is something to find.

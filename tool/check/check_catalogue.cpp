@@ -8,6 +8,7 @@
 #include "query.h"
 #include "stored_row.h"
 #include "times_text.h"
+#include "utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -122,6 +123,24 @@ void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings) {
     }
 }
 
+void CheckTexts(Mersola& store, const Layout& layout, Findings& findings) {
+    for (const StoredTable table : kStoredTables) {
+        if (table == MeasuredValues || !layout.Has(table)) continue;
+        for (_Recordset& row : Rows(store, "SELECT * FROM %s", NameOf(table))) {
+            for (const StoredColumn& column : ColumnsOf(table)) {
+                const auto position = ColumnIn(row, column.name);
+                if (column.kind != StoredColumn::Text || !position) continue;
+                const CString text = row.Fields(*position).Text();
+                if (!IsUtf8(text.View()))
+                    findings.Add(
+                        std::string("table ") + NameOf(table) + ", " + column.name + " " +
+                            Quoted(Excerpt(text.View())),
+                        "is no text in UTF-8; what is exported with it cannot be imported");
+            }
+        }
+    }
+}
+
 void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Findings& findings) {
     for (const Ownership& each : kOwnerships) {
         if (!layout.Has(each.owned, each.owner)) continue;
@@ -142,7 +161,7 @@ void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Fin
               "SELECT f.FuncId,COUNT(*) FROM MeasuredFunctions f WHERE NOT EXISTS (SELECT * "
               "FROM FuncNameMap n WHERE n.FuncId=f.FuncId AND n.FuncName<>'') "
               "GROUP BY f.FuncId ORDER BY f.FuncId"))
-        findings.Add(
+        findings.Remark(
             "function " + std::to_string(row.Fields(0).Long()),
             "has no name in FuncNameMap, and is measured " + Counted(row.Fields(1).Long(), "time"));
 }
@@ -153,7 +172,7 @@ void CheckInstruments(Mersola& store, const Layout& layout, const Places& places
     for (_Recordset& row :
          Rows(store, "SELECT GroupId,GroupName,Type,State FROM Groups ORDER BY GroupId")) {
         const std::string where = places.Instrument(row.Fields(0).Long());
-        if (row.Fields(1).Text().IsEmpty()) findings.Add(where, "has no name");
+        if (row.Fields(1).Text().IsEmpty()) findings.Remark(where, "has no name");
         for (const char* column : {"Type", "State"}) {
             const CString text = row.Fields(column).Text();
             if (!IsList(text)) findings.Add(where, Unreadable(column, text, "list"));
@@ -168,7 +187,7 @@ void CheckMeasurements(Mersola& store, const Layout& layout, const Places& place
                                 "SELECT GroupId,MeasId,MeasName,StartAt,Percentiles "
                                 "FROM Measurements ORDER BY GroupId,MeasId")) {
         const std::string where = places.Measurement(row.Fields(0).Long(), row.Fields(1).Long());
-        if (row.Fields(2).Text().IsEmpty()) findings.Add(where, "has no name");
+        if (row.Fields(2).Text().IsEmpty()) findings.Remark(where, "has no name");
         CTimeEx start;
         if (const CString text = row.Fields(3).Text(); !CTimeEx::FromText(text, start))
             findings.Add(where, Unreadable("StartAt", text, "time: yyyy,mm,dd,hh,mm,ss,ms"));

@@ -15,7 +15,10 @@ void AddCheck(CLI::App& app, const Streams& streams, int& status) {
     command.Footer(
         "A line for each finding, and a last one with their number; the exit status is 1 if there "
         "is any.\n"
-        "Nothing is written. While something is recorded, an event that goes on shows as an open "
+        "Remarks are none, as on functions and bands without a name. Of a SQLite file, its own "
+        "check comes\n"
+        "first. Nothing is written. While something is recorded, an event that goes on shows as an "
+        "open "
         "marker.\n"
         "Measurements that overlap are none of it: mersola gaps shows them.");
 }

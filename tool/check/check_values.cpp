@@ -99,13 +99,23 @@ void CheckSeries(const Series& series, const std::string& where, const KeyedRepo
 }
 
 void CheckBands(Mersola& store, Findings& findings) {
+    std::vector<std::pair<std::int32_t, std::int32_t>> nameless;  // from one band to another
     for (_Recordset& row :
          Rows(store,
               "SELECT DISTINCT v.FrqId FROM MeasuredValues v WHERE v.FrqId NOT IN (SELECT "
               "n.FrqId FROM FrqNameMap n WHERE n.FrqId IS NOT NULL AND n.FrqName<>'') "
-              "ORDER BY v.FrqId"))
-        findings.Add("band " + std::to_string(row.Fields(0).Long()),
-                     "has values, and no name in FrqNameMap");
+              "ORDER BY v.FrqId")) {
+        const std::int32_t band = row.Fields(0).Long();
+        if (!nameless.empty() && nameless.back().second == band - 1)
+            nameless.back().second = band;
+        else
+            nameless.emplace_back(band, band);
+    }
+    for (const auto& [first, last] : nameless)
+        findings.Remark(first == last
+                            ? "band " + std::to_string(first)
+                            : "bands " + std::to_string(first) + " to " + std::to_string(last),
+                        "no name in FrqNameMap");
 }
 
 }  // namespace

@@ -16,19 +16,25 @@
 
 namespace mersola::tool {
 
-/// Writes each finding as a line and counts them.
+/// Writes each finding as a line and counts them. Operations raise Failure when a line could not be
+/// written.
 class Findings {
   public:
     explicit Findings(std::ostream& out) : out_(out) {}
 
-    /// Raises Failure when the line could not be written.
+    /// A fault: what must never be.
     void Add(const std::string& where, const std::string& what);
 
+    /// What may be as it is, and is worth knowing.
+    void Remark(const std::string& where, const std::string& what);
+
     std::int64_t Count() const { return count_; }
+    std::int64_t Remarks() const { return remarks_; }
 
   private:
     std::ostream& out_;
     std::int64_t count_ = 0;
+    std::int64_t remarks_ = 0;
 };
 
 /// The tables that can be read. One that is not there as a whole is a finding.
@@ -66,6 +72,7 @@ class Places {
 
 /// Each looks at one kind of thing and reads the tables that it needs, if they are there.
 void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings);
+void CheckTexts(Mersola& store, const Layout& layout, Findings& findings);
 void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
 void CheckInstruments(Mersola& store, const Layout& layout, const Places& places,
                       Findings& findings);

@@ -109,10 +109,19 @@ std::unique_ptr<Mersola> Database::Connect(Access access) const {
         throw Failure(Name() + " cannot be opened (" + messages.Reason() +
                       "); to open it, even to read, you must be allowed to write to its folder, "
                       "unless a recorder has it open meanwhile");
+    const std::string reason = messages.Reason();
+    if (isFile_ && IsDamage(reason))
+        throw Failure(Name() + " cannot be opened (" + reason +
+                      "); the file is damaged: restore a backup, or save what is left as "
+                      "docs/administration.md tells");
+    if (isFile_ && reason.find("file is not a database") != reason.npos)
+        throw Failure(Name() + " is no database (" + reason +
+                      "); check the name; if it was one, its beginning is damaged: restore a "
+                      "backup");
     throw Failure(Name() + (isFile_
-                                ? " cannot be opened as a database (" + messages.Reason() +
+                                ? " cannot be opened as a database (" + reason +
                                       "); check the name, your permissions and the free space"
-                                : " cannot be connected to (" + messages.Reason() +
+                                : " cannot be connected to (" + reason +
                                       "); check the connection string, the user and the password"));
 }
 
@@ -154,6 +163,21 @@ std::string LastError(const Mersola& store) {
     const auto connection = store.getConnection();
     if (!connection || connection->GetErrors().empty()) return "";
     return " (" + Printable(connection->GetErrors().back().Description.View()) + ")";
+}
+
+bool IsDamage(std::string_view words) {
+    return words.find("database disk image is malformed") != words.npos;
+}
+
+std::string AdviceOn(std::string_view words) {
+    return IsDamage(words) ? "the file is damaged: mersola check says what SQLite finds, and "
+                             "docs/administration.md how to save what is left"
+                           : "check that the database is whole and try again";
+}
+
+std::string WhyUnread(const Mersola& store) {
+    const std::string words = LastError(store);
+    return words + "; " + AdviceOn(words);
 }
 
 Transaction::~Transaction() {

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <mersola/mersola.h>
 
@@ -55,6 +56,16 @@ std::unique_ptr<Mersola> OpenDatabase(const Database& database, Access access);
 /// What the connection had to say about its last failure, in brackets and behind a blank; empty if
 /// it never failed.
 std::string LastError(const Mersola& store);
+
+/// Whether the engine's words tell of a file that is damaged.
+bool IsDamage(std::string_view words);
+
+/// What to do when the database refused with these words.
+std::string AdviceOn(std::string_view words);
+
+/// What a line ends with that says what could not be read: what the connection had to say, and what
+/// to do.
+std::string WhyUnread(const Mersola& store);
 
 /// Rolls back at its end unless it was committed.
 class Transaction {

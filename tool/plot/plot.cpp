@@ -186,8 +186,7 @@ std::vector<ChartEvent> ReadEvents(Mersola& store, const Selection& chosen, cons
                                    const CTimeEx& end) {
     CArray<MarkerInfo, MarkerInfo&> markers;
     if (store.GetMarkers(markers) != 1)
-        throw Failure("the markers could not be read" + LastError(store) +
-                      "; check that the database is whole");
+        throw Failure("the markers could not be read" + WhyUnread(store));
     for (const auto measurement : chosen.measurements) {
         for (MarkerInfo& open : ReadOpenMarkers(store, chosen.instrument, measurement))
             markers.Add(open);

@@ -70,7 +70,7 @@ void Recording::CheckResumable(bool isStartGiven) {
     const auto id = static_cast<int>(found);
     const std::string name = "the measurement " + Quoted(measurement_.MeasName.View());
     if (store_.SetInstrument(instrument) != 1 || store_._GetMeasurement(id, stored, nullptr) != 1)
-        throw Failure(name + " could not be read" + LastError(store_) + "; try again");
+        throw Failure(name + " could not be read" + WhyUnread(store_));
     if (stored.BandWidth != kThirdOctaves)
         throw Failure(name + " is there and was not measured in third octaves" + kOtherName);
     if (store_.SetMeasurement(found) != 1 || store_._GetReport(kReport, report, nullptr) != 1 ||

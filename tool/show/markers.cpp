@@ -55,9 +55,7 @@ MarkerArray ReadMarkers(Mersola& store, std::int32_t instrument, std::int32_t me
     } else if (result == 1) {
         result = store.GetMarkers(markers, options.type.c_str());
     }
-    if (result != 1)
-        throw Failure("the markers could not be read" + LastError(store) +
-                      "; check that the database is whole");
+    if (result != 1) throw Failure("the markers could not be read" + WhyUnread(store));
     return markers;
 }
 
