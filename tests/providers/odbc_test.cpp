@@ -41,9 +41,19 @@ TEST(ConnectText, SpeaksToTheNewestDriverOfMicrosoftsElseToFreeTds) {
                      "me", "secret"),
               "Driver={libtdsodbc.so};Server=host;Port=1433;TDS_Version=7.4;ClientCharset=UTF-8;"
               "Trusted_Connection=Yes;Encryption=off");
+    EXPECT_EQ(TextOf("Provider=SQLOLEDB;Servername=checked;Encrypt=yes", "me", "secret"),
+              "Driver={FreeTDS};Servername=checked;TDS_Version=7.4;ClientCharset=UTF-8;UID=me;"
+              "PWD=secret;Encryption=require");
     EXPECT_THROW(TextOf(given, "", "", std::span(kDrivers).first(1)), _com_error);
-    EXPECT_THROW(TextOf("Provider=SQLOLEDB;Initial Catalog=noise"), _com_error);
-    EXPECT_THROW(TextOf("Provider=SQLOLEDB;Server=host;Encrypt=perhaps"), _com_error);
+    for (const char* refused :
+         {"Initial Catalog=noise", "Server=host;Encrypt=perhaps", "Server=host;Servername=checked",
+          "Driver=ODBC Driver 18 for SQL Server;Servername=checked",
+          "Driver=FreeTDS;Server=host;Encrypt=yes",
+          "Driver=FreeTDS;Server=host;TrustServerCertificate=no",
+          "Driver=FreeTDS;Server=host;Encrypt=strict"}) {
+        EXPECT_THROW(TextOf((std::string("Provider=SQLOLEDB;") + refused).c_str()), _com_error)
+            << refused;
+    }
 }
 
 TEST(ConnectText, HandsOnWhatNamesADriverOrASource) {

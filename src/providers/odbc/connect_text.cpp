@@ -95,10 +95,21 @@ std::optional<int> MicrosoftVersion(std::string_view driver) {
     return version;
 }
 
+std::string FreeTdsAmong(std::span<const std::string> drivers, const char* otherwise) {
+    const auto freeTds = std::ranges::find_if(drivers, IsFreeTds);
+    if (freeTds == drivers.end()) Refuse(otherwise);
+    return *freeTds;
+}
+
 std::string DriverFor(const ado::ConnectionString& properties,
                       std::span<const std::string> drivers) {
-    if (const std::string_view named = properties.Find("Driver"); !named.empty())
+    const bool section = !properties.Find("Servername").empty();
+    if (const std::string_view named = properties.Find("Driver"); !named.empty()) {
+        if (section && !IsFreeTds(named)) Refuse("Servername is for FreeTDS's driver only");
         return std::string(named);
+    }
+    if (section)
+        return FreeTdsAmong(drivers, "Servername needs FreeTDS's driver (Debian: tdsodbc)");
     const std::string* best = nullptr;
     for (const std::string& driver : drivers) {
         if (const auto version = MicrosoftVersion(driver);
@@ -106,13 +117,9 @@ std::string DriverFor(const ado::ConnectionString& properties,
             best = &driver;
     }
     if (best) return *best;
-    const auto freeTds = std::ranges::find_if(drivers, IsFreeTds);
-    if (freeTds == drivers.end()) {
-        Refuse(
-            "No ODBC driver for SQL Server is installed: neither Microsoft's nor FreeTDS's "
-            "(Debian: tdsodbc)");
-    }
-    return *freeTds;
+    return FreeTdsAmong(drivers,
+                        "No ODBC driver for SQL Server is installed: neither Microsoft's nor "
+                        "FreeTDS's (Debian: tdsodbc)");
 }
 
 // Yes or no of a switch, which programs spell in several ways; nothing where it is not given.
@@ -132,14 +139,16 @@ struct Login {
     std::string password;
 };
 
-std::string ServerText(const ado::ConnectionString& properties, const Login& login,
-                       std::span<const std::string> drivers) {
+void AddServer(const ado::ConnectionString& properties, bool freeTds, Text& text) {
     std::string server = FirstOf(properties, {"Data Source", "Server", "Address", "Addr"});
-    if (server.empty()) Refuse("The connection string names no server: Data Source is missing");
-    const std::string driver = DriverFor(properties, drivers);
-    const bool freeTds = IsFreeTds(driver);
-    Text text(freeTds, "Driver={" + driver + "}");
-    if (freeTds) {
+    const std::string_view section = properties.Find("Servername");
+    if (server.empty() && section.empty())
+        Refuse("The connection string names no server: Data Source is missing");
+    if (!server.empty() && !section.empty())
+        Refuse("The connection string names two servers: Data Source and Servername");
+    text.Add("Servername", section);
+    if (!freeTds) return text.Add("Server", server);
+    if (section.empty()) {
         if (server.starts_with("tcp:")) server.erase(0, 4);
         const auto comma = server.find(',');
         text.Add("Server", server.substr(0, comma));
@@ -148,11 +157,39 @@ std::string ServerText(const ado::ConnectionString& properties, const Login& log
         } else if (server.find('\\') == server.npos) {
             text.Add("Port", "1433");
         }
-        text.Add("TDS_Version", "7.4");
-        text.Add("ClientCharset", "UTF-8");
-    } else {
-        text.Add("Server", server);
     }
+    text.Add("TDS_Version", "7.4");
+    text.Add("ClientCharset", "UTF-8");
+}
+
+void AddEncryption(const ado::ConnectionString& properties, bool freeTds, Text& text) {
+    const std::string encrypt = FirstOf(properties, {"Encrypt", "Use Encryption for Data"});
+    const bool strict = !freeTds && EqualNoCase(encrypt, "strict");
+    const auto encrypted = strict ? true : Switch("Encrypt", encrypt);
+    const auto trusted =
+        Switch("TrustServerCertificate",
+               FirstOf(properties, {"TrustServerCertificate", "Trust Server Certificate"}));
+    if (freeTds) {
+        if (encrypted) text.Add("Encryption", *encrypted ? "require" : "off");
+        // What the string asks for is done or refused; this driver would leave the check out.
+        const bool isToBeChecked = trusted ? !*trusted : encrypted.value_or(false);
+        if (isToBeChecked && properties.Find("Servername").empty())
+            Refuse(
+                "FreeTDS's driver checks the certificate only of a server that Servername= names "
+                "by its section in FreeTDS's configuration; with TrustServerCertificate=yes it "
+                "goes unchecked");
+        return;
+    }
+    if (encrypted) text.Add("Encrypt", strict ? "strict" : *encrypted ? "yes" : "no");
+    if (trusted) text.Add("TrustServerCertificate", *trusted ? "yes" : "no");
+}
+
+std::string ServerText(const ado::ConnectionString& properties, const Login& login,
+                       std::span<const std::string> drivers) {
+    const std::string driver = DriverFor(properties, drivers);
+    const bool freeTds = IsFreeTds(driver);
+    Text text(freeTds, "Driver={" + driver + "}");
+    AddServer(properties, freeTds, text);
     text.Add("Database", FirstOf(properties, {"Initial Catalog", "Database"}));
     const auto trusted = Switch("Integrated Security",
                                 FirstOf(properties, {"Integrated Security", "Trusted_Connection"}));
@@ -162,21 +199,7 @@ std::string ServerText(const ado::ConnectionString& properties, const Login& log
         text.Add("UID", login.user);
         text.Add("PWD", login.password);
     }
-    const std::string encrypt = FirstOf(properties, {"Encrypt", "Use Encryption for Data"});
-    if (!freeTds && EqualNoCase(encrypt, "strict")) {
-        text.Add("Encrypt", "strict");
-    } else if (const auto encrypted = Switch("Encrypt", encrypt)) {
-        if (freeTds) {
-            text.Add("Encryption", *encrypted ? "require" : "off");
-        } else {
-            text.Add("Encrypt", *encrypted ? "yes" : "no");
-        }
-    }
-    // FreeTDS's driver takes the certificates that it trusts from its own configuration.
-    const auto trust =
-        Switch("TrustServerCertificate",
-               FirstOf(properties, {"TrustServerCertificate", "Trust Server Certificate"}));
-    if (trust && !freeTds) text.Add("TrustServerCertificate", *trust ? "yes" : "no");
+    AddEncryption(properties, freeTds, text);
     text.Add("APP", FirstOf(properties, {"Application Name", "App"}));
     return text.Take();
 }

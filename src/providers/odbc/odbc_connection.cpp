@@ -42,9 +42,9 @@ Connection::Connection(const ConnectText& connect, long loginSeconds, long comma
       commandSeconds_(commandSeconds) {
     Set(SQL_ATTR_LOGIN_TIMEOUT, static_cast<SQLULEN>(loginSeconds));
     WideText text = Wide(connect.text);
-    Check(SQLDriverConnectW(Get(), nullptr, text.data(), SQL_NTS, nullptr, 0, nullptr,
-                            SQL_DRIVER_NOPROMPT),
-          SQL_HANDLE_DBC, Get());
+    if (!SQL_SUCCEEDED(SQLDriverConnectW(Get(), nullptr, text.data(), SQL_NTS, nullptr, 0, nullptr,
+                                         SQL_DRIVER_NOPROMPT)))
+        throw ConnectFailure(DiagnosesOf(SQL_HANDLE_DBC, Get()));
     open_ = true;
     dbms_ = Info(SQL_DBMS_NAME);
     sqlite_ = dbms_ == "SQLite";
@@ -172,7 +172,20 @@ void Statement::Execute(std::string_view sql) const {
 }
 
 void Statement::Prepare(std::string_view sql) const {
+    if (connection_->IsSqlite()) {
+        std::string text(sql);
+        return Check(SQLPrepare(statement_, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS));
+    }
     Check(SQLPrepareW(statement_, Wide(sql).data(), SQL_NTS));
+}
+
+void Statement::Close() const {
+    if (!connection_->IsOpen()) return;
+    SQLFreeStmt(statement_, SQL_CLOSE);
+    SQLFreeStmt(statement_, SQL_UNBIND);
+    Set(SQL_ATTR_ROW_ARRAY_SIZE, 1);
+    Point(SQL_ATTR_ROW_STATUS_PTR, nullptr);
+    Point(SQL_ATTR_ROWS_FETCHED_PTR, nullptr);
 }
 
 SQLSMALLINT Statement::ColumnCount() const {

@@ -90,6 +90,9 @@ class Statement {
     void Point(SQLINTEGER attribute, void* where) const;
     void Execute(std::string_view sql) const;
     void Prepare(std::string_view sql) const;
+    void ExecutePrepared() const { Check(SQLExecute(statement_)); }
+    /// Ends the result, and takes back where rows were to go: ready to be executed again.
+    void Close() const;
     SQLSMALLINT ColumnCount() const;
     std::string ColumnName(SQLUSMALLINT column) const;
     SQLLEN ColumnNumber(SQLUSMALLINT column, SQLUSMALLINT field) const;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <span>
+#include <utility>
 
 #include "wide_text.h"
 
@@ -19,6 +21,8 @@ constexpr int kDuplicateKey = 2627;
 constexpr int kLogInFailed = 18456;
 constexpr int kNoSuchDatabase = 4060;  // comes beside a log-in that failed for it
 constexpr int kLockTimeOut = 1222;
+// FreeTDS's own number.
+constexpr int kLogInBrokenOff = 20002;
 // Values that a column cannot hold, which not every driver gives a SQLSTATE of class 22.
 constexpr std::array kRefusals{220, 232, 245, 2601, 2627, 2628, 8114, 8115, 8152};
 
@@ -159,6 +163,20 @@ std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secre
     if (diagnoses.empty())
         diagnoses.push_back({"HY000", 0, "The driver failed and gives no reason", false});
     return diagnoses;
+}
+
+_com_error ConnectFailure(const std::vector<Diagnosis>& diagnoses) {
+    Diagnosis failure = diagnoses.front();
+    if (failure.state == "08001") {  // which says no more than that; warnings tell the reason
+        std::string last;
+        for (const Diagnosis& each : std::span(diagnoses).subspan(1)) {
+            if (std::exchange(last, each.words) == each.words) continue;
+            failure.words += ": " + each.words;
+            if (each.native == kLogInBrokenOff)
+                failure.words += " (the server went away, or its certificate is not accepted)";
+        }
+    }
+    return failure.Translated();
 }
 
 }  // namespace mersola::odbc

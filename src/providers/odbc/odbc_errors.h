@@ -47,4 +47,7 @@ struct Diagnosis {
 /// The records of a handle, the most important one first; never empty.
 std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets);
 
+/// Why a connection could not be opened, out of all that the driver said.
+_com_error ConnectFailure(const std::vector<Diagnosis>& diagnoses);
+
 }  // namespace mersola::odbc
