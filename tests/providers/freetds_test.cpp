@@ -89,5 +89,95 @@ TEST_F(Certificates, AreCheckedForAServerThatASectionNamesAndForNoOther) {
     unsetenv("FREETDSCONF");
 }
 
+class RoundTrips : public FreeTds {
+  protected:
+    void SetUp() override {
+        FreeTds::SetUp();
+        if (IsSkipped() || HasFatalFailure()) return;
+        connection->Open(At(server), "me", "x");
+        server.Heard();
+    }
+
+    TdsServer server;
+    _ConnectionPtr connection = _Connection::CreateInstance();
+};
+
+TEST_F(RoundTrips, AreFourForABatchAlsoWhenItIsOpenedAnew) {
+    const auto store = [&](int period, const char* status) {
+        const auto batch = _Recordset::CreateInstance();
+        batch->Open("MeasuredValues", connection, adOpenForwardOnly, adLockBatchOptimistic,
+                    adCmdTable);
+        for (int band = 0; band < 3; ++band) {
+            batch->AddNew();
+            batch->Fields("PeriodNo").Put(period);
+            batch->Fields("Value").Put(-0.5);
+            if (status) batch->Fields("Status").Put(status);
+        }
+        batch->UpdateBatch();
+        return server.Heard();
+    };
+    EXPECT_EQ(store(1, "A").size(), 6U) << "the columns, and the plan";
+    EXPECT_THAT(store(2, "A"),
+                ElementsAre("begin", "calls 3 execute [1, 2, -0.5, 'A']", "commit", "rollback"));
+    EXPECT_EQ(store(3, nullptr).size(), 5U) << "a plan for other columns";
+    EXPECT_EQ(store(4, "A").size(), 4U);
+    Run(connection, "ALTER TABLE MeasuredValues ADD Remark int");
+    server.Heard();
+    EXPECT_THAT(store(5, "A").front(), HasSubstr("SELECT"));
+}
+
+TEST_F(RoundTrips, AreOneForAStatementWhichIsPreparedWhenItIsRepeated) {
+    const auto ask = [&](const std::string& sql) {
+        Run(connection, sql);
+        return server.Heard();
+    };
+    const std::string select = "SELECT * FROM MeasuredValues where MeasValueId=7 and PeriodNo>=";
+    const std::string insert =
+        "INSERT INTO MEASUREDVALUES  WITH (ROWLOCK) (PeriodNo,Value,Status) VALUES (";
+    for (const char* period : {"1", "2", "3"}) {
+        EXPECT_THAT(ask(select + period), ElementsAre("batch " + select + period));
+        EXPECT_THAT(ask(insert + period + ",0.5,'')"), ElementsAre(StartsWith("batch ")));
+    }
+    EXPECT_THAT(ask(select + "4"), ElementsAre(HasSubstr("prepexec")));
+    EXPECT_THAT(ask(select + "5"), ElementsAre("calls 1 execute [1, 7, 5]"));
+    EXPECT_THAT(ask(insert + "-4,-0.25,'A')"), ElementsAre(HasSubstr("prepexec")));
+    EXPECT_THAT(ask(insert + "5,60,'A')"), ElementsAre(StartsWith("batch ")))
+        << "another type of value";
+    EXPECT_THAT(ask(insert + "2147483647,-0.0,'A')"),
+                ElementsAre("calls 1 execute [2, 2147483647, 0.0, 'A']"));
+    // A number that is too long, letters beyond ASCII, and what stands elsewhere stay in the text.
+    for (const char* other :
+         {"SELECT 1 FROM a WHERE b=2147483648", "UPDATE a SET b='\xC3\xA4' WHERE c='x' AND d=1.5",
+          "SELECT TOP 5 * FROM a WHERE b IN (1,2) ORDER BY 1 OPTION (MAXDOP 1)"}) {
+        for (int time = 0; time < 5; ++time)
+            EXPECT_THAT(ask(other), ElementsAre(std::string("batch ") + other));
+    }
+    // What cannot be prepared is run as it stands.
+    const auto refused = [&](int number) {
+        EXPECT_THROW(ask("UPDATE refused SET a=" + std::to_string(number)), _com_error);
+        return server.Heard().size();
+    };
+    for (const std::size_t requests : {1, 1, 1, 3, 1})  // the plan is given up, too
+        EXPECT_EQ(refused(static_cast<int>(requests)), requests);
+}
+
+TEST_F(RoundTrips, OverATimeOutLoseTheConnectionOnlyWhereTheServerDoesNotAnswer) {
+    const _ConnectionPtr waiting = _Connection::CreateInstance();
+    waiting->PutCommandTimeout(1);
+    waiting->Open(At(server), "me", "x");
+    const auto codeOf = [&](const char* sql) {
+        try {
+            Run(waiting, sql);
+            return S_OK;
+        } catch (const _com_error& error) {
+            return error.Error();
+        }
+    };
+    EXPECT_EQ(codeOf("UPDATE locked SET a=1"), DB_E_ABORTLIMITREACHED);
+    EXPECT_EQ(codeOf("SELECT 1"), S_OK);
+    EXPECT_EQ(codeOf("UPDATE stuck SET a=1"), DB_E_ABORTLIMITREACHED);
+    EXPECT_EQ(codeOf("SELECT 1"), E_FAIL);
+}
+
 }  // namespace
 }  // namespace mersola::test

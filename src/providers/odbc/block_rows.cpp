@@ -27,17 +27,18 @@ std::span<const SQLWCHAR> Units(const char* bytes, std::size_t length) {
 
 }  // namespace
 
-BlockRows::BlockRows(Statement statement) : statement_(std::move(statement)) {
-    const auto count = static_cast<SQLUSMALLINT>(statement_.ColumnCount());
+BlockRows::BlockRows(std::shared_ptr<const Statement> statement)
+    : statement_(std::move(statement)) {
+    const auto count = static_cast<SQLUSMALLINT>(statement_->ColumnCount());
     for (SQLUSMALLINT number = 1; number <= count; ++number) {
-        names_.push_back(statement_.ColumnName(number));
+        names_.push_back(statement_->ColumnName(number));
         columns_.push_back(Describe(number));
     }
     Bind();
 }
 
 BlockRows::Column BlockRows::Describe(SQLUSMALLINT number) const {
-    switch (statement_.ColumnNumber(number, SQL_DESC_CONCISE_TYPE)) {
+    switch (statement_->ColumnNumber(number, SQL_DESC_CONCISE_TYPE)) {
         case SQL_BIT:
         case SQL_TINYINT:
         case SQL_SMALLINT:
@@ -54,9 +55,9 @@ BlockRows::Column BlockRows::Describe(SQLUSMALLINT number) const {
             break;
     }
     // SQLite's driver makes widths up, and its wide form does not know all characters.
-    if (statement_.Of().IsSqlite()) return {.form = Form::Utf8, .type = SQL_C_CHAR, .width = 0};
-    const SQLLEN most = std::max(statement_.ColumnNumber(number, SQL_DESC_LENGTH),
-                                 statement_.ColumnNumber(number, SQL_DESC_DISPLAY_SIZE));
+    if (statement_->Of().IsSqlite()) return {.form = Form::Utf8, .type = SQL_C_CHAR, .width = 0};
+    const SQLLEN most = std::max(statement_->ColumnNumber(number, SQL_DESC_LENGTH),
+                                 statement_->ColumnNumber(number, SQL_DESC_DISPLAY_SIZE));
     const bool bounded = most > 0 && most <= kMostBounded;
     return {.form = Form::Wide,
             .type = SQL_C_WCHAR,
@@ -72,22 +73,22 @@ void BlockRows::Bind() {
         for (const Column& column : columns_)
             width += column.width + sizeof(SQLLEN);
         rows = std::clamp<std::size_t>(kBlockBytes / width, 1, kMostRows);
-        if (!statement_.Set(SQL_ATTR_ROW_ARRAY_SIZE, rows)) {
+        if (!statement_->Set(SQL_ATTR_ROW_ARRAY_SIZE, rows)) {
             rows = 1;
-            statement_.Set(SQL_ATTR_ROW_ARRAY_SIZE, rows);
+            statement_->Set(SQL_ATTR_ROW_ARRAY_SIZE, rows);
         }
     }
     states_.assign(rows, SQL_ROW_SUCCESS);
-    statement_.Point(SQL_ATTR_ROW_STATUS_PTR, states_.data());
-    statement_.Point(SQL_ATTR_ROWS_FETCHED_PTR, &fetched_);
+    statement_->Point(SQL_ATTR_ROW_STATUS_PTR, states_.data());
+    statement_->Point(SQL_ATTR_ROWS_FETCHED_PTR, &fetched_);
     for (std::size_t i = 0; i < columns_.size(); ++i) {
         Column& column = columns_[i];
         column.values.resize(rows * column.width);
         column.lengths.resize(rows);
         if (i >= firstAlone_) continue;
-        statement_.Check(SQLBindCol(statement_.Get(), static_cast<SQLUSMALLINT>(i + 1), column.type,
-                                    column.values.data(), static_cast<SQLLEN>(column.width),
-                                    column.lengths.data()));
+        statement_->Check(SQLBindCol(statement_->Get(), static_cast<SQLUSMALLINT>(i + 1),
+                                     column.type, column.values.data(),
+                                     static_cast<SQLLEN>(column.width), column.lengths.data()));
     }
 }
 
@@ -101,16 +102,16 @@ void BlockRows::Fetch() {
     fetched_ = 0;
     if (ended_) return;
     fetched_ = 1;  // for a driver that does not tell
-    const SQLRETURN code = SQLFetch(statement_.Get());
+    const SQLRETURN code = SQLFetch(statement_->Get());
     if (code == SQL_NO_DATA) {
         ended_ = true;
         fetched_ = 0;
         return;
     }
-    statement_.Check(code);
+    statement_->Check(code);
     if (code == SQL_SUCCESS_WITH_INFO &&
         std::ranges::find(states_, SQL_ROW_ERROR) != states_.end()) {
-        throw statement_.DiagnosesNow().front().Translated();
+        throw statement_->DiagnosesNow().front().Translated();
     }
     for (std::size_t i = firstAlone_; i < columns_.size(); ++i)
         FetchLong(static_cast<SQLUSMALLINT>(i + 1), columns_[i]);
@@ -127,9 +128,9 @@ void BlockRows::FetchLong(SQLUSMALLINT number, Column& column) {
         const std::size_t room = column.values.size() - got;
         SQLLEN rest = 0;
         const SQLRETURN code =
-            SQLGetData(statement_.Get(), number, column.type, column.values.data() + got,
+            SQLGetData(statement_->Get(), number, column.type, column.values.data() + got,
                        static_cast<SQLLEN>(room), &rest);
-        statement_.Check(code);
+        statement_->Check(code);
         if (rest == SQL_NULL_DATA) {
             length = SQL_NULL_DATA;
             return;

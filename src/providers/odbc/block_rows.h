@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace mersola::odbc {
 
 class BlockRows : public ado::RowSource {
   public:
-    explicit BlockRows(Statement statement);
+    explicit BlockRows(std::shared_ptr<const Statement> statement);
     BlockRows(const BlockRows&) = delete;
     BlockRows& operator=(const BlockRows&) = delete;
 
@@ -38,7 +39,6 @@ class BlockRows : public ado::RowSource {
     void Fetch();
     void FetchLong(SQLUSMALLINT number, Column& column);
 
-    Statement statement_;
     std::vector<std::string> names_;
     std::vector<Column> columns_;
     std::size_t firstAlone_ = 0;  // this column and those behind it are fetched alone
@@ -46,6 +46,7 @@ class BlockRows : public ado::RowSource {
     SQLULEN fetched_ = 0;
     std::size_t row_ = 0;
     bool ended_ = false;
+    std::shared_ptr<const Statement> statement_;  // gone before the places that it writes to
 };
 
 }  // namespace mersola::odbc

@@ -20,24 +20,40 @@ std::string_view Session::TextFor(std::string_view sql) try {
     throw _com_error(DB_E_ERRORSINCOMMAND, error.what(), kSource);
 }
 
+std::shared_ptr<const Statement> Session::Run(std::string_view text) {
+    const Shape shape(text);
+    if (shape.IsDefinition()) {  // what is prepared may be for other tables
+        statements_.Clear();
+        tables_.Clear();
+    } else if (auto prepared = statements_.Execute(shape)) {
+        return prepared;
+    }
+    auto statement = std::make_shared<const Statement>(connection_);
+    statement->Execute(text);
+    return statement;
+}
+
 std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) {
     Open();
     const std::string_view text = TextFor(sql);
     if (text.empty()) return nullptr;
-    Statement statement(connection_);
-    statement.Execute(text);
-    while (statement.ColumnCount() == 0) {  // what a trigger did may tell its counts first
-        const SQLRETURN code = SQLMoreResults(statement.Get());
+    auto statement = Run(text);
+    while (statement->ColumnCount() == 0) {  // what a trigger did may tell its counts first
+        const SQLRETURN code = SQLMoreResults(statement->Get());
         if (code == SQL_NO_DATA) return nullptr;
-        statement.Check(code);
+        statement->Check(code);
     }
     return std::make_unique<BlockRows>(std::move(statement));
 }
 
 std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
     Open();
-    const std::string layout = "SELECT * FROM " + std::string(table) + " WHERE 1=0";
-    return std::make_unique<TableWriter>(connection_, table, TextFor(layout));
+    auto known = tables_.Find(table);
+    if (!known) {
+        const std::string layout = "SELECT * FROM " + std::string(table) + " WHERE 1=0";
+        known = tables_.Add(table, TextFor(layout));
+    }
+    return std::make_unique<TableWriter>(connection_, std::move(known));
 }
 
 void Session::Begin() {

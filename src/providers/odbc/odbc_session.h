@@ -6,14 +6,17 @@
 #include <string_view>
 
 #include "odbc_connection.h"
+#include "prepared_statements.h"
 #include "provider.h"
+#include "table_cache.h"
 #include "translator.h"
 
 namespace mersola::odbc {
 
 class Session : public ado::ProviderSession {
   public:
-    explicit Session(std::shared_ptr<Connection> connection) : connection_(std::move(connection)) {}
+    explicit Session(std::shared_ptr<Connection> connection)
+        : connection_(std::move(connection)), statements_(connection_), tables_(connection_) {}
     ~Session() override { connection_->Disconnect(); }
 
     std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override;
@@ -27,9 +30,12 @@ class Session : public ado::ProviderSession {
     Connection& Open() const;
     /// The text for the source; empty when there is nothing to run.
     std::string_view TextFor(std::string_view sql);
+    std::shared_ptr<const Statement> Run(std::string_view text);
 
     std::shared_ptr<Connection> connection_;  // batches that outlive the session hold it too
     dialect::Translator translator_;
+    PreparedStatements statements_;
+    TableCache tables_;
 };
 
 }  // namespace mersola::odbc

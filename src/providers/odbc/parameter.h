@@ -19,6 +19,7 @@ class Parameter {
     void Take(std::span<const ado::Cell> cells, std::size_t column, std::size_t width, bool utf8);
     /// Binds it, unless it is bound as it is.
     void Bind(const Statement& statement, SQLUSMALLINT number);
+    std::size_t Bytes() const { return values_.size(); }
 
   private:
     enum class Form { Integer, Long, Real, Utf8, Wide };

@@ -1,0 +1,53 @@
+// An INSERT into some columns of a table, which takes its rows as arrays of parameters.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "odbc_connection.h"
+#include "parameter.h"
+#include "provider.h"
+
+namespace mersola::odbc {
+
+class ArrayInsert {
+  public:
+    static constexpr std::size_t kMostRows = 1000;
+    static constexpr SQLUSMALLINT kUntold = 0xFFFF;
+
+    struct Reply {
+        bool success = true;  // of every row that was sent
+        std::vector<Diagnosis> diagnoses;
+        std::span<const SQLUSMALLINT> states;  // of the rows that the driver speaks of
+    };
+
+    /// Into those of `columns` that are `used`.
+    ArrayInsert(std::shared_ptr<const Connection> connection, std::string_view table,
+                const std::vector<std::string>& columns, std::vector<bool> used);
+    ArrayInsert(const ArrayInsert&) = delete;
+    ArrayInsert& operator=(const ArrayInsert&) = delete;
+
+    const std::vector<bool>& Used() const { return used_; }
+    /// False where the driver does not take so many rows at a time.
+    bool Expect(std::size_t rows);
+    /// Sends the rows that were expected, of all columns of the table.
+    Reply Send(std::span<const ado::Cell> cells);
+    /// Memory that the values take.
+    std::size_t Bytes() const;
+
+  private:
+    std::shared_ptr<const Connection> connection_;
+    std::vector<bool> used_;
+    std::vector<std::size_t> written_;  // the positions of the used columns
+    Statement statement_;
+    std::vector<Parameter> parameters_;
+    std::vector<SQLUSMALLINT> states_;  // what became of each row that was sent
+    SQLULEN processed_ = 0;
+    SQLULEN expected_ = 1;
+};
+
+}  // namespace mersola::odbc
