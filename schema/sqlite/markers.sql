@@ -1,6 +1,5 @@
--- Events with a recording file. Equal markers may be stored twice, so the key is the row's own.
+-- Events with a recording file. Equal markers may be stored twice, so there is no key.
 CREATE TABLE Markers (
-    MarkerKey        INTEGER PRIMARY KEY,
     GroupId          INTEGER NOT NULL,
     MeasId           INTEGER NOT NULL,
     Path             TEXT COLLATE NOCASE,  -- the recording file

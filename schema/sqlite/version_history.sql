@@ -1,7 +1,6 @@
 -- What was done to the database, in the order in which it was done.
 CREATE TABLE VersionHistory (
-    VersionKey INTEGER PRIMARY KEY,
-    Date       TEXT COLLATE NOCASE,
-    Version    TEXT COLLATE NOCASE,
-    Info       TEXT COLLATE NOCASE
+    Date    TEXT COLLATE NOCASE,
+    Version TEXT COLLATE NOCASE,
+    Info    TEXT COLLATE NOCASE
 ) STRICT;

@@ -1,6 +1,5 @@
--- Events with a recording file. Equal markers may be stored twice, so the key is the row's own.
+-- Events with a recording file. Equal markers may be stored twice, so there is no key.
 CREATE TABLE Markers (
-    MarkerKey        int IDENTITY NOT NULL PRIMARY KEY,
     GroupId          int NOT NULL,
     MeasId           int NOT NULL,
     Path             nvarchar(1000) COLLATE Latin1_General_CI_AS,  -- the recording file

@@ -186,6 +186,7 @@ TEST_P(OdbcTest, TakesTextsThatGrowAndBringsThemBackWhole) {
 }
 
 TEST_P(OdbcTest, LeavesOutAColumnThatNumbersItself) {
+    database.NumberRows();
     const auto batch = Batch("Markers");
     batch->AddNew();
     batch->Fields("GroupId").Put(1);

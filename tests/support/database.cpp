@@ -55,6 +55,23 @@ void Database::LayOut() const {
     }
 }
 
+void Database::NumberRows() const {
+    const std::string key =
+        IsServer() ? " int IDENTITY NOT NULL PRIMARY KEY," : " INTEGER PRIMARY KEY,";
+    for (const auto& [table, column] :
+         {std::pair("Markers", " MarkerKey"), std::pair("VersionHistory", " VersionKey")}) {
+        const std::string head = std::string("CREATE TABLE ") + table + " (";
+        for (const auto statement :
+             SchemaStatements(IsServer() ? SchemaEngine::SqlServer : SchemaEngine::SQLite)) {
+            std::string numbered(statement);
+            const auto at = numbered.find(head);
+            if (at == numbered.npos) continue;
+            numbered.insert(at + head.size(), column + key);
+            Run({std::string("DROP TABLE ") + table, numbered});
+        }
+    }
+}
+
 void Database::DropTables() const {
     for (const char* table :
          {"Groups", "Measurements", "Reports", "MeasValueMap", "MeasuredFunctions",

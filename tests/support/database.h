@@ -34,6 +34,8 @@ class Database {
     /// The same database, watched: see watched_provider.h.
     std::string WatchedString() const;
     std::string Path() const { return (folder_ / "test.db").string(); }
+    /// Lays out anew the tables without a key, with the one that earlier versions gave them.
+    void NumberRows() const;
     /// Runs statements on a connection of its own.
     void Run(const std::vector<std::string>& statements) const;
     /// The first field of a statement's first row, as text; empty without one.

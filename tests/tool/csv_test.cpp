@@ -61,7 +61,7 @@ class Csv : public Tool {
         std::ofstream(folder_ / "file.csv", std::ios::binary) << text;
         return folder_ / "file.csv";
     }
-    // Every row of every table but the version history, without the key of markers.
+    // Every row of every table but the version history.
     static Words Dump(const std::string& db) {
         Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=\"" + db + "\"").c_str(), 5);
         Words dump;
@@ -72,7 +72,6 @@ class Csv : public Tool {
             for (; !rows->EndOfFile(); rows->MoveNext()) {
                 std::string row = table;
                 for (int i = 0; i < rows->FieldCount(); ++i) {
-                    if (rows->FieldName(i) == "MarkerKey") continue;
                     const AdoField field = rows->Fields(i);
                     row += "|" + (field.IsNull() ? "null" : std::string(field.Text()));
                 }
