@@ -18,8 +18,9 @@ namespace mersola {
 ///
 /// Reading is more generous. Blanks around items, keys and `=` do not count, unless they stand in
 /// quotes or behind a backslash. Commas with nothing between them have an empty item there, but a
-/// text of blanks is a list without items. An `=` makes a pair only in front of a quote or a brace:
-/// x=5 is one text.
+/// text of blanks is a list without items. An `=` in front of a quote or a brace makes a pair, and
+/// otherwise the first one of an item, unless nothing stands in front of it or it is part of a
+/// comparison: x=5 is a pair, x>=5 one text.
 ///
 /// The value of an item is its text, of a pair the text behind the key, and of a list the text
 /// between the braces, which can be read as a list in turn. Inner lists go 100 levels deep; what is

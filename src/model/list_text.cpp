@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace mersola {
 
@@ -162,7 +163,10 @@ class Reader {
 
     bool ReadBare(Item& item) {
         std::string text;
-        std::size_t length = 0;  // without the blanks at the end
+        std::size_t length = 0;      // without the blanks at the end
+        std::size_t keyLength = 0;   // the same in front of an `=` that makes a pair; 0 without one
+        std::size_t valueStart = 0;  // without the blanks behind it
+        bool hasEquals = false;
         while (!rest_.empty() && Peek() != ',' && Peek() != '}') {
             if (OpensValue(Peek())) {
                 return false;
@@ -171,17 +175,34 @@ class Reader {
             if (c == '=' && OpensValue(AfterBlanks())) {
                 return ReadPair(item, text.substr(0, length));
             }
+            if (c == '=' && !std::exchange(hasEquals, true) && !Compares(text, length)) {
+                keyLength = length;
+                valueStart = text.size() + 1;
+            }
             if (c == '\\' && rest_.empty()) {
                 return false;
             }
             text += c == '\\' ? Take() : c;
             if (c == '\\' || !IsBlank(c)) {
                 length = text.size();
+            } else if (text.size() == valueStart + 1) {
+                valueStart = text.size();
             }
         }
         text.resize(length);
+        item.isPair = keyLength > 0;
+        if (item.isPair) {
+            item.key = text.substr(0, keyLength);
+            text.erase(0, valueStart);
+        }
         item.value = std::move(text);
         return true;
+    }
+
+    // Whether the `=` that was just taken behind `text` is part of a sign such as >= or ==.
+    bool Compares(std::string_view text, std::size_t length) const {
+        return (length > 0 && std::string_view("<>!").find(text[length - 1]) != text.npos) ||
+               (!rest_.empty() && std::string_view("=<>").find(Peek()) != text.npos);
     }
 
     char AfterBlanks() const {

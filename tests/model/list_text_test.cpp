@@ -65,7 +65,7 @@ TEST(ListText, ReadsWhatPeopleWrite) {
     EXPECT_EQ(ListText(plain).ToText(), plain);
     EXPECT_EQ(Items(" station , b c "), "[station][b c]");
     EXPECT_EQ(Items("a,,\" b \",\\ c\\,\\\\,"), "[a][][ b ][ c,\\][]");
-    EXPECT_EQ(Items("Laeq>=65,x = 5"), "[Laeq>=65][x = 5]");
+    EXPECT_EQ(Items("Laeq>=65,x = 5,a=b=c,a==b,=d,e\\=f"), "[Laeq>=65][5][b=c][a==b][=d][e=f]");
     EXPECT_EQ(Items("{ a, {b} } , c"), "[a,{b}][c]");
     EXPECT_TRUE(ListText(" \t").IsEmpty());
     EXPECT_EQ(ListText("").First() + ListText("x,y").First(), "x");
@@ -80,6 +80,13 @@ TEST(ListText, FindsPairsOfTheOutermostListByKey) {
     EXPECT_EQ(value, "65");
     ASSERT_TRUE(list.Find("g", value));
     EXPECT_EQ(Items(value), "[1][2]");
+    const ListText byHand("at = pier 4 ,Type=\\ t, none= ");
+    EXPECT_TRUE(byHand.Find("at", value));
+    EXPECT_EQ(value, "pier 4");
+    EXPECT_TRUE(byHand.Find("type", value));
+    EXPECT_EQ(value, " t");
+    EXPECT_TRUE(byHand.Find("none", value) && value.IsEmpty());
+    EXPECT_EQ(byHand.ToText(), "at=\"pier 4\",Type=\" t\",none=\"\"");
 }
 
 TEST(ListText, IsMalformedWithoutAPartnerOrTooDeep) {
