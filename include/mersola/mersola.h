@@ -59,7 +59,8 @@ class MERSOLA_EXPORT Mersola {
     /// in force. Each text is decoded by the component "Crypt.crypter" where one is registered that
     /// returns something for it, and is used as given otherwise. `timeout`: seconds for connecting
     /// and for each statement; 0 waits without end, -1 leaves the defaults (15 and 30) in force.
-    /// Raises _com_error when the crypter fails or the time-out is refused.
+    /// Raises _com_error when the crypter fails, or when the time-out is refused, which leaves the
+    /// object without a connection.
     void Initialize(const char* user, const char* password, const char* connectString,
                     long timeout);
 
@@ -159,7 +160,8 @@ class MERSOLA_EXPORT Mersola {
     /// Selects a report of the selected measurement and loads its type, period lengths, period
     /// count and value key; in the continuous view the argument names a report type. Selecting the
     /// same one again returns 1 without reading anything. Returns 0 when there is none or on
-    /// failure: the identifier is then selected all the same.
+    /// failure: the identifier is then selected all the same. In an object that records, values
+    /// are written into the selected report from then on: see PutReport.
     int SetReport(long reportId);
 
     /// Lists the reports that have functions by their type; `out` is emptied first. A measId of -1
@@ -199,12 +201,13 @@ class MERSOLA_EXPORT Mersola {
     int GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out);
 
     /// Reads the selected report's period count as stored now, in the continuous view that of the
-    /// chain. Returns 1 when connected (n is 0 when there is no report), else 0.
+    /// chain; 0 when no report is selected or there is none. Returns 1 when connected, else 0.
     int Get_nPrds(long& n);
 
     /// The first stored period, -1 with result 0 when there is none. The first two compute it from
     /// the values and remember it until they are asked for another key; the last reads the lower
-    /// bound that is kept with the report (`extra` is not used). Not for the continuous view.
+    /// bound that is kept with the report, if one is (`extra` is not used). Not for the continuous
+    /// view.
     int GetFirstPeriod(long& first);
     int GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection);
     int GetFirstPeriod(long& first, long groupId, long measId, long reportId, long extra,
@@ -238,7 +241,10 @@ class MERSOLA_EXPORT Mersola {
     /// `info.StartAt` (within ten years of now). Writes the identifier into `info.MeasId`.
     /// A stored measurement is resumed: its start stays, its bandwidth must be the same and the new
     /// start must not be earlier; its frequency range grows to hold the new one and is written into
-    /// `info`. On failure recording stays closed.
+    /// `info`. One whose stored start cannot be read, or is more than ten years away, takes the new
+    /// start as its own as long as nothing is recorded in it; with something recorded, a start that
+    /// cannot be read is refused. On failure recording stays closed, and a stored measurement that
+    /// could not be resumed is selected with its settings.
     bool PutMeasurement(const _ConnectionPtr& connection, long groupId, MeasurementInfo& info);
 
     /// Rewrite the resolution of the measurement being recorded: from the record, or from a list of
@@ -260,7 +266,12 @@ class MERSOLA_EXPORT Mersola {
     /// Registers a report of the measurement being recorded and makes it the current one. A report
     /// that is stored already must have the same period length and type, else recording is closed;
     /// in a resumed measurement its periods go on where the new start lies. True also when the
-    /// accounting of the periods in between failed, which closes the recording.
+    /// recording is closed because the periods in between could not be accounted, the report's
+    /// value key could not be stored, or another recorder registered the report since
+    /// PutMeasurement, which then has to be called again. An object has one current report, which
+    /// PutReport and SetReport share: after SetReport values are written into the report that it
+    /// selected, after PutReport they are read from the one that was put. A program that records
+    /// and reads at the same time uses two objects.
     bool PutReport(const _ConnectionPtr& connection, ReportInfo& info);
 
     /// Register a function on a channel (-1: the selected one) of the current report. Registering
@@ -289,9 +300,10 @@ class MERSOLA_EXPORT Mersola {
     /// Writes the value of a period counted from the start of this recording. `nextPeriod` becomes
     /// period + 1. With `useBatch` the value waits in `batch` for PutDataEnd; otherwise it is
     /// stored at once, to six decimals, and with `updatePeriods` the period count is raised. A
-    /// value of status "A" is stored as -100.0; NaN and infinity are refused. A value that is
-    /// stored already counts as written: true, but `nextPeriod` is `period` and the count is not
-    /// raised, so a recorder must not wait for `nextPeriod` to move on.
+    /// value of status "A" is stored as -100.0; NaN and infinity are refused, and so is everything
+    /// while there is no current report whose value key is known. A value that is stored already
+    /// counts as written: true, but `nextPeriod` is `period` and the count is not raised, so a
+    /// recorder must not wait for `nextPeriod` to move on.
     bool PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status,
                          int period, int funcId, int channel, int frqId, bool updatePeriods,
                          long& nextPeriod, bool useBatch, const _RecordsetPtr& batch);
@@ -320,7 +332,8 @@ class MERSOLA_EXPORT Mersola {
     bool PutPeriodsRelative(const _ConnectionPtr& connection, int periods);
     bool PutPeriodsAbsolute(const _ConnectionPtr& connection, int periods);
 
-    /// Adds one period to the stored count.
+    /// Never counts: reads the current report, changes nothing and returns false. Programs rely on
+    /// it; the two operations above raise the count.
     bool IncPeriods(const _ConnectionPtr& connection);
 
     // ---- Markers -------------------------------------------------------------------------------
@@ -362,7 +375,9 @@ class MERSOLA_EXPORT Mersola {
 
     // ---- Continuous view -----------------------------------------------------------------------
 
-    /// Loads the chain anew when it has gained or lost measurements. Raises _com_error.
+    /// Loads the chain anew when it has gained or lost measurements. The selected report type stays
+    /// selected if the chain still has it. A chain that cannot be read as one any more leaves the
+    /// normal view with no measurement selected; that too is true. Raises _com_error.
     bool refreshContinuousData();
 
     // ---- Version history -----------------------------------------------------------------------
@@ -417,7 +432,8 @@ class MERSOLA_EXPORT Mersola {
     int _GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out,
                                      long groupId, long measId, CString& type);
     /// Loads the chain of the selected instrument unless it is loaded. False, and the normal view,
-    /// when there is none or its measurements cannot be read as one. Raises _com_error.
+    /// when there is none or its measurements cannot be read as one: their bandwidths or reports
+    /// differ, or a start cannot be read. Raises _com_error.
     bool loadContinuousSetupData();
 
     /// Reads how far the last measurement of the chain has grown. Returns the period count of the
@@ -479,6 +495,7 @@ class MERSOLA_EXPORT Mersola {
     std::int32_t m_lastReportOffs = 0;    ///< where this recording's period 0 is stored
     std::int32_t m_recordedGroupId = -1;  ///< whose recording this object holds
     std::int32_t m_recordedMeasId = -1;
+    CArray<std::int32_t, std::int32_t> m_registeredReports;  ///< in this recording, by this object
     std::int32_t m_missingReportId = -1;
     std::int32_t m_missingIndex = 0;
 
@@ -496,15 +513,20 @@ class MERSOLA_EXPORT Mersola {
     bool loadLastReports(const _ConnectionPtr& connection);
     bool insertReport(const _ConnectionPtr& connection, const ReportInfo& info);
     bool resumeReport(const _ConnectionPtr& connection, const ReportInfo& info);
-    const ReportInfo* lastReport(int reportId) const;
+    ReportInfo* lastReport(int reportId);
+    bool settleStart(const _ConnectionPtr& connection, const CTimeEx& start,
+                     MeasurementInfo& stored);
+    bool hasRecordings(const _ConnectionPtr& connection);
     long locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId, long reportId,
                        bool& isNew);
     bool ensureMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId);
+    bool tryMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId);
     bool updateReport(const _ConnectionPtr& connection, const CString& update);
     CTimeEx recordedPeriodStart(long period) const;
 
     // Steps of the reading operations.
     void loadSettings(const MeasurementInfo& measurement);
+    bool selectReport(int reportId);
     bool readChain(CArray<MeasurementInfo, MeasurementInfo&>& chain);
     template <class Read>
     int forEachMeasurement(Read read);

@@ -92,7 +92,9 @@ bool Mersola::readChain(Measurements& chain) {
             reports.Add(report);
         }
         measurement.setReports(reports);
-        if (measurement.hasReports) chain.Add(measurement);
+        if (!measurement.hasReports) continue;
+        if (!measurement.StartAt.IsValid()) return false;  // it has no place in the chain
+        chain.Add(measurement);
     }
     return true;
 }
@@ -106,16 +108,14 @@ bool Mersola::refreshContinuousData() {
     const int count = rows->Fields(0).Long();
     if (count < 0) return false;
     if (count == 0 || count == m_contMeasurements.GetSize()) return true;
-    const int selected = m_contReportIndex;
+    const int selectedType = m_contReportIndex == -1 ? -1 : m_ReportId;
+    // Nothing of the old chain stays selected: its members and positions may be others now.
     m_contMode = -2;
     m_contLoaded = false;
-    if (loadContinuousSetupData()) {
-        m_contReportIndex = selected < m_contReports.GetSize() ? selected : -1;
-        m_contMode = -3;
-    } else {
-        m_MeasId = -1;
-        m_ReportId = -1;
-    }
+    m_contReportIndex = m_contMeasId = m_MeasId = m_ReportId = m_MeasValueId = -1;
+    if (!loadContinuousSetupData()) return true;
+    m_contMode = m_MeasId = -3;
+    if (selectedType != -1 && !SetReport(selectedType)) m_ReportId = -1;
     return true;
 }
 

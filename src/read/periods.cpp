@@ -12,8 +12,7 @@ int Mersola::Get_nPrds(long& n) {
     if (!readable()) return 0;
     try {
         if (continuous()) {
-            recalculateContPeriods();
-            n = m_noOfPeriods;
+            n = recalculateContPeriods();
             return 1;
         }
         const auto rows = dbExecute(formatted(
@@ -68,7 +67,7 @@ int Mersola::GetFirstPeriod(long& first, long groupId, long measId, long reportI
             formatted(
                 "SELECT MinPeriod FROM Reports WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
                 *group, *measurement, *report));
-        if (!atFirstRow(rows)) return 0;
+        if (!atFirstRow(rows) || rows->Fields("MinPeriod").IsNull()) return 0;
         first = rows->Fields("MinPeriod").Long();
         return 1;
     } catch (const _com_error&) {

@@ -34,54 +34,57 @@ int Mersola::SetReport(long reportId) {
     const auto id = identifier(reportId);
     if (!id) return 0;
     try {
-        ReportInfo rec;
-        int storedReport = *id;
-        int storedMeasurement = m_MeasId;
-        if (continuous()) {
-            if (*id != m_ReportId) {
-                m_ReportId = *id;
-                m_contReportIndex = -1;
-                for (int index = 0; index < m_contReports.GetSize() && m_contReportIndex < 0;
-                     ++index) {
-                    if (m_contReports[index].ReportType == *id) m_contReportIndex = index;
-                }
-            }
-            if (m_contReportIndex == -1) return 0;
-            rec = m_contReports[m_contReportIndex];
-            rec.ReportType = *id;
-            storedMeasurement = m_contMeasId;
-            for (const MeasurementInfo& member : m_contMeasurements) {
-                // The view is selected by report type, values are keyed by the member's own report.
-                if (member.MeasId == m_contMeasId)
-                    storedReport = member.reports[m_contReportIndex].ReportId;
-            }
-        } else {
-            if (*id == m_ReportId) return 1;
-            m_ReportId = *id;
-            const auto rows = dbExecute(
-                formatted("SELECT * FROM Reports where ReportId=%d and MeasId=%d and GroupId=%d",
-                          m_ReportId, m_MeasId, m_GroupId));
-            if (!atFirstRow(rows)) return 0;
-            readReport(*rows, rec);
-        }
-        m_reportType = rec.ReportType;
-        m_prdLength = rec.PeriodLen;
-        m_realPrdLength = rec.RealPeriodLen;
-        m_realPrdLengthSet = rec.realPeriodLenSet;
-        m_noOfPeriods = rec.noOfPeriods;
-        if (continuous()) {
-            if (m_contMeasId == -1) return 1;
-            m_MeasValueId = -1;
-        }
-        const auto rows = dbExecute(formatted(
-            "SELECT MeasValueId FROM MeasValueMap where ReportId=%d and MeasId=%d and GroupId=%d",
-            storedReport, storedMeasurement, m_GroupId));
-        if (!atFirstRow(rows)) return 0;
-        m_MeasValueId = rows->Fields("MeasValueId").Long();
-        return 1;
+        return selectReport(*id) ? 1 : 0;
     } catch (const _com_error&) {
         return 0;
     }
+}
+
+bool Mersola::selectReport(int reportId) {
+    ReportInfo rec;
+    int storedReport = reportId;
+    int storedMeasurement = m_MeasId;
+    if (continuous()) {
+        if (reportId != m_ReportId) {
+            m_ReportId = reportId;
+            m_contReportIndex = -1;
+            for (int index = 0; index < m_contReports.GetSize() && m_contReportIndex < 0; ++index) {
+                if (m_contReports[index].ReportType == reportId) m_contReportIndex = index;
+            }
+        }
+        if (m_contReportIndex == -1) return false;
+        rec = m_contReports[m_contReportIndex];
+        rec.ReportType = reportId;
+        storedMeasurement = m_contMeasId;
+        for (const MeasurementInfo& member : m_contMeasurements) {
+            // The view is selected by report type, values are keyed by the member's own report.
+            if (member.MeasId == m_contMeasId)
+                storedReport = member.reports[m_contReportIndex].ReportId;
+        }
+    } else {
+        if (reportId == m_ReportId) return true;
+        m_ReportId = reportId;
+        const auto rows = dbExecute(
+            formatted("SELECT * FROM Reports where ReportId=%d and MeasId=%d and GroupId=%d",
+                      m_ReportId, m_MeasId, m_GroupId));
+        if (!atFirstRow(rows)) return false;
+        readReport(*rows, rec);
+    }
+    m_reportType = rec.ReportType;
+    m_prdLength = rec.PeriodLen;
+    m_realPrdLength = rec.RealPeriodLen;
+    m_realPrdLengthSet = rec.realPeriodLenSet;
+    m_noOfPeriods = rec.noOfPeriods;
+    if (continuous()) {
+        if (m_contMeasId == -1) return true;
+        m_MeasValueId = -1;
+    }
+    const auto rows = dbExecute(formatted(
+        "SELECT MeasValueId FROM MeasValueMap where ReportId=%d and MeasId=%d and GroupId=%d",
+        storedReport, storedMeasurement, m_GroupId));
+    if (!atFirstRow(rows)) return false;
+    m_MeasValueId = rows->Fields("MeasValueId").Long();
+    return true;
 }
 
 int Mersola::GetReports(CArray<ReportInfo, ReportInfo&>& out) {

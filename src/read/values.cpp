@@ -52,7 +52,11 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
         const std::int64_t end = std::min(wantedEnd, report.periodOffset + report.noOfPeriods);
         if (begin >= end) continue;
         m_contMeasId = member.MeasId;
-        SetReport(m_ReportId);
+        try {
+            selectReport(m_ReportId);  // a member without a key has no values
+        } catch (const _com_error&) {
+            return -1;
+        }
         const auto at =
             static_cast<std::size_t>(begin - firstPeriod) * static_cast<std::size_t>(nFrq);
         const int result =

@@ -263,6 +263,91 @@ TEST_P(Continuous, CountsAcrossTheGapAndGrowsWithTheRecorder) {
     EXPECT_EQ(reader.SetMeasurement(-3), 0);
 }
 
+TEST_P(Continuous, KeepsTheReportTypeAndNothingElseOverARefresh) {
+    const auto record = [&](const char* name, std::int64_t start, int periodsOfTypeOne) {
+        ASSERT_TRUE(Open(writer, Measurement(name, Start(start)), Report(1, 1000, 5)));
+        ASSERT_TRUE(writer.PutFunction(nullptr, 1, 1));
+        for (int period = 0; period < 2; ++period)
+            ASSERT_TRUE(Write(writer, period, 50 + period));
+        ReportInfo other = Report(2, 500, 1);
+        ASSERT_TRUE(writer.PutReport(nullptr, other) && writer.PutFunction(nullptr, 1, 1));
+        for (int period = 0; period < periodsOfTypeOne; ++period)
+            ASSERT_TRUE(Write(writer, period, 10 + period));
+    };
+    Store reader(database.WatchedString());
+    const auto expectNothing = [&] {
+        EXPECT_EQ(Values(reader, 0, 3), (std::vector<float>{-100, -100, -100}));
+        long count = 7;
+        EXPECT_EQ(reader.Get_nPrds(count), 1);
+        EXPECT_EQ(count, 0);
+    };
+    record("one", 0, 0);
+    reader.SetInstrument(1);
+    reader.SetChannel(1);
+    reader.SetFunction(1);
+    ASSERT_TRUE(reader.SetMeasurement(-3) && reader.SetReport(5));
+    EXPECT_EQ(Values(reader, 0, 2), (std::vector<float>{50, 51}));
+
+    // Type 1 comes in front of type 5 when it has its first period.
+    database.Run({"UPDATE Reports SET noOfPeriods=1 WHERE ReportType=1"});
+    record("two", 3000, 1);
+    ASSERT_TRUE(reader.refreshContinuousData());
+    EXPECT_EQ(Values(reader, 0, 5), (std::vector<float>{50, 51, -100, 50, 51}));
+    CTimeSpanEx length;
+    reader.GetPrdLength(length);
+    EXPECT_EQ(length.GetTotalMilliseconds(), 1000);
+    long count = 0;
+    reader.Get_nPrds(count);
+    EXPECT_EQ(count, 5);
+
+    TheWatch().FailOn("SELECT MeasValueId");
+    float value = 0;
+    EXPECT_LT(reader.GetData(&value, 0, 1, kFrq, 1), 0);
+    EXPECT_EQ(value, -100);
+    TheWatch().Reset();
+    database.Run({"UPDATE MeasValueMap SET MeasId=9 WHERE MeasId=1"});
+    EXPECT_EQ(Values(reader, 1, 3), (std::vector<float>{-100, -100, 50})) << "no key is no fault";
+
+    database.Run({"UPDATE MeasValueMap SET MeasId=1 WHERE MeasId=9",
+                  "DELETE FROM MeasuredValues WHERE MeasValueId>2"});
+    for (const char* table : {"Measurements", "Reports", "MeasValueMap", "MeasuredFunctions"})
+        database.Run({std::string("DELETE FROM ") + table + " WHERE MeasId=2"});
+    ASSERT_TRUE(reader.refreshContinuousData());
+    EXPECT_EQ(reader.SetReport(5), 1) << "though the member read last has gone";
+    EXPECT_EQ(reader.SetReport(7), 0);
+    expectNothing();
+
+    record("two", 3000, 1);
+    ASSERT_TRUE(reader.SetReport(5));
+    database.Run({"UPDATE Reports SET ReportType=6 WHERE ReportType=5"});
+    ASSERT_TRUE(reader.refreshContinuousData());
+    EXPECT_EQ(reader.m_ReportId, -1) << "no other type is given in place of it";
+    expectNothing();
+
+    ASSERT_TRUE(reader.SetReport(6));
+    EXPECT_EQ(Values(reader, 3, 1), std::vector<float>{50});
+    record("three", 6000, 1);
+    database.Run({"UPDATE Measurements SET BandWidth=1 WHERE MeasName='three'"});
+    ASSERT_TRUE(reader.refreshContinuousData());
+    EXPECT_EQ(reader.m_contMode, -2);
+    expectNothing();
+}
+
+TEST_P(Continuous, IsNotJoinedWhereAMembersStartCannotBeRead) {
+    for (const char* name : {"one", "two"}) {
+        ASSERT_TRUE(Open(writer, Measurement(name)) && writer.PutFunction(nullptr, 1, 1));
+        ASSERT_TRUE(Write(writer, 0, 1));
+    }
+    Store reader(database.ConnectString());
+    reader.SetInstrument(1);
+    for (const char* start : {"NULL", "''", "'soon'"}) {
+        database.Run({std::string("UPDATE Measurements SET StartAt=") + start + " WHERE MeasId=2"});
+        EXPECT_EQ(reader.SetMeasurement(-3), 0) << start;
+    }
+    database.Run({"UPDATE Reports SET noOfPeriods=0 WHERE MeasId=2"});
+    EXPECT_EQ(reader.SetMeasurement(-3), 1) << "it is no member without periods";
+}
+
 TEST_P(Continuous, IsNotJoinedWithoutPeriodLengthsOrWithoutTheCatalogue) {
     ASSERT_TRUE(Open(writer, Measurement(), Report(1, 0)));
     ASSERT_TRUE(writer.PutFunction(nullptr, 1, 1));

@@ -210,6 +210,8 @@ TEST_P(Reading, FindsTheFirstPeriodAndRemembersIt) {
     EXPECT_EQ(first, -1);
     EXPECT_EQ(store.GetFirstPeriod(first, 1, 1, 1, 0, nullptr), 1);
     EXPECT_EQ(first, 2);
+    EXPECT_EQ(store.GetFirstPeriod(first, 1, 1, 2, 0, nullptr), 0) << "none is kept with it";
+    EXPECT_EQ(first, -1);
     store.SetReport(2);
     EXPECT_EQ(store.GetStartOfFirstPeriod(start), 0);
 }

@@ -70,7 +70,8 @@ Chain ReadChain(Mersola& store, std::int32_t groupId) {
     CArray<ReportInfo, ReportInfo&> reports;
     if (store.SetMeasurement(-3) != 1 || store.GetReports(reports) != 1)
         throw Failure("the measurements cannot be read as one" + LastError(store) +
-                      "; bandwidths, report types and lengths of periods must be the same");
+                      "; starts must be readable, and bandwidths, report types and lengths of "
+                      "periods the same");
     const auto isComplete = [&](const Recorded& each) {
         return each.reports.size() == static_cast<std::size_t>(reports.GetSize());
     };
