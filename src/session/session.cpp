@@ -51,6 +51,7 @@ void Mersola::Initialize(const char* user, const char* password, const char* con
     TakeCredential(m_user, user, crypter.get());
     TakeCredential(m_password, password, crypter.get());
     TakeCredential(m_connectString, connectString, crypter.get());
+    dbDisconnect();  // whatever follows, the old connection is not the new user's
     const auto seconds = mersola::identifier(timeout);
     if (!seconds || *seconds < -1)
         throw _com_error(E_FAIL, "A time-out is a number of seconds from 0, or -1");

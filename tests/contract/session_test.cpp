@@ -58,6 +58,9 @@ TEST_P(SessionTest, DecodesCredentialsWhereACrypterKnowsThem) {
     EXPECT_EQ(store.m_user, "user");
     EXPECT_TRUE(store.isConnected());
     EXPECT_THROW(store.Initialize("fail", "", "", -1), _com_error);
+    EXPECT_THROW(store.Initialize("another", "", "", -2), _com_error);
+    EXPECT_EQ(store.getConnection(), nullptr) << "which was the first user's";
+    EXPECT_FALSE(store.isConnected());
     RegisterComponent("Crypt.crypter", nullptr);
 }
 
