@@ -15,6 +15,8 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
     m_newEntry = false;
     m_missingReportId = -1;
     m_missingIndex = 0;
+    m_recordedGroupId = m_recordedMeasId = -1;
+    m_registeredReports.RemoveAll();
     if (!resolved(connection)) {
         Test("***No connection in PutMeasurement\n");
         return false;
@@ -81,8 +83,13 @@ bool Mersola::resumeMeasurement(const _ConnectionPtr& connection, MeasurementInf
         Test("***Invalid _GetMeasurement in PutMeasurement\n");
         return false;
     }
+    loadSettings(stored);  // it is selected now, whether it can be resumed or not
     if (!stored.identicalTo(info)) {
         Test("***Invalid measinfo in PutMeasurement\n");
+        return false;
+    }
+    if (!settleStart(connection, info.StartAt, stored)) {
+        Test("***Invalid PutStart in PutMeasurement\n");
         return false;
     }
     if (info.FrqUpper > stored.FrqUpper || info.FrqLower < stored.FrqLower) {
@@ -95,18 +102,50 @@ bool Mersola::resumeMeasurement(const _ConnectionPtr& connection, MeasurementInf
     info.FrqLower = stored.FrqLower;
     info.FrqUpper = stored.FrqUpper;
     m_lastMeasurement = stored;
-    if (!PutStart(connection, info.StartAt)) {
-        Test("***Invalid PutStart in PutMeasurement\n");
-        return false;
+    const bool isStarted = PutStart(connection, info.StartAt);
+    if (!isStarted) Test("***Invalid PutStart in PutMeasurement\n");
+    if (isStarted && loadLastReports(connection)) return true;
+    m_StartAt = stored.StartAt;
+    return false;
+}
+
+// A registration that failed for its start has left a row from which no recording can begin. While
+// nothing is recorded under it, the next good start becomes its own. The start that was read is
+// part of the statement, so that of two recorders only one sets it.
+bool Mersola::settleStart(const _ConnectionPtr& connection, const CTimeEx& start,
+                          MeasurementInfo& stored) {
+    if (validDate(stored.StartAt)) return true;
+    if (validDate(start) && !hasRecordings(connection)) {
+        dbExecute(connection,
+                  formatted("UPDATE MEASUREMENTS  WITH (ROWLOCK) SET StartAt=%s WHERE GroupId=%d "
+                            "AND MeasId=%d AND (StartAt IS NULL OR StartAt=%s)",
+                            quoteText(start.ToText()).GetString(), m_GroupId, m_MeasId,
+                            quoteText(stored.StartAt.ToText()).GetString()));
+        if (!_GetMeasurement(stored.MeasId, stored, connection)) return false;
     }
-    return loadLastReports(connection);
+    return stored.StartAt.IsValid();
+}
+
+bool Mersola::hasRecordings(const _ConnectionPtr& connection) {
+    const auto counts = [&](const CString& sql) {
+        const auto rows = dbExecute(connection, sql);
+        return !atFirstRow(rows) || rows->Fields(0).Long() > 0;
+    };
+    return counts(formatted("SELECT count(*) FROM Reports where GroupId=%d and MeasId=%d and "
+                            "noOfPeriods>0",
+                            m_GroupId, m_MeasId)) ||
+           counts(formatted("SELECT count(*) FROM MeasValueMap m where m.GroupId=%d and "
+                            "m.MeasId=%d and exists (SELECT * FROM MeasuredValues v where "
+                            "v.MeasValueId=m.MeasValueId)",
+                            m_GroupId, m_MeasId));
 }
 
 bool Mersola::loadLastReports(const _ConnectionPtr& connection) {
     CArray<ReportInfo, ReportInfo&> reports;
     if (!_GetAllReports(reports, m_MeasId, connection)) return false;
     for (ReportInfo& report : reports) {
-        if (!ensureMeasMap(connection, report.ReportId, report.extra5)) return false;
+        // A key that cannot be stored now is not needed before the report is recorded.
+        tryMeasMap(connection, report.ReportId, report.extra5);
         report.extraFlag = false;
         if (!_GetAllFunctions(report.functions, m_MeasId, report.ReportId, connection))
             return false;

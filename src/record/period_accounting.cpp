@@ -44,6 +44,7 @@ bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
                         lastText.GetString()));
     if (!m_newEntry) {
         Test("!m_newEntry, before tDiff");
+        if (!m_lastMeasurement.StartAt.IsValid()) return false;
         m_Offs = (start - m_lastMeasurement.StartAt).GetTotalMilliseconds();
         return m_Offs >= 0;
     }

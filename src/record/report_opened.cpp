@@ -1,4 +1,6 @@
 // Registering reports, their value keys and their functions.
+#include <algorithm>
+
 #include <mersola/mersola.h>
 
 #include "attempt.h"
@@ -24,6 +26,7 @@ bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
         Test("***Invalid m_Valid in PutReport\n");
         return false;
     }
+    m_MeasValueId = -1;  // until that of this report is known
     m_lastReportOffs = 0;
     m_reportType = info.ReportType;
     m_ReportId = info.ReportId;
@@ -62,13 +65,24 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
         Test("***Invalid reportinfo in PutReport\n");
         return false;
     }
-    const ReportInfo* last = m_newEntry ? nullptr : lastReport(m_ReportId);
-    if (!last) {
+    if (std::ranges::find(m_registeredReports, m_ReportId) != m_registeredReports.end()) {
         // This recording registered the report itself: its periods count from this recording's
         // start.
         m_newEntry = true;
         m_noOfPeriods = stored.noOfPeriods;
         return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
+    }
+    ReportInfo* last = m_resumed ? lastReport(m_ReportId) : nullptr;
+    if (!last) {
+        // Another recorder registered it since: where its periods lie is not known here.
+        m_noOfPeriods = stored.noOfPeriods;
+        m_Valid = false;
+        Test("***PutMissingPeriods not found\n");
+        return true;
+    }
+    if (last->extra5 < 0 && !tryMeasMap(connection, m_ReportId, last->extra5)) {
+        m_Valid = false;  // nobody would find the values
+        return true;
     }
     if (last->extraFlag) {
         m_MeasValueId = last->extra5;
@@ -80,8 +94,8 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
     return true;
 }
 
-const ReportInfo* Mersola::lastReport(int reportId) const {
-    for (const ReportInfo& report : m_lastMeasurement.reports) {
+ReportInfo* Mersola::lastReport(int reportId) {
+    for (ReportInfo& report : m_lastMeasurement.reports) {
         if (report.ReportId == reportId) return &report;
     }
     return nullptr;
@@ -108,25 +122,36 @@ bool Mersola::insertReport(const _ConnectionPtr& connection, const ReportInfo& i
             return false;
         }
     }
+    m_registeredReports.Add(m_ReportId);
     return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
+}
+
+bool Mersola::tryMeasMap(const _ConnectionPtr& connection, int reportId,
+                         std::int32_t& measValueId) try {
+    return ensureMeasMap(connection, reportId, measValueId);
+} catch (const _com_error&) {
+    return false;
 }
 
 bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId,
                             std::int32_t& measValueId) {
     bool isNew = false;
+    measValueId = -1;  // values under a key that is not stored would be nobody's
     const auto id = identifier(locateMeasMap(connection, m_GroupId, m_MeasId, reportId, isNew));
-    measValueId = id.value_or(-1);
-    if (measValueId < 0) return false;
-    if (!isNew) return true;
-    // Also for a stored report: a recorder that died before this statement left it without a key.
-    const CString insert = formatted(
-        "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES "
-        "(%d,%d,%d,%d)",
-        m_GroupId, m_MeasId, reportId, measValueId);
-    if (!dbExecute(connection, insert)) {
-        Test("***Invalid INSERT 2 in PutReport %s\n", insert.GetString());
-        return false;
+    if (!id || *id < 0) return false;
+    if (isNew) {
+        // Also for a stored report: a recorder that died before this statement left it without a
+        // key.
+        const CString insert = formatted(
+            "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES "
+            "(%d,%d,%d,%d)",
+            m_GroupId, m_MeasId, reportId, *id);
+        if (!dbExecute(connection, insert)) {
+            Test("***Invalid INSERT 2 in PutReport %s\n", insert.GetString());
+            return false;
+        }
     }
+    measValueId = *id;
     return true;
 }
 

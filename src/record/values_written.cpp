@@ -103,7 +103,7 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
         Test("***Invalid connection in PutDataRelative\n");
         return false;
     }
-    if (!m_Valid) {
+    if (!m_Valid || m_MeasValueId == -1) {  // connecting anew opens the gate, but gives no key
         Test("***Invalid m_Valid in PutDataRelative\n");
         return false;
     }
@@ -149,7 +149,7 @@ bool Mersola::PutDataAbsolute(const _ConnectionPtr& connection, double value, co
                               int frqId, long periodLen, bool updatePeriods, long& nextPeriod,
                               bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = periodOffset;
-    if (!resolved(connection) || !m_Valid) return false;
+    if (!resolved(connection) || !m_Valid || m_MeasValueId == -1) return false;
     if (periodLen <= 0) return false;
     const CTimeEx& start = m_newEntry ? m_StartAt : m_lastMeasurement.StartAt;
     if (!time.IsValid() || !start.IsValid()) return false;

@@ -86,6 +86,11 @@ TEST_P(MarkersTest, AreFoundByTimeByPeriodAndByType) {
     Markers typed;
     EXPECT_EQ(reader.GetMarkers(typed, "Alarm"), 1);
     EXPECT_EQ(Ids(typed), std::vector<int>{60000}) << "a type in capitals matches nothing";
+    MarkerInfo byHand = Marker(6, Start(), "type = hand, level>=70");
+    ASSERT_TRUE(store.PutMarker(nullptr, byHand));
+    Markers written;
+    EXPECT_EQ(reader.GetMarkers(written, "hand"), 1);
+    EXPECT_EQ(Ids(written), std::vector<int>{6});
     EXPECT_EQ(Mersola().GetMarkers(typed), 0);
 
     Store resumed(database.ConnectString());
@@ -93,6 +98,26 @@ TEST_P(MarkersTest, AreFoundByTimeByPeriodAndByType) {
     Markers shifted;
     EXPECT_EQ(resumed.GetMarkers(0, 1, shifted), 1);
     EXPECT_EQ(Ids(shifted), std::vector<int>{60000});
+}
+
+TEST_P(MarkersTest, AreFoundByPeriodsOfTheSelectionAfterARefusedRecording) {
+    for (const std::int64_t minute : {1, 11}) {
+        MarkerInfo m = Marker(static_cast<int>(minute), Start(minute * kMinute));
+        ASSERT_TRUE(store.PutMarker(nullptr, m));
+    }
+    MeasurementInfo early = Measurement("noise", Start(-kMinute));
+    MeasurementInfo wider = Measurement("noise", Start(20 * kMinute));
+    wider.BandWidth = 1;
+    Store resumed(database.ConnectString());
+    ASSERT_TRUE(Open(resumed, Measurement("noise", Start(10 * kMinute))));
+    for (Store* each : {&store, &resumed}) {
+        for (MeasurementInfo* refused : {&early, &wider}) {
+            EXPECT_FALSE(each->PutMeasurement(nullptr, 1, *refused));
+            Markers found;
+            EXPECT_EQ(each->GetMarkers(1, 2, found), 1);
+            EXPECT_EQ(Ids(found), std::vector<int>{1});
+        }
+    }
 }
 
 TEST_P(MarkersTest, OfAlarmInstrumentsComeAlong) {
@@ -147,6 +172,44 @@ TEST_P(MarkersTest, FailAsEachOperationPromises) {
     m.Path = "it's.wav";
     EXPECT_FALSE(store.PutMarker(nullptr, m));
     EXPECT_EQ(database.Ask("SELECT count(*) FROM Markers"), "0");
+}
+
+TEST_P(MarkersTest, HaveTheirColumnsAndNoOther) {
+    const auto columnsOf = [&](const char* table) {
+        const auto rows = store.dbExecute(CString("SELECT * FROM ") + table);
+        std::string names;
+        for (int column = 0; column < rows->FieldCount(); ++column)
+            names += (column ? "," : "") + std::string(rows->FieldName(column).View());
+        return names;
+    };
+    EXPECT_EQ(columnsOf("Markers"),
+              "GroupId,MeasId,Path,Start,Stop,MarkerId,MarkerType,TriggerCondition,funcId,frqId,"
+              "inProgess,ExtMarkerType,Color");
+    EXPECT_EQ(columnsOf("VersionHistory"), "Date,Version,Info");
+}
+
+TEST_P(MarkersTest, AreGivenInTheirOrderAlsoFromADatabaseThatNumbersThem) {
+    for (const bool isNumbered : {false, true}) {
+        if (isNumbered) database.NumberRows();
+        for (const int id : {3, 9, 1, 2}) {
+            MarkerInfo m = Marker(id, Start());
+            ASSERT_TRUE(store.PutMarker(nullptr, m));
+        }
+        MarkerInfo deleted = Marker(9, Start());
+        EXPECT_EQ(store.DeleteMarkers(deleted), 1);
+        MarkerInfo closed = Marker(1, Start());
+        ASSERT_TRUE(store.UpdateMarkerStop(nullptr, closed));
+        Markers found;
+        EXPECT_EQ(store.GetMarkers(found), 1);
+        EXPECT_EQ(Ids(found), (std::vector<int>{3, 1, 2}));
+        versionHistory v;
+        for (const char* version : {"2", "1"}) {
+            v.Version = version;
+            EXPECT_EQ(store.AddVersion(nullptr, v), 1);
+        }
+        EXPECT_EQ(store.GetVersion(nullptr, v), 1);
+        EXPECT_EQ(v.Version, "2");
+    }
 }
 
 TEST_P(MarkersTest, VersionHistoryTellsTheStateOfTheDatabase) {

@@ -154,6 +154,57 @@ TEST_P(Recording, IsClosedUntilAMeasurementIsRegistered) {
     EXPECT_FALSE(store.PutMeasurement(nullptr, instrument.GroupId, wider));
 }
 
+TEST_P(Recording, TakesTheNextGoodStartWhereTheStoredOneIsNone) {
+    const CTimeSpanEx tenYears(3660, 0, 0, 0, 0);
+    EXPECT_FALSE(Open(store, Measurement("no date", CTimeEx(2026, 2, 30, 0, 0, 0, 0))));
+    EXPECT_FALSE(Open(store, Measurement("late", Start() + tenYears)));
+    EXPECT_FALSE(Open(store, Measurement("early", Start() - tenYears)));
+    ASSERT_TRUE(Open(store, Measurement("laid out")));
+    database.Run({"UPDATE Measurements SET StartAt=NULL WHERE MeasName='laid out'"});
+    Store watched(database.WatchedString());
+    for (const char* name : {"no date", "late", "early", "laid out"}) {
+        SCOPED_TRACE(name);
+        TheWatch().FailOn("SET StartAt");
+        EXPECT_FALSE(Open(watched, Measurement(name)));
+        TheWatch().Reset();
+        ASSERT_TRUE(Open(watched, Measurement(name)));
+        ASSERT_TRUE(Write(watched, 1, 1));
+        Store resumed(database.ConnectString());
+        ASSERT_TRUE(Open(resumed, Measurement(name, Start(kMinute * 3))));
+        ASSERT_TRUE(Write(resumed, 0, 3));
+        Store reader(database.ConnectString());
+        Select(reader);
+        reader.SetMeasurement(reader.locateMeasurementId(1, name));
+        CTimeEx start;
+        reader.GetTrigTime(start);
+        EXPECT_EQ(start.ToText(), Start().ToText());
+        EXPECT_EQ(reader.SetReport(1), 1);
+        EXPECT_EQ(Values(reader, 0, 4), (std::vector<float>{-100, 1, -100, 3}));
+    }
+}
+
+TEST_P(Recording, IsNotResumedFromAStartThatCannotBeRead) {
+    MeasurementInfo wider = Measurement("noise", Start(kMinute));
+    wider.FrqUpper = 30000;
+    const auto expectRefused = [&](const char* start) {
+        SCOPED_TRACE(start);
+        database.Run({std::string("UPDATE Measurements SET StartAt=") + start});
+        const std::string stored = database.Ask("SELECT StartAt FROM Measurements");
+        EXPECT_FALSE(store.PutMeasurement(nullptr, 1, wider));
+        EXPECT_FALSE(Write(store, 0, 1));
+        EXPECT_EQ(database.Ask("SELECT StartAt FROM Measurements"), stored);
+        EXPECT_EQ(database.Ask("SELECT FrqUpper FROM Measurements"), "20000");
+    };
+    ASSERT_TRUE(Open(store));
+    expectRefused("'soon'");
+    database.Run({"UPDATE Reports SET noOfPeriods=1"});
+    expectRefused("NULL");
+    database.Run({"UPDATE Reports SET noOfPeriods=0",
+                  "INSERT INTO MeasuredValues VALUES (1,0,1,1,30,1,'')"});
+    expectRefused("NULL");
+    expectRefused("''");
+}
+
 TEST_P(Recording, WidensTheStoredFrequencyRangeOnly) {
     ASSERT_TRUE(Open(store));
     Store resumed(database.WatchedString());
@@ -177,6 +228,8 @@ TEST_P(Recording, LandsBehindThePeriodsThatPassed) {
     ASSERT_TRUE(store.PutFunction(nullptr, 1, 1));
     for (int period = 0; period < 30; ++period)
         ASSERT_TRUE(Write(store, period, period));
+    database.Run(
+        {"UPDATE Reports SET MinPeriod=NULL", "DELETE FROM MeasuredValues WHERE PeriodNo<5"});
     Store resumed(database.ConnectString());
     ASSERT_TRUE(Open(resumed, Measurement("noise", Start(kMinute * 75 + 30000))));
     EXPECT_FALSE(resumed.m_newEntry);
@@ -242,13 +295,44 @@ TEST_P(Recording, MakesARegisteredReportCurrentAgainWithoutWriting) {
     EXPECT_FALSE(resumed.m_Valid);
 }
 
+TEST_P(Recording, ClosesOnAReportThatAnotherRecorderRegistered) {
+    ASSERT_TRUE(Open(store));
+    Store first(database.ConnectString());
+    Store second(database.ConnectString());
+    ReportInfo one = Report();
+    ReportInfo two = Report(2, 1000, 2);
+    for (Store* resumed : {&first, &second})
+        ASSERT_TRUE(Open(*resumed, Measurement("noise", Start(kMinute))));
+    ASSERT_TRUE(first.PutReport(nullptr, two) && Write(first, 0, 1));
+    for (Store* other : {&second, &store}) {
+        EXPECT_TRUE(other->PutReport(nullptr, two)) << "the next write tells";
+        EXPECT_FALSE(Write(*other, 0, 2));
+        EXPECT_FALSE(other->m_Valid);
+        EXPECT_TRUE(other->dbConnect());
+        EXPECT_FALSE(Write(*other, 0, 2)) << "a recorder that connects anew is no better off";
+    }
+    ASSERT_TRUE(first.PutReport(nullptr, one) && first.PutReport(nullptr, two));
+    EXPECT_TRUE(Write(first, 1, 3)) << "it registered the report itself";
+    ASSERT_TRUE(Open(second, Measurement("noise", Start(kMinute * 2)), two));
+    EXPECT_TRUE(Write(second, 0, 4));
+    EXPECT_EQ(database.Ask("SELECT PeriodNo FROM MeasuredValues WHERE Value=4"), "120");
+}
+
 TEST_P(Recording, GivesAReportItsKeyThatACrashLeftWithoutOne) {
     ASSERT_TRUE(Open(store));
     ReportInfo second = Report(2, 1000, 2);
     ASSERT_TRUE(store.PutReport(nullptr, second));
     database.Run({"DELETE FROM MeasValueMap"});
-    Store resumed(database.ConnectString());
-    ASSERT_TRUE(Open(resumed));
+    Store resumed(database.WatchedString());
+    TheWatch().FailOn("INTO MeasvalueMap");
+    ASSERT_TRUE(Open(resumed)) << "the next write tells";
+    EXPECT_FALSE(Write(resumed, 0, 6));
+    MeasurementInfo again = Measurement();
+    ASSERT_TRUE(resumed.PutMeasurement(nullptr, 1, again));
+    TheWatch().Reset();
+    ASSERT_TRUE(resumed.PutReport(nullptr, second));
+    ReportInfo first = Report();
+    ASSERT_TRUE(resumed.PutReport(nullptr, first));
     EXPECT_EQ(database.Ask("SELECT count(DISTINCT MeasValueId) FROM MeasValueMap"), "2");
     ASSERT_TRUE(Write(resumed, 0, 7));
     Select(resumed);
