@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "csv_lines.h"
 #include "csv_reader.h"
 #include "csv_text.h"
 #include "failure.h"
@@ -19,9 +20,11 @@ namespace mersola::tool {
 namespace {
 
 // Records as "line:field|field".
-std::string Records(const std::string& text) {
+std::string Records(const std::string& text, char separator = ',',
+                    const std::string& encoding = "utf-8") {
     std::istringstream in(text);
-    CsvReader reader(in);
+    LineReader lines(in, encoding);
+    CsvReader reader(lines, separator);
     std::string records;
     try {
         while (reader.Next()) {
@@ -49,6 +52,27 @@ TEST(CsvReader, KeepsFieldsAndCountsLines) {
         EXPECT_TRUE(
             Records(std::string("a\n\n") + wrong + "\n").starts_with("line 3: this is no UTF-8"));
     EXPECT_TRUE(Records("a\rb\r").starts_with("line 1: its lines end"));
+    EXPECT_EQ(Records("a\t \tb c\t\n\t\n", '\t'), "1:a||b c||2:||");
+    EXPECT_EQ(Records("S\xFC"
+                      "d;\xB5\n",
+                      ';', "latin1"),
+              "1:S\xC3\xBC"
+              "d|\xC2\xB5|");
+    EXPECT_TRUE(
+        Records("a\n\x81\n", ',', "windows-1252").starts_with("line 2: this is no text in"));
+    for (const char* none : {"utf-16", "UCS-4", "latin1//IGNORE", "EBCDIC-US", "noise", ""})
+        EXPECT_FALSE(LineReader::IsReadable(none)) << none;
+}
+
+TEST(CsvReader, TakesNoMoreMemoryThanOneRecordMayHave) {
+    const std::string mebibyte(1 << 20, 'x'), most = mebibyte.substr(7);
+    EXPECT_EQ(Records("a\n\"" + most + "\",1\n"), "1:a|2:" + most + "|1|");
+    EXPECT_TRUE(Records("a\n" + mebibyte + "y\n").starts_with("line 2: it is longer than 1 MiB"));
+    EXPECT_TRUE(Records("a\nb,\"" + most + "\n\n\n\n\n\n\n\n\",1\n")
+                    .starts_with("line 2: a quote is not closed, or"));
+    std::ifstream zeros("/dev/zero");
+    LineReader lines(zeros);
+    EXPECT_THROW(lines.Beginning(), Failure);
 }
 
 class Csv : public Tool {
@@ -216,7 +240,9 @@ TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
         "00:00:12.999,+5e1,loud\n2026-01-01 00:00:13,,\n";
     const Outcome outcome = RunWords(Into(db_, text, levels));
     ASSERT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, "Stored 2 values in 1 report; 1 field held none.\n");
+    EXPECT_EQ(outcome.out,
+              "Read with commas, decimal points, the year first in dates; the column names are "
+              "in line 1.\nStored 2 values in 1 report; 1 field held none.\n");
     const std::string spectra =
         "Date,L1000,31.5 hz,Status\n2026-01-01 00:00:11,41,42,\n2026-01-01 00:00:12,43,44,A\n";
     ASSERT_EQ(RunWords(Into(db_, spectra,
@@ -277,7 +303,7 @@ TEST_F(Csv, ComesThroughAPipe) {
     words[2] = "/dev/fd/" + std::to_string(ends[0]);
     const Outcome outcome = RunWords(words);
     close(ends[0]);
-    EXPECT_EQ(outcome.out, "Stored 1 value in 1 report.\n") << outcome.err;
+    EXPECT_TRUE(outcome.out.ends_with("\nStored 1 value in 1 report.\n")) << outcome.err;
 }
 
 TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
@@ -294,7 +320,7 @@ TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
         {"-1,1 kHz,1,\n", "line 6: Period '-1'"},
         {"1,,1,\n", "line 6: Band is empty"},
         {"1,1 kHz,nan,\n", "line 6: Value 'nan' cannot be stored"},
-        {"1,1 kHz,\"1,5\",\n", "line 6: Value '1,5' is no number"},
+        {"1,1 kHz,1.5,\n2,1 kHz,\"1,5\",\n", "line 7: Value '1,5' is no number"},
         {"1,\"1\nkHz\",1,\n\n2,1 kHz,x,\n", "line 9: Value 'x' is no number"},
         {"1,\"1 kHz,1,\n", "line 6: a quote is not closed"}};
     for (const auto& fault : faults)

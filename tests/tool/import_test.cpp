@@ -155,8 +155,8 @@ TEST_F(Import, PutsEachRowIntoTheNearestPeriodAndNoTwoIntoOne) {
     ExpectRefused(Into(rows, leq + Words{"--align", "floor", "--report", "2"}),
                   "line 3: its time belongs to period 0, as that of line 2 does");
     const std::string early = "Time,Value\n2026-05-31 23:59:59.";
-    ASSERT_EQ(RunWords(Into(early + "600,1\n", leq)).out,
-              "Stored 0 values in 1 report; 1 value was stored already.\n");
+    EXPECT_TRUE(RunWords(Into(early + "600,1\n", leq))
+                    .out.ends_with("\nStored 0 values in 1 report; 1 value was stored already.\n"));
     ExpectRefused(Into(early + "500,1\n", leq), "lies before the measurement's start");
     // Also when one of them is in the database by then.
     std::string many = "Period,Value\n";
@@ -195,6 +195,89 @@ TEST_F(Import, OfADayWithTwentyFiveHoursNeedsAZoneThatHasThem) {
     EXPECT_EQ(Count("MeasuredValues"), 24 * 14);
     EXPECT_EQ(Count("Measurements WHERE StartAt='2026,10,25,01,00,00,000'"), 1);
     EXPECT_EQ(Stored(0, 13) + "|" + Stored(23, 42), "50.3|52");
+}
+
+TEST_F(Import, ReadsWhatALoggerWroteAndSaysHow) {
+    const Words semicolons =
+        From("semicolon_latin1.csv", {"--column", "date=Datum", "--column", "time=Zeit",
+                                      "--functions", "LAeq,LAFmax,LA90=LAF90", "--period", "1min"});
+    ExpectRefused(semicolons,
+                  "line 1: this is no UTF-8 text; give its encoding, as --encoding latin1");
+    const Outcome outcome = RunWords(semicolons + Words{"--encoding", "latin1"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out,
+              "Read with semicolons, decimal commas, the day first in dates; the column names "
+              "are in line 4.\nStored 179 values in 1 report; 1 field held none.\n");
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods=60"), 1);
+    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,06,01,00,00,00,000'"), 1);
+    EXPECT_EQ(Count("MeasuredValues WHERE PeriodNo=17"), 2);
+    EXPECT_EQ(Count("MeasuredValues,FuncNameMap WHERE MeasuredValues.FuncId=FuncNameMap.FuncId AND "
+                    "FuncName='LA90' AND PeriodNo=59 AND FrqId=0 AND Value=49.7"),
+              1);
+}
+
+TEST_F(Import, ReadsTabsTwelveHoursAndSecondsSince1970) {
+    const Words tabs = From("tab_month_first.tsv", {"--column", "time=Timestamp", "--functions",
+                                                    "LAeq,LCpeak", "--period", "13min"});
+    ExpectRefused(tabs,
+                  "as '06/01/2026 12:00:00 AM', either the day or the month may stand first; say "
+                  "--times dmy or --times mdy");
+    ASSERT_EQ(RunWords(tabs + Words{"--times", "mdy"}).status, 0);
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods=60"), 1);
+    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,06,01,00,00,00,000'"), 1);
+    EXPECT_EQ(Count("MeasuredValues"), 120);
+    const Outcome epoch = RunWords({"import", db_, Logger("epoch_bom.csv"), "--instrument", "meter",
+                                    "--measurement", "night", "--functions", "Leq", "--column",
+                                    "time=epoch", "--period", "1s", "--zone", "UTC"});
+    ASSERT_EQ(epoch.status, 0) << epoch.err;
+    EXPECT_NE(epoch.out.find("seconds since 1970"), std::string::npos) << epoch.out;
+    EXPECT_EQ(Count("Reports WHERE noOfPeriods=50"), 1);
+    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,06,01,00,00,00,000'"), 2);
+    ExpectRefused(From("ambiguous.csv", {"--functions", "LAeq", "--period", "24h"}),
+                  "say --times dmy or --times mdy");
+}
+
+TEST_F(Import, GuessesFromTheFirstLinesAndRefusesWhatMayBeTwoThings) {
+    const auto said = [&](const std::string& text, const Words& more) {
+        const Outcome outcome = RunWords(Into(text, more));
+        return outcome.err + outcome.out.substr(0, outcome.out.find('\n'));
+    };
+    // What stands in front may look like anything, and lines may end in separators or not.
+    EXPECT_EQ(said("sep=;\n\"Time; place\";x,y,z\nTime;Leq;Remark\n13/06/2026;1,5;a.b;\n"
+                   "14/06/2026;1e1;,\n12/07/2026;--;\n;;\n",
+                   {"--functions", "LAeq=Leq"}),
+              "Read with semicolons, decimal commas, the day first in dates; the column names are "
+              "in line 3.");
+    EXPECT_EQ(Stored(0, 0) + "|" + Stored(86'400, 0), "1.5|10");
+    // A column of dates is passed over where that of the times has them as well.
+    EXPECT_EQ(said("Date\tTime\t40 Hz\ttext\nMonday\t2026-06-13 00:00:01\t0.25\t1,5\n",
+                   {"--function", "Leq", "--bands", "40 hz", "--missing", "over"}),
+              "Read with tabs, decimal points, the year first in dates; the column names are in "
+              "line 1.");
+    EXPECT_EQ(Stored(1, 16), "0.25");
+    const Words leq{"--function", "Leq", "--report", "2"};
+    const std::string thousands = "Time;Value\n2026-06-13;51,234\n2026-06-14;7\n";
+    ExpectRefused(
+        Into(thousands, leq),
+        "as '51,234', the comma may stand before decimals or between thousands; say --decimal");
+    ExpectRefused(Into(thousands, leq + Words{"--decimal", "point"}),
+                  "line 2: Value '51,234' is no number");
+    const std::string named = "Time;Value\nTime;Value\n2026-06-13;0,234\n2026-06-14;1.000,5\n";
+    ExpectRefused(Into(named, leq), "line 2: Time 'Time' is no time");
+    ExpectRefused(Into(named, leq + Words{"--heading", "2", "--decimal", "comma"}),
+                  "line 4: Value '1.000,5' is no number");
+    ExpectRefused(Into("Zeit;Value\n2026-06-13;0,234\n", leq),
+                  "line 1: there is neither a column Period nor one Time; name one with --column "
+                  "time=NAME; the file has: Zeit, Value");
+    ExpectRefused(Into("Time,Lx,Value\n13/06/2026,nan,1\n", {"--functions", "Lx,50=Value"}),
+                  "the function '50' has a number for a name");
+    ExpectRefused(Into("Time,Function,Lx\n", {"--functions", "Lx"}), "the column Function says");
+    ExpectRefused(Into("Time,Lx\n13/06/2026,nan\n", {"--functions", "Lx"}),
+                  "line 2: Value 'nan' cannot be stored");
+    for (const Words& wrong :
+         {Words{"--encoding", "noise"}, Words{"--separator", "a"}, Words{"--decimal", ","},
+          Words{"--heading", "0"}, Words{"--functions", "a", "--wide"}, Words{"--column", "time="}})
+        ExpectRefused(Into("", wrong), wrong[0], 2);
 }
 
 }  // namespace

@@ -45,13 +45,19 @@ struct ImportOptions {
     std::string band = "broadband";
     std::optional<CTimeSpanEx> period;  ///< length of one
     std::optional<CTimeEx> start;       ///< of a new measurement
-    std::optional<TimeForm> times;      ///< how the file writes them
     std::string zone;                   ///< whose local times are stored; may be empty
     Align align = Align::Nearest;
-    std::vector<std::string> columns;  ///< "value=Laeq": which header stands for what
-    std::vector<std::string> bands;    ///< the headers of columns that hold a band each
-    bool isWide = false;               ///< every column that is nothing else holds a band
-    bool areBandNumbers = false;       ///< a bare number is that of a band, not a frequency
+    std::vector<std::string> columns;    ///< "value=Laeq": which header stands for what
+    std::vector<std::string> functions;  ///< "LAeq=Laeq": columns that hold a function each
+    std::vector<std::string> bands;      ///< the headers of columns that hold a band each
+    bool isWide = false;                 ///< every column that is nothing else holds a band
+    bool areBandNumbers = false;         ///< a bare number is that of a band, not a frequency
+    std::vector<std::string> missing;    ///< what stands where there is no value
+    std::string encoding = "utf-8";
+    std::optional<char> separator;  ///< this and what follows: seen in the file, if not given
+    std::optional<bool> hasDecimalComma;
+    std::optional<std::size_t> heading;  ///< line of the column names
+    std::optional<TimeForm> times;
 };
 
 /// Adds what a file holds to a database, all of it or nothing. `terminal`: where to show the

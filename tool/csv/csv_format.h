@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 namespace mersola::tool {
@@ -31,11 +32,15 @@ enum CsvColumn : std::size_t {
     kBandColumn,
     kValueColumn,
     kStatusColumn,
-    kCsvColumns
+    kCsvColumns,
+    kDateColumn = kCsvColumns,  ///< imports put it in front of the time
+    kReadColumns
 };
 
-inline constexpr std::array<std::string_view, kCsvColumns> kCsvNames{
+/// Of those that imports know, and of those that exports write.
+inline constexpr std::array<std::string_view, kReadColumns> kReadNames{
     "Instrument", "Measurement", "Report", "Length", "Period", "Time",
-    "Channel",    "Function",    "Band",   "Value",  "Status"};
+    "Channel",    "Function",    "Band",   "Value",  "Status", "Date"};
+inline constexpr auto kCsvNames = std::span(kReadNames).first<kCsvColumns>();
 
 }  // namespace mersola::tool

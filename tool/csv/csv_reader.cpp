@@ -2,10 +2,9 @@
 #include "csv_reader.h"
 
 #include <algorithm>
-#include <istream>
 
+#include "csv_lines.h"
 #include "failure.h"
-#include "utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -18,8 +17,9 @@ bool IsBlank(char c) {
 
 }  // namespace
 
-CsvReader::CsvReader(std::istream& in) : in_(in) {
+CsvReader::CsvReader(LineReader& lines, char separator) : lines_(lines) {
     csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
+    csv_set_delim(&parser_, static_cast<unsigned char>(separator));
 }
 
 CsvReader::~CsvReader() {
@@ -40,18 +40,16 @@ bool CsvReader::Feed() {
         static_cast<CsvReader*>(reader)->AddField({static_cast<const char*>(text), size});
     };
     const auto endRecord = [](int, void* reader) { static_cast<CsvReader*>(reader)->EndRecord(); };
-    if (!std::getline(in_, line_)) {
-        if (in_.bad()) throw Failure("the file could not be read to its end; is the disk well?");
+    if (!lines_.Next(line_)) {
         if (csv_fini(&parser_, addField, endRecord, this) != 0) Refuse("a quote is not closed");
         return false;
     }
-    if (++read_ == 1 && line_.starts_with("\xEF\xBB\xBF")) line_.erase(0, 3);
-    if (!isInside_) start_ = read_;
-    if (!IsUtf8(line_)) {
-        start_ = read_;
-        Refuse("this is no UTF-8 text; save the file as CSV in UTF-8");
+    if (!isInside_) {
+        start_ = lines_.Count();
+        size_ = 0;
     }
     line_ += '\n';
+    size_ += line_.size();
     if (csv_parse(&parser_, line_.data(), line_.size(), addField, endRecord, this) != line_.size())
         Refuse(
             "a quote stands where none may; write fields with quotes between quotes, and each "
@@ -60,7 +58,10 @@ bool CsvReader::Feed() {
     isInside_ = !isWhole_ && (isInside_ || !std::ranges::all_of(line_, [](char c) {
                                   return IsBlank(c) || c == '\r' || c == '\n';
                               }));
-    if (read_ - start_ > kMostLines) Refuse("a quote is not closed");
+    if (lines_.Count() - start_ > kMostLines || size_ > LineReader::kLongest)
+        Refuse("a quote is not closed, or its text is longer than the " +
+               std::to_string(LineReader::kLongest >> 20) + " MiB and " +
+               std::to_string(kMostLines) + " lines that a record may have");
     return true;
 }
 

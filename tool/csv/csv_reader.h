@@ -4,7 +4,6 @@
 #include <csv.h>
 
 #include <cstddef>
-#include <iosfwd>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,11 +11,15 @@
 
 namespace mersola::tool {
 
-/// Reads UTF-8 text record by record. Blanks around fields without quotes do not count, nor do
-/// empty lines. Raises Failure, which begins with the number of a line, for a text that is no CSV.
+class LineReader;
+
+/// Reads a text record by record. Blanks around fields without quotes do not count, nor do
+/// empty lines. Raises Failure, which begins with the number of a line, for a text that is no CSV
+/// and for a record without end.
 class CsvReader {
   public:
-    explicit CsvReader(std::istream& in);
+    /// Goes on where `lines` are.
+    explicit CsvReader(LineReader& lines, char separator = ',');
     ~CsvReader();
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
@@ -34,13 +37,13 @@ class CsvReader {
     void EndRecord();
     [[noreturn]] void Refuse(const std::string& reason) const;
 
-    std::istream& in_;
+    LineReader& lines_;
     csv_parser parser_;
     std::string line_;
     std::vector<std::string> fields_;  // more of them than count_, so that their room is used again
     std::size_t count_ = 0;
-    std::size_t read_ = 0;  // lines
-    std::size_t start_ = 0;
+    std::size_t start_ = 0;  // line of the record,
+    std::size_t size_ = 0;   // and its bytes
     bool isInside_ = false;  // of a record that goes on in the next line
     bool isWhole_ = false;
     bool isOverrun_ = false;

@@ -245,7 +245,7 @@ void Exporter::WriteHeader() {
         for (const auto& [band, position] : columns_) {
             const std::string label = bands_.Of(band);
             const bool isTaken = std::ranges::any_of(
-                kCsvNames, [&](std::string_view name) { return CompareNoCase(name, label) == 0; });
+                kReadNames, [&](std::string_view name) { return CompareNoCase(name, label) == 0; });
             header.push_back(isTaken ? "#" + std::to_string(band) : label);
         }
     }

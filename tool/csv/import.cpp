@@ -9,6 +9,8 @@
 #include <limits>
 
 #include "csv_commands.h"
+#include "csv_dialect.h"
+#include "csv_lines.h"
 #include "csv_reader.h"
 #include "failure.h"
 #include "import_columns.h"
@@ -26,12 +28,20 @@ namespace {
 
 using Fields = std::span<const std::string>;
 
+// `shown`: as it stands in the file.
 template <class Number>
-Number Parse(const std::string& text, CsvColumn column, const char* kind) {
+Number Parse(const std::string& text, const std::string& shown, CsvColumn column,
+             const char* kind) {
     const bool hasSign = text.starts_with('+');
     if (const auto number = ParseNumber<Number>(std::string_view(text).substr(hasSign ? 1 : 0)))
         return *number;
-    throw Failure(std::string(kCsvNames[column]) + " " + Quoted(Excerpt(text)) + " is no " + kind);
+    throw Failure(std::string(kReadNames[column]) + " " + Quoted(Excerpt(shown)) + " is no " +
+                  kind);
+}
+
+template <class Number>
+Number Parse(const std::string& text, CsvColumn column, const char* kind) {
+    return Parse<Number>(text, text, column, kind);
 }
 
 // The table whose record this is, if it is one.
@@ -64,11 +74,15 @@ Row RowIn(StoredTable table, Fields fields) {
 
 class Importer {
   public:
-    Importer(Mersola& store, const ImportOptions& options, const TimeZone* zone)
+    /// `out`: where to say what the first lines were taken for.
+    Importer(Mersola& store, const ImportOptions& options, const TimeZone* zone,
+             const Dialect& dialect, std::ostream& out)
         : options_(options),
+          zone_(zone),
+          dialect_(dialect),
+          out_(out),
           target_(store),
           bands_(target_.Bands(), options.areBandNumbers),
-          times_(options.times.value_or(TimeForm::YearFirst), zone),
           values_(store, target_) {}
 
     // `pass`: is called now and then.
@@ -112,20 +126,58 @@ class Importer {
     void Take(Fields fields, std::size_t line) {
         if (columns_) return TakeRow(fields, line);
         if (fields[0] == kFormName) {
+            isExport_ = true;
             if (fields.size() < 2 || fields[1] != kFormVersion)
                 throw Failure("the file was exported by another version; use that one");
         } else if (const auto table = TableOf(fields)) {
             target_.Add(*table, RowIn(*table, fields));
-        } else {
-            columns_.emplace(fields, options_, bands_);
+        } else if (line >= dialect_.heading) {
+            columns_.emplace(fields, options_, target_.Functions(), bands_);
+            ReadDialect(line);
         }
     }
 
+    // How times and numbers are written, by the first rows and by what the options say of them.
+    void ReadDialect(std::size_t line) {
+        for (const auto& row : dialect_.rows) {
+            if (HasAllColumns(row.fields)) columns_->Settle(row.fields);
+        }
+        std::vector<std::string> times, numbers;
+        for (const auto& row : dialect_.rows) {
+            if (!HasAllColumns(row.fields)) continue;
+            if (auto time = columns_->TimeIn(row.fields); !time.empty())
+                times.push_back(std::move(time));
+            for (const auto& column : columns_->Values())
+                numbers.push_back(row.fields[column.position]);
+        }
+        const auto guess = [&](const auto& option, auto&& guessed) {
+            return option ? *option : isExport_ ? decltype(guessed()){} : guessed();
+        };
+        const auto form = guess(options_.times, [&] { return GuessTimeForm(times); });
+        times_.emplace(form, zone_);
+        hasDecimalComma_ =
+            guess(options_.hasDecimalComma, [&] { return GuessDecimalComma(numbers); });
+        if (isExport_) return;
+        out_ << "Read with " << DescribeSeparator(dialect_.separator) << ", decimal "
+             << (hasDecimalComma_ ? "commas" : "points");
+        if (!times.empty()) out_ << ", " << DescribeTimeForm(form);
+        out_ << "; the column names are in line " << line << ".\n";
+    }
+
+    // Some write a separator at the end of the column names only, or of the rows only.
+    bool HasAllColumns(Fields fields) const {
+        const auto count = columns_->Count();
+        return fields.size() == count || (fields.size() == count + 1 && fields.back().empty()) ||
+               (fields.size() + 1 == count && columns_->IsLastEmpty());
+    }
+
     void TakeRow(Fields fields, std::size_t line) {
-        if (fields.size() != columns_->Count())
-            throw Failure("there are " +
-                          Counted(static_cast<std::int64_t>(fields.size()), "field") +
-                          " where the first line has " + std::to_string(columns_->Count()));
+        // Spreadsheets write such behind the last one.
+        if (std::ranges::all_of(fields, &std::string::empty)) return;
+        if (!HasAllColumns(fields))
+            throw Failure(
+                "there are " + Counted(static_cast<std::int64_t>(fields.size()), "field") +
+                " where the line of the column names has " + std::to_string(columns_->Count()));
         const auto given = [&](CsvColumn column,
                                const std::string& otherwise) -> const std::string& {
             return columns_->Has(column) ? columns_->In(fields, column) : otherwise;
@@ -134,20 +186,22 @@ class Importer {
         ImportedValue value{report_,
                             Parse<std::int32_t>(given(kChannelColumn, options_.channel),
                                                 kChannelColumn, "whole number"),
-                            Named(function_, given(kFunctionColumn, options_.function),
-                                  target_.Functions(), kFunctionColumn),
+                            0,
                             PeriodIn(fields),
                             0,
                             std::nullopt,
                             columns_->In(fields, kStatusColumn),
                             line};
-        for (const auto& [position, band] : columns_->Bands()) {
-            value.band = band;
-            AddValue(value, fields[position], "");
+        for (const ValueColumn& column : columns_->Values()) {
+            value.function = column.function
+                                 ? *column.function
+                                 : Named(function_, given(kFunctionColumn, options_.function),
+                                         target_.Functions(), kFunctionColumn);
+            value.band = column.band
+                             ? *column.band
+                             : Named(band_, given(kBandColumn, options_.band), bands_, kBandColumn);
+            AddValue(value, fields[column.position]);
         }
-        if (!columns_->Bands().empty()) return;
-        value.band = Named(band_, given(kBandColumn, options_.band), bands_, kBandColumn);
-        AddValue(value, columns_->In(fields, kValueColumn), value.status);
     }
 
     // What a name meant last, as it is the same in most rows.
@@ -158,7 +212,7 @@ class Importer {
     template <class Kind>
     static std::int32_t Named(Remembered& remembered, const std::string& text, Kind& kind,
                               CsvColumn column) {
-        if (text.empty()) throw Failure(std::string(kCsvNames[column]) + " is empty");
+        if (text.empty()) throw Failure(std::string(kReadNames[column]) + " is empty");
         if (!remembered.id || remembered.text != text) remembered = {text, kind.Find(text)};
         return *remembered.id;
     }
@@ -182,8 +236,8 @@ class Importer {
                           std::nullopt};
         if (columns_->Has(kPeriodColumn)) asked.period = PeriodIn(fields);
         // Where there are numbers, exports leave out times that are beyond all calendars.
-        if (const auto& text = columns_->In(fields, kTimeColumn); !text.empty() || !asked.period)
-            asked.time = [&] { return times_.Read(text); };
+        if (const auto text = columns_->TimeIn(fields); !text.empty() || !asked.period)
+            asked.time = [=, this] { return times_->Read(text); };
         report_ = &target_.Report(asked);
         reportNamed_ = named;
     }
@@ -197,8 +251,8 @@ class Importer {
                 throw Failure("Period " + Quoted(Excerpt(text)) + " is no number of a period");
             return period;
         }
-        const auto& text = columns_->In(fields, kTimeColumn);
-        const CTimeEx time = times_.Read(text);
+        const auto text = columns_->TimeIn(fields);
+        const CTimeEx time = times_->Read(text);
         if (!report_->start.IsValid())
             throw Failure("the measurement is stored without a start, so that Time has no period");
         const std::int64_t length = report_->length;
@@ -223,14 +277,15 @@ class Importer {
     }
 
     // An empty field of a row that is invalid stands for the value that the library stores then.
-    void AddValue(ImportedValue value, const std::string& text, const std::string& status) {
-        if (text.empty() && status == "A") {
+    void AddValue(ImportedValue value, const std::string& text) {
+        const bool isMissing = IsMissing(text);
+        if (isMissing && columns_->IsLong() && value.status == "A") {
             value.value = -100;
-        } else if (text.empty()) {
+        } else if (isMissing) {
             ++empty_;
             return;
         } else if (text != kNull) {
-            value.value = Parse<double>(text, kValueColumn, "number");
+            value.value = NumberIn(text);
             if (!std::isfinite(*value.value))
                 throw Failure("Value " + Quoted(Excerpt(text)) +
                               " cannot be stored; leave the field empty");
@@ -242,10 +297,29 @@ class Importer {
         row_.push_back(std::move(value));
     }
 
+    bool IsMissing(const std::string& text) const {
+        return text.find_first_not_of('-') == text.npos ||
+               std::ranges::find(options_.missing, text) != options_.missing.end();
+    }
+
+    double NumberIn(const std::string& text) const {
+        std::string number = text;
+        if (hasDecimalComma_) {
+            std::ranges::replace(number, '.', '?');  // which is no number then
+            std::ranges::replace(number, ',', '.');
+        }
+        return Parse<double>(number, text, kValueColumn, "number");
+    }
+
     const ImportOptions& options_;
+    const TimeZone* zone_;
+    const Dialect& dialect_;
+    std::ostream& out_;
     ImportTarget target_;
     ImportedBands bands_;
-    TimeReader times_;
+    std::optional<TimeReader> times_;
+    bool hasDecimalComma_ = false;
+    bool isExport_ = false;
     ImportedValues values_;
     SeenValues seen_;
     std::optional<ImportedColumns> columns_;
@@ -277,10 +351,14 @@ void Import(const ImportOptions& options, std::ostream& out, std::ostream* termi
     std::istream& in = isFile ? file : std::cin;
     std::optional<TimeZone> zone;
     if (!options.zone.empty()) zone.emplace(options.zone);
+    LineReader lines(in, options.encoding);
+    const Dialect dialect =
+        GuessDialect(lines.Beginning(), options.separator, options.heading,
+                     [&](Fields fields) { return ImportedColumns::AreIn(fields, options); });
+    CsvReader reader(lines, dialect.separator);
     const auto store = OpenDatabase(options.database, Access::Write);
     Transaction transaction(*store);
-    Importer importer(*store, options, zone ? &*zone : nullptr);
-    CsvReader reader(in);
+    Importer importer(*store, options, zone ? &*zone : nullptr, dialect, out);
     double size = 0;  // that of a pipe is not known
     if (isFile && std::filesystem::is_regular_file(options.file, unknown))
         size = static_cast<double>(std::filesystem::file_size(options.file));

@@ -19,10 +19,11 @@ struct FormNames {
     const char* description;
     const char* example;
 };
-constexpr std::array<FormNames, 4> kForms{{{"ymd", "year first", "2026-11-15 07:30:12.045"},
-                                           {"dmy", "day first", "15.11.2026 07:30:12.045"},
-                                           {"mdy", "month first", "11/15/2026 07:30:12.045"},
-                                           {"epoch", "seconds since 1970", "1794727812.045"}}};
+constexpr std::array<FormNames, 4> kForms{
+    {{"ymd", "the year first in dates", "2026-11-15 07:30:12.045"},
+     {"dmy", "the day first in dates", "15.11.2026 07:30:12.045"},
+     {"mdy", "the month first in dates", "11/15/2026 07:30:12.045"},
+     {"epoch", "seconds since 1970", "1794727812.045"}}};
 
 const FormNames& NamesOf(TimeForm form) {
     return kForms[static_cast<std::size_t>(form)];

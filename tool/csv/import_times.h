@@ -15,7 +15,7 @@ enum class TimeForm { YearFirst, DayFirst, MonthFirst, Epoch };
 
 /// The form of that name on the command line: ymd, dmy, mdy, epoch.
 std::optional<TimeForm> ParseTimeForm(const std::string& text);
-/// What is said of it, as "day first".
+/// What is said of it, as "the day first in dates".
 const char* DescribeTimeForm(TimeForm form);
 
 /// Whether a text is a time of day alone.
