@@ -294,13 +294,14 @@ TEST_F(Tool, ReadsMeasurementsAsOneAndTellsSeamsGapsAndOverlaps) {
         return std::string(kind) + periods + minute + start + "0" + minute + end + "0," + name +
                "\n";
     };
-    EXPECT_EQ(gaps.out, "Stretch,First,Last,Start,End,Measurement\n" +
-                            stretch("measurement", ",0,3", "0.00", "1.00", "a") +
-                            stretch("measurement", ",4,7", "1.00", "2.00", "b") +
-                            stretch("gap", ",8,11", "2.00", "3.00", "") +
-                            stretch("measurement", ",12,19", "3.00", "5.00", "c") +
-                            stretch("measurement", ",17,19", "4.25", "5.00", "d") +
-                            stretch("overlap", ",17,19", "4.25", "5.00", "d"))
+    EXPECT_EQ(gaps.out, "Stretch,First,Last,Start,End,Measurement,Stored %\n" +
+                            stretch("measurement", ",0,3", "0.00", "1.00", "a,100") +
+                            stretch("measurement", ",4,7", "1.00", "2.00", "b,100") +
+                            stretch("gap", ",8,11", "2.00", "3.00", ",") +
+                            stretch("measurement", ",12,19", "3.00", "5.00", "c,100") +
+                            stretch("measurement", ",17,19", "4.25", "5.00", "d,100") +
+                            stretch("overlap", ",17,19", "4.25", "5.00", "d,") +
+                            stretch("whole", ",0,19", "0.00", "5.00", ",80"))
         << gaps.err;
     const Words whole = Words{"values", db_, "--continuous", "--function", "LAeq"} + one;
     std::istringstream rows(RunWords(whole).out);

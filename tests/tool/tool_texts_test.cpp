@@ -41,6 +41,10 @@ TEST(TimeTexts, AreDatesThatThereAre) {
           "2026-11-15 07:30:", "2026-11-15 07:30:12.", "2026-11-15 07:30:12.0451",
           "2026-11-15 07:30:12Z", "2026-11-15 07:3x", "26-11-15 07:30", "2026-11-15  07:30"})
         EXPECT_FALSE(ParseTime(text)) << text;
+    EXPECT_EQ(TimeText(*ParseTimeOrDate("2026-11-15")), "2026-11-15 00:00:00.000");
+    EXPECT_EQ(TimeText(*ParseTimeOrDate("2026-11-15 07:30")), "2026-11-15 07:30:00.000");
+    for (const char* text : {"", "2026-11-31", "15.11.2026", "2026-11-15 ", "2026-11-1"})
+        EXPECT_FALSE(ParseTimeOrDate(text)) << text;
 }
 
 TEST(Tables, LineUpByCharactersAndShowNoControlCodes) {

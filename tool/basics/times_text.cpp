@@ -81,6 +81,11 @@ std::optional<CTimeEx> ParseTime(std::string_view text) {
     return time;
 }
 
+std::optional<CTimeEx> ParseTimeOrDate(std::string_view text) {
+    constexpr std::string_view form = "2026-11-15";
+    return ParseTime(text.size() == form.size() ? std::string(text) + " 00:00" : std::string(text));
+}
+
 std::string PeriodText(const CTimeSpanEx& span) {
     const auto total = span.GetTotalMilliseconds();
     const auto fits = [=](const Unit& unit) {

@@ -20,6 +20,9 @@ std::optional<CTimeSpanEx> ParsePeriod(std::string_view text);
 /// with a blank or a T before the hour. Nothing for any other text or for what is no date.
 std::optional<CTimeEx> ParseTime(std::string_view text);
 
+/// The same, or a date alone: its midnight.
+std::optional<CTimeEx> ParseTimeOrDate(std::string_view text);
+
 /// In the largest unit that needs no fraction, as ParsePeriod reads it: "15 min".
 std::string PeriodText(const CTimeSpanEx& span);
 

@@ -41,8 +41,8 @@ std::vector<ChainMember> NumberPeriods(const std::vector<Recorded>& recorded, st
             first +=
                 (measurement.StartAt - recorded[i - 1].measurement.StartAt).GetTotalMilliseconds() /
                 reports[index].PeriodLen.GetTotalMilliseconds();
-        members.push_back({measurement.MeasId, std::string(measurement.MeasName), first,
-                           reports[index].noOfPeriods});
+        members.push_back({measurement.MeasId, std::string(measurement.MeasName),
+                           reports[index].ReportId, first, reports[index].noOfPeriods});
     }
     return members;
 }

@@ -14,6 +14,7 @@ namespace mersola::tool {
 struct ChainMember {
     std::int32_t measId;
     std::string name;
+    std::int32_t reportId;
     std::int64_t first;  ///< its first period within the chain
     std::int64_t count;  ///< of its periods
 };

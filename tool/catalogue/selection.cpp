@@ -12,8 +12,6 @@
 namespace mersola::tool {
 namespace {
 
-constexpr std::int32_t kContinuous = -3;
-
 // Bands that follow one another, so that one read brings them all.
 struct Run {
     std::int32_t first;
@@ -74,13 +72,16 @@ Selection Select(Mersola& store, const SelectionOptions& options) {
     if (options.isContinuous) {
         const Chain chain = ReadChain(store, chosen.instrument);
         const ChainReport& report = ChooseReport(chain, options.report);
-        for (const ChainMember& member : report.members)
+        for (const ChainMember& member : report.members) {
             chosen.measurements.push_back(member.measId);
+            chosen.begins.push_back(member.first);
+        }
         chosen.report = report.type;
         ChooseChannel(chosen, report.functions, options.channel);
     } else {
         const auto measurement = ChooseMeasurement(store, chosen.instrument, options.measurement);
         chosen.measurements = {measurement};
+        chosen.begins = {0};
         chosen.report = ChooseReport(store, chosen, options.report);
         ChooseChannel(chosen, ReadFunctions(store, chosen.instrument, measurement, chosen.report),
                       options.channel);
@@ -109,11 +110,17 @@ std::int32_t CountPeriods(Mersola& store) {
 }
 
 std::int32_t FirstPeriod(Mersola& store, const Selection& chosen, std::int32_t count) {
-    long first = 0;
-    store.GetFirstPeriod(first, chosen.instrument,
-                         chosen.isContinuous ? kContinuous : chosen.measurements.front(),
-                         chosen.report, 0, nullptr);
-    return static_cast<std::int32_t>(std::clamp(first, 0L, count - 1L));
+    std::int64_t first = count;
+    for (_Recordset& row : Rows(store, "SELECT r.MeasId,%s FROM %s WHERE r.GroupId=%d AND r.%s=%d",
+                                kFirstStored, kReportsAndKeys, chosen.instrument,
+                                chosen.isContinuous ? "ReportType" : "ReportId", chosen.report)) {
+        const auto member = std::ranges::find(chosen.measurements, row.Fields(0).Long());
+        if (member == chosen.measurements.end() || row.Fields(1).IsNull()) continue;
+        first = std::min(
+            first, chosen.begins[static_cast<std::size_t>(member - chosen.measurements.begin())] +
+                       row.Fields(1).Long());
+    }
+    return first >= count ? 0 : static_cast<std::int32_t>(std::max<std::int64_t>(first, 0));
 }
 
 std::vector<std::int32_t> StoredBands(Mersola& store, const Selection& chosen,

@@ -29,6 +29,7 @@ struct Selection {
     bool isContinuous;
     std::int32_t instrument;
     std::vector<std::int32_t> measurements;  ///< the one, or those of the chain
+    std::vector<std::int64_t> begins;        ///< the first period of each, among all of them
     std::int32_t report;                     ///< its type in the continuous view
     std::int32_t channel;
     std::vector<MeasuredFunction> functions;  ///< those of the channel, by identifier
@@ -48,7 +49,7 @@ const MeasuredFunction& ChooseFunction(const Selection& chosen, const std::strin
 /// The number of periods of the report. Raises Failure when there are none yet.
 std::int32_t CountPeriods(Mersola& store);
 
-/// The first period that is still stored, as far as that is known; one of the `count` periods.
+/// The first period that has values, 0 when none has; one of the `count` periods.
 std::int32_t FirstPeriod(Mersola& store, const Selection& chosen, std::int32_t count);
 
 /// The bands in which these functions have values in these periods, or anywhere; ascending.

@@ -9,6 +9,7 @@
 
 #include <mersola/times.h>
 
+#include "asked_periods.h"
 #include "database_argument.h"
 #include "import_times.h"
 #include "streams.h"
@@ -22,8 +23,7 @@ struct ExportOptions {
     std::string report;                   ///< a number; all when empty
     std::optional<std::int32_t> channel;  ///< all when none is given
     std::string function;                 ///< a name or a number; all when empty
-    std::optional<std::int64_t> from;     ///< the first period
-    std::optional<std::int64_t> count;
+    AskedPeriods periods;
     bool isWide = false;   ///< a column for each band
     bool isPlain = false;  ///< without what else the database holds
     std::string file;      ///< the output when empty or "-"

@@ -43,14 +43,14 @@ void AddExport(CLI::App& app, const Streams& streams) {
     command.Parsed("--channel", given->channel, ParseCount<0>, "a number from 0",
                    "Number of the only channel [all]");
     command.Text("--function", given->function, "Name or number of the only function [all]");
-    command.Parsed("--from", given->from, ParseCount<0>, "a number from 0",
-                   "The first period [the first stored]");
-    command.Parsed("--count", given->count, ParseCount<1>, "a number from 1",
-                   "How many periods from then on [all]");
+    AddPeriods(command, given->periods);
     command.Flag("--wide", given->isWide, "A column for each band [a row for each value]");
     command.Flag("--plain", given->isPlain, "Begin with the line of column names");
     command.Text("-o,--output", given->file, "File to write, - for the output").Default("-");
-    command.Run([=] { Export(*given, streams.out); });
+    command.Run([=] {
+        RequireForward(given->periods);
+        Export(*given, streams.out);
+    });
     command.Footer(
         "Rows go by report, channel, function and period. In front of the column names stand lines "
         "that\n"

@@ -255,9 +255,16 @@ void Exporter::WriteHeader() {
 std::string Exporter::ValuesOf(const ExportedReport& report) const {
     std::string condition =
         "WHERE MeasValueId=" + std::to_string(report.key) + channels_ + chosenFunctions_;
-    const auto first = options_.from.value_or(0);
-    if (options_.from) condition += " AND PeriodNo>=" + std::to_string(first);
-    if (options_.count) condition += " AND PeriodNo<" + std::to_string(first + *options_.count);
+    const AskedPeriods& asked = options_.periods;
+    std::int32_t firstStored = 0;
+    if (asked.count && !asked.from)
+        firstStored =
+            Query(store_, "SELECT MIN(PeriodNo) FROM MeasuredValues %s", condition.c_str())
+                ->Fields(0)
+                .Long();
+    const auto bounds = BoundsOf(asked, {report.start, report.real}, firstStored);
+    if (asked.from) condition += " AND PeriodNo>=" + std::to_string(bounds.first);
+    if (bounds.end) condition += " AND PeriodNo<" + std::to_string(*bounds.end);
     return condition;
 }
 

@@ -35,6 +35,28 @@ Option AddSelection(Command& command, SelectionOptions& given) {
     return continuous;
 }
 
+void AddPeriods(Command& command, AskedPeriods& given) {
+    command.Parsed(
+        "--from", given.from, ParsePeriodOrTime,
+        "a number from 0, nor a time, as '2026-11-15 07:30:12.045' or 2026-11-15",
+        "The first period, or a time: those that begin then or later [the first stored]");
+    const Option to = command.Parsed("--to", given.to, ParseTimeOrDate, kTimeOrDateForm,
+                                     "A time: those that begin before then [all]");
+    command
+        .Parsed("--count", given.count, ParseCount<1>, "a number from 1", "How many periods [all]")
+        .Excludes(to);
+}
+
+void RequireForward(const std::optional<CTimeEx>& from, const std::optional<CTimeEx>& to) {
+    if (from && to && (*to - *from).GetTotalMilliseconds() <= 0)
+        throw CLI::ValidationError("--to: " + TimeText(*to) + " does not lie behind --from");
+}
+
+void RequireForward(const AskedPeriods& given) {
+    const auto* time = given.from ? std::get_if<CTimeEx>(&*given.from) : nullptr;
+    if (time) RequireForward(*time, given.to);
+}
+
 void RequireMeasurement(const SelectionOptions& given) {
     if (given.measurement.empty() && !given.isContinuous)
         throw CLI::RequiredError("--measurement or --continuous");

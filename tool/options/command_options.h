@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "asked_periods.h"
 #include "command.h"
 #include "database_argument.h"
 #include "selection.h"
@@ -34,8 +35,17 @@ Option AddSelection(Command& command, SelectionOptions& given);
 /// measurement nor the continuous view is asked for.
 void RequireMeasurement(const SelectionOptions& given);
 
+/// Which periods are meant.
+void AddPeriods(Command& command, AskedPeriods& given);
+
+/// For the callback of a command with options for both: raises what the parser does when the time
+/// of --to is not behind that of --from.
+void RequireForward(const std::optional<CTimeEx>& from, const std::optional<CTimeEx>& to);
+void RequireForward(const AskedPeriods& given);
+
 /// What texts have to be, for Command::Parsed.
 inline constexpr const char* kTimeForm = "a time, as '2026-11-15 07:30:12.045'";
+inline constexpr const char* kTimeOrDateForm = "a time, as '2026-11-15 07:30:12.045' or 2026-11-15";
 inline constexpr const char* kPeriodForm = "a period from 1ms to 24h, as 125ms or 15min";
 
 /// The whole text as a number, if it lies within the limits.

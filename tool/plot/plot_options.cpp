@@ -26,9 +26,10 @@ void AddPlot(CLI::App& app, const Streams& streams) {
     AddSelection(command, *given);
     command.Texts("--function", given->functions,
                   "Name or number of a function to draw; can be given several times [LAeq, Leq]");
-    command.Parsed("--from", given->from, ParseTime, kTimeForm,
+    command.Parsed("--from", given->from, ParseTimeOrDate, kTimeOrDateForm,
                    "When the picture begins [with the first period stored]");
-    command.Parsed("--to", given->to, ParseTime, kTimeForm, "When it ends [with the last period]");
+    command.Parsed("--to", given->to, ParseTimeOrDate, kTimeOrDateForm,
+                   "When it ends [with the last period]");
     command.Text("-o,--output", given->file, "The picture to make: .svg, .png or .html")
         .Required()
         .Check([](const std::string& path) {
@@ -52,6 +53,7 @@ void AddPlot(CLI::App& app, const Streams& streams) {
         "does the drawing.");
     command.Run([=] {
         RequireMeasurement(*given);
+        RequireForward(given->from, given->to);
         Plot(*given, streams.out, streams.terminal);
     });
 }

@@ -1,12 +1,16 @@
 // mersola list: what a database holds.
+#include <map>
 #include <optional>
 #include <ostream>
+#include <utility>
+#include <vector>
 
 #include "catalogue.h"
 #include "chain.h"
 #include "failure.h"
 #include "measured.h"
 #include "open_database.h"
+#include "query.h"
 #include "show.h"
 #include "times_text.h"
 
@@ -26,24 +30,100 @@ std::string KindOf(const InstrumentInfo& instrument) {
     return kind;
 }
 
-// Where the values of a report of the selected measurement begin.
-std::string FirstStored(Mersola& store, const ReportInfo& report) {
-    long period = -1;
-    CTimeEx start;
-    if (store.SetReport(report.ReportId) != 1 || store.GetFirstPeriod(period) != 1)
-        return ", no values";
-    const bool hasTime = store.GetStartOfFirstPeriod(start) == 1;
-    return ", stored from period " + std::to_string(period) +
-           (hasTime ? " at " + TimeText(start) : "");
+// What a database holds below its instruments. Each table is read once: on a server the statements
+// cost more than the rows.
+struct Catalogue {
+    struct Report {
+        ReportInfo info;
+        std::optional<std::int32_t> first;  // period with values
+    };
+    using Instrument = std::int32_t;
+    using Measurement = std::pair<Instrument, std::int32_t>;
+
+    std::multimap<Instrument, MeasurementInfo> measurements;  // by start
+    std::map<Measurement, std::string> percentiles;           // fit to be shown
+    std::multimap<Measurement, Report> reports;               // by type
+    std::map<std::pair<Measurement, std::int32_t>, std::vector<MeasuredFunction>> functions;
+};
+
+// Nothing where a list holds anything but numbers.
+std::string PercentilesIn(const CString& text) {
+    ListText items;
+    std::string list;
+    if (!items.Parse(text)) return "";
+    for (const CString& item : items) {
+        const auto number = ParseNumber<float>(item.View());
+        if (!number) return "";
+        list += (list.empty() ? ", percentiles " : ", ") + NumberText(*number);
+    }
+    return list;
 }
 
-std::string PercentilesOf(Mersola& store) {
-    CArray<float, float> percentiles;
-    store.GetPercentiles(percentiles);
-    std::string list;
-    for (const float each : percentiles)
-        list += (list.empty() ? ", percentiles " : ", ") + NumberText(each);
-    return list;
+void ReadMeasurements(Mersola& store, Catalogue& catalogue) {
+    for (_Recordset& row : Rows(store, "SELECT * FROM Measurements ORDER BY StartAt")) {
+        MeasurementInfo measurement;
+        const std::int32_t instrument = row.Fields("GroupId").Long();
+        measurement.MeasId = row.Fields("MeasId").Long();
+        measurement.MeasName = row.Fields("MeasName").Text();
+        if (!CTimeEx::FromText(row.Fields("StartAt").Text(), measurement.StartAt))
+            measurement.StartAt.SetStatus(COleDateTime::invalid);
+        measurement.BandWidth = row.Fields("BandWidth").Long();
+        measurement.FrqLower = row.Fields("FrqLower").Double();
+        measurement.FrqUpper = row.Fields("FrqUpper").Double();
+        measurement.Fullscale = row.Fields("Fullscale").Double();
+        measurement.Sensitivity = row.Fields("Sensitivity").Double();
+        if (const auto column = ColumnIn(row, "Percentiles"))
+            catalogue.percentiles[{instrument, measurement.MeasId}] =
+                PercentilesIn(row.Fields(*column).Text());
+        catalogue.measurements.emplace(instrument, measurement);
+    }
+}
+
+void ReadReports(Mersola& store, Catalogue& catalogue) {
+    for (_Recordset& row : Rows(store,
+                                "SELECT r.GroupId,r.MeasId,r.ReportId,r.noOfPeriods,r.PeriodLen,"
+                                "r.RealPeriodLen,%s FROM %s ORDER BY r.ReportType,r.ReportId",
+                                kFirstStored, kReportsAndKeys)) {
+        Catalogue::Report report;
+        ReportInfo& info = report.info;
+        info.ReportId = row.Fields(2).Long();
+        info.noOfPeriods = row.Fields(3).Long();
+        CTimeSpanEx::FromText(row.Fields(4).Text(), info.PeriodLen);
+        const CString real = row.Fields(5).Text();
+        info.realPeriodLenSet = !real.IsEmpty() && real != "NOT_SET";
+        if (info.realPeriodLenSet) CTimeSpanEx::FromText(real, info.RealPeriodLen);
+        if (!row.Fields(6).IsNull()) report.first = row.Fields(6).Long();
+        catalogue.reports.emplace(std::pair(row.Fields(0).Long(), row.Fields(1).Long()), report);
+    }
+}
+
+Catalogue ReadCatalogue(Mersola& store) {
+    Catalogue catalogue;
+    ReadMeasurements(store, catalogue);
+    ReadReports(store, catalogue);
+    for (_Recordset& row : Rows(store,
+                                "SELECT f.GroupId,f.MeasId,f.ReportId,f.Channel,f.FuncId,"
+                                "n.FuncName FROM MeasuredFunctions f LEFT JOIN FuncNameMap n ON "
+                                "n.FuncId=f.FuncId ORDER BY f.Channel,f.FuncId")) {
+        const std::int32_t id = row.Fields(4).Long();
+        const CString name = row.Fields(5).Text();
+        catalogue.functions[{{row.Fields(0).Long(), row.Fields(1).Long()}, row.Fields(2).Long()}]
+            .push_back({row.Fields(3).Long(), id,
+                        name.IsEmpty() ? std::to_string(id) : std::string(name)});
+    }
+    return catalogue;
+}
+
+// Where the values of a report begin.
+std::string FirstStored(const Catalogue::Report& report, const CTimeEx& start) {
+    if (!report.first) return ", no values";
+    std::int64_t passed = 0;
+    if (__builtin_mul_overflow(report.info.PeriodLen.GetTotalMilliseconds(),
+                               std::int64_t{*report.first}, &passed))
+        return ", stored from period " + std::to_string(*report.first);
+    const CTimeEx time = start + CTimeSpanEx(passed);
+    return ", stored from period " + std::to_string(*report.first) +
+           (time.IsValid() ? " at " + TimeText(time) : "");
 }
 
 void ListFunctions(const std::vector<MeasuredFunction>& functions, std::ostream& out) {
@@ -79,16 +159,24 @@ void ListSettings(const MeasurementInfo& measurement, const std::string& percent
         << NumberText(measurement.Sensitivity) << percentiles << '\n';
 }
 
-void ListMeasurements(Mersola& store, const InstrumentInfo& instrument, std::ostream& out) {
-    for (const MeasurementInfo& measurement : ReadMeasurements(store, instrument.GroupId)) {
-        const auto reports = ReadReports(store, instrument.GroupId, measurement.MeasId);
+void ListMeasurements(const Catalogue& catalogue, std::int32_t instrument, std::ostream& out) {
+    const auto [first, last] = catalogue.measurements.equal_range(instrument);
+    for (auto each = first; each != last; ++each) {
+        const MeasurementInfo& measurement = each->second;
+        const std::pair place(instrument, measurement.MeasId);
         out << "  measurement " << NameOf(measurement.MeasName, measurement.MeasId) << ", started "
             << TimeText(measurement.StartAt) << '\n';
-        ListSettings(measurement, PercentilesOf(store), out);
-        for (const ReportInfo& report : reports)
-            ListReport(
-                report, FirstStored(store, report),
-                ReadFunctions(store, instrument.GroupId, measurement.MeasId, report.ReportId), out);
+        const auto percentiles = catalogue.percentiles.find(place);
+        ListSettings(measurement,
+                     percentiles == catalogue.percentiles.end() ? "" : percentiles->second, out);
+        const auto [begin, end] = catalogue.reports.equal_range(place);
+        for (auto report = begin; report != end; ++report) {
+            const auto functions = catalogue.functions.find({place, report->second.info.ReportId});
+            ListReport(report->second.info, FirstStored(report->second, measurement.StartAt),
+                       functions == catalogue.functions.end() ? std::vector<MeasuredFunction>()
+                                                              : functions->second,
+                       out);
+        }
         RequireWritten(out);
     }
 }
@@ -121,10 +209,14 @@ void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out
     const auto instruments = ReadInstruments(*store);
     if (instruments.IsEmpty())
         out << "The database holds no instruments yet. Fill it with: mersola record\n";
+    const Catalogue catalogue = isContinuous ? Catalogue() : ReadCatalogue(*store);
     for (const InstrumentInfo& instrument : instruments) {
         out << "instrument " << NameOf(instrument.GroupName, instrument.GroupId)
             << KindOf(instrument) << '\n';
-        (isContinuous ? ListChain : ListMeasurements)(*store, instrument, out);
+        if (isContinuous)
+            ListChain(*store, instrument, out);
+        else
+            ListMeasurements(catalogue, instrument.GroupId, out);
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <mersola/times.h>
 
+#include "asked_periods.h"
 #include "database_argument.h"
 #include "selection.h"
 #include "streams.h"
@@ -19,10 +20,9 @@ void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out
 
 struct ValuesOptions : SelectionOptions {
     DatabaseArgument database;
-    std::string function = "Leq";      ///< a name or a number
-    bool allFunctions = false;         ///< instead of the one
-    std::optional<std::int64_t> from;  ///< the first stored period when not given
-    std::optional<std::int64_t> count;
+    std::string function = "Leq";  ///< a name or a number
+    bool allFunctions = false;     ///< instead of the one
+    AskedPeriods periods;
     bool csv = false;
 };
 

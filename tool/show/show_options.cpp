@@ -47,21 +47,20 @@ void AddValues(CLI::App& app, const Streams& streams) {
               "Every function of the channel, a row for each")
         .Excludes(function)
         .Excludes(continuous);
-    command.Parsed("--from", given->from, ParseCount<0>, "a number from 0",
-                   "The first period to show [the first stored]");
-    command.Parsed("--count", given->count, ParseCount<1>, "a number from 1",
-                   "How many periods to show [all]");
+    AddPeriods(command, given->periods);
     command.Flag("--csv", given->csv, "Comma-separated values with all decimals");
     command.Footer("A value that is missing or invalid shows as --, and in CSV as an empty field.");
     command.Run([=] {
         RequireMeasurement(*given);
+        RequireForward(given->periods);
         Values(*given, streams.out);
     });
 }
 
 void AddGaps(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<GapsOptions>();
-    Command command(app, "gaps", "Show where an instrument's measurements meet or leave gaps");
+    Command command(app, "gaps",
+                    "Show where measurements meet or leave gaps, and where values are missing");
     AddDatabase(command, given->database);
     command.Text("--instrument", given->instrument, "Name or number of the instrument").Required();
     command.Text("--report", given->report, "Type of the report [the first]");
@@ -69,7 +68,10 @@ void AddGaps(CLI::App& app, const Streams& streams) {
     command.Footer(
         "Periods are numbered across the measurements, as with values --continuous. Where two "
         "overlap,\n"
-        "the values of the earlier one are shown. A stretch ends where its last period does.");
+        "the values of the earlier one are shown. A hole is a stretch of a measurement without "
+        "values; the\n"
+        "last column says for how much of the time there are some, invalid ones included. A "
+        "stretch ends\nwhere its last period does.");
     command.Run([=] { Gaps(*given, streams.out); });
 }
 
@@ -80,9 +82,9 @@ void AddMarkers(CLI::App& app, const Streams& streams) {
     command.Text("--instrument", given->instrument, "Name or number of the instrument").Required();
     command.Text("--measurement", given->measurement, "Name or number of the measurement")
         .Required();
-    const Option from = command.Parsed("--from", given->from, ParseTime, kTimeForm,
+    const Option from = command.Parsed("--from", given->from, ParseTimeOrDate, kTimeOrDateForm,
                                        "Only those that start at this time or later");
-    const Option to = command.Parsed("--to", given->to, ParseTime, kTimeForm,
+    const Option to = command.Parsed("--to", given->to, ParseTimeOrDate, kTimeOrDateForm,
                                      "Only those that start before this time");
     const Option periods =
         command
@@ -99,7 +101,10 @@ void AddMarkers(CLI::App& app, const Streams& streams) {
         .Excludes(periods);
     command.Flag("--csv", given->csv, "Comma-separated values");
     command.Footer("Open markers are shown with --open only.");
-    command.Run([=] { ShowMarkers(*given, streams.out); });
+    command.Run([=] {
+        RequireForward(given->from, given->to);
+        ShowMarkers(*given, streams.out);
+    });
 }
 
 }  // namespace mersola::tool

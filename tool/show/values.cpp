@@ -26,14 +26,16 @@ std::vector<MeasuredFunction> ChooseFunctions(const Selection& chosen,
 }
 
 // The periods that are asked for, as far as there are such.
-Range AskedPeriods(Mersola& store, const Selection& chosen, const ValuesOptions& options) {
+Range PeriodsOf(Mersola& store, const Selection& chosen, const AskedPeriods& asked,
+                const PeriodClock& clock) {
     const auto count = CountPeriods(store);
-    const std::int64_t from = options.from.value_or(FirstPeriod(store, chosen, count));
-    if (from >= count)
-        throw Failure("the report has the periods 0 to " + std::to_string(count - 1) +
-                      "; give a --from among them");
-    return {static_cast<std::int32_t>(from), static_cast<std::int32_t>(std::min<std::int64_t>(
-                                                 options.count.value_or(count), count - from))};
+    const auto bounds = BoundsOf(asked, clock, asked.from ? 0 : FirstPeriod(store, chosen, count));
+    const std::int64_t end = std::min<std::int64_t>(bounds.end.value_or(count), count);
+    if (bounds.first >= end)
+        throw Failure("there are no such periods; the report has the periods 0 to " +
+                      std::to_string(count - 1) + ", from " + TimeText(clock.At(0)) + " to " +
+                      TimeText(clock.At(count)));
+    return {static_cast<std::int32_t>(bounds.first), static_cast<std::int32_t>(end - bounds.first)};
 }
 
 std::string ValueText(float value, bool exact) {
@@ -89,19 +91,19 @@ void Values(const ValuesOptions& options, std::ostream& out) {
     const Selection chosen = Select(*store, options);
     const auto functions = ChooseFunctions(chosen, options);
     store->SetFunction(functions.front().id);
-    const Range periods = AskedPeriods(*store, chosen, options);
+    PeriodClock clock;
+    store->GetTrigTime(clock.origin);
+    store->GetRealPrdLength(clock.real);
+    const Range periods = PeriodsOf(*store, chosen, options.periods, clock);
     std::vector<std::int32_t> bands;
     if (!options.isContinuous) bands = StoredBands(*store, chosen, functions, periods);
     // A gap shows under the bands that there are elsewhere, a chain's periods under all of them.
     if (bands.empty()) bands = StoredBands(*store, chosen, functions, {});
 
-    CTimeEx start;
-    CTimeSpanEx length;
-    store->GetTrigTime(start);
-    store->GetRealPrdLength(length);
-    Table table(out, options.csv ? Table::Form::Csv : Table::Form::Aligned,
-                Header(*store, bands, options.allFunctions),
-                {std::to_string(periods.first + periods.count).size(), TimeText(start).size()});
+    Table table(
+        out, options.csv ? Table::Form::Csv : Table::Form::Aligned,
+        Header(*store, bands, options.allFunctions),
+        {std::to_string(periods.first + periods.count).size(), TimeText(clock.origin).size()});
 
     constexpr std::int32_t kBlock = 1024;  // periods
     for (std::int32_t done = 0; done < periods.count; done += kBlock) {
@@ -111,9 +113,7 @@ void Values(const ValuesOptions& options, std::ostream& out) {
         for (std::int32_t i = 0; i < block.count; ++i) {
             const std::int64_t period = std::int64_t{block.first} + i;
             for (std::size_t f = 0; f < functions.size(); ++f) {
-                std::vector<std::string> row{
-                    std::to_string(period),
-                    TimeText(start + CTimeSpanEx(length.GetTotalMilliseconds() * period))};
+                std::vector<std::string> row{std::to_string(period), TimeText(clock.At(period))};
                 if (options.allFunctions) row.push_back(functions[f].name);
                 const auto at =
                     f * static_cast<std::size_t>(block.count) + static_cast<std::size_t>(i);
