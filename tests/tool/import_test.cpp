@@ -64,10 +64,10 @@ TEST(ImportedTimes, OfUtcBecomeThoseOfTheZoneThatIsStored) {
         for (const char* twice :
              {"2026-10-25T02:00+02:00", "2026-10-25T02:59:59+01:00", "2026-10-25 02:30"})
             EXPECT_NE(
-                Read(twice, YearFirst, &berlin).find("comes twice on the clocks of Europe/Berlin"),
+                Read(twice, YearFirst, &berlin).find("the clocks of Europe/Berlin show twice"),
                 std::string::npos)
                 << twice;
-        EXPECT_NE(Read("2026-03-29 02:30", YearFirst, &berlin).find("comes never"),
+        EXPECT_NE(Read("2026-03-29 02:30", YearFirst, &berlin).find("leave out"),
                   std::string::npos);
     }
     EXPECT_STREQ(std::getenv("TZ"), before);
@@ -186,10 +186,10 @@ TEST_F(Import, OfJitteringTimesLeavesAHoleAHoleAndRefusesTheDoubledRow) {
 TEST_F(Import, OfADayWithTwentyFiveHoursNeedsAZoneThatHasThem) {
     const Words words = From("iso_offset_bands.csv", {"--function", "Leq", "--period", "10min"});
     ExpectRefused(
-        words,
-        "line 2: Time '2026-10-25T02:00:00.000+02:00' is one of UTC or has a distance to it");
+        words, "line 2: Time '2026-10-25T02:00:00.000+02:00' is in UTC or has an offset from it");
     ExpectRefused(words + Words{"--zone", "Europe/Berlin"},
-                  "line 2: Time '2026-10-25T02:00:00.000+02:00' lies in an hour that comes twice");
+                  "line 2: Time '2026-10-25T02:00:00.000+02:00' lies in an hour that the clocks of "
+                  "Europe/Berlin show twice");
     ASSERT_EQ(RunWords(words + Words{"--zone", "Etc/GMT-1"}).status, 0);
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=24"), 1);
     EXPECT_EQ(Count("MeasuredValues"), 24 * 14);
@@ -266,6 +266,8 @@ TEST_F(Import, GuessesFromTheFirstLinesAndRefusesWhatMayBeTwoThings) {
     ExpectRefused(Into(named, leq), "line 2: Time 'Time' is no time");
     ExpectRefused(Into(named, leq + Words{"--heading", "2", "--decimal", "comma"}),
                   "line 4: Value '1.000,5' is no number");
+    ExpectRefused(Into(named, leq + Words{"--heading", "9"}),
+                  "the file ends before line 9, where --heading has the column names");
     ExpectRefused(Into("Zeit;Value\n2026-06-13;0,234\n", leq),
                   "line 1: there is neither a column Period nor one Time; name one with --column "
                   "time=NAME; the file has: Zeit, Value");

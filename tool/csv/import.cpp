@@ -95,7 +95,11 @@ class Importer {
             row_.clear();
             if (reader.Line() % 1024 == 0) pass();
         }
-        if (!columns_) throw Failure("the file is empty; it begins with a line of column names");
+        if (!columns_)
+            throw Failure(options_.heading
+                              ? "the file ends before line " + std::to_string(*options_.heading) +
+                                    ", where --heading has the column names"
+                              : "the file is empty; it begins with a line of column names");
         values_.Flush();
         target_.Finish(values_.Bands());
     }

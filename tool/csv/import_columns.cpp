@@ -14,7 +14,7 @@ bool IsSame(std::string_view left, std::string_view right) {
     return CompareNoCase(left, right) == 0;
 }
 
-constexpr std::size_t kLongestList = 1000;  // bytes
+constexpr std::size_t kLongestList = 300;  // bytes
 
 std::optional<CsvColumn> ColumnNamed(std::string_view name) {
     const auto found =
@@ -61,6 +61,11 @@ ImportedColumns::ImportedColumns(std::span<const std::string> header, const Impo
         positions_[i] = position;
         isUsed_[*position] = true;
     }
+    if (!Has(kPeriodColumn) && !Has(kTimeColumn) && !Has(kDateColumn))
+        throw Failure(
+            "there is neither a column Period nor one Time; name one with --column time=NAME; the "
+            "file has: " +
+            Listed());
     for (const auto& each : options.functions)
         AddFunction(each, functions);
     for (const auto& name : options.bands)
@@ -152,11 +157,6 @@ void ImportedColumns::Require(const ImportOptions& options) const {
         require(kFunctionColumn, options.function, "--function");
     else if (Has(kFunctionColumn))
         throw Failure("the column Function says of which function a row is; leave out --functions");
-    if (!Has(kPeriodColumn) && !Has(kTimeColumn) && !Has(kDateColumn))
-        throw Failure(
-            "there is neither a column Period nor one Time; name one with --column time=NAME; the "
-            "file has: " +
-            Listed());
     if (values_.empty())
         throw Failure("there is no column with values; name one with --column value=NAME");
 }
@@ -178,7 +178,7 @@ std::size_t ImportedColumns::PositionOf(std::string_view name) const {
 std::string ImportedColumns::Listed() const {
     std::string names;
     for (const auto& each : header_)
-        names += (names.empty() ? "" : ", ") + Printable(each);
+        names += (names.empty() ? "" : ", ") + Printable(Excerpt(each));
     return Excerpt(names, kLongestList);
 }
 

@@ -226,8 +226,8 @@ CTimeEx TimeReader::Read(const std::string& text) const {
     const auto* universal = std::get_if<UniversalTime>(&*parsed);
     if (universal && !zone_)
         throw refuse(
-            "is one of UTC or has a distance to it, and local times are stored; say with --zone of "
-            "which zone, as UTC or Europe/Berlin");
+            "is in UTC or has an offset from it, and local times are stored; say with --zone "
+            "those of which zone, as UTC or Europe/Berlin");
     const LocalTime local = universal ? zone_->Local(*universal) : std::get<LocalTime>(*parsed);
     const auto days = floor<std::chrono::days>(local);
     const year_month_day date(days);
@@ -239,8 +239,8 @@ CTimeEx TimeReader::Read(const std::string& text) const {
         static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
     if (!time.IsValid()) throw refuse("lies beyond the years that are stored");
     if (const int occurrences = zone_ ? zone_->Occurrences(local) : 1; occurrences != 1)
-        throw refuse(std::string("lies in an hour that comes ") +
-                     (occurrences == 2 ? "twice" : "never") + " on the clocks of " + zone_->Name() +
+        throw refuse("lies in an hour that the clocks of " + zone_->Name() +
+                     (occurrences == 2 ? " show twice" : " leave out") +
                      "; store it with a --zone that has no summer time, as UTC or Etc/GMT-1");
     return time;
 }
