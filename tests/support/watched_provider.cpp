@@ -21,7 +21,9 @@ class Session : public ado::ProviderSession {
     void Begin() override { inner_->Begin(); }
     void Commit() override { inner_->Commit(); }
     void Rollback() override { inner_->Rollback(); }
-    std::string DbmsName() const override { return inner_->DbmsName(); }
+    std::string DbmsName() const override {
+        return TheWatch().dbmsName.empty() ? inner_->DbmsName() : TheWatch().dbmsName;
+    }
 
   private:
     static void Note(std::string_view sql) {

@@ -16,6 +16,8 @@ struct Watch {
     std::vector<std::string> statements;
     /// Asked before each statement; true makes it raise `error` instead of running.
     std::function<bool(std::string_view)> fails;
+    /// What the engine calls itself; its own name where it is empty.
+    std::string dbmsName;
     _com_error error{DB_E_ERRORSINCOMMAND, "told to fail", "Watched"};
 
     void Reset() { *this = Watch(); }

@@ -212,6 +212,47 @@ TEST_F(Copying, RefusesWhatIsStoredOtherwiseBeforeAnythingIsWritten) {
     ExpectRefused({"copy", from_, folder_ / "no.db"}, "mersola init");
 }
 
+// A server compares more letters as equal than SQLite does, and no blanks at the end.
+TEST_F(Copying, MixesNoTwoInstrumentsThatAreOneNameInTheTarget) {
+    Execute("DROP TABLE Groups");
+    Execute(
+        "CREATE TABLE Groups (GroupId INTEGER PRIMARY KEY,GroupName TEXT COLLATE RTRIM UNIQUE,"
+        "Info TEXT,Type TEXT,State TEXT)");
+    In(from_, {"INSERT INTO Groups VALUES (2,N'Pier ''4'' ',N'',N'0',NULL)"});
+    for (const char* safe : {"; 0 values copied safely\n", "another name\n"}) {
+        const Outcome refused = Copy();
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_NE(refused.err.find("'Pier '4' ' cannot be in "), refused.err.npos) << refused.err;
+        EXPECT_TRUE(refused.err.ends_with(safe)) << refused.err;
+        EXPECT_EQ(Count("Groups"), 1);
+    }
+    EXPECT_EQ(Copy({"--instrument", "1"}).status, 0);
+    EXPECT_EQ(Copy({"--instrument", "2"}).status, 1);
+}
+
+TEST_F(Copying, NamesTheStatusThatAServerCannotHold) {
+    In(from_, {"DELETE FROM MeasuredValues WHERE PeriodNo=300"});
+    test::RegisterWatchedProvider();
+    test::TheWatch().dbmsName = "Microsoft SQL Server";
+    const std::string watched =
+        "Provider=SQLite;Data Source=\"" + db_ + "\"" + std::string(test::kWatched);
+    std::string letters;
+    for (int letter = 0; letter < 64; ++letter)
+        letters += "\xC3\xA4";
+    const std::pair<std::string, const char*> statuses[] = {
+        {letters + "x", "takes no status of more than 64 letters, as at period 4, channel 1"},
+        {"\xC5\x81", "takes only Western European letters in a status, as at period 4"},
+        {letters, nullptr}};
+    for (const auto& [status, reason] : statuses) {
+        In(from_, {"UPDATE MeasuredValues SET Status=N'" + status + "' WHERE PeriodNo=4"});
+        const Outcome outcome = RunWords({"copy", from_, watched});
+        EXPECT_EQ(outcome.status, reason ? 1 : 0) << outcome.err;
+        EXPECT_NE(outcome.err.find(reason ? reason : ""), outcome.err.npos) << outcome.err;
+        EXPECT_EQ(outcome.err.find("goes on"), outcome.err.npos) << outcome.err;
+    }
+    test::TheWatch().Reset();
+}
+
 TEST_F(Copying, GoesThroughOdbcAndBack) {
     const std::string odbc = "Driver={SQLite3};Database=" + (folder_ / "odbc.db").string();
     const Outcome init = RunWords({"init", odbc});

@@ -34,15 +34,17 @@ class Copying {
     void CopyAll() {
         try {
             names_.Store(to_);
-            for (CopiedInstrument& instrument : plan_) {
+            for (CopiedInstrument& instrument : plan_)
                 Register(to_, instrument);
+            for (CopiedInstrument& instrument : plan_) {
                 for (CopiedMeasurement& measurement : instrument.measurements)
                     CopyMeasurement(instrument, measurement);
                 TellMarkersLeft(instrument);
             }
+        } catch (const Unplaceable& failure) {
+            throw Failure(failure.what() + CopiedSafely());
         } catch (const Failure& failure) {
-            throw Failure(std::string(failure.what()) + "; " + Counted(copied_, "value") +
-                              " copied safely, the same command goes on from there",
+            throw Failure(failure.what() + CopiedSafely() + ", the same command goes on from there",
                           failure.Status());
         }
         for (const std::string& difference : names_.Differences())
@@ -58,6 +60,8 @@ class Copying {
     }
 
   private:
+    std::string CopiedSafely() const { return "; " + Counted(copied_, "value") + " copied safely"; }
+
     static std::int64_t PeriodsIn(const CopiedReport& report) {
         return report.periods ? std::int64_t{report.periods->last} - report.periods->first + 1 : 0;
     }
@@ -105,13 +109,19 @@ class Copying {
         RequireWritten(out_);
     }
 
+    void CopyReport(const CopiedMeasurement& measurement, const CopiedReport& report) try {
+        if (report.periods)
+            CopyValues(EndsOf(measurement, report), *report.periods, Counting(report, copied_));
+    } catch (const Unplaceable& failure) {
+        throw Unplaceable(measurement.title + ": " + failure.what());
+    }
+
     void CopyMeasurement(const CopiedInstrument& instrument, CopiedMeasurement& measurement) {
         RequireGoingOn();
         Register(to_, instrument, measurement);
         const std::int64_t before = copied_;
         for (const CopiedReport& report : measurement.reports) {
-            if (report.periods)
-                CopyValues(EndsOf(measurement, report), *report.periods, Counting(report, copied_));
+            CopyReport(measurement, report);
             done_ += PeriodsIn(report);
             // There may be periods without values behind the last one that has some.
             to_.Run(RaisedPeriods({measurement.toGroup, measurement.toMeas, report.Id()},

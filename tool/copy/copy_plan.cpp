@@ -21,6 +21,15 @@ constexpr const char* kSettings[]{"Info",     "Fullscale", "Sensitivity",
                   "; nothing was copied, choose another database to copy to");
 }
 
+// Raises where the target takes for the name what is another one by its letters: engines do not
+// agree on the case of every letter, nor on blanks at the end.
+void RequireOwnName(const std::string& title, const std::string& name, const std::string& stored,
+                    const Side& to) {
+    if (CompareNoCase(name, stored) == 0) return;
+    throw Unplaceable(title + " cannot be in " + to.Name() + " beside " + Quoted(stored) +
+                      ", which is the same name there; give one of them another name");
+}
+
 std::string NameIn(const Row& row, const char* column, const std::string& what) {
     auto name = TextIn(row, column);
     if (name.empty())
@@ -78,6 +87,20 @@ void MatchReport(Side& to, const CopiedMeasurement& measurement, CopiedReport& r
         report.missing.erase(each);
 }
 
+std::vector<Row> MeasurementsNamed(Side& to, std::int32_t group, const std::string& name) {
+    return to.Rows(Statement("SELECT * FROM Measurements WHERE GroupId=%d AND MeasName=%s", group,
+                             Literal(name).c_str()),
+                   StoredTable::Measurements);
+}
+
+std::optional<std::int32_t> GroupIn(Side& to, const std::string& name) {
+    const auto stored =
+        to.Rows("SELECT * FROM Groups WHERE GroupName=" + Literal(name), StoredTable::Groups);
+    if (stored.empty()) return std::nullopt;
+    RequireOwnName(Quoted(name), name, TextIn(stored.front(), "GroupName"), to);
+    return NumberIn(stored.front(), "GroupId");
+}
+
 CopiedMeasurement PlanMeasurement(Side& from, Side& to, const CopiedNames& names,
                                   const CopiedInstrument& instrument, Row row) {
     CopiedMeasurement planned;
@@ -88,12 +111,11 @@ CopiedMeasurement PlanMeasurement(Side& from, Side& to, const CopiedNames& names
         NameIn(planned.row, "MeasName", "measurement " + std::to_string(planned.fromMeas));
     planned.title = Quoted(name) + " of " + Quoted(TextIn(instrument.row, "GroupName"));
     if (instrument.toGroup) {
-        auto stored = to.Rows(Statement("SELECT * FROM Measurements WHERE GroupId=%d AND "
-                                        "MeasName=%s",
-                                        *instrument.toGroup, Literal(name).c_str()),
-                              StoredTable::Measurements);
+        auto stored = MeasurementsNamed(to, *instrument.toGroup, name);
         if (!stored.empty()) planned.stored = std::move(stored.front());
     }
+    if (planned.stored)
+        RequireOwnName(planned.title, name, TextIn(*planned.stored, "MeasName"), to);
     if (planned.stored && TextIn(*planned.stored, "StartAt") != TextIn(planned.row, "StartAt"))
         Conflict(planned.title, to,
                  "where it started at " + StartIn(*planned.stored) + " and not at " +
@@ -195,25 +217,17 @@ std::vector<CopiedInstrument> PlanCopy(Side& from, Side& to, const CopiedNames& 
     if (!asked.empty())
         condition = " WHERE GroupId=" + std::to_string(ChooseInstrument(from.Store(), asked));
     std::vector<CopiedInstrument> plan;
-    std::set<std::pair<std::int32_t, std::int32_t>> matched;
     for (Row& row :
          from.Rows("SELECT * FROM Groups" + condition + " ORDER BY GroupId", StoredTable::Groups)) {
         CopiedInstrument instrument{std::move(row), {}, {}};
         const auto id = NumberIn(instrument.row, "GroupId");
         const auto name = NameIn(instrument.row, "GroupName", "instrument " + std::to_string(id));
-        instrument.toGroup =
-            to.Number("SELECT GroupId FROM Groups WHERE GroupName=" + Literal(name));
+        instrument.toGroup = GroupIn(to, name);
         for (Row& each :
              from.Rows(Statement("SELECT * FROM Measurements WHERE GroupId=%d ORDER BY MeasId", id),
                        StoredTable::Measurements)) {
-            auto planned = PlanMeasurement(from, to, names, instrument, std::move(each));
-            // Engines do not agree on every letter's upper case.
-            if (planned.stored && !matched
-                                       .emplace(NumberIn(*planned.stored, "GroupId"),
-                                                NumberIn(*planned.stored, "MeasId"))
-                                       .second)
-                Conflict(planned.title, to, "under the name of another one");
-            instrument.measurements.push_back(std::move(planned));
+            instrument.measurements.push_back(
+                PlanMeasurement(from, to, names, instrument, std::move(each)));
         }
         plan.push_back(std::move(instrument));
     }
@@ -221,6 +235,9 @@ std::vector<CopiedInstrument> PlanCopy(Side& from, Side& to, const CopiedNames& 
 }
 
 void Register(Side& to, CopiedInstrument& instrument) {
+    if (instrument.toGroup) return;
+    // What came to the target since it was asked may have taken the name.
+    instrument.toGroup = GroupIn(to, TextIn(instrument.row, "GroupName"));
     if (instrument.toGroup) return;
     Row row = instrument.row;
     const auto group = FreeNumber(to, "GroupId", "Groups", "", NumberIn(row, "GroupId"));
@@ -231,6 +248,11 @@ void Register(Side& to, CopiedInstrument& instrument) {
 
 void Register(Side& to, const CopiedInstrument& instrument, CopiedMeasurement& measurement) {
     measurement.toGroup = instrument.toGroup.value();
+    if (!measurement.stored) {  // but one that was copied just now may have taken the name
+        const std::string name = TextIn(measurement.row, "MeasName");
+        for (const Row& stored : MeasurementsNamed(to, measurement.toGroup, name))
+            RequireOwnName(measurement.title, name, TextIn(stored, "MeasName"), to);
+    }
     measurement.toMeas =
         measurement.stored
             ? NumberIn(*measurement.stored, "MeasId")

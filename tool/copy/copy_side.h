@@ -10,11 +10,17 @@
 
 #include <mersola/mersola.h>
 
+#include "failure.h"
 #include "open_database.h"
 #include "query.h"
 #include "stored_row.h"
 
 namespace mersola::tool {
+
+/// What the target can never take as the source has it: the same command would fail again.
+class Unplaceable : public Failure {
+    using Failure::Failure;
+};
 
 /// A session on one of the databases. Its operations raise Failure, which names the database.
 class Side {

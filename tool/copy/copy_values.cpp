@@ -14,6 +14,7 @@ namespace mersola::tool {
 namespace {
 
 constexpr std::int64_t kBlock = 10'000;        // values; a single period may have more
+constexpr std::size_t kMostStatus = 64;        // letters, as the server's column is wide
 constexpr std::int64_t kMostPeriods = 20'000;  // in a statement: a server counts with 32 bits
 
 struct Block {
@@ -104,6 +105,21 @@ std::string Place(const StoredValue& value) {
            ", function " + std::to_string(value.function) + ", band " + std::to_string(value.band);
 }
 
+struct StatusSize {
+    std::size_t letters = 0;
+    bool western = true;  // U+00FF at most
+};
+
+StatusSize Measure(const std::string& utf8) {
+    StatusSize size;
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte & 0xC0) != 0x80) ++size.letters;
+        if (byte > 0xC3) size.western = false;
+    }
+    return size;
+}
+
 std::string Shown(const StoredValue& value) {
     return (value.value ? NumberText(*value.value) : std::string("no value")) +
            (value.status ? " with status " + Quoted(*value.status) : " without status");
@@ -121,7 +137,7 @@ class Writer {
     }
 
     void Write(const std::vector<StoredValue>& values, std::int64_t periods) {
-        if (!isSqlite_) RequireFinite(values);
+        if (!isSqlite_) RequireFit(values);
         ends_.to.Guard([&] {
             Transaction transaction(ends_.to.Store());
             Add(values);
@@ -151,14 +167,21 @@ class Writer {
         }
     }
 
-    // A server breaks the connection off over such a number, and does not say why.
-    void RequireFinite(const std::vector<StoredValue>& values) const {
-        const auto odd = std::ranges::find_if(values, [](const StoredValue& each) {
-            return each.value && !std::isfinite(*each.value);
-        });
-        if (odd != values.end())
-            throw Failure("the database " + ends_.to.Name() + " takes no infinite value, as at " +
-                          Place(*odd));
+    // A server breaks the connection off over such a number, refuses a longer status, and makes
+    // question marks of letters that its column does not know; it says nothing of the place.
+    void RequireFit(const std::vector<StoredValue>& values) const {
+        for (const StoredValue& each : values) {
+            if (each.value && !std::isfinite(*each.value)) Refuse(each, "no infinite value");
+            if (!each.status) continue;
+            const auto [length, western] = Measure(*each.status);
+            if (length > kMostStatus)
+                Refuse(each, "no status of more than " + std::to_string(kMostStatus) + " letters");
+            if (!western) Refuse(each, "only Western European letters in a status");
+        }
+    }
+    [[noreturn]] void Refuse(const StoredValue& value, const std::string& what) const {
+        throw Unplaceable("the database " + ends_.to.Name() + " takes " + what + ", as at " +
+                          Place(value));
     }
 
     const ReportEnds& ends_;
