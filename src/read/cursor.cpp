@@ -48,15 +48,6 @@ int Mersola::SetMeasurement(long measId) {
     }
 }
 
-void Mersola::loadSettings(const MeasurementInfo& measurement) {
-    m_fullscale = measurement.Fullscale;
-    m_sensitivity = measurement.Sensitivity;
-    m_lowerFrq = measurement.FrqLower;
-    m_upperFrq = measurement.FrqUpper;
-    m_bandwidth = measurement.BandWidth;
-    m_StartAt = measurement.StartAt;
-}
-
 int Mersola::SetChannel(long channel) {
     const auto id = identifier(channel);
     if (!id) return 0;

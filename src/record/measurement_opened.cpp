@@ -169,8 +169,3 @@ bool Mersola::loadLastReports(const _ConnectionPtr& connection) {
     m_lastMeasurement.setReports(reports);
     return true;
 }
-
-bool Mersola::identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b,
-                                    const _ConnectionPtr& connection) {
-    return a.identicalTo(b) && identicalReports(a, b, connection);
-}

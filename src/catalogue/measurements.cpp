@@ -1,4 +1,4 @@
-// The catalogue of measurements.
+// The catalogue of measurements, and the settings that one of them has.
 #include <mersola/mersola.h>
 
 #include "columns.h"
@@ -54,4 +54,13 @@ int Mersola::_GetMeasurement(int measId, MeasurementInfo& rec, const _Connection
     } catch (const _com_error&) {
         return 0;
     }
+}
+
+void Mersola::loadSettings(const MeasurementInfo& measurement) {
+    m_fullscale = measurement.Fullscale;
+    m_sensitivity = measurement.Sensitivity;
+    m_lowerFrq = measurement.FrqLower;
+    m_upperFrq = measurement.FrqUpper;
+    m_bandwidth = measurement.BandWidth;
+    m_StartAt = measurement.StartAt;
 }
