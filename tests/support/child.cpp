@@ -3,7 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -34,8 +33,8 @@ Child::~Child() {
     }
 }
 
-void Child::Kill() const {
-    kill(process_, SIGKILL);
+void Child::Kill(int signal) const {
+    kill(process_, signal);
 }
 
 int Child::Wait() {

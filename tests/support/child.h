@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <csignal>
 #include <functional>
 #include <string>
 #include <vector>
@@ -20,7 +21,8 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    void Kill() const;
+    /// Sends it a signal; SIGKILL ends it at once.
+    void Kill(int signal = SIGKILL) const;
     /// Waits for its end; 128 + the signal for a killed one.
     int Wait();
     /// All that was acknowledged; call after Wait.

@@ -259,7 +259,9 @@ TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
                   row + "1,2026-01-01 00:00:11.000,1,Leq,,,42,41\n" + row +
                   "2,2026-01-01 00:00:12.000,1,Leq,A,,44,43\n" + row +
                   "2,2026-01-01 00:00:12.000,1,LAeq,,50,,\n");
-    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,01,01,00,00,10,000' AND BandWidth=0"), 1);
+    EXPECT_EQ(Count("Measurements WHERE StartAt='2026,01,01,00,00,10,000' AND BandWidth=3 AND "
+                    "FrqLower=31.5 AND FrqUpper=1000"),
+              1);
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=3"), 1);
     EXPECT_EQ(RunWords({"check", db_}).status, 0);
 }

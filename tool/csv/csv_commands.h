@@ -60,8 +60,9 @@ struct ImportOptions {
     std::optional<TimeForm> times;
 };
 
-/// Adds what a file holds to a database, all of it or nothing. `terminal`: where to show the
-/// progress, may be null.
+/// Adds what a file holds to a database, in short transactions; after an error or an interruption
+/// the same call goes on behind those that were done. `terminal`: where to show the progress, may
+/// be null.
 void Import(const ImportOptions& options, std::ostream& out, std::ostream* terminal);
 
 /// Add the commands to the command line.

@@ -143,10 +143,11 @@ void AddImport(CLI::App& app, const Streams& streams) {
         "      --instrument 'Pier 4' --measurement Monday --period 1s\n"
         "What is new is registered, what is there is added to. A value that is stored already is "
         "passed\n"
-        "over; one that differs from what is stored ends the import, as every error does: then "
-        "nothing of\n"
-        "the file is stored. All of it is one transaction, so that recorders wait until it is "
-        "done.");
+        "over; one that differs from what is stored ends the import, as every error does. A file "
+        "goes in\n"
+        "piece by piece, so that recorders get in between: the pieces before the error are stored, "
+        "and the\n"
+        "same command goes on behind them, as it does after any interruption.");
 }
 
 }  // namespace mersola::tool

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <limits>
+#include <memory>
 
 #include "csv_commands.h"
 #include "csv_dialect.h"
@@ -17,10 +18,12 @@
 #include "import_target.h"
 #include "import_times.h"
 #include "import_values.h"
+#include "interruption.h"
 #include "open_database.h"
 #include "progress.h"
 #include "seen_values.h"
 #include "times_text.h"
+#include "turns.h"
 #include "utf8.h"
 
 namespace mersola::tool {
@@ -72,37 +75,61 @@ Row RowIn(StoredTable table, Fields fields) {
     return record;
 }
 
+// Lines of the file that go into one transaction.
+struct Block {
+    struct Record {
+        std::size_t line;
+        std::vector<std::string> fields;
+    };
+    std::vector<Record> records;  // more than count, so that their room is used again
+    std::size_t count = 0;
+    bool isEnd = false;  // of the file
+
+    std::span<const Record> Records() const { return {records.data(), count}; }
+
+    // `most`: fields, of which long ones count for several.
+    void Read(CsvReader& reader, std::size_t most, const Interruption& interruption) {
+        count = 0;
+        for (std::size_t read = 0; read < most && interruption.Signal() == 0;) {
+            isEnd = !reader.Next();
+            if (isEnd) return;
+            if (count == records.size()) records.emplace_back();
+            records[count].line = reader.Line();
+            records[count++].fields.assign(reader.Fields().begin(), reader.Fields().end());
+            for (const auto& field : reader.Fields())
+                read += 1 + field.size() / 100;
+        }
+    }
+};
+
+// Takes in what lines say. Copies go on by themselves, but know of each other's lines.
 class Importer {
   public:
-    /// `out`: where to say what the first lines were taken for.
     Importer(Mersola& store, const ImportOptions& options, const TimeZone* zone,
-             const Dialect& dialect, std::ostream& out)
-        : options_(options),
-          zone_(zone),
-          dialect_(dialect),
-          out_(out),
-          target_(store),
-          bands_(target_.Bands(), options.areBandNumbers),
-          values_(store, target_) {}
+             const Dialect& dialect)
+        : options_(options), zone_(zone), dialect_(dialect), target_(store), values_(store) {}
 
-    // `pass`: is called now and then.
-    template <class Pass>
-    void Run(CsvReader& reader, Pass pass) {
-        while (reader.Next()) {
-            AtLine(reader.Line(), [&] { Take(reader.Fields(), reader.Line()); });
+    // Stores it all, in the transaction that is open.
+    void Take(const Block& block) {
+        for (const auto& [line, fields] : block.Records()) {
+            AtLine(line, [&] { Take(fields, line); });
             for (ImportedValue& each : row_)
                 values_.Add(std::move(each));
             row_.clear();
-            if (reader.Line() % 1024 == 0) pass();
         }
-        if (!columns_)
+        if (block.isEnd && !columns_)
             throw Failure(options_.heading
                               ? "the file ends before line " + std::to_string(*options_.heading) +
                                     ", where --heading has the column names"
                               : "the file is empty; it begins with a line of column names");
-        values_.Flush();
-        target_.Finish(values_.Bands());
+        values_.Store(target_);
+        target_.Update(block.isEnd);
     }
+
+    void FindNumbersInUse() { target_.FindNumbersInUse(); }
+
+    // What the first lines were taken for, as a line; empty for an export.
+    const std::string& DialectText() const { return dialectText_; }
 
     void Tell(std::ostream& out) const {
         out << "Stored " << Counted(values_.Stored(), "value") << " in "
@@ -136,7 +163,8 @@ class Importer {
         } else if (const auto table = TableOf(fields)) {
             target_.Add(*table, RowIn(*table, fields));
         } else if (line >= dialect_.heading) {
-            columns_.emplace(fields, options_, target_.Functions(), bands_);
+            ImportedBands bands = Bands();
+            columns_.emplace(fields, options_, target_.Functions(), bands);
             ReadDialect(line);
         }
     }
@@ -162,10 +190,10 @@ class Importer {
         hasDecimalComma_ =
             guess(options_.hasDecimalComma, [&] { return GuessDecimalComma(numbers); });
         if (isExport_) return;
-        out_ << "Read with " << DescribeSeparator(dialect_.separator) << ", decimal "
-             << (hasDecimalComma_ ? "commas" : "points");
-        if (!times.empty()) out_ << ", " << DescribeTimeForm(form);
-        out_ << "; the column names are in line " << line << ".\n";
+        dialectText_ = std::string("Read with ") + DescribeSeparator(dialect_.separator) +
+                       ", decimal " + (hasDecimalComma_ ? "commas" : "points");
+        if (!times.empty()) dialectText_ += std::string(", ") + DescribeTimeForm(form);
+        dialectText_ += "; the column names are in line " + std::to_string(line) + ".\n";
     }
 
     // Some write a separator at the end of the column names only, or of the rows only.
@@ -196,6 +224,7 @@ class Importer {
                             std::nullopt,
                             columns_->In(fields, kStatusColumn),
                             line};
+        ImportedBands bands = Bands();
         for (const ValueColumn& column : columns_->Values()) {
             value.function = column.function
                                  ? *column.function
@@ -203,10 +232,12 @@ class Importer {
                                          target_.Functions(), kFunctionColumn);
             value.band = column.band
                              ? *column.band
-                             : Named(band_, given(kBandColumn, options_.band), bands_, kBandColumn);
+                             : Named(band_, given(kBandColumn, options_.band), bands, kBandColumn);
             AddValue(value, fields[column.position]);
         }
     }
+
+    ImportedBands Bands() { return {target_.Bands(), options_.areBandNumbers}; }
 
     // What a name meant last, as it is the same in most rows.
     struct Remembered {
@@ -295,8 +326,9 @@ class Importer {
                               " cannot be stored; leave the field empty");
         }
         if (const auto first =
-                seen_.Add({value.report->key, value.channel, value.function, value.band},
-                          value.period, value.line))
+                seen_->Add({value.report->key, value.channel, value.function, value.band},
+                           value.period, value.line);
+            first && *first != value.line)
             RefuseSecond(value, *first);
         row_.push_back(std::move(value));
     }
@@ -318,20 +350,97 @@ class Importer {
     const ImportOptions& options_;
     const TimeZone* zone_;
     const Dialect& dialect_;
-    std::ostream& out_;
     ImportTarget target_;
-    ImportedBands bands_;
     std::optional<TimeReader> times_;
     bool hasDecimalComma_ = false;
     bool isExport_ = false;
+    std::string dialectText_;
     ImportedValues values_;
-    SeenValues seen_;
+    std::shared_ptr<SeenValues> seen_ = std::make_shared<SeenValues>();
     std::optional<ImportedColumns> columns_;
     ImportedReport* report_ = nullptr;  // of the last row,
     std::string reportNamed_;           // and how it was named
     Remembered function_, band_;
     std::vector<ImportedValue> row_;
     std::int64_t empty_ = 0;
+};
+
+// A file on its way into the database, block by block.
+class Importing {
+  public:
+    Importing(Mersola& store, const ImportOptions& options, const TimeZone* zone,
+              const Dialect& dialect, std::ostream& out)
+        : turns_(store, kLeastFields, kMostFields),
+          importer_(std::make_unique<Importer>(store, options, zone, dialect)),
+          out_(out) {}
+
+    // `pass`: is called now and then.
+    template <class Pass>
+    void Run(CsvReader& reader, Pass pass) {
+        try {
+            Block block;
+            while (!block.isEnd) {
+                block.Read(reader, turns_.Portion(), interruption_);
+                if (const int signal = interruption_.Signal(); signal != 0)
+                    throw Failure("stopped by a signal" +
+                                      std::string(lines_ == 0 ? "; nothing was stored" : ""),
+                                  128 + signal);
+                Store(block);
+                pass();
+            }
+        } catch (const Failure& failure) {
+            if (lines_ == 0) throw;
+            throw Failure(failure.what() + ("; the lines up to " + std::to_string(lines_)) +
+                              " are stored, the same command goes on from there",
+                          failure.Status());
+        }
+    }
+
+    void Tell() const { importer_->Tell(out_); }
+
+  private:
+    // Below that, faults leave nothing of the file, and a commit takes longer than its values.
+    static constexpr std::size_t kLeastFields = 2'000;
+    static constexpr std::size_t kMostFields = 200'000;  // in memory
+
+    void Store(const Block& block) {
+        try {
+            try {
+                Take(block);
+            } catch (const ImportedKind::UsedAreUnknown&) {
+                importer_->FindNumbersInUse();
+                Take(block);
+            }
+        } catch (const _com_error& error) {
+            throw Failure("the database refused (" + Printable(error.what()) + ")");
+        }
+        if (block.count > 0) lines_ = block.Records().back().line;
+    }
+
+    void Take(const Block& block) {
+        auto importer = std::make_unique<Importer>(*importer_);
+        try {
+            turns_.Take([&] { importer->Take(block); });
+        } catch (const Failure&) {
+            TellDialect(*importer);
+            throw;
+        }
+        importer_ = std::move(importer);
+        TellDialect(*importer_);
+    }
+
+    void TellDialect(const Importer& importer) {
+        if (isDialectTold_ || importer.DialectText().empty()) return;
+        isDialectTold_ = true;
+        out_ << importer.DialectText();
+    }
+
+    Turns turns_;
+    Interruption interruption_;
+    std::unique_ptr<Importer> importer_;  // as of the last transaction
+    std::size_t lines_ = 0;               // that are stored
+    std::ostream& out_;
+    bool isDialectTold_ = false;
 };
 
 }  // namespace
@@ -361,19 +470,17 @@ void Import(const ImportOptions& options, std::ostream& out, std::ostream* termi
                      [&](Fields fields) { return ImportedColumns::AreIn(fields, options); });
     CsvReader reader(lines, dialect.separator);
     const auto store = OpenDatabase(options.database, Access::Write);
-    Transaction transaction(*store);
-    Importer importer(*store, options, zone ? &*zone : nullptr, dialect, out);
+    Importing importing(*store, options, zone ? &*zone : nullptr, dialect, out);
     double size = 0;  // that of a pipe is not known
     if (isFile && std::filesystem::is_regular_file(options.file, unknown))
         size = static_cast<double>(std::filesystem::file_size(options.file));
     {
         Progress progress(size > 0 ? terminal : nullptr);
-        importer.Run(reader, [&] {
-            if (size > 0) progress.Show(static_cast<double>(file.tellg()) / size);
+        importing.Run(reader, [&] {
+            if (size > 0) progress.Show(file.eof() ? 1 : static_cast<double>(file.tellg()) / size);
         });
     }
-    transaction.Commit();
-    importer.Tell(out);
+    importing.Tell();
 }
 
 }  // namespace mersola::tool

@@ -44,12 +44,18 @@ std::optional<std::int32_t> ImportedNames::FindStored(std::int32_t number,
     return std::nullopt;
 }
 
+std::string ImportedNames::NameFor(std::int32_t number, const std::string& name,
+                                   const char* kind) const {
+    if (!name.empty() || stored_.NameOf(number).empty()) return name;
+    return std::string(kind) + " " + std::to_string(number);
+}
+
 bool ImportedNames::IsTaken(std::int32_t stored) const {
     return std::ranges::any_of(numbers_, [=](const auto& each) { return each.second == stored; });
 }
 
-ImportedKind::ImportedKind(Mersola& store, StoredTable table, const char* used)
-    : store_(store), table_(table), used_(used) {
+ImportedKind::ImportedKind(Mersola& store, StoredTable table, const char* used, const char* kind)
+    : store_(store), table_(table), used_(used), kind_(kind) {
     for (_Recordset& row : Rows(store, "SELECT %s,%s FROM %s ORDER BY %s", ColumnsOf(table)[0].name,
                                 ColumnsOf(table)[1].name, NameOf(table), ColumnsOf(table)[0].name))
         names_.AddStored(row.Fields(0).Long(), std::string(row.Fields(1).Text()));
@@ -58,14 +64,15 @@ ImportedKind::ImportedKind(Mersola& store, StoredTable table, const char* used)
 void ImportedKind::Register(Row record) {
     const std::int32_t number = RequiredNumber(record, ColumnsOf(table_)[0].name);
     const std::string name = TextIn(record, ColumnsOf(table_)[1].name);
-    const Labels& stored = names_.Stored();
-    std::optional<std::int32_t> id;
-    if (stored.Contains(number) && CompareNoCase(stored.NameOf(number), name) == 0) id = number;
-    if (!id && !name.empty()) id = FindStored(name);
+    const std::string stored = names_.NameFor(number, name, kind_);
     // Two that have one name in the file stay two.
-    if (id && names_.IsTaken(*id)) id.reset();
+    const auto isFree = [&](std::int32_t each) { return !names_.IsTaken(each); };
+    const bool isSame = names_.Stored().Contains(number) && isFree(number) &&
+                        CompareNoCase(names_.Stored().NameOf(number), stored) == 0;
+    std::optional<std::int32_t> id = isSame ? number : FindStored(stored, isFree);
     if (!id) {
-        id = stored.Contains(number) ? Free() : number;
+        id = names_.Stored().Contains(number) ? Free() : number;
+        if (stored != name) record[ColumnsOf(table_)[1].name] = stored;
         Insert(*id, std::move(record));
     }
     names_.AddFromFile(number, name, *id);
@@ -84,49 +91,57 @@ std::int32_t ImportedKind::Find(std::int32_t number) {
     if (const auto found = names_.FindNumber(number)) return *found;
     if (!names_.IsTold()) return number;
     // It has no name in the file: under that of another one it would be something else.
-    const std::int32_t id = names_.Stored().NameOf(number).empty() ? number : Free();
-    names_.AddFromFile(number, "", id);
-    return id;
+    if (const auto name = names_.NameFor(number, "", kind_); !name.empty())
+        Register({{ColumnsOf(table_)[0].name, number}});
+    else
+        names_.AddFromFile(number, "", number);
+    return names_.FindNumber(number).value();
 }
 
 std::int32_t ImportedKind::Find(const acoustics::Band& band) {
     const std::string name(band.name);
-    if (const auto found = FindStored(name)) return *found;
+    if (const auto found = FindStored(name, [](std::int32_t) { return true; })) return *found;
     const bool isFree = !names_.Stored().Contains(band.number) && !names_.IsTaken(band.number) &&
-                        !IsUsed(band.number);
+                        !Used().contains(band.number);
     const std::int32_t id = isFree ? band.number : Free();
     Insert(id, {{ColumnsOf(table_)[1].name, name}});
     return id;
 }
 
-std::optional<std::int32_t> ImportedKind::FindStored(const std::string& name) const {
+std::optional<std::int32_t> ImportedKind::FindStored(
+    const std::string& name, const std::function<bool(std::int32_t)>& fits) const {
     const Labels& stored = names_.Stored();
-    if (const auto found = stored.Find(name)) return found;
+    if (const auto found = stored.FindIf(name, fits)) return found;
     const auto* band = table_ == StoredTable::FrqNameMap ? acoustics::FindBand(name) : nullptr;
     if (!band) return std::nullopt;
     for (const auto& [id, each] : stored.Names()) {
-        if (acoustics::FindBand(each) == band) return id;
+        if (acoustics::FindBand(each) == band && fits(id)) return id;
     }
     return std::nullopt;
 }
 
-bool ImportedKind::IsUsed(std::int32_t number) const {
-    const auto rows = Query(store_, "SELECT COUNT(*) FROM %s WHERE %s=%d", used_,
-                            ColumnsOf(table_)[0].name, number);
-    return rows->Fields(0).Long() > 0;
+const std::set<std::int32_t>& ImportedKind::Used() const {
+    if (!numbersUsed_) throw UsedAreUnknown();
+    return *numbersUsed_;
 }
 
 bool ImportedKind::IsKnown(const std::string& text) const {
     return NumberLabel(text) || names_.Find(text);
 }
 
+void ImportedKind::FindUsed() {
+    numbersUsed_.emplace();
+    for (_Recordset& row :
+         Rows(store_, "SELECT DISTINCT %s FROM %s", ColumnsOf(table_)[0].name, used_))
+        numbersUsed_->insert(row.Fields(0).Long());
+}
+
 std::int32_t ImportedKind::Free() {
-    if (!last_) {
-        const auto rows = Query(store_, "SELECT MAX(%s) FROM %s", ColumnsOf(table_)[0].name, used_);
-        last_ = rows->Fields(0).Long();
-    }
-    last_ = std::max(*last_, names_.Stored().Last()) + 1;
-    return *last_;
+    const std::int32_t last = Used().empty() ? 0 : *Used().rbegin();
+    std::int32_t id = std::max(last, names_.Stored().Last()) + 1;
+    while (names_.IsTaken(id))
+        ++id;
+    return id;
 }
 
 void ImportedKind::Insert(std::int32_t id, Row row) {

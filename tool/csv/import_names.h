@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -32,6 +34,9 @@ class ImportedNames {
     std::optional<std::int32_t> FindNumber(std::int32_t number) const;
     /// What the database has under this name, or without any under this number.
     std::optional<std::int32_t> FindStored(std::int32_t number, const std::string& name) const;
+    /// The name under which to store what is called so in the file: without one, under the number
+    /// of another one, it gets a name by which it is found again, `kind` and its number.
+    std::string NameFor(std::int32_t number, const std::string& name, const char* kind) const;
     /// Whether something in the file has this number in the database.
     bool IsTaken(std::int32_t stored) const;
     /// Whether the file has numbers of its own.
@@ -47,8 +52,14 @@ class ImportedNames {
 /// Functions or bands. Raises Failure or _com_error.
 class ImportedKind {
   public:
+    /// Raised where something new needs a number before FindUsed was called.
+    struct UsedAreUnknown {};
+
     /// `table`: of their names. `used`: where their numbers stand, as "MeasuredFunctions".
-    ImportedKind(Mersola& store, StoredTable table, const char* used);
+    ImportedKind(Mersola& store, StoredTable table, const char* used, const char* kind);
+
+    /// Finds the numbers in use, named or not. That may take long.
+    void FindUsed();
 
     /// A record of the file: a name that is new is added. Numbers stay where that is possible.
     void Register(Row record);
@@ -72,16 +83,19 @@ class ImportedKind {
     const Labels& Stored() const { return names_.Stored(); }
 
   private:
-    /// What the database has under a name; of bands also under that of the same frequency.
-    std::optional<std::int32_t> FindStored(const std::string& name) const;
-    bool IsUsed(std::int32_t number) const;
+    /// What the database has under a name, if it fits; of bands also under that of the same
+    /// frequency.
+    std::optional<std::int32_t> FindStored(const std::string& name,
+                                           const std::function<bool(std::int32_t)>& fits) const;
+    const std::set<std::int32_t>& Used() const;
     std::int32_t Free();
     void Insert(std::int32_t id, Row row);
 
     Mersola& store_;
     StoredTable table_;
     const char* used_;
-    std::optional<std::int32_t> last_;  // number in use
+    const char* kind_;  // as "function"
+    std::optional<std::set<std::int32_t>> numbersUsed_;
     ImportedNames names_;
 };
 

@@ -1,7 +1,9 @@
 // Registering what a file holds, and matching it with what is there.
 #include "import_target.h"
 
+#include <algorithm>
 #include <tuple>
+#include <utility>
 #include <variant>
 
 #include "catalogue.h"
@@ -44,6 +46,11 @@ std::int64_t LengthIn(const std::string& text, const char* column) {
     throw Failure(std::string(column) + " " + Quoted(Excerpt(text)) + " is no length of a period");
 }
 
+void RaisePeriods(Mersola& store, const std::string& where, std::int32_t periods) {
+    Query(store, "UPDATE Reports SET noOfPeriods=%d WHERE %s AND noOfPeriods<%d", periods,
+          where.c_str(), periods);
+}
+
 void RequireLength(const AskedReport& asked, const CTimeSpanEx& stored) {
     // An export may have one that is longer than those that are read.
     if (asked.lengthText == PeriodText(stored)) return;
@@ -65,10 +72,15 @@ std::optional<CTimeSpanEx> AskedReport::Length() const {
 
 ImportTarget::ImportTarget(Mersola& store)
     : store_(store),
-      functions_(store, FuncNameMap, "MeasuredFunctions"),
-      bands_(store, FrqNameMap, "MeasuredValues") {
+      functions_(store, FuncNameMap, "MeasuredFunctions", "function"),
+      bands_(store, FrqNameMap, "MeasuredValues", "band") {
     for (_Recordset& row : Rows(store, "SELECT GroupId,GroupName FROM Groups ORDER BY GroupId"))
         instruments_.AddStored(row.Fields(0).Long(), std::string(row.Fields(1).Text()));
+}
+
+void ImportTarget::FindNumbersInUse() {
+    functions_.FindUsed();
+    bands_.FindUsed();
 }
 
 void ImportTarget::Add(StoredTable table, const Row& record) {
@@ -104,14 +116,16 @@ void ImportTarget::Add(StoredTable table, const Row& record) {
 void ImportTarget::AddInstrument(const Row& record) {
     const std::int32_t number = RequiredNumber(record, "GroupId");
     const std::string name = TextIn(record, "GroupName");
+    const std::string stored = instruments_.NameFor(number, name, "instrument");
     // One that is there stays as it is: its state is rewritten all the time.
-    auto id = instruments_.FindStored(number, name);
+    auto id = instruments_.FindStored(number, stored);
     if (!id) {
         id = instruments_.Stored().Contains(number) ? Next(Groups, "GroupId") : number;
         Row row = record;
         row["GroupId"] = *id;
+        if (stored != name) row["GroupName"] = stored;
         InsertInto(store_, Groups, row);
-        instruments_.AddStored(*id, name);
+        instruments_.AddStored(*id, stored);
     }
     instruments_.AddFromFile(number, name, *id);
 }
@@ -126,7 +140,8 @@ void ImportTarget::AddMeasurement(Row record) {
     Translate(record);
     const std::int32_t group = RequiredNumber(record, "GroupId");
     ImportedNames& names = MeasurementsOf(group);
-    auto id = names.FindStored(number, name);
+    const std::string stored = names.NameFor(number, name, "measurement");
+    auto id = names.FindStored(number, stored);
     if (id) {
         for (const StoredColumn& column : ColumnsOf(Measurements)) {
             const std::string_view what = column.name;
@@ -143,10 +158,12 @@ void ImportTarget::AddMeasurement(Row record) {
         id = names.Stored().Contains(number) ? Next(Measurements, "MeasId", "WHERE " + Where(group))
                                              : number;
         record["MeasId"] = *id;
+        if (stored != name) record["MeasName"] = stored;
         InsertInto(store_, Measurements, record);
-        names.AddStored(*id, name);
-        fromFile_.insert({group, *id});
+        names.AddStored(*id, stored);
+        brought_.insert({group, *id});
     }
+    told_.insert({group, *id});
     names.AddFromFile(number, name, *id);
 }
 
@@ -157,16 +174,18 @@ void ImportTarget::AddReport(Row record) {
     const std::string where = std::apply([](auto... ids) { return Where(ids...); }, id);
     const auto stored =
         Query(store_, "SELECT PeriodLen,ReportType FROM Reports WHERE %s", where.c_str());
-    if (stored->EndOfFile()) return InsertInto(store_, Reports, record);
+    if (record.contains("noOfPeriods")) periods_[id] = NumberIn(record, "noOfPeriods");
+    if (stored->EndOfFile()) {
+        // Until its periods are stored, readers must not find them empty.
+        if (record.contains("noOfPeriods")) record["noOfPeriods"] = 0;
+        return InsertInto(store_, Reports, record);
+    }
     const auto length = [](std::string text) { return LengthIn(text, "PeriodLen"); };
     if (length(std::string(stored->Fields(0).Text())) != length(TextIn(record, "PeriodLen")) ||
         stored->Fields(1).Long() != NumberIn(record, "ReportType"))
         throw Failure("report " + std::to_string(std::get<2>(id)) +
                       " is stored with another type or length of periods; give the measurement "
                       "another name in the file");
-    const std::int32_t periods = RequiredNumber(record, "noOfPeriods");
-    Query(store_, "UPDATE Reports SET noOfPeriods=%d WHERE %s AND noOfPeriods<%d", periods,
-          where.c_str(), periods);
 }
 
 void ImportTarget::AddKey(Row record) {
@@ -186,8 +205,7 @@ void ImportTarget::AddMarker(Row record) {
     if (!instruments_.FindNumber(group))
         throw Failure("it belongs to an instrument that the file does not tell of");
     // Equal markers may be there twice, so that they are counted.
-    if (!fromFile_.contains(
-            {RequiredNumber(record, "GroupId"), RequiredNumber(record, "MeasId")})) {
+    if (!brought_.contains({RequiredNumber(record, "GroupId"), RequiredNumber(record, "MeasId")})) {
         std::string same;
         for (const StoredColumn& column : ColumnsOf(Markers))
             same += (same.empty() ? "" : " AND ") + Same(column, record);
@@ -213,10 +231,10 @@ ImportedReport& ImportTarget::Report(const AskedReport& asked) {
     const ReportKey id{
         group, measurement,
         std::get<std::int32_t>(CellFrom({"Report", StoredColumn::Integer}, Excerpt(asked.report)))};
-    auto found = reports_.find(id);
-    if (found == reports_.end()) found = reports_.emplace(id, Opened(id, asked)).first;
-    RequireLength(asked, CTimeSpanEx(found->second.nominal));
-    return found->second;
+    auto& report = reports_[id];
+    if (!report) report = std::make_shared<ImportedReport>(Opened(id, asked));
+    RequireLength(asked, CTimeSpanEx(report->nominal));
+    return *report;
 }
 
 ImportedReport ImportTarget::Opened(const ReportKey& id, const AskedReport& asked) {
@@ -290,7 +308,6 @@ std::int32_t ImportTarget::Measurement(std::int32_t group, const AskedReport& as
                {{"GroupId", group},
                 {"MeasId", id},
                 {"MeasName", asked.measurement},
-                {"Info", ""},
                 {"BandWidth", 0},
                 {"Fullscale", 1.0},
                 {"Sensitivity", 1.0},
@@ -298,7 +315,6 @@ std::int32_t ImportTarget::Measurement(std::int32_t group, const AskedReport& as
                 {"FrqUpper", 0.0},
                 {"StartAt", std::string(start->ToText())}});
     names.AddStored(id, asked.measurement);
-    newMeasurements_.insert({group, id});
     return id;
 }
 
@@ -356,28 +372,39 @@ bool ImportTarget::IsStored(StoredTable table, const std::string& condition) {
                 ->EndOfFile();
 }
 
-void ImportTarget::Finish(const std::set<std::int32_t>& bands) {
-    const bool hasMinPeriod =
-        ColumnIn(*Query(store_, "SELECT * FROM Reports WHERE 1=0"), "MinPeriod").has_value();
+void ImportTarget::Update(bool isEnd) {
     for (const auto& [id, report] : reports_) {
-        if (report.last < 0) continue;
+        if (!std::exchange(report->hasGrown, false)) continue;
         const std::string where = std::apply([](auto... ids) { return Where(ids...); }, id);
-        Query(store_, "UPDATE Reports SET noOfPeriods=%d WHERE %s AND noOfPeriods<%d",
-              report.last + 1, where.c_str(), report.last + 1);
-        if (hasMinPeriod)
-            Query(store_, "UPDATE Reports SET MinPeriod=%d WHERE %s AND MinPeriod>%d", report.first,
-                  where.c_str(), report.first);
+        RaisePeriods(store_, where, report->last + 1);
+        if (ColumnIn(*Query(store_, "SELECT * FROM Reports WHERE 1=0"), "MinPeriod"))
+            Query(store_, "UPDATE Reports SET MinPeriod=%d WHERE %s AND MinPeriod>%d",
+                  report->first, where.c_str(), report->first);
+        UpdateRange(*report);
     }
+    if (!isEnd) return;
+    for (const auto& [id, periods] : periods_)
+        RaisePeriods(store_, std::apply([](auto... ids) { return Where(ids...); }, id), periods);
+}
+
+// Nobody else tells the bands of a measurement that an import made, this one or one before. It has
+// no description, not even the empty one that recorders give it.
+void ImportTarget::UpdateRange(const ImportedReport& report) {
+    if (told_.contains({report.groupId, report.measId})) return;
     std::vector<double> frequencies;
     for (const auto& band : acoustics::NamedBands()) {
-        if (bands.contains(band.number) && bands_.Stored().NameOf(band.number) == band.name)
+        if (report.bands.contains(band.number) && bands_.Stored().NameOf(band.number) == band.name)
             frequencies.push_back(band.nominal);
     }
     if (frequencies.empty()) return;
-    for (const auto& [group, measurement] : newMeasurements_)
-        Query(store_, "UPDATE Measurements SET BandWidth=%d,FrqLower=%f,FrqUpper=%f WHERE %s",
-              kThirdOctaves, frequencies.front(), frequencies.back(),
-              Where(group, measurement).c_str());
+    const std::string where = Where(report.groupId, report.measId);
+    const auto stored = Query(store_, "SELECT * FROM Measurements WHERE %s", where.c_str());
+    if (!stored->Fields("Info").IsNull()) return;
+    const bool isFirst = stored->Fields("BandWidth").Long() == 0;
+    const double lower = stored->Fields("FrqLower").Double();
+    Query(store_, "UPDATE Measurements SET BandWidth=%d,FrqLower=%f,FrqUpper=%f WHERE %s",
+          kThirdOctaves, isFirst ? frequencies.front() : std::min(lower, frequencies.front()),
+          std::max(stored->Fields("FrqUpper").Double(), frequencies.back()), where.c_str());
 }
 
 }  // namespace mersola::tool

@@ -1,10 +1,12 @@
 // Where an import goes: the instruments, measurements and reports of the database.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -28,6 +30,17 @@ struct ImportedReport {
     std::int64_t nominal;  ///< likewise, as it was set
     std::int32_t first = std::numeric_limits<std::int32_t>::max();  ///< period that was imported
     std::int32_t last = -1;
+    std::set<std::int32_t> bands{};  ///< that were imported
+    bool hasGrown = false;           ///< since it was brought up to date
+
+    void Add(std::int32_t period, std::int32_t band) {
+        if (period < first || period > last) {
+            first = std::min(first, period);
+            last = std::max(last, period);
+            hasGrown = true;
+        }
+        if (bands.insert(band).second) hasGrown = true;
+    }
 };
 
 /// How a row names its report, and what it takes to register a new one.
@@ -45,10 +58,16 @@ struct AskedReport {
     std::optional<CTimeSpanEx> Length() const;
 };
 
-/// Every operation raises Failure or _com_error.
+/// What an interrupted import left behind is found and completed by the next one of the same file.
+/// Copies go on by themselves, with the reports that they have in common. Every operation raises
+/// Failure, _com_error or ImportedKind::UsedAreUnknown.
 class ImportTarget {
   public:
     explicit ImportTarget(Mersola& store);
+
+    /// To be called when something raised UsedAreUnknown. It may take long, and so belongs outside
+    /// of transactions.
+    void FindNumbersInUse();
 
     /// A row of a small table, as the file tells of it. What is there already must be the same
     /// where it says what the values mean.
@@ -64,8 +83,8 @@ class ImportTarget {
     ImportedKind& Bands() { return bands_; }
     std::size_t CountReports() const { return reports_.size(); }
 
-    /// Brings up to date what depends on the values. `bands`: those that were imported.
-    void Finish(const std::set<std::int32_t>& bands);
+    /// Brings up to date what depends on the values; in the end also what the file says of it.
+    void Update(bool isEnd);
 
   private:
     using MeasurementKey = std::pair<std::int32_t, std::int32_t>;
@@ -82,6 +101,7 @@ class ImportTarget {
     std::int32_t Instrument(const std::string& text);
     std::int32_t Measurement(std::int32_t group, const AskedReport& asked);
     ImportedReport Opened(const ReportKey& id, const AskedReport& asked);
+    void UpdateRange(const ImportedReport& report);
     void NewReport(const ReportKey& id, const AskedReport& asked);
     std::int32_t Key(const ReportKey& id, std::optional<std::int32_t> wanted);
     ImportedNames& MeasurementsOf(std::int32_t group);
@@ -92,10 +112,11 @@ class ImportTarget {
     ImportedKind functions_, bands_;
     ImportedNames instruments_;
     std::map<std::int32_t, ImportedNames> measurements_;  // by instrument
-    std::set<MeasurementKey> newMeasurements_;            // the file says nothing of their settings
-    std::set<MeasurementKey> fromFile_;                   // and these it brought
+    std::set<MeasurementKey> told_;                       // the file tells of their settings,
+    std::set<MeasurementKey> brought_;                    // and these are new
+    std::map<ReportKey, std::int32_t> periods_;           // that a report has in the end
     std::map<ReportKey, std::set<std::pair<std::int32_t, std::int32_t>>> listed_;
-    std::map<ReportKey, ImportedReport> reports_;
+    std::map<ReportKey, std::shared_ptr<ImportedReport>> reports_;
     std::map<std::string, std::int64_t> markers_;  // how many the file had
 };
 

@@ -10,7 +10,6 @@
 namespace mersola::tool {
 namespace {
 
-constexpr std::size_t kMany = 20'000;    // values at a time
 constexpr std::int32_t kWidestGap = 16;  // periods that are read along rather than asked apart
 
 std::string Described(const std::optional<double>& number, const std::string& status) {
@@ -26,14 +25,11 @@ bool IsSameSeries(const ImportedValue& left, const ImportedValue& right) {
 }  // namespace
 
 void ImportedValues::Add(ImportedValue value) {
-    value.report->first = std::min(value.report->first, value.period);
-    value.report->last = std::max(value.report->last, value.period);
-    bands_.insert(value.band);
+    value.report->Add(value.period, value.band);
     values_.push_back(std::move(value));
-    if (values_.size() >= kMany) Flush();
 }
 
-void ImportedValues::Flush() {
+void ImportedValues::Store(ImportTarget& target) {
     std::ranges::stable_sort(values_, {}, &ImportedValue::Key);
     SkipRepeated();
     SkipStored();
@@ -41,7 +37,7 @@ void ImportedValues::Flush() {
         throw Failure("line " + std::to_string(conflict_->first) + ": " + conflict_->second);
     skipped_ +=
         static_cast<std::int64_t>(std::erase_if(values_, std::mem_fn(&ImportedValue::isSkipped)));
-    Store();
+    Insert(target);
     stored_ += static_cast<std::int64_t>(values_.size());
     values_.clear();
 }
@@ -99,7 +95,7 @@ void ImportedValues::Skip(ImportedValue& value, const std::optional<double>& num
                                  Described(number, status) + " is stored already"};
 }
 
-void ImportedValues::Store() {
+void ImportedValues::Insert(ImportTarget& target) {
     if (values_.empty()) return;
     const auto rows = _Recordset::CreateInstance();
     rows->Open("MeasuredValues", store_.getConnection(), adOpenForwardOnly, adLockBatchOptimistic,
@@ -111,7 +107,7 @@ void ImportedValues::Store() {
     const ImportedValue* before = nullptr;
     for (const ImportedValue& each : values_) {
         if (!before || !IsSameSeries(*before, each))
-            target_.RegisterFunction(*each.report, each.channel, each.function);
+            target.RegisterFunction(*each.report, each.channel, each.function);
         before = &each;
         rows->AddNew();
         key.Put(each.report->key);

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -32,16 +31,15 @@ struct ImportedValue {
 /// Every operation raises Failure, which begins with a line of the file, or _com_error.
 class ImportedValues {
   public:
-    ImportedValues(Mersola& store, ImportTarget& target) : store_(store), target_(target) {}
+    explicit ImportedValues(Mersola& store) : store_(store) {}
 
-    /// Keeps the value until there are many, and then stores them. One that is stored already with
-    /// the same number and status is skipped; another one is a Failure.
+    /// Keeps the value until they are stored. One that is stored already with the same number and
+    /// status is skipped; another one is a Failure.
     void Add(ImportedValue value);
-    void Flush();
+    void Store(ImportTarget& target);
 
     std::int64_t Stored() const { return stored_; }
     std::int64_t Skipped() const { return skipped_; }
-    const std::set<std::int32_t>& Bands() const { return bands_; }
 
   private:
     using Iterator = std::vector<ImportedValue>::iterator;
@@ -50,14 +48,12 @@ class ImportedValues {
     void SkipStored();
     void SkipStored(Iterator first, Iterator last);
     void Skip(ImportedValue& value, const std::optional<double>& number, const std::string& status);
-    void Store();
+    void Insert(ImportTarget& target);
 
     Mersola& store_;
-    ImportTarget& target_;
     std::vector<ImportedValue> values_;
     std::optional<std::pair<std::size_t, std::string>> conflict_;  // the first line that has one
     std::int64_t stored_ = 0, skipped_ = 0;
-    std::set<std::int32_t> bands_;
 };
 
 }  // namespace mersola::tool

@@ -1,6 +1,8 @@
 // Names that lead back to what they name.
 #include "labels.h"
 
+#include <algorithm>
+
 #include <mersola/platform/text.h>
 
 #include "times_text.h"
@@ -32,8 +34,15 @@ std::string Labels::Of(std::int32_t id) const {
 }
 
 std::optional<std::int32_t> Labels::Find(std::string_view name) const {
-    const auto found = ids_.find(Lower(name));
-    if (found == ids_.end()) return std::nullopt;
+    return FindIf(name, [](std::int32_t) { return true; });
+}
+
+std::optional<std::int32_t> Labels::FindIf(std::string_view name,
+                                           const std::function<bool(std::int32_t)>& fits) const {
+    const auto [first, last] = ids_.equal_range(Lower(name));
+    const auto found =
+        std::find_if(first, last, [&](const auto& each) { return fits(each.second); });
+    if (found == last) return std::nullopt;
     return found->second;
 }
 

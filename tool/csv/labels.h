@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -23,6 +24,8 @@ class Labels {
 
     /// The one of that name, without regard to case; of several the first.
     std::optional<std::int32_t> Find(std::string_view name) const;
+    std::optional<std::int32_t> FindIf(std::string_view name,
+                                       const std::function<bool(std::int32_t)>& fits) const;
 
     /// Empty when it has none, or is not there.
     std::string NameOf(std::int32_t id) const;
