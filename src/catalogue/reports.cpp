@@ -3,6 +3,7 @@
 
 #include "columns.h"
 #include "statement.h"
+#include "trace.h"
 
 using namespace mersola;
 
@@ -121,10 +122,7 @@ int Mersola::_GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& con
             connection,
             formatted("SELECT * FROM Reports where GroupId=%d AND MeasId=%d AND ReportId=%d",
                       m_GroupId, m_MeasId, reportId));
-        if (!atFirstRow(rows)) {
-            Test("Done Error");
-            return 0;
-        }
+        if (!atFirstRow(rows)) return fault("Done Error");
         rec.ReportId = reportId;
         readReport(*rows, rec);
         return 1;

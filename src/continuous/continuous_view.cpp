@@ -4,6 +4,7 @@
 
 #include <mersola/mersola.h>
 
+#include "probes.h"
 #include "statement.h"
 
 using namespace mersola;
@@ -102,7 +103,7 @@ bool Mersola::readChain(Measurements& chain) {
 bool Mersola::refreshContinuousData() {
     if (!readable()) return false;
     if (m_contMode != -3) return true;
-    auto rows = dbExecute("SELECT * FROM Measurements where GroupId=-1");
+    auto rows = dbExecute(kMeasurementsProbe);
     rows = dbExecute(formatted("SELECT count(*) FROM Measurements where GroupId=%d", m_GroupId));
     if (!atFirstRow(rows)) return false;
     const int count = rows->Fields(0).Long();

@@ -23,9 +23,7 @@ bool ReportInfo::identicalTo(const ReportInfo& other) const noexcept {
 }
 
 bool MeasurementInfo::identicalTo(const MeasurementInfo& other) const {
-    // For whoever steps through here; not traced anywhere.
-    CString comparison;
-    comparison.Format("BandWidth-->  %d // %d\n", BandWidth, other.BandWidth);
+    CString().Format("BandWidth-->  %d // %d\n", BandWidth, other.BandWidth);  // for a debugger
     return BandWidth == other.BandWidth;
 }
 

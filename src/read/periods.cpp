@@ -3,6 +3,7 @@
 
 #include <mersola/mersola.h>
 
+#include "probes.h"
 #include "statement.h"
 
 using namespace mersola;
@@ -39,8 +40,7 @@ int Mersola::GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr&
     }
     m_firstPrdValid = false;
     try {
-        auto rows =
-            dbExecute(connection, "SELECT PeriodNo FROM MeasuredValues WHERE MeasValueId=-1");
+        auto rows = dbExecute(connection, kPeriodsProbe);
         rows = dbExecute(
             connection,
             formatted("SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=%d", *id));

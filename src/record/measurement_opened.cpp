@@ -4,7 +4,9 @@
 #include <mersola/mersola.h>
 
 #include "attempt.h"
+#include "probes.h"
 #include "statement.h"
+#include "trace.h"
 #include "trace_time.h"
 
 using namespace mersola;
@@ -17,10 +19,7 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
     m_missingIndex = 0;
     m_recordedGroupId = m_recordedMeasId = -1;
     m_registeredReports.RemoveAll();
-    if (!resolved(connection)) {
-        Test("***No connection in PutMeasurement\n");
-        return false;
-    }
+    if (!resolved(connection)) return fault("***No connection in PutMeasurement\n");
     try {
         const auto group = identifier(groupId);
         if (!group) return false;
@@ -29,10 +28,7 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
         const auto id =
             identifier(locateNewMeasurement(connection, m_GroupId, info.MeasName, isNew));
         info.MeasId = id.value_or(-1);
-        if (info.MeasId < 0) {
-            Test("***Invalid Id in PutMeasurement\n");
-            return false;
-        }
+        if (info.MeasId < 0) return fault("***Invalid Id in PutMeasurement\n");
         m_Valid = true;
         m_newEntry = isNew;
         m_resumed = !isNew;
@@ -48,13 +44,11 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
         m_newEntry = isNew;
         m_lastReportOffs = 0;
         const CTimeEx& shown = isNew ? m_StartAt : m_lastMeasurement.StartAt;
-        Test("m_Start put: %s\n",
-             formatted("%s%s", isNew ? "N >" : "!N >", traceTime(shown).GetString()).GetString());
+        Test("m_Start put: %s\n", (CString(isNew ? "N >" : "!N >") + traceTime(shown)).GetString());
         return true;
     } catch (const _com_error&) {
-        Test("***Exception  in PutMeasurement\n");
         m_Valid = false;
-        return false;
+        return fault("***Exception  in PutMeasurement\n");
     }
 }
 
@@ -66,32 +60,21 @@ bool Mersola::insertMeasurement(const _ConnectionPtr& connection, MeasurementInf
         quoteText(info.MeasName).GetString(), info.MeasId, quoteText(info.Info).GetString(),
         info.BandWidth, info.Fullscale, info.Sensitivity, info.FrqLower, info.FrqUpper,
         quoteText(info.StartAt.ToText()).GetString(), m_GroupId);
-    if (!dbExecute(connection, insert)) {
-        Test("***Invalid INSERT in PutMeasurement %s\n", insert.GetString());
-        return false;
-    }
-    if (!PutStart(connection, info.StartAt)) {
-        Test("***Invalid PutStart in PutMeasurement\n");
-        return false;
-    }
+    if (!dbExecute(connection, insert))
+        return fault("***Invalid INSERT in PutMeasurement %s\n", insert.GetString());
+    if (!PutStart(connection, info.StartAt))
+        return fault("***Invalid PutStart in PutMeasurement\n");
     return true;
 }
 
 bool Mersola::resumeMeasurement(const _ConnectionPtr& connection, MeasurementInfo& info) {
     MeasurementInfo stored;
-    if (!_GetMeasurement(info.MeasId, stored, connection)) {
-        Test("***Invalid _GetMeasurement in PutMeasurement\n");
-        return false;
-    }
+    if (!_GetMeasurement(info.MeasId, stored, connection))
+        return fault("***Invalid _GetMeasurement in PutMeasurement\n");
     loadSettings(stored);  // it is selected now, whether it can be resumed or not
-    if (!stored.identicalTo(info)) {
-        Test("***Invalid measinfo in PutMeasurement\n");
-        return false;
-    }
-    if (!settleStart(connection, info.StartAt, stored)) {
-        Test("***Invalid PutStart in PutMeasurement\n");
-        return false;
-    }
+    if (!stored.identicalTo(info)) return fault("***Invalid measinfo in PutMeasurement\n");
+    if (!settleStart(connection, info.StartAt, stored))
+        return fault("***Invalid PutStart in PutMeasurement\n");
     if (info.FrqUpper > stored.FrqUpper || info.FrqLower < stored.FrqLower) {
         stored.FrqUpper = std::max(stored.FrqUpper, info.FrqUpper);
         stored.FrqLower = std::min(stored.FrqLower, info.FrqLower);
@@ -154,9 +137,7 @@ bool Mersola::loadLastReports(const _ConnectionPtr& connection) {
             if (!GetFirstPeriod(first, m_GroupId, m_MeasId, report.ReportId, 0, connection)) {
                 GetFirstPeriod(first, report.extra5, connection);
             }
-            auto rows = attempt(*this, connection,
-                                "SELECT * FROM MeasuredValues WHERE PeriodNo=-1 AND FuncId=-1 AND "
-                                "MeasValueId=-1 AND Channel=-1");
+            auto rows = attempt(*this, connection, kValuesProbe);
             rows = attempt(
                 *this, connection,
                 formatted("SELECT count(*) FROM MeasuredValues WHERE PeriodNo=%d AND FuncId=%d AND "

@@ -33,15 +33,11 @@ bool Mersola::validDate(const CTimeEx& t) {
 bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
     if (!resolved(connection)) return false;
     m_Valid = validDate(start);
-    if (!m_Valid) {
-        TraceText("Mersola::PutStart:Invalid start");
-        return false;
-    }
+    if (!m_Valid) return fault("Mersola::PutStart:Invalid start");
     m_StartAt = start;
     const CString startText = start.ToText();
     const CString lastText = m_lastMeasurement.StartAt.ToText();
-    TraceText(formatted("PutStart : s0StartAt=%s, sStartAt=%s\n", startText.GetString(),
-                        lastText.GetString()));
+    Test("PutStart : s0StartAt=%s, sStartAt=%s\n", startText.GetString(), lastText.GetString());
     if (!m_newEntry) {
         Test("!m_newEntry, before tDiff");
         if (!m_lastMeasurement.StartAt.IsValid()) return false;
@@ -60,20 +56,13 @@ bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
     } catch (const _com_error&) {
         // Told below.
     }
-    TraceText("Mersola::PutStart:Invalid SQL" + update);
-    return false;
+    return fault("Mersola::PutStart:Invalid SQL%s", update.GetString());
 }
 
 bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId*/) try {
     Test(">>>PutMissingPeriods START\n");
-    if (!resolved(connection)) {
-        Test("***PutMissingPeriods no connection\n");
-        return false;
-    }
-    if (!m_Valid) {
-        Test("***PutMissingPeriods no valid\n");
-        return false;
-    }
+    if (!resolved(connection)) return fault("***PutMissingPeriods no connection\n");
+    if (!m_Valid) return fault("***PutMissingPeriods no valid\n");
     if (m_newEntry) {
         Test("***PutMissingPeriods new entry\n");
         return true;
@@ -86,16 +75,14 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
             ++index;
         if (index == reports.GetSize()) {
             m_Valid = false;
-            Test("***PutMissingPeriods not found\n");
-            return false;
+            return fault("***PutMissingPeriods not found\n");
         }
     }
     ReportInfo& report = reports[index];
     const std::int64_t length = report.PeriodLen.GetTotalMilliseconds();
     if (length <= 0) {
         m_Valid = false;
-        Test("***PutMissingPeriods negative PeriodLen\n");
-        return false;
+        return fault("***PutMissingPeriods negative PeriodLen\n");
     }
     m_missingIndex = index;
     m_missingReportId = report.ReportId;
@@ -104,9 +91,8 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
         return true;
     }
     report.extraFlag = true;
-    TraceText(formatted("***PutMissingPeriods m_lastMeasurement.StartAt=%s, m_StartAt=%s\n",
-                        traceTime(m_lastMeasurement.StartAt).GetString(),
-                        traceTime(m_StartAt).GetString()));
+    Test("***PutMissingPeriods m_lastMeasurement.StartAt=%s, m_StartAt=%s\n",
+         traceTime(m_lastMeasurement.StartAt).GetString(), traceTime(m_StartAt).GetString());
     m_Offs = (m_StartAt - m_lastMeasurement.StartAt).GetTotalMilliseconds();
     const std::int64_t storedPeriods = report.noOfPeriods;
     m_MeasValueId = report.extra5;
@@ -114,11 +100,9 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
     Test(">>>PutMissingPeriods FOUND m_lastMeasurement.reports[i].noOfPeriods = %d  \n",
          report.noOfPeriods);
     const std::int64_t passed = m_Offs / length;
-    if (m_Offs > 0) {
-        const auto missing =
-            std::max<std::int64_t>(passed - storedPeriods, 0);  // nothing is written for them
-        Test(">>>PutMissingPeriods missing = %d  \n", static_cast<int>(missing));
-    }
+    const auto missing = static_cast<int>(std::max<std::int64_t>(passed - storedPeriods, 0));
+    // Nothing is written for the missing periods.
+    if (m_Offs > 0) Test(">>>PutMissingPeriods missing = %d  \n", missing);
     const auto periods = identifier(passed);
     if (!periods) {
         m_Valid = false;
@@ -129,30 +113,18 @@ bool Mersola::PutMissingPeriods(const _ConnectionPtr& connection, int /*reportId
          static_cast<int>(m_Offs));
     const CString update = CountUpdate(m_noOfPeriods, m_GroupId, m_MeasId, m_ReportId);
     if (attempt(*this, connection, update)) return true;
-    Test("***PutMissingPeriods invalid UPDATE %s\n", update.GetString());
     m_Valid = false;
-    return false;
+    return fault("***PutMissingPeriods invalid UPDATE %s\n", update.GetString());
 } catch (const std::exception&) {
-    Test("***PutMissingPeriods exception\n");
-    return false;
+    return fault("***PutMissingPeriods exception\n");
 }
 
 bool Mersola::PutPeriodsRelative(const _ConnectionPtr& connection, int periods) {
-    if (!resolved(connection)) {
-        Test("***Mersola::PutPeriodsRelative invalid connection\n");
-        return false;
-    }
-    if (!m_Valid) {
-        Test("***Mersola::PutPeriodsRelative invalid m_Valid\n");
-        return false;
-    }
-    if (m_newEntry) {
-        Test("PutPeriods NEW 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
-             m_lastReportOffs, m_noOfPeriods);
-    } else {
-        Test("PutPeriods OLD 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
-             m_lastReportOffs, m_noOfPeriods);
-    }
+    if (!resolved(connection)) return fault("***Mersola::PutPeriodsRelative invalid connection\n");
+    if (!m_Valid) return fault("***Mersola::PutPeriodsRelative invalid m_Valid\n");
+    Test(m_newEntry ? "PutPeriods NEW 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n"
+                    : "PutPeriods OLD 0> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n",
+         periods, m_lastReportOffs, m_noOfPeriods);
     const auto count = identifier(long{periods} + (m_newEntry ? 0 : m_lastReportOffs));
     if (!count) return false;
     if (*count <= m_noOfPeriods) return true;
@@ -160,21 +132,14 @@ bool Mersola::PutPeriodsRelative(const _ConnectionPtr& connection, int periods) 
     const CString update = CountUpdate(m_noOfPeriods, m_GroupId, m_MeasId, m_ReportId);
     Test(">>>PutPeriodsRelative UPDATE %s\n", update.GetString());
     try {
-        if (!dbExecute(connection, update)) {
-            Test("***Mersola::PutPeriodsRelative invalid SQL %s\n", update.GetString());
-            return false;
-        }
+        if (!dbExecute(connection, update))
+            return fault("***Mersola::PutPeriodsRelative invalid SQL %s\n", update.GetString());
     } catch (const _com_error&) {
-        Test("***Mersola::invalid exception%s\n", update.GetString());
-        return false;
+        return fault("***Mersola::invalid exception%s\n", update.GetString());
     }
-    if (m_newEntry) {
-        Test("PutPeriods NEW 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
-             m_lastReportOffs, m_noOfPeriods);
-    } else {
-        Test("PutPeriods OLD 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n", periods,
-             m_lastReportOffs, m_noOfPeriods);
-    }
+    Test(m_newEntry ? "PutPeriods NEW 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n"
+                    : "PutPeriods OLD 1> periods=%d, m_lastReportOffs=%d m_noOfPeriods=%d\n",
+         periods, m_lastReportOffs, m_noOfPeriods);
     return true;
 }
 

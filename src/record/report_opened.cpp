@@ -5,7 +5,9 @@
 
 #include "attempt.h"
 #include "db_error.h"
+#include "probes.h"
 #include "statement.h"
+#include "trace.h"
 
 using namespace mersola;
 
@@ -18,14 +20,8 @@ CString RealLengthText(const ReportInfo& info) {
 }  // namespace
 
 bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
-    if (!resolved(connection)) {
-        Test("***No connection in PutReport\n");
-        return false;
-    }
-    if (!m_Valid) {
-        Test("***Invalid m_Valid in PutReport\n");
-        return false;
-    }
+    if (!resolved(connection)) return fault("***No connection in PutReport\n");
+    if (!m_Valid) return fault("***Invalid m_Valid in PutReport\n");
     m_MeasValueId = -1;  // until that of this report is known
     m_lastReportOffs = 0;
     m_reportType = info.ReportType;
@@ -36,8 +32,7 @@ bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
     m_realPrdLengthSet = info.realPeriodLenSet;
     m_newEntry = !m_resumed;
     try {
-        auto rows = dbExecute(
-            connection, "SELECT * FROM Reports where MeasId=-1 and GroupId=-1 and ReportId=-1");
+        auto rows = dbExecute(connection, kReportsProbe);
         rows = dbExecute(
             connection,
             formatted("SELECT count(*) FROM Reports where MeasId=%d and GroupId=%d and ReportId=%d",
@@ -48,8 +43,7 @@ bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
         }
         return resumeReport(connection, info);
     } catch (const _com_error&) {
-        Test("***Invalid Exception PutReport \n");
-        return false;
+        return fault("***Invalid Exception PutReport \n");
     }
 }
 
@@ -57,13 +51,11 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
     ReportInfo stored;
     if (!_GetReport(m_ReportId, stored, connection)) {
         m_Valid = false;
-        Test("***Invalid _GetReport in PutMeasurement\n");
-        return false;
+        return fault("***Invalid _GetReport in PutMeasurement\n");
     }
     if (!stored.identicalTo(info)) {
         m_Valid = false;
-        Test("***Invalid reportinfo in PutReport\n");
-        return false;
+        return fault("***Invalid reportinfo in PutReport\n");
     }
     if (std::ranges::find(m_registeredReports, m_ReportId) != m_registeredReports.end()) {
         // This recording registered the report itself: its periods count from this recording's
@@ -117,10 +109,8 @@ bool Mersola::insertReport(const _ConnectionPtr& connection, const ReportInfo& i
             "VALUES (%d,%d,%d,%s,%s,%d,%d)",
             m_GroupId, m_MeasId, m_ReportId, length.GetString(), realLength.GetString(),
             m_noOfPeriods, m_reportType);
-        if (!dbExecute(connection, insert)) {
-            Test("***Invalid INSERT in PutReport %s\n", insert.GetString());
-            return false;
-        }
+        if (!dbExecute(connection, insert))
+            return fault("***Invalid INSERT in PutReport %s\n", insert.GetString());
     }
     m_registeredReports.Add(m_ReportId);
     return ensureMeasMap(connection, m_ReportId, m_MeasValueId);
@@ -146,10 +136,8 @@ bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId,
             "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES "
             "(%d,%d,%d,%d)",
             m_GroupId, m_MeasId, reportId, *id);
-        if (!dbExecute(connection, insert)) {
-            Test("***Invalid INSERT 2 in PutReport %s\n", insert.GetString());
-            return false;
-        }
+        if (!dbExecute(connection, insert))
+            return fault("***Invalid INSERT 2 in PutReport %s\n", insert.GetString());
     }
     measValueId = *id;
     return true;

@@ -9,6 +9,7 @@
 
 #include "db_error.h"
 #include "statement.h"
+#include "trace.h"
 
 using namespace mersola;
 
@@ -99,13 +100,9 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
                               int period, int funcId, int channel, int frqId, bool updatePeriods,
                               long& nextPeriod, bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = period;
-    if (!resolved(connection)) {
-        Test("***Invalid connection in PutDataRelative\n");
-        return false;
-    }
+    if (!resolved(connection)) return fault("***Invalid connection in PutDataRelative\n");
     if (!m_Valid || m_MeasValueId == -1) {  // connecting anew opens the gate, but gives no key
-        Test("***Invalid m_Valid in PutDataRelative\n");
-        return false;
+        return fault("***Invalid m_Valid in PutDataRelative\n");
     }
     const auto stored = identifier(long{period} + (m_newEntry ? 0 : m_lastReportOffs));
     if (!stored || !identifier(long{period} + 1)) return false;
@@ -131,9 +128,8 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
     } catch (const _com_error& error) {
         if (isDuplicate(error)) return true;
     }
-    Test("***Invalid SQL in PutDataRelative %s (%d,%d) \n", insert.GetString(), period,
-         m_lastReportOffs);
-    return false;
+    return fault("***Invalid SQL in PutDataRelative %s (%d,%d) \n", insert.GetString(), period,
+                 m_lastReportOffs);
 }
 
 bool Mersola::PutDataAbsolute(double value, const CString& status, const CTimeEx& time,

@@ -11,15 +11,13 @@ namespace mersola {
 namespace {
 
 void TraceTime(const char* behind, const char* text) {
-    if constexpr (kTracing) {
-        const std::time_t now = std::time(nullptr);
-        std::tm local{};
-        localtime_r(&now, &local);
-        char time[128];
-        if (std::strftime(time, sizeof time, "%A, %B %d, %Y, %H:%M:%S", &local) == 0)
-            time[0] = '\0';
-        TraceText(formatted("%s%s%s", time, behind, text));
-    }
+    if (!IsTracing()) return;
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char time[128];
+    if (std::strftime(time, sizeof time, "%A, %B %d, %Y, %H:%M:%S", &local) == 0) time[0] = '\0';
+    TraceText(formatted("%s%s%s", time, behind, text));
 }
 
 }  // namespace

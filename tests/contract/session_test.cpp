@@ -12,6 +12,7 @@
 #include "log.h"
 #include "statement.h"
 #include "system_path.h"
+#include "trace.h"
 
 namespace mersola::test {
 namespace {
@@ -235,6 +236,30 @@ TEST(DiagnosticsLog, WritesOneLineForEachMessage) {
                 testing::MatchesRegex(
                     "\\[[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8}\\.[0-9]{1,3} [0-9]{4}\\] "
                     "\\[%s stays as it is\\]"));
+}
+
+TEST_P(SessionTest, TracesWhatOperationsDoOnceThereIsASink) {
+    static std::vector<std::string> traced;
+    traced.clear();
+    const TraceSink before =
+        SetTraceSink([](std::string_view message) { traced.emplace_back(message); });
+    InstrumentInfo instrument = Instrument();
+    EXPECT_FALSE(Store().PutInstrument(nullptr, instrument));
+    EXPECT_THAT(traced, testing::ElementsAre("***Invalid connection in  PutInstrument"));
+    for (const int start : {0, 120000}) {
+        Store store(database.ConnectString());
+        ASSERT_TRUE(Open(store, Measurement("noise", Start(start))));
+        EXPECT_TRUE(Write(store, 1, 5));
+    }
+    SetTraceSink(before);
+    for (const char* part :
+         {"m_Start put: N >", "m_Start put: !N >", "-->\tSELECT * FROM Groups where GroupName='",
+          ">>>PutDataRelative m_lastReportOffs=2 Prd=1  _Prd=3",
+          "PutPeriods OLD 1> periods=2, m_lastReportOffs=2 m_noOfPeriods=4"})
+        EXPECT_THAT(traced, testing::Contains(testing::HasSubstr(part)));
+    const std::size_t count = traced.size();
+    Store().Test("%d", 1);
+    EXPECT_EQ(traced.size(), count);
 }
 
 TEST(DatabaseError, BecomesTheThreadsErrorInformation) {
