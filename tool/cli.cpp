@@ -76,7 +76,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
                "be "
                "asked for it, or give a --password-file\n";
     const auto fail = [&](const std::string& line, int status) {
-        err << "mersola: " << Printable(Hidden(line, revealing)) << std::endl;
+        if (!line.empty()) err << "mersola: " << Printable(Hidden(line, revealing)) << std::endl;
         return status;
     };
     const bool isOnTerminal = &err == &std::cerr && isatty(STDERR_FILENO) == 1;

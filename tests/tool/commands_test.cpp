@@ -476,10 +476,31 @@ TEST_F(Tool, TellsWhenItsOutputIsLost) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_NE(outcome.err.find("could not be written"), std::string::npos);
     }
-    // The program itself, with a reader that goes away.
+    // Work that was done stays done.
+    std::ofstream(folder_ / "1.csv") << "Period,Value\n0,1\n";
+    const std::string other = folder_ / "other.db";
+    const std::pair<Words, const char*> works[] = {
+        {RecordWords(Silence("1.wav", 1)), "Recorded 8 periods"},
+        {{"import", db_, folder_ / "1.csv", "--instrument", "meter", "--measurement", "day",
+          "--function", "Leq", "--period", "1s", "--start", "2026-01-01 00:00"},
+         "Stored 1 value in 1 report."},
+        {{"init", other}, "is laid out"},
+        {{"copy", db_, other, "--verify"}, "values copied safely, and all verified"},
+        {{"version", db_, "--add", "2"}, "Added version '2'"}};
+    for (const auto& [words, done] : works) {
+        std::ofstream full("/dev/full");
+        const Outcome outcome = RunWords(words, &full);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_NE(outcome.err.find(done), std::string::npos) << outcome.err;
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+    }
+    // The program itself, without an output and with a reader that goes away.
     EXPECT_EQ(
         std::system("( \"" MERSOLA_TOOL "\" --help 2>&3; echo $? >&3 ) 3>&1 >&- | grep -q '^1$'"),
         0);
+    EXPECT_EQ(std::system("test \"$( ( ( sleep 0.3; \"" MERSOLA_TOOL
+                          "\" --help 2>&3; echo $? >&3 ) | true ) 3>&1 )\" = 141"),
+              0);
 }
 
 }  // namespace

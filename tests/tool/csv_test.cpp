@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +16,7 @@
 #include "csv_text.h"
 #include "failure.h"
 #include "tool_fixture.h"
+#include "whole_file.h"
 
 namespace mersola::tool {
 namespace {
@@ -216,6 +218,18 @@ TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
     EXPECT_EQ(Contents(path), "old");
     ASSERT_EQ(RunWords({"export", db_, "-o", link}).status, 0);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(Contents(path), RunWords({"export", db_}).out);
+    for (const int signal : {SIGINT, SIGTERM}) {
+        WholeFile file(path);
+        file.Write("new");
+        raise(signal);
+        try {
+            file.Write("more");
+            ADD_FAILURE() << "went on";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.Status(), 128 + signal);
+        }
+    }
     EXPECT_EQ(Contents(path), RunWords({"export", db_}).out);
     for (const auto& entry : std::filesystem::directory_iterator(folder_ / "."))
         EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();

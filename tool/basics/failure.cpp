@@ -1,7 +1,12 @@
 // Texts for people, and output that did not arrive.
 #include "failure.h"
 
-#include <ostream>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <iostream>
 
 #include "utf8.h"
 
@@ -53,8 +58,19 @@ std::string ShellWord(std::string_view text) {
 }
 
 void RequireWritten(std::ostream& out) {
-    if (!out)
-        throw Failure("the output could not be written; is the disk full, or its reader gone?");
+    if (out) return;
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    if (&out == &std::cout && poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0)
+        throw Failure("", 128 + SIGPIPE);
+    throw Failure("the output could not be written; is the disk full, or its reader gone?");
+}
+
+void TellDone(std::ostream& out, const std::string& lines) {
+    out << lines << std::flush;
+    if (out) return;
+    std::string line = lines.substr(0, lines.find_last_not_of('\n') + 1);
+    std::ranges::replace(line, '\n', ' ');
+    throw Failure("the output could not be written, but the work is done: " + line, 0);
 }
 
 }  // namespace mersola::tool

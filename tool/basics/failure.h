@@ -35,7 +35,12 @@ std::string Quoted(std::string_view text);
 /// The text as a word of a shell's command, between quotes where it needs them.
 std::string ShellWord(std::string_view text);
 
-/// Raises Failure when something written to `out` was lost.
+/// Raises Failure when something written to `out` was lost: a silent one, as of any program that is
+/// ended by the pipe, when whoever read the program's output has seen enough.
 void RequireWritten(std::ostream& out);
+
+/// Writes what was done, lines that end. That stays done when they are lost: then raises a Failure
+/// that says it, with the status of success.
+void TellDone(std::ostream& out, const std::string& lines);
 
 }  // namespace mersola::tool

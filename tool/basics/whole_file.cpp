@@ -31,7 +31,7 @@ WholeFile::~WholeFile() {
 }
 
 void WholeFile::Write(std::string_view contents) {
-    while (!contents.empty()) {
+    for (RequireGoingOn(); !contents.empty(); RequireGoingOn()) {
         const ssize_t written = write(file_, contents.data(), contents.size());
         if (written < 0 && errno != EINTR) Refuse();
         if (written > 0) contents.remove_prefix(static_cast<std::size_t>(written));
@@ -39,10 +39,19 @@ void WholeFile::Write(std::string_view contents) {
 }
 
 void WholeFile::Finish() {
+    RequireGoingOn();
     if (close(std::exchange(file_, -1)) != 0) Refuse();
     if (beside_.empty()) return;
     if (rename(beside_.c_str(), target_.c_str()) != 0) Refuse();
     beside_.clear();
+}
+
+void WholeFile::RequireGoingOn() const {
+    if (const int signal = interruption_.Signal(); signal != 0)
+        throw Failure(
+            "stopped by a signal; " + (beside_.empty() ? "not all was written to " + Quoted(path_)
+                                                       : "nothing was written to " + Quoted(path_)),
+            128 + signal);
 }
 
 void WholeFile::Refuse() const {

@@ -59,6 +59,13 @@ class Copying {
         }
     }
 
+    // What was told as it came may be lost.
+    void RequireTold(bool isVerified) const {
+        if (!out_)
+            TellDone(out_, Counted(copied_, "value") + " copied safely" +
+                               (isVerified ? ", and all verified" : ""));
+    }
+
   private:
     std::string CopiedSafely() const { return "; " + Counted(copied_, "value") + " copied safely"; }
 
@@ -106,7 +113,6 @@ class Copying {
     void Tell(const std::string& line) {
         progress_.Clear();
         out_ << line << std::endl;
-        RequireWritten(out_);
     }
 
     void CopyReport(const CopiedMeasurement& measurement, const CopiedReport& report) try {
@@ -186,6 +192,7 @@ void Copy(const CopyOptions& options, std::ostream& out, std::ostream* terminal)
     Copying copying(options, out, terminal);
     copying.CopyAll();
     if (options.verify) copying.VerifyAll();
+    copying.RequireTold(options.verify);
 }
 
 }  // namespace mersola::tool

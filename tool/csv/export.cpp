@@ -187,6 +187,7 @@ std::vector<ExportedReport> Exporter::Reports() {
 
 void Exporter::ReadBands(const std::vector<ExportedReport>& reports) {
     for (const ExportedReport& each : reports) {
+        Flush();  // of many reports it takes long, and somebody may want to stop it
         for (_Recordset& row :
              Rows(store_, "SELECT DISTINCT FrqId FROM MeasuredValues %s", ValuesOf(each).c_str()))
             columns_[row.Fields(0).Long()];

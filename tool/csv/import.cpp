@@ -8,6 +8,7 @@
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <sstream>
 
 #include "csv_commands.h"
 #include "csv_dialect.h"
@@ -131,7 +132,8 @@ class Importer {
     // What the first lines were taken for, as a line; empty for an export.
     const std::string& DialectText() const { return dialectText_; }
 
-    void Tell(std::ostream& out) const {
+    std::string Summary() const {
+        std::ostringstream out;
         out << "Stored " << Counted(values_.Stored(), "value") << " in "
             << Counted(static_cast<std::int64_t>(target_.CountReports()), "report");
         if (values_.Skipped() > 0)
@@ -139,6 +141,7 @@ class Importer {
                 << (values_.Skipped() == 1 ? " was" : " were") << " stored already";
         if (empty_ > 0) out << "; " << Counted(empty_, "field") << " held none";
         out << ".\n";
+        return out.str();
     }
 
   private:
@@ -396,7 +399,7 @@ class Importing {
         }
     }
 
-    void Tell() const { importer_->Tell(out_); }
+    void Tell() const { TellDone(out_, importer_->Summary()); }
 
   private:
     // Below that, faults leave nothing of the file, and a commit takes longer than its values.

@@ -182,14 +182,9 @@ void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err
         InitFile(database);
     else
         InitServer(database, err);
-    out << "The database " << database.Name() << " is laid out. Record a sound file with:\n"
-        << "  mersola record " << ShellText(argument)
-        << " FILE --instrument NAME --measurement NAME\n"
-        << std::flush;
-    if (!out)
-        throw Failure(database.Name() +
-                      " is laid out, but the output could not be written; is the disk full, or its "
-                      "reader gone?");
+    TellDone(out, "The database " + database.Name() +
+                      " is laid out. Record a sound file with:\n  mersola record " +
+                      ShellText(argument) + " FILE --instrument NAME --measurement NAME\n");
 }
 
 }  // namespace mersola::tool

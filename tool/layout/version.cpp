@@ -24,7 +24,7 @@ void Add(const Database& database, const VersionOptions& options, std::ostream& 
     entry.Date = CTimeEx::GetCurrentTime().ToText();
     if (store->AddVersion(nullptr, entry) != 1)
         throw Failure("the version could not be added" + LastError(*store) + "; try again");
-    out << "Added version " << Quoted(*options.added) << " to the history.\n";
+    TellDone(out, "Added version " + Quoted(*options.added) + " to the history.\n");
 }
 
 void Tell(_Recordset& row, std::ostream& out) {

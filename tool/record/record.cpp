@@ -3,6 +3,7 @@
 #include <cmath>
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <utility>
 
 #include "analyser.h"
@@ -181,8 +182,10 @@ void Record(const RecordOptions& options, std::ostream& out, std::ostream* termi
     const auto store = OpenDatabase(options.database, Access::Write);
     Recording recording(*store, options, bands, sound.Channels());
     RecordAll(sound, recording, options, terminal);
-    TellBands(sound, bands, out);
-    TellResult(sound, recording, options, out);
+    std::ostringstream result;
+    TellBands(sound, bands, result);
+    TellResult(sound, recording, options, result);
+    TellDone(out, result.str());
 }
 
 }  // namespace mersola::tool
