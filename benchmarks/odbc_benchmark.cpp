@@ -1,6 +1,9 @@
-// Batches and blocks over ODBC: the library beside plain ODBC calls on the same driver, SQLite's.
+// Batches and blocks over ODBC: the library beside plain ODBC calls on the same driver. That is
+// SQLite's, or that of the server which the connection string in MERSOLA_TEST_SQLSERVER names. The
+// database there LOSES the tables of the schema.
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,9 +13,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include "connect_text.h"
 #include "contest.h"
 #include "database.h"
+#include "odbc_connection.h"
 #include "recorder.h"
+#include "schema.h"
 
 namespace {
 
@@ -22,9 +28,77 @@ constexpr int kPeriods = 1500;
 constexpr std::size_t kBlock = 1000;
 constexpr float kMissing = -100.0F;
 
-std::string ConnectString(const std::string& path) {
-    return "Driver={SQLite3};Database=" + path;
-}
+// The database of a benchmark, laid out and empty.
+class Target {
+  public:
+    Target() {
+        const char* server = std::getenv("MERSOLA_TEST_SQLSERVER");
+        isServer_ = server != nullptr;
+        if (!isServer_) LayOut(OpenDatabase(path_).get());
+        connectString_ = isServer_ ? server : "Driver={SQLite3};Database=" + path_;
+        if (isServer_) LayOutServer();
+    }
+    ~Target() {
+        if (isServer_) Drop();
+    }
+    Target(const Target&) = delete;
+    Target& operator=(const Target&) = delete;
+
+    const std::string& ConnectString() const { return connectString_; }
+    /// What the driver itself takes.
+    std::string DriverText() const {
+        const mersola::ado::ConnectionString properties(connectString_);
+        return mersola::odbc::MakeConnectText(
+                   {.properties = properties, .user = "", .password = ""},
+                   mersola::odbc::InstalledDrivers())
+            .text;
+    }
+    /// The number and the sum of the values under a key.
+    std::string Digest(int measValueId) const {
+        _Recordset rows;
+        Run("SELECT count(*),sum(Value*(PeriodNo+FrqId*3+FuncId*7+Channel*11)) FROM MeasuredValues "
+            "WHERE Status='' AND MeasValueId=" +
+                std::to_string(measValueId),
+            rows);
+        return std::string(rows.Fields(0).Text().View()) + ' ' +
+               std::string(rows.Fields(1).Text().View());
+    }
+
+  private:
+    void Run(const std::string& statement, _Recordset& rows) const {
+        const _ConnectionPtr connection = _Connection::CreateInstance();
+        connection->Open(connectString_, "", "");
+        rows.Open(statement, connection, adOpenKeyset, adLockOptimistic, adCmdText);
+    }
+    void TryToRun(const std::string& statement) const try {
+        _Recordset rows;
+        Run(statement, rows);
+    } catch (const _com_error&) {
+        // There is no such table, or the server does not know the option.
+    }
+    void Drop() const {
+        for (const char* table :
+             {"Groups", "Measurements", "Reports", "MeasValueMap", "MeasuredFunctions",
+              "MeasuredValues", "Markers", "FuncNameMap", "FrqNameMap", "VersionHistory"}) {
+            TryToRun(std::string("DROP TABLE ") + table);
+        }
+    }
+    void LayOutServer() const {
+        using mersola::SchemaEngine;
+        Drop();
+        for (const auto statement : mersola::SchemaStatements(SchemaEngine::SqlServer)) {
+            _Recordset rows;
+            Run(std::string(statement), rows);
+        }
+        for (const auto option : mersola::SchemaOptions(SchemaEngine::SqlServer))
+            TryToRun(std::string(option));
+    }
+
+    TemporaryFolder folder_;
+    std::string path_ = (folder_ / "benchmark.db").string();
+    std::string connectString_;
+    bool isServer_ = false;
+};
 
 void Require(SQLRETURN code) {
     if (!SQL_SUCCEEDED(code) && code != SQL_NO_DATA)
@@ -42,11 +116,11 @@ SQLCHAR* AsText(const char* text) {
 // A program that uses ODBC by itself: what never changes is prepared and bound once.
 class PlainOdbc {
   public:
-    PlainOdbc(const std::string& path, int measValueId) : measValueId_(measValueId) {
+    PlainOdbc(const std::string& connectText, int measValueId) : measValueId_(measValueId) {
         Require(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment_));
         Require(SQLSetEnvAttr(environment_, SQL_ATTR_ODBC_VERSION, AsPointer(SQL_OV_ODBC3), 0));
         Require(SQLAllocHandle(SQL_HANDLE_DBC, environment_, &connection_));
-        Require(SQLDriverConnect(connection_, nullptr, AsText(ConnectString(path).c_str()), SQL_NTS,
+        Require(SQLDriverConnect(connection_, nullptr, AsText(connectText.c_str()), SQL_NTS,
                                  nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT));
         Require(SQLAllocHandle(SQL_HANDLE_STMT, connection_, &insert_));
         Require(SQLAllocHandle(SQL_HANDLE_STMT, connection_, &select_));
@@ -152,16 +226,6 @@ class PlainOdbc {
     std::array<std::array<SQLLEN, kBlock>, 7> lengths_{};
 };
 
-std::string Digest(const std::string& path) {
-    const auto db = OpenDatabase(path);
-    const auto sum = mersola::sqlite::Prepare(
-        db.get(),
-        "SELECT count(*) || ' ' || sum(Value * (PeriodNo + FrqId * 3 + FuncId * 7 + Channel * 11)) "
-        "FROM MeasuredValues WHERE Status = ''");
-    sqlite3_step(sum.get());
-    return reinterpret_cast<const char*>(sqlite3_column_text(sum.get(), 0));
-}
-
 void PutPeriod(Mersola& session, int period) {
     static const CString status;
     const _RecordsetPtr batch = session.PutDataStart(nullptr);
@@ -175,27 +239,24 @@ void PutPeriod(Mersola& session, int period) {
 }
 
 void Batches(benchmark::State& state) {
-    const TemporaryFolder folder;
-    const std::string plainPath = (folder / "plain.db").string();
-    const std::string path = (folder / "library.db").string();
-    Recorder laidOut(plainPath);
-    PlainOdbc plain(plainPath, laidOut.MeasValueId());
-    Recorder recorder(path, ConnectString(path));
+    const Target target;
+    Recorder recorder("", target.ConnectString());
+    const int own = recorder.MeasValueId(), rivals = own + 1;  // in the same table
+    PlainOdbc plain(target.DriverText(), rivals);
     int period = 0;
     Contest contest;
     contest.Enter("ODBC, an array of parameters", [&] { plain.Write(); });
     contest.Enter("PutDataStart, PutDataRelative, PutDataEnd",
                   [&] { PutPeriod(recorder.Session(), period++); });
     contest.Run(state, kValuesOfPeriod);
-    if (Digest(path) != Digest(plainPath)) state.SkipWithError("the rows differ");
+    if (target.Digest(own) != target.Digest(rivals)) state.SkipWithError("the rows differ");
 }
 
 void Blocks(benchmark::State& state) {
-    const TemporaryFolder folder;
-    const std::string path = (folder / "reading.db").string();
-    Recorder recorder(path, ConnectString(path));
+    const Target target;
+    Recorder recorder("", target.ConnectString());
     Mersola& session = recorder.Session();
-    PlainOdbc plain(path, recorder.MeasValueId());
+    PlainOdbc plain(target.DriverText(), recorder.MeasValueId());
     session.BeginTrans();
     for (int period = 0; period < kPeriods; ++period)
         PutPeriod(session, period);

@@ -12,7 +12,7 @@ void Require(bool done, const char* step) {
 }  // namespace
 
 Recorder::Recorder(const std::string& path, std::string connectString) {
-    LayOut(OpenDatabase(path).get());
+    if (!path.empty()) LayOut(OpenDatabase(path).get());
     if (connectString.empty()) connectString = "Provider=SQLite;Data Source={" + path + "}";
     session_.Initialize(nullptr, nullptr, connectString.c_str(), -1);
     Require(session_.isConnected(), "the connection");

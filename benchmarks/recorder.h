@@ -8,7 +8,7 @@
 #include "database.h"
 
 /// Lays the database out in a new file and registers one report with every function on every
-/// channel. The connection string, where one is given, names that file.
+/// channel. Where a connection string is given and no path, it names a database that is laid out.
 class Recorder {
   public:
     explicit Recorder(const std::string& path, std::string connectString = {});
