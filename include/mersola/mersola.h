@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include <mersola/constants.h>
 #include <mersola/crypter.h>
 #include <mersola/list_text.h>
 #include <mersola/platform/ado.h>
@@ -33,6 +34,7 @@
 /// - Texts are UTF-8. They are placed into statements between single quotes as they are: one that
 ///   holds a single quote makes the statement, and so the operation, fail.
 /// - Missing values read as -100.0.
+/// - The numbers with a meaning of their own have names: see <mersola/constants.h>.
 class MERSOLA_EXPORT Mersola {
   public:
     // ---- Session -------------------------------------------------------------------------------
@@ -417,7 +419,7 @@ class MERSOLA_EXPORT Mersola {
     bool identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b,
                                const _ConnectionPtr& connection);
     bool identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
-    /// Whether a recording may start then: a time less than 3650 days from now.
+    /// Whether a recording may start then: a time less than kMostDaysFromNow days from now.
     bool validDate(const CTimeEx& t);
     /// Counts the periods that passed since a stored report began, once in each recording, so that
     /// period 0 of this recording follows them. A failed look-up or update closes the recording.
@@ -445,17 +447,17 @@ class MERSOLA_EXPORT Mersola {
     CString m_user;
     CString m_password;
     CString m_connectString;
-    std::int32_t m_timeout = -1;  ///< seconds; -1: the defaults
+    std::int32_t m_timeout = mersola::kDefaultTimeout;  ///< seconds
     bool m_connected = false;
     bool m_Valid = false;  ///< recording may write
 
     /// The selection and what was loaded with it.
-    std::int32_t m_GroupId = -1;
-    std::int32_t m_MeasId = -1;
-    std::int32_t m_ReportId = -1;
-    std::int32_t m_MeasValueId = -1;
-    std::int32_t m_channel = -1;
-    std::int32_t m_function = -1;
+    std::int32_t m_GroupId = mersola::kNone;
+    std::int32_t m_MeasId = mersola::kNone;
+    std::int32_t m_ReportId = mersola::kNone;
+    std::int32_t m_MeasValueId = mersola::kNone;
+    std::int32_t m_channel = mersola::kNone;
+    std::int32_t m_function = mersola::kNone;
     std::int32_t m_reportType = 0;
     double m_fullscale = 0;
     double m_sensitivity = 0;
@@ -470,20 +472,20 @@ class MERSOLA_EXPORT Mersola {
 
     /// What was read last, and for which key.
     bool m_firstPrdValid = false;
-    std::int32_t m_firstPrdMeasValueId = -1;
+    std::int32_t m_firstPrdMeasValueId = mersola::kNone;
     std::int32_t m_firstPrd = 0;
     CArray<float, float> m_percentiles;
-    std::int32_t m_percentilesMeasId = -1;
-    std::int32_t m_percentilesGroupId = -1;
+    std::int32_t m_percentilesMeasId = mersola::kNone;
+    std::int32_t m_percentilesGroupId = mersola::kNone;
 
     /// The continuous view.
-    std::int32_t m_contMode = -2;  ///< -2: normal view, -3: continuous view
+    std::int32_t m_contMode = mersola::kNormalView;  ///< or kContinuousView
     bool m_contLoaded = false;
     CArray<MeasurementInfo, MeasurementInfo&> m_contMeasurements;
     CArray<ReportInfo, ReportInfo&> m_contReports;
     MeasurementInfo m_contMeasurement;  ///< the virtual measurement, with the chain's settings
-    std::int32_t m_contReportIndex = -1;
-    std::int32_t m_contMeasId = -1;
+    std::int32_t m_contReportIndex = mersola::kNone;
+    std::int32_t m_contMeasId = mersola::kNone;
 
     /// The recording.
     InstrumentInfo m_instrument;
@@ -492,11 +494,11 @@ class MERSOLA_EXPORT Mersola {
     bool m_resumed = false;             ///< PutMeasurement found the measurement stored
     bool m_newEntry = false;  ///< the current report is new: periods count from this start
     std::int64_t m_Offs = 0;  ///< ms from the stored start to this recording's
-    std::int32_t m_lastReportOffs = 0;    ///< where this recording's period 0 is stored
-    std::int32_t m_recordedGroupId = -1;  ///< whose recording this object holds
-    std::int32_t m_recordedMeasId = -1;
+    std::int32_t m_lastReportOffs = 0;                ///< where this recording's period 0 is stored
+    std::int32_t m_recordedGroupId = mersola::kNone;  ///< whose recording this object holds
+    std::int32_t m_recordedMeasId = mersola::kNone;
     CArray<std::int32_t, std::int32_t> m_registeredReports;  ///< in this recording, by this object
-    std::int32_t m_missingReportId = -1;
+    std::int32_t m_missingReportId = mersola::kNone;
     std::int32_t m_missingIndex = 0;
 
   private:
@@ -505,7 +507,7 @@ class MERSOLA_EXPORT Mersola {
         return connection ? connection : m_connection;
     }
     bool readable() const { return m_connected && m_connection; }
-    bool continuous() const { return m_contMode == -3 && m_contLoaded; }
+    bool continuous() const { return m_contMode == mersola::kContinuousView && m_contLoaded; }
 
     // Steps of the recording operations.
     bool insertMeasurement(const _ConnectionPtr& connection, MeasurementInfo& info);

@@ -2,6 +2,11 @@
 #include "columns.h"
 
 namespace mersola {
+namespace {
+
+constexpr const char* kNotSet = "NOT_SET";
+
+}  // namespace
 
 CTimeEx timeIn(AdoField field) {
     CTimeEx time;
@@ -13,6 +18,10 @@ CTimeSpanEx spanIn(AdoField field) {
     CTimeSpanEx span;
     CTimeSpanEx::FromText(field.Text(), span);
     return span;
+}
+
+CString realLengthText(const ReportInfo& info) {
+    return info.realPeriodLenSet ? info.RealPeriodLen.ToText() : CString(kNotSet);
 }
 
 void readInstrument(_Recordset& row, InstrumentInfo& rec) {
@@ -40,7 +49,7 @@ void readReport(_Recordset& row, ReportInfo& rec) {
     rec.noOfPeriods = row.Fields("noOfPeriods").Long();
     rec.PeriodLen = spanIn(row.Fields("PeriodLen"));
     const CString real = row.Fields("RealPeriodLen").Text();
-    rec.realPeriodLenSet = !real.IsEmpty() && real != "NOT_SET";
+    rec.realPeriodLenSet = !real.IsEmpty() && real != kNotSet;
     rec.RealPeriodLen = rec.realPeriodLenSet ? spanIn(row.Fields("RealPeriodLen")) : rec.PeriodLen;
 }
 

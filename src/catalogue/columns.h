@@ -10,6 +10,9 @@ namespace mersola {
 CTimeEx timeIn(AdoField field);
 CTimeSpanEx spanIn(AdoField field);
 
+/// The measured length of a period as the database holds it; another text while it is not known.
+CString realLengthText(const ReportInfo& info);
+
 /// Fill the record from the current row.
 void readInstrument(_Recordset& row, InstrumentInfo& rec);
 void readMeasurement(_Recordset& row, MeasurementInfo& rec);

@@ -7,15 +7,15 @@ using namespace mersola;
 
 int Mersola::GetFunctions(CArray<int, int>& out) {
     if (!readable()) return 0;
-    return _GetFunctions(out, -1, -1, m_connection);
+    return _GetFunctions(out, kSelected, kSelected, m_connection);
 }
 
 int Mersola::_GetFunctions(CArray<int, int>& out, int measId, int reportId,
                            const _ConnectionPtr& connection) {
     out.RemoveAll();
-    if (measId == -1) measId = m_MeasId;
-    if (reportId == -1) reportId = m_ReportId;
-    if (m_contMode == -3 && m_contReportIndex != -1) {
+    if (measId == kSelected) measId = m_MeasId;
+    if (reportId == kSelected) reportId = m_ReportId;
+    if (m_contMode == kContinuousView && m_contReportIndex != kNone) {
         for (const FuncInfo& function : m_contReports[m_contReportIndex].functions) {
             if (m_channel != 0)
                 out.Add(function.FuncId);  // whatever its channel: callers rely on it
@@ -49,8 +49,8 @@ int Mersola::_GetAllFunctions(CArray<int, int>& out, int measId, int reportId,
 int Mersola::_GetAllFunctions(CArray<FuncInfo, FuncInfo&>& out, int measId, int reportId,
                               const _ConnectionPtr& connection) {
     out.RemoveAll();
-    if (measId == -1) measId = m_MeasId;
-    if (reportId == -1) reportId = m_ReportId;
+    if (measId == kSelected) measId = m_MeasId;
+    if (reportId == kSelected) reportId = m_ReportId;
     try {
         const auto rows = dbExecute(
             connection,

@@ -30,15 +30,15 @@ int ListInstruments(const _RecordsetPtr& rows, CArray<InstrumentInfo, Instrument
 long Mersola::locateInstrumentId(CString name) {
     if (!m_connection) {
         Test("***Invalid connection in  locateNewInstrument\n");
-        return -1;
+        return kNone;
     }
     try {
         const auto rows = dbExecute(
             formatted("SELECT * FROM Groups where GroupName=%s", quoteText(name).GetString()));
-        return atFirstRow(rows) ? rows->Fields("GroupId").Long() : -1;
+        return atFirstRow(rows) ? rows->Fields("GroupId").Long() : kNone;
     } catch (const _com_error&) {
         Test("***Invalid eexecption  locateInstrument\n");
-        return -1;
+        return kNone;
     }
 }
 

@@ -8,14 +8,14 @@ using namespace mersola;
 
 long Mersola::locateMeasurementId(long groupId, CString name) {
     const auto group = identifier(groupId);
-    if (!m_connection || !group) return -1;
+    if (!m_connection || !group) return kNone;
     try {
         const auto rows =
             dbExecute(formatted("SELECT * FROM Measurements where MeasName=%s and GroupId=%d",
                                 quoteText(name).GetString(), *group));
-        return atFirstRow(rows) ? rows->Fields("MeasId").Long() : -1;
+        return atFirstRow(rows) ? rows->Fields("MeasId").Long() : kNone;
     } catch (const _com_error&) {
-        return -1;
+        return kNone;
     }
 }
 

@@ -48,12 +48,12 @@ bool Mersola::selectReport(int reportId) {
     if (continuous()) {
         if (reportId != m_ReportId) {
             m_ReportId = reportId;
-            m_contReportIndex = -1;
+            m_contReportIndex = kNone;
             for (int index = 0; index < m_contReports.GetSize() && m_contReportIndex < 0; ++index) {
                 if (m_contReports[index].ReportType == reportId) m_contReportIndex = index;
             }
         }
-        if (m_contReportIndex == -1) return false;
+        if (m_contReportIndex == kNone) return false;
         rec = m_contReports[m_contReportIndex];
         rec.ReportType = reportId;
         storedMeasurement = m_contMeasId;
@@ -77,8 +77,8 @@ bool Mersola::selectReport(int reportId) {
     m_realPrdLengthSet = rec.realPeriodLenSet;
     m_noOfPeriods = rec.noOfPeriods;
     if (continuous()) {
-        if (m_contMeasId == -1) return true;
-        m_MeasValueId = -1;
+        if (m_contMeasId == kNone) return true;
+        m_MeasValueId = kNone;
     }
     const auto rows = dbExecute(formatted(
         "SELECT MeasValueId FROM MeasValueMap where ReportId=%d and MeasId=%d and GroupId=%d",
@@ -89,14 +89,14 @@ bool Mersola::selectReport(int reportId) {
 }
 
 int Mersola::GetReports(CArray<ReportInfo, ReportInfo&>& out) {
-    return _GetReports(out, -1, m_connection);
+    return _GetReports(out, kSelected, m_connection);
 }
 
 int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
                          const _ConnectionPtr& connection) {
     out.RemoveAll();
-    if (measId == -1) measId = m_MeasId;
-    if (m_contMode == -3) {
+    if (measId == kSelected) measId = m_MeasId;
+    if (m_contMode == kContinuousView) {
         out.Append(m_contReports);
         return 1;
     }
@@ -112,7 +112,7 @@ int Mersola::_GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
 int Mersola::_GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
                             const _ConnectionPtr& connection) {
     out.RemoveAll();
-    if (measId == -1) measId = m_MeasId;
+    if (measId == kSelected) measId = m_MeasId;
     return readReports(*this, out, connection, m_GroupId, measId, [](int) { return true; });
 }
 

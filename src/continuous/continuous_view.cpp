@@ -71,10 +71,10 @@ bool Mersola::loadContinuousSetupData() {
     m_contMeasurements = chain;
     m_contReports = reports;
     m_contMeasurement = chain[0];
-    m_contMeasurement.MeasId = -3;
+    m_contMeasurement.MeasId = kContinuousView;
     m_contMeasurement.MeasName = "Continuous";
     m_contLoaded = true;
-    m_contReportIndex = -1;
+    m_contReportIndex = kNone;
     loadSettings(m_contMeasurement);
     return true;
 }
@@ -102,26 +102,26 @@ bool Mersola::readChain(Measurements& chain) {
 
 bool Mersola::refreshContinuousData() {
     if (!readable()) return false;
-    if (m_contMode != -3) return true;
+    if (m_contMode != kContinuousView) return true;
     auto rows = dbExecute(kMeasurementsProbe);
     rows = dbExecute(formatted("SELECT count(*) FROM Measurements where GroupId=%d", m_GroupId));
     if (!atFirstRow(rows)) return false;
     const int count = rows->Fields(0).Long();
     if (count < 0) return false;
     if (count == 0 || count == m_contMeasurements.GetSize()) return true;
-    const int selectedType = m_contReportIndex == -1 ? -1 : m_ReportId;
+    const int selectedType = m_contReportIndex == kNone ? kNone : m_ReportId;
     // Nothing of the old chain stays selected: its members and positions may be others now.
-    m_contMode = -2;
+    m_contMode = kNormalView;
     m_contLoaded = false;
-    m_contReportIndex = m_contMeasId = m_MeasId = m_ReportId = m_MeasValueId = -1;
+    m_contReportIndex = m_contMeasId = m_MeasId = m_ReportId = m_MeasValueId = kNone;
     if (!loadContinuousSetupData()) return true;
-    m_contMode = m_MeasId = -3;
-    if (selectedType != -1 && !SetReport(selectedType)) m_ReportId = -1;
+    m_contMode = m_MeasId = kContinuousView;
+    if (selectedType != kNone && !SetReport(selectedType)) m_ReportId = kNone;
     return true;
 }
 
 int Mersola::recalculateContPeriods() {
-    if (!readable() || m_contReportIndex == -1 || m_contMeasurements.IsEmpty()) return 0;
+    if (!readable() || m_contReportIndex == kNone || m_contMeasurements.IsEmpty()) return 0;
     MeasurementInfo& last = m_contMeasurements[m_contMeasurements.GetUpperBound()];
     ReportInfo& report = last.reports[m_contReportIndex];
     const auto rows = dbExecute(

@@ -20,7 +20,7 @@ int Mersola::AddVersion(const _ConnectionPtr& connection, versionHistory v) {
 }
 
 int Mersola::GetVersion(const _ConnectionPtr& connection, versionHistory& v) {
-    if (!resolved(connection)) return -3;
+    if (!resolved(connection)) return kNoAnswer;
     const auto counts = [&](const char* sql) {
         const auto rows = dbExecute(connection, sql);
         return atFirstRow(rows) && rows->Fields(0).Long() > 0;
@@ -29,12 +29,12 @@ int Mersola::GetVersion(const _ConnectionPtr& connection, versionHistory& v) {
         if (!counts(
                 "SELECT count(*) FROM dbo.sysobjects WHERE id = OBJECT_ID(N'[dbo].[Groups]') AND "
                 "OBJECTPROPERTY(id, N'IsUserTable') = 1")) {
-            return -2;
+            return kNoInstruments;
         }
         if (!counts("SELECT count(*) FROM dbo.sysobjects WHERE id = "
                     "OBJECT_ID(N'[dbo].[VersionHistory]')  AND "
                     "OBJECTPROPERTY(id, N'IsUserTable')=1")) {
-            return -1;
+            return kNoVersionHistory;
         }
         const auto rows = dbExecute(connection, "SELECT * FROM VersionHistory");
         if (!atFirstRow(rows)) return 0;
@@ -43,6 +43,6 @@ int Mersola::GetVersion(const _ConnectionPtr& connection, versionHistory& v) {
         v = first;
         return 1;
     } catch (const _com_error&) {
-        return -3;
+        return kNoAnswer;
     }
 }

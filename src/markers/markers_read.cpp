@@ -98,7 +98,7 @@ int Mersola::GetMarkers(long fromPeriod, long toPeriod, Markers& out) {
     if (!readable()) return 0;
     SetMeasurement(m_MeasId);
     const bool recorded =
-        m_recordedGroupId == m_GroupId && m_recordedMeasId == m_MeasId && m_MeasId != -1;
+        m_recordedGroupId == m_GroupId && m_recordedMeasId == m_MeasId && m_MeasId != kNone;
     const auto timeOf = [&](long period) {
         return recorded ? recordedPeriodStart(period)
                         : timeOfPeriod(m_StartAt, m_prdLength, period);
@@ -140,7 +140,7 @@ int Mersola::_GetMarkers(CTimeEx from, CTimeEx to, Markers& out, long measId, CS
 
 template <class Read>
 int Mersola::withAlarmInstruments(Markers& out, long measId, Read read) {
-    if (!read(out, -1, measId == -1 ? m_MeasId : measId)) return 0;
+    if (!read(out, kSelected, measId == kSelected ? m_MeasId : measId)) return 0;
     InstrumentInfo instrument;
     if (!_GetInstrument(m_GroupId, instrument, nullptr) || !HasAlarmInstruments(instrument))
         return 1;
@@ -148,7 +148,7 @@ int Mersola::withAlarmInstruments(Markers& out, long measId, Read read) {
     _GetAlarmInstruments(alarms, "alarm");
     for (const InstrumentInfo& alarm : alarms) {
         Markers found;
-        if (read(found, alarm.GroupId, -2)) out.Append(found);
+        if (read(found, alarm.GroupId, kAllMeasurements)) out.Append(found);
     }
     return 1;
 }
@@ -166,15 +166,16 @@ int Mersola::_GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, Markers& out
 
 template <class Predicate>
 int Mersola::readMarkers(Markers& out, long groupId, long measId, CString type, Predicate wanted) {
-    const auto group = identifier(groupId == -1 ? m_GroupId : groupId);
-    const auto measurement = identifier(measId == -1 ? m_MeasId : measId);
+    const auto group = identifier(groupId == kSelected ? m_GroupId : groupId);
+    const auto measurement = identifier(measId == kSelected ? m_MeasId : measId);
     if (!readable() || !group || !measurement) return 0;
     type.MakeLower();
     try {
-        const auto rows = dbExecute(
-            *measurement == -2 ? formatted("SELECT * FROM Markers WHERE GroupId=%d", *group)
-                               : formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d",
-                                           *group, *measurement));
+        const auto rows =
+            dbExecute(*measurement == kAllMeasurements
+                          ? formatted("SELECT * FROM Markers WHERE GroupId=%d", *group)
+                          : formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d",
+                                      *group, *measurement));
         // Markers of alarm instruments are handed out under the instrument that was asked for.
         AppendMarkers(rows, m_GroupId, *measurement, out,
                       [&](const MarkerInfo& m) { return wanted(m) && HasType(m, type); });

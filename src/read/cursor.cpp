@@ -11,11 +11,11 @@ int Mersola::SetInstrument(long groupId) {
     if (!id) return 0;
     if (*id == m_GroupId) return 1;
     m_GroupId = *id;
-    m_contMode = -2;
+    m_contMode = kNormalView;
     m_contLoaded = false;
-    m_ReportId = -1;
-    m_MeasId = -1;
-    m_contMeasId = -1;
+    m_ReportId = kNone;
+    m_MeasId = kNone;
+    m_contMeasId = kNone;
     return 1;
 }
 
@@ -23,16 +23,16 @@ int Mersola::SetMeasurement(long measId) {
     const auto id = identifier(measId);
     if (!readable() || !id) return 0;
     if (*id == m_MeasId) return 1;
-    m_ReportId = -1;
-    m_contMeasId = -1;
-    m_contMode = -2;
+    m_ReportId = kNone;
+    m_contMeasId = kNone;
+    m_contMode = kNormalView;
     try {
-        if (*id == -3) {
+        if (*id == kContinuousView) {
             if (!loadContinuousSetupData()) return 0;
             loadSettings(m_contMeasurement);
-            m_contReportIndex = -1;
-            m_contMode = -3;
-            m_MeasId = -3;
+            m_contReportIndex = kNone;
+            m_contMode = kContinuousView;
+            m_MeasId = kContinuousView;
             return 1;
         }
         m_MeasId = *id;

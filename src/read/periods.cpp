@@ -31,7 +31,7 @@ int Mersola::GetFirstPeriod(long& first) {
 }
 
 int Mersola::GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection) {
-    first = -1;
+    first = kNone;
     const auto id = identifier(measValueId);
     if (!id) return 0;
     if (m_firstPrdValid && *id == m_firstPrdMeasValueId) {
@@ -56,7 +56,7 @@ int Mersola::GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr&
 
 int Mersola::GetFirstPeriod(long& first, long groupId, long measId, long reportId, long /*extra*/,
                             const _ConnectionPtr& connection) {
-    first = -1;
+    first = kNone;
     const auto group = identifier(groupId);
     const auto measurement = identifier(measId);
     const auto report = identifier(reportId);
@@ -76,7 +76,7 @@ int Mersola::GetFirstPeriod(long& first, long groupId, long measId, long reportI
 }
 
 int Mersola::GetStartOfFirstPeriod(CTimeEx& t) {
-    long first = -1;
+    long first = kNone;
     if (!GetFirstPeriod(first)) return 0;
     std::int64_t offset = 0;
     if (__builtin_mul_overflow(m_prdLength.GetTotalMilliseconds(), std::int64_t{first}, &offset))
@@ -88,18 +88,18 @@ int Mersola::GetStartOfFirstPeriod(CTimeEx& t) {
 }
 
 int Mersola::GetPercentiles(CArray<float, float>& out) {
-    return _GetPercentiles(out, -1, m_connection) ? 1 : 0;
+    return _GetPercentiles(out, kSelected, m_connection) ? 1 : 0;
 }
 
 bool Mersola::_GetPercentiles(CArray<float, float>& out, int measId,
                               const _ConnectionPtr& connection) {
     out.RemoveAll();
-    if (measId == -1) measId = m_MeasId;
+    if (measId == kSelected) measId = m_MeasId;
     if (measId == m_percentilesMeasId && m_GroupId == m_percentilesGroupId) {
         out = m_percentiles;
         return true;
     }
-    m_percentilesMeasId = m_percentilesGroupId = -1;
+    m_percentilesMeasId = m_percentilesGroupId = kNone;
     try {
         const auto rows = dbExecute(
             connection,

@@ -10,7 +10,8 @@ using namespace mersola;
 
 namespace {
 
-constexpr float kMissing = -100.0F;
+constexpr auto kMissing = static_cast<float>(kMissingValue);
+constexpr int kReadFailed = -1;
 
 // The columns of MeasuredValues by position: a row is one value, so names would cost too much.
 enum Column { kPeriodNo = 1, kFrqId = 4, kValue = 5, kStatus = 6 };
@@ -42,7 +43,7 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
     if (!readable() || nFrq < 1) return 0;
     if (!continuous()) return _GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, status);
     FillMissing(values, nPeriods, nFrq, status);
-    if (m_contReportIndex == -1) return nPeriods;
+    if (m_contReportIndex == kNone) return nPeriods;
     const std::int64_t wantedEnd = std::int64_t{firstPeriod} + nPeriods;
     std::int64_t current = firstPeriod;
     for (const MeasurementInfo& member : m_contMeasurements) {
@@ -55,7 +56,7 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
         try {
             selectReport(m_ReportId);  // a member without a key has no values
         } catch (const _com_error&) {
-            return -1;
+            return kReadFailed;
         }
         const auto at =
             static_cast<std::size_t>(begin - firstPeriod) * static_cast<std::size_t>(nFrq);
@@ -71,11 +72,11 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
 int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
                       char* status) {
     if (!m_connection) return 0;
-    if (nFrq < 1) return -1;
+    if (nFrq < 1) return kReadFailed;
     FillMissing(values, nPeriods, nFrq, status);
     const auto endPeriod = identifier(long{firstPeriod} + nPeriods);
     const auto endFrq = identifier(long{firstFrq} + nFrq);
-    if (!endPeriod || !endFrq) return -1;
+    if (!endPeriod || !endFrq) return kReadFailed;
     try {
         const auto rows = dbExecute(formatted(
             "SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and FuncId=%d and "
@@ -97,7 +98,7 @@ int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq
         }
         return nPeriods;
     } catch (const _com_error&) {
-        return -1;
+        return kReadFailed;
     }
 }
 

@@ -9,10 +9,10 @@ using namespace mersola;
 long Mersola::locateNewInstrument(const _ConnectionPtr& connection, const CString& name,
                                   bool& isNew) {
     isNew = true;
-    long candidate = -1;
+    long candidate = kNone;
     if (!resolved(connection)) {
         Test("***Invalid connection in  locateNewInstrument\n");
-        return -1;
+        return kNone;
     }
     try {
         const auto rows = dbExecute(connection, formatted("SELECT * FROM Groups where GroupName=%s",
@@ -34,9 +34,9 @@ long Mersola::locateNewInstrument(const _ConnectionPtr& connection, const CStrin
 long Mersola::locateNewMeasurement(const _ConnectionPtr& connection, long groupId,
                                    const CString& name, bool& isNew) {
     isNew = true;
-    long candidate = -1;
+    long candidate = kNone;
     const auto group = identifier(groupId);
-    if (!resolved(connection) || !group) return -1;
+    if (!resolved(connection) || !group) return kNone;
     try {
         const auto rows = dbExecute(
             connection, formatted("SELECT * FROM Measurements where MeasName=%s and GroupId=%d",
@@ -68,13 +68,13 @@ long Mersola::locateNewMeasMap(const _ConnectionPtr& connection, long groupId, l
 long Mersola::locateMeasMap(const _ConnectionPtr& connection, long groupId, long measId,
                             long reportId, bool& isNew) {
     isNew = true;
-    long candidate = -1;
+    long candidate = kNone;
     const auto group = identifier(groupId);
     const auto measurement = identifier(measId);
     const auto report = identifier(reportId);
     if (!resolved(connection) || !group || !measurement || !report) {
         Test("***Invalid connection in  locateNewMeasMap\n");
-        return -1;
+        return kNone;
     }
     try {
         const auto rows =

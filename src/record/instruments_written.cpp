@@ -12,7 +12,7 @@ bool Mersola::PutInstrument(const _ConnectionPtr& connection, InstrumentInfo& in
     try {
         bool isNew = false;
         const auto id = identifier(locateNewInstrument(connection, info.GroupName, isNew));
-        info.GroupId = m_GroupId = id.value_or(-1);
+        info.GroupId = m_GroupId = id.value_or(kNone);
         if (m_GroupId < 0) return fault("***Invalid Id in  PutInstrument\n");
         if (isNew) {
             const CString insert = formatted(

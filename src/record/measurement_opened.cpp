@@ -15,9 +15,9 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
                              MeasurementInfo& info) {
     m_Valid = false;
     m_newEntry = false;
-    m_missingReportId = -1;
+    m_missingReportId = kNone;
     m_missingIndex = 0;
-    m_recordedGroupId = m_recordedMeasId = -1;
+    m_recordedGroupId = m_recordedMeasId = kNone;
     m_registeredReports.RemoveAll();
     if (!resolved(connection)) return fault("***No connection in PutMeasurement\n");
     try {
@@ -27,7 +27,7 @@ bool Mersola::PutMeasurement(const _ConnectionPtr& connection, long groupId,
         bool isNew = false;
         const auto id =
             identifier(locateNewMeasurement(connection, m_GroupId, info.MeasName, isNew));
-        info.MeasId = id.value_or(-1);
+        info.MeasId = id.value_or(kNone);
         if (info.MeasId < 0) return fault("***Invalid Id in PutMeasurement\n");
         m_Valid = true;
         m_newEntry = isNew;
@@ -133,7 +133,7 @@ bool Mersola::loadLastReports(const _ConnectionPtr& connection) {
         if (!_GetAllFunctions(report.functions, m_MeasId, report.ReportId, connection))
             return false;
         for (FuncInfo& function : report.functions) {
-            long first = -1;
+            long first = kNone;
             if (!GetFirstPeriod(first, m_GroupId, m_MeasId, report.ReportId, 0, connection)) {
                 GetFirstPeriod(first, report.extra5, connection);
             }

@@ -17,7 +17,7 @@ void findFree(Mersola& store, const _ConnectionPtr& connection, const CString& c
     for (auto id = identifier(candidate); id; id = identifier(++candidate)) {
         if (!atFirstRow(store.dbExecute(connection, probe(*id)))) return;
     }
-    candidate = -1;  // there is none within 32 bits
+    candidate = kNone;  // there is none within 32 bits
 }
 
 }  // namespace mersola

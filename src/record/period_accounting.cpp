@@ -14,8 +14,6 @@ using namespace mersola;
 
 namespace {
 
-constexpr int kMostDaysFromNow = 3650;
-
 CString CountUpdate(int periods, int groupId, int measId, int reportId) {
     return formatted(
         "UPDATE Reports  WITH (ROWLOCK) SET noOfPeriods=%d WHERE GroupId=%d AND MeasId=%d AND "

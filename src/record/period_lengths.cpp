@@ -3,6 +3,7 @@
 
 #include <mersola/mersola.h>
 
+#include "columns.h"
 #include "statement.h"
 
 using namespace mersola;
@@ -33,8 +34,7 @@ bool Mersola::PutRealPeriodLen(const _ConnectionPtr& connection, long length) {
 }
 
 bool Mersola::PutPeriodLen(const _ConnectionPtr& connection, ReportInfo& info) {
-    const CString real =
-        info.realPeriodLenSet ? LengthText(info.RealPeriodLen) : quoteText("NOT_SET");
+    const CString real = quoteText(realLengthText(info));
     return updateReport(
         connection,
         formatted("UPDATE REPORTS  WITH (ROWLOCK) SET PeriodLen=%s, RealPeriodLen=%s WHERE "

@@ -4,6 +4,7 @@
 #include <mersola/mersola.h>
 
 #include "attempt.h"
+#include "columns.h"
 #include "db_error.h"
 #include "probes.h"
 #include "statement.h"
@@ -11,18 +12,10 @@
 
 using namespace mersola;
 
-namespace {
-
-CString RealLengthText(const ReportInfo& info) {
-    return quoteText(info.realPeriodLenSet ? info.RealPeriodLen.ToText() : CString("NOT_SET"));
-}
-
-}  // namespace
-
 bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
     if (!resolved(connection)) return fault("***No connection in PutReport\n");
     if (!m_Valid) return fault("***Invalid m_Valid in PutReport\n");
-    m_MeasValueId = -1;  // until that of this report is known
+    m_MeasValueId = kNone;  // until that of this report is known
     m_lastReportOffs = 0;
     m_reportType = info.ReportType;
     m_ReportId = info.ReportId;
@@ -95,7 +88,7 @@ ReportInfo* Mersola::lastReport(int reportId) {
 
 bool Mersola::insertReport(const _ConnectionPtr& connection, const ReportInfo& info) {
     const CString length = quoteText(info.PeriodLen.ToText());
-    const CString realLength = RealLengthText(info);
+    const CString realLength = quoteText(realLengthText(info));
     CString insert = formatted(
         "INSERT INTO REPORTS WITH (ROWLOCK) (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen, "
         "noOfPeriods, "
@@ -126,7 +119,7 @@ bool Mersola::tryMeasMap(const _ConnectionPtr& connection, int reportId,
 bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId,
                             std::int32_t& measValueId) {
     bool isNew = false;
-    measValueId = -1;  // values under a key that is not stored would be nobody's
+    measValueId = kNone;  // values under a key that is not stored would be nobody's
     const auto id = identifier(locateMeasMap(connection, m_GroupId, m_MeasId, reportId, isNew));
     if (!id || *id < 0) return false;
     if (isNew) {
@@ -149,7 +142,7 @@ bool Mersola::PutFunction(const _ConnectionPtr& connection, int funcId, int chan
 
 bool Mersola::_PutFunction(const _ConnectionPtr& connection, int funcId, int channel) {
     if (!resolved(connection)) return false;
-    if (channel == -1) channel = m_channel;
+    if (channel == kSelected) channel = m_channel;
     if (!m_Valid) return false;
     try {
         const CString values =

@@ -15,8 +15,6 @@ using namespace mersola;
 
 namespace {
 
-constexpr double kMissing = -100.0;
-
 struct ValueRow {
     int measValueId;
     int periodNo;
@@ -54,7 +52,7 @@ CString InsertOf(std::string_view into, const ValueRow& row) {
 
 // An invalid value has no magnitude; one that is no number cannot be stored.
 bool Storable(double& value, const CString& status) {
-    if (status == "A") value = kMissing;
+    if (status == "A") value = kMissingValue;
     return std::isfinite(value);
 }
 
@@ -101,7 +99,7 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
                               long& nextPeriod, bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = period;
     if (!resolved(connection)) return fault("***Invalid connection in PutDataRelative\n");
-    if (!m_Valid || m_MeasValueId == -1) {  // connecting anew opens the gate, but gives no key
+    if (!m_Valid || m_MeasValueId == kNone) {  // connecting anew opens the gate, but gives no key
         return fault("***Invalid m_Valid in PutDataRelative\n");
     }
     const auto stored = identifier(long{period} + (m_newEntry ? 0 : m_lastReportOffs));
@@ -145,7 +143,7 @@ bool Mersola::PutDataAbsolute(const _ConnectionPtr& connection, double value, co
                               int frqId, long periodLen, bool updatePeriods, long& nextPeriod,
                               bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = periodOffset;
-    if (!resolved(connection) || !m_Valid || m_MeasValueId == -1) return false;
+    if (!resolved(connection) || !m_Valid || m_MeasValueId == kNone) return false;
     if (periodLen <= 0) return false;
     const CTimeEx& start = m_newEntry ? m_StartAt : m_lastMeasurement.StartAt;
     if (!time.IsValid() || !start.IsValid()) return false;

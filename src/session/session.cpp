@@ -41,9 +41,9 @@ Mersola& Mersola::operator=(const Mersola& other) = default;
 
 void Mersola::Initialize(const char* user, const char* password, const char* connectString,
                          long timeout) {
-    m_contMode = -2;
+    m_contMode = mersola::kNormalView;
     m_contLoaded = false;
-    m_GroupId = -1;
+    m_GroupId = mersola::kNone;
     m_Valid = false;
     std::shared_ptr<mersola::Component> component;
     mersola::CreateComponent(kCrypter, component);
@@ -53,7 +53,7 @@ void Mersola::Initialize(const char* user, const char* password, const char* con
     TakeCredential(m_connectString, connectString, crypter.get());
     dbDisconnect();  // whatever follows, the old connection is not the new user's
     const auto seconds = mersola::identifier(timeout);
-    if (!seconds || *seconds < -1)
+    if (!seconds || *seconds < mersola::kDefaultTimeout)
         throw _com_error(E_FAIL, "A time-out is a number of seconds from 0, or -1");
     m_timeout = *seconds;
     dbConnect();
@@ -64,7 +64,7 @@ bool Mersola::dbConnect() {
     dbDisconnect();
     const _ConnectionPtr connection = _Connection::CreateInstance();
     if (!connection) return false;
-    if (m_timeout != -1) {
+    if (m_timeout != mersola::kDefaultTimeout) {
         connection->PutConnectionTimeout(m_timeout);
         connection->PutCommandTimeout(m_timeout);
     }

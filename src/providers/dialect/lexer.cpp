@@ -33,8 +33,16 @@ Class ClassOf(char c) {
     return kClasses[static_cast<unsigned char>(c)];
 }
 
+}  // namespace
+
+bool IsWordCharacter(char c) {
+    return ClassOf(c) >= kDollar;
+}
+
+namespace {
+
 const char* SkipWord(const char* at, const char* end) {
-    while (at != end && ClassOf(*at) >= kDollar)
+    while (at != end && IsWordCharacter(*at))
         ++at;
     return at;
 }

@@ -27,6 +27,9 @@ enum class TokenKind : std::uint8_t {
     End,
 };
 
+// Whether a word can go on with this character.
+bool IsWordCharacter(char c);
+
 struct Token {
     TokenKind kind = TokenKind::End;
     bool apart = false;     // blanks or comments stand before it

@@ -6,8 +6,7 @@ namespace {
 
 // Whether what ends with `c` would run into a literal that follows it directly.
 bool MayRunOn(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
-           c == '$' || c == '.' || c == '\'' || static_cast<unsigned char>(c) >= 0x80;
+    return IsWordCharacter(c) || c == '.' || c == '\'';
 }
 
 }  // namespace

@@ -4,11 +4,6 @@
 namespace mersola::dialect {
 namespace {
 
-bool IsWordCharacter(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
-           c == '$' || static_cast<unsigned char>(c) >= 0x80;
-}
-
 // Two quotes would read as one inside a name or literal, and `?1` as a numbered parameter.
 bool RunTogether(char last, char next) {
     if (IsWordCharacter(next)) return last == '?' || IsWordCharacter(last);
