@@ -67,6 +67,7 @@ void AddImport(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<ImportOptions>();
     Command command(app, "import", "Store what a CSV file holds");
     AddDatabase(command, given->database);
+    AddTimeout(command, given->database);
     command.Text("FILE", given->file, "The file; - for the input").Required();
     command.Text("--instrument", given->instrument, "Instrument, if no column names it");
     command.Text("--measurement", given->measurement, "Measurement, likewise");

@@ -1,6 +1,7 @@
 // How a command line names a database.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -9,9 +10,10 @@ namespace mersola::tool {
 
 /// A database as it was asked for, and who logs in to it.
 struct DatabaseArgument {
-    std::string text;          ///< a SQLite file, or a connection string
-    std::string user;          ///< for a connection string that names none
-    std::string passwordFile;  ///< for a connection string that holds no password
+    std::string text;               ///< a SQLite file, or a connection string
+    std::string user;               ///< for a connection string that names none
+    std::string passwordFile;       ///< for a connection string that holds no password
+    std::optional<long> timeout{};  ///< seconds to wait for others; else as fits the engine
 };
 
 /// Whether a text has a key of connection strings, "Provider=", "Driver=", "DSN=" or another, in

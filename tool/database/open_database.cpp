@@ -65,7 +65,9 @@ bool IsWriteAhead(Mersola& store) {
 }  // namespace
 
 Database::Database(const DatabaseArgument& argument)
-    : text_(WithoutPassword(argument.text)), connectString_(argument.text) {
+    : text_(WithoutPassword(argument.text)),
+      connectString_(argument.text),
+      timeout_(argument.timeout) {
     if (!IsConnectionString(argument.text)) {
         isFile_ = true;
         file_ = argument.text;
@@ -102,8 +104,9 @@ std::unique_ptr<Mersola> Database::Connect(Access access) const {
     // Of two of a kind the last one counts.
     const std::string connectString = connectString_ + (isFile_ ? DataSource(file_) : "") +
                                       (isFile_ && access == Access::Read ? ";Mode=Read" : "");
-    auto store = std::make_unique<Mersola>(user_.c_str(), password_.c_str(), connectString.c_str(),
-                                           isFile_ ? kFileTimeout : kServerTimeout);
+    auto store =
+        std::make_unique<Mersola>(user_.c_str(), password_.c_str(), connectString.c_str(),
+                                  timeout_.value_or(isFile_ ? kFileTimeout : kServerTimeout));
     if (store->isConnected()) return store;
     if (isFile_ && LacksWritableFolder(file_))
         throw Failure(Name() + " cannot be opened (" + messages.Reason() +

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,7 @@ class Database {
   private:
     std::string text_;
     std::string connectString_;
+    std::optional<long> timeout_;
     bool isFile_ = false;
     std::string file_;
     std::string user_;

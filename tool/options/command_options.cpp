@@ -22,6 +22,15 @@ void AddDatabase(Command& command, DatabaseArgument& argument) {
     AddPasswordFile(command, "", argument.passwordFile, "");
 }
 
+void AddTimeout(Command& command, DatabaseArgument& argument) {
+    constexpr long most = 24 * 60 * 60;
+    command.Parsed(
+        "--timeout", argument.timeout,
+        [](const std::string& text) { return ParseWithin(text, 1L, most); },
+        "a number of seconds from 1 to 86400",
+        "Seconds to wait while another program writes [10, on a server 60]");
+}
+
 Option AddSelection(Command& command, SelectionOptions& given) {
     command.Text("--instrument", given.instrument, "Name or number of the instrument").Required();
     const Option measurement =

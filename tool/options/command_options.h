@@ -21,6 +21,9 @@ inline constexpr const char* kDatabase = "a SQLite file, or a connection string 
 /// The database and who logs in to it, as most commands take them.
 void AddDatabase(Command& command, DatabaseArgument& argument);
 
+/// How long to wait for other programs, for commands that write beside recorders.
+void AddTimeout(Command& command, DatabaseArgument& argument);
+
 /// For commands with several databases: `prefix` in front of the option's name, and `whose` it is
 /// behind the description.
 Option AddUser(Command& command, const std::string& prefix, std::string& user,

@@ -152,17 +152,20 @@ void TellBands(const SoundFile& sound, std::span<const acoustics::Band> bands, s
 void TellResult(const SoundFile& sound, const Recording& recording, const RecordOptions& options,
                 std::ostream& out) {
     const int periods = recording.PeriodsStored();
-    out << "Recorded " << Counted(periods, "period") << " of " << PeriodText(options.period) << ", "
-        << Counted(sound.Channels(), "channel") << ", as the measurement "
-        << Quoted(options.measurement) << " of " << Quoted(options.instrument) << ".\n";
+    out << "Recorded " << Counted(periods - recording.Kept().Count(), "period") << " of "
+        << PeriodText(options.period) << ", " << Counted(sound.Channels(), "channel")
+        << ", as the measurement " << Quoted(options.measurement) << " of "
+        << Quoted(options.instrument) << ".\n";
     if (recording.IsResumed())
         out << "The measurement was there: this recording goes on from period "
             << recording.FirstPeriod() << ", at " << TimeText(recording.StartOfFirstPeriod())
             << "; " << Counted(recording.PeriodsMissed(), "period")
             << " in between went unrecorded.\n";
-    if (const int repeated = recording.PeriodsRepeated(); repeated > 0)
-        out << "Stored before and left as they were: periods " << recording.FirstPeriod() << " to "
-            << recording.FirstPeriod() + repeated - 1 << ".\n";
+    if (const PeriodRanges& kept = recording.Kept(); kept.Count() > 0)
+        out << "Stored before and left as they were: " << kept.Text() << ".\n";
+    if (const PeriodRanges& completed = recording.Completed(); completed.Count() > 0)
+        out << "Of " << completed.Text()
+            << " some functions were stored before and left as they were; the others were added.\n";
     if (options.trigger) out << Counted(recording.Markers(), "marker") << " for the trigger.\n";
     const double rest = static_cast<double>(sound.FramesRead()) / sound.Rate() -
                         periods * static_cast<double>(options.period.GetTotalMilliseconds()) / 1000;

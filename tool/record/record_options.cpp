@@ -36,6 +36,7 @@ void AddRecord(CLI::App& app, const Streams& streams) {
     const auto given = std::make_shared<RecordOptions>();
     Command command(app, "record", "Record a sound file as a measurement");
     AddDatabase(command, given->database);
+    AddTimeout(command, given->database);
     command.Text("FILE", given->file, "The sound file: WAV, FLAC and others").Required();
     command.Text("--instrument", given->instrument, "Name of the instrument").Required();
     command

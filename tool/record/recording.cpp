@@ -146,6 +146,7 @@ void Recording::Register() {
     if (storedBefore_ > firstPeriod_)
         Require(store_.PutPeriodsRelative(nullptr, storedBefore_ - firstPeriod_),
                 "the number of periods could not be kept");
+    if (isResumed_) before_.emplace(store_, instrument.GroupId, measurement_.MeasId, kReport);
     const CTimeSpanEx storedLength(report_.PeriodLen.GetTotalMilliseconds() * storedBefore_);
     if (trigger_)
         trigger_->Begin({instrument.GroupId, measurement_.MeasId, StartOfFirstPeriod(),
@@ -167,18 +168,19 @@ void Recording::Store(std::span<const acoustics::PeriodLevels> levels) {
     try {
         Transaction transaction(store_);
         if (stored_ == 0) Register();
-        // A batch cannot tell a value that is stored already from one that is lost, single values
-        // can.
-        const bool isRepeated = firstPeriod_ + stored_ < storedBefore_;
-        const auto batch = isRepeated ? nullptr : store_.PutDataStart(nullptr);
-        Require(isRepeated || batch, "no values could be written");
+        const int period = firstPeriod_ + stored_;
+        const Functions kept = before_ ? before_->FunctionsIn(period) : Functions();
+        const auto batch = store_.PutDataStart(nullptr);
+        Require(batch != nullptr, "no values could be written");
+        bool isNew = false;
         for (int channel = 1; const auto& each : levels)
-            PutValues(each, channel++, batch);
-        Require(isRepeated || store_.PutDataEnd(batch), "its values were refused");
+            isNew |= PutValues(each, channel++, kept, batch);
+        Require(store_.PutDataEnd(batch), "its values were refused");
         Require(store_.PutPeriodsRelative(nullptr, stored_ + 1),
                 "the number of periods could not be raised");
-        if (trigger_) trigger_->Add(stored_, levels);
+        if (trigger_) Watch(levels, kept);
         transaction.Commit();
+        if (!kept.empty()) (isNew ? completed_ : kept_).Add(period);
     } catch (const _com_error& error) {
         throw Failure("period " + std::to_string(stored_) + " could not be stored (" +
                       Printable(error.what()) + ")");
@@ -186,13 +188,16 @@ void Recording::Store(std::span<const acoustics::PeriodLevels> levels) {
     ++stored_;
 }
 
-void Recording::PutValues(const acoustics::PeriodLevels& levels, int channel,
+bool Recording::PutValues(const acoustics::PeriodLevels& levels, int channel, const Functions& kept,
                           const _RecordsetPtr& batch) {
     const CString status = levels.valid ? "" : "A";
+    bool isAny = false;
     const auto put = [&](int function, int band, double value) {
+        if (kept.contains({channel, function})) return;
+        isAny = true;
         long next = 0;
         Require(store_.PutDataRelative(value, status, stored_, function, channel, band, false, next,
-                                       batch != nullptr, batch),
+                                       true, batch),
                 "a value was refused");
     };
     for (std::size_t i = 0; i < bands_.size(); ++i) {
@@ -203,10 +208,21 @@ void Recording::PutValues(const acoustics::PeriodLevels& levels, int channel,
     put(kLaeq, kBroadband, levels.laeq);
     for (std::size_t i = 0; i < percentiles_.size(); ++i)
         put(percentiles_[i].id, kBroadband, levels.exceeded[i]);
+    return isAny;
 }
 
-int Recording::PeriodsRepeated() const {
-    return std::clamp(storedBefore_ - firstPeriod_, 0, stored_);
+// Markers tell of levels that are stored, not of another sound's.
+void Recording::Watch(std::span<const acoustics::PeriodLevels> levels, const Functions& kept) {
+    std::vector<acoustics::PeriodLevels> stored;
+    for (int channel = 1; const auto& each : levels) {
+        const auto there = kept.contains({channel, trigger_->Function()})
+                               ? before_->Value(firstPeriod_ + stored_, channel,
+                                                trigger_->Function(), trigger_->Band())
+                               : trigger_->LevelOf(each);
+        if (there && IsStoredAs(*there, trigger_->LevelOf(each))) stored.push_back(each);
+        ++channel;
+    }
+    trigger_->Add(stored_, stored);
 }
 
 int Recording::PeriodsMissed() const {

@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <mersola/mersola.h>
@@ -12,6 +14,7 @@
 #include "analyser.h"
 #include "measured.h"
 #include "record.h"
+#include "stored_periods.h"
 #include "trigger.h"
 
 namespace mersola::tool {
@@ -25,16 +28,19 @@ class Recording {
     Recording(Mersola& store, const RecordOptions& options, std::span<const acoustics::Band> bands,
               int channels);
 
-    /// Stores the next period, all of it or nothing; `levels`: one for each channel. The first
-    /// period registers the measurement with it.
+    /// Stores the next period, all of it or nothing; `levels`: one for each channel. What a
+    /// function has there already stays, and nothing is put beside it. The first period registers
+    /// the measurement with it.
     void Store(std::span<const acoustics::PeriodLevels> levels);
 
     /// Closes the marker that is open. To be called once a period is stored.
     void Finish();
 
     int PeriodsStored() const { return stored_; }
-    /// How many of them were in the database before and kept their values.
-    int PeriodsRepeated() const;
+    /// Those in which all was stored before, and kept,
+    const PeriodRanges& Kept() const { return kept_; }
+    /// and those in which functions were, which were kept, and others were added.
+    const PeriodRanges& Completed() const { return completed_; }
 
     /// Whether the measurement was there before; then, once a period is stored, the number of this
     /// recording's first period and its time in the measurement.
@@ -54,7 +60,12 @@ class Recording {
     void TakePercentiles(const MeasurementInfo& stored, const std::string& name);
     void RegisterInstrument(InstrumentInfo& instrument);
     void Register();
-    void PutValues(const acoustics::PeriodLevels& levels, int channel, const _RecordsetPtr& batch);
+    using Functions = std::set<std::pair<int, int>>;  // channel and function
+
+    /// Returns whether there were any but those of functions that are kept.
+    bool PutValues(const acoustics::PeriodLevels& levels, int channel, const Functions& kept,
+                   const _RecordsetPtr& batch);
+    void Watch(std::span<const acoustics::PeriodLevels> levels, const Functions& kept);
     void Require(bool done, const char* what) const;
 
     Mersola& store_;
@@ -71,6 +82,8 @@ class Recording {
     bool isResumed_ = false;
     CTimeEx firstStart_;    // of the measurement
     int storedBefore_ = 0;  // periods
+    std::optional<StoredPeriods> before_;
+    PeriodRanges kept_, completed_;
     int firstPeriod_ = 0;
     int stored_ = 0;
 };

@@ -5,7 +5,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <sstream>
+#include <string_view>
 
 #include "failure.h"
 
@@ -17,6 +20,38 @@ struct SoundFile::Handle {
     ~Handle() { sf_close(file); }
 };
 
+namespace {
+
+// Whoever writes to a pipe cannot go back to the header, and puts something large there.
+bool IsUnknown(long long size) {
+    constexpr long long mostOfSigned = 0x80000000, mostOfUnsigned = 0xFFFFFFFF, margin = 0x1000;
+    return (size >= mostOfSigned - margin && size <= mostOfSigned) ||
+           size >= mostOfUnsigned - margin;
+}
+
+// Whether the header tells of more sound than the file holds. The library then takes what there is,
+// and says so in its log only: "data : 192000 (should be 95978)".
+bool IsCutShort(SNDFILE* file) {
+    char log[16'384] = "";
+    sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
+    std::istringstream lines(log);
+    for (std::string line; std::getline(lines, line);) {
+        char part[16];
+        long long told = 0, there = 0;
+        if (std::sscanf(line.c_str(), " %15[^:]: %lld (should be %lld)", part, &told, &there) != 3)
+            continue;
+        std::string_view name = part;
+        name = name.substr(0, name.find_last_not_of(' ') + 1);
+        // The sound's part of WAV, AIFF and AU; W64 and RF64 compare the whole file alone.
+        for (const char* each : {"data", "SSND", "Data Size", "riff", "Riff size"}) {
+            if (name == each && told > there && !IsUnknown(told)) return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 SoundFile::SoundFile(const std::string& path) : path_(path), handle_(std::make_unique<Handle>()) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0)
@@ -27,6 +62,7 @@ SoundFile::SoundFile(const std::string& path) : path_(path), handle_(std::make_u
     if (!handle_->file)
         throw Failure(Quoted(path) + " cannot be read as sound (" +
                       Printable(sf_strerror(nullptr)) + "); name a WAV or FLAC file");
+    isCutShort_ = IsCutShort(handle_->file);
     constexpr std::size_t kBlock = 16384;  // frames
     channels_.resize(static_cast<std::size_t>(Channels()));
     interleaved_.resize(kBlock * channels_.size());
@@ -61,7 +97,7 @@ const std::vector<std::vector<double>>& SoundFile::ReadBlock() {
 
 std::string SoundFile::Fault() const {
     if (sf_error(handle_->file) != SF_ERR_NO_ERROR) return Printable(sf_strerror(handle_->file));
-    return read_ < Frames() ? "it ends early" : "";
+    return isCutShort_ || read_ < Frames() ? "it ends early" : "";
 }
 
 }  // namespace mersola::tool

@@ -19,7 +19,7 @@ class SoundFile {
     const std::string& Path() const { return path_; }
     double Rate() const;  ///< in hertz
     int Channels() const;
-    std::int64_t Frames() const;  ///< samples of each channel, as the file's header says
+    std::int64_t Frames() const;  ///< samples of each channel, as far as the file tells
     std::int64_t FramesRead() const { return read_; }
 
     /// The next samples of each channel, 1 for digital full scale; empty at the end.
@@ -33,6 +33,7 @@ class SoundFile {
 
     std::string path_;
     std::unique_ptr<Handle> handle_;
+    bool isCutShort_ = false;  // and its frames are those that are left
     std::int64_t read_ = 0;
     std::vector<double> interleaved_;
     std::vector<std::vector<double>> channels_;

@@ -50,6 +50,11 @@ class Trigger {
 
     int Markers() const { return markers_; }
 
+    /// What it watches, once it was begun.
+    int Function() const { return marker_.funcId; }
+    int Band() const { return marker_.frqId; }
+    double LevelOf(const acoustics::PeriodLevels& levels) const { return levelOf_(levels); }
+
   private:
     void ChooseBand(const TriggerOptions& asked, std::span<const acoustics::Band> bands);
     void Open(int period);
