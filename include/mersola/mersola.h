@@ -5,6 +5,7 @@
 
 #include <mersola/constants.h>
 #include <mersola/crypter.h>
+#include <mersola/engine.h>
 #include <mersola/list_text.h>
 #include <mersola/platform/ado.h>
 #include <mersola/platform/collections.h>

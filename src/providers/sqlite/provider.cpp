@@ -8,10 +8,15 @@
 #include <string>
 
 #include "errors.h"
+#include "log_guard.h"
 #include "sqlite_session.h"
 
 namespace mersola::sqlite {
 namespace {
+
+// Bytes of the log's file, once it is started anew: what a long reader made it grow by is given
+// back, and in daily use it is written over.
+constexpr int kLogLimit = 8 << 20;
 
 [[noreturn]] void Refuse(const std::string& what) {
     throw _com_error(E_FAIL, what.c_str(), kSource);
@@ -59,7 +64,10 @@ void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
         Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
     };
     run("SELECT count(*) FROM sqlite_schema");  // a file that is no database is found out here
-    if (!readOnly) run("PRAGMA journal_mode=WAL");
+    if (!readOnly) {
+        run("PRAGMA journal_mode=WAL");
+        run("PRAGMA journal_size_limit=" + std::to_string(kLogLimit));
+    }
     run("PRAGMA synchronous=" + std::string(synchronous));
 }
 
@@ -77,12 +85,13 @@ class Provider : public ado::Provider {
         // Or SQLite would take ":memory:" for no file, and "file:x" for one of another name.
         const bool isSpecial = path.starts_with(':') || path.starts_with("file:");
         const int code =
-            sqlite3_open_v2(((isSpecial ? "./" : "") + path).c_str(), &opened, flags, nullptr);
+            sqlite3_open_v2(((isSpecial ? "./" : "") + path).c_str(), &opened, flags, GuardedVfs());
         Database db(opened);
         Check(db.get(), code);
-        sqlite3_busy_timeout(db.get(), Milliseconds(request.commandTimeout));
+        const int patience = Milliseconds(request.commandTimeout);
+        sqlite3_busy_timeout(db.get(), patience);  // until the session has its own
         Configure(db.get(), sqlite3_db_readonly(db.get(), "main") == 1, synchronous);
-        return std::make_unique<Session>(std::move(db));
+        return std::make_unique<Session>(std::move(db), std::chrono::milliseconds(patience));
     }
 };
 

@@ -1,12 +1,15 @@
 // An open SQLite database as ADO's provider seam sees it.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include <sqlite3.h>
 
+#include "checkpoints.h"
+#include "patience.h"
 #include "provider.h"
 #include "statement_cache.h"
 #include "translator.h"
@@ -20,7 +23,12 @@ using Database = std::unique_ptr<sqlite3, CloseDatabase>;
 
 class Session : public ado::ProviderSession {
   public:
-    explicit Session(Database db) : db_(std::move(db)), cache_(db_.get()) {}
+    /// `patience`: how long operations wait for others.
+    Session(Database db, std::chrono::milliseconds patience)
+        : patience_(db.get(), patience),
+          checkpoints_(db.get(), patience_),
+          db_(std::move(db)),
+          cache_(db_.get()) {}
 
     std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override;
     std::unique_ptr<ado::TableWriter> OpenTable(std::string_view table) override;
@@ -30,6 +38,8 @@ class Session : public ado::ProviderSession {
     std::string DbmsName() const override { return "SQLite"; }
 
   private:
+    Patience patience_;  // in front of the database, which calls them until it is closed
+    Checkpoints checkpoints_;
     Database db_;
     StatementCache cache_;  // behind the database: its statements go first
     dialect::Translator translator_;

@@ -1,0 +1,24 @@
+// A fault of SQLite's write-ahead log, and how connections keep clear of it.
+#pragma once
+
+namespace mersola::sqlite {
+
+/// Whether a SQLite of this version (sqlite3_libversion_number) has the fault that its makers call
+/// the WAL-reset bug: a checkpoint during which a writer starts the log anew takes rows that are
+/// committed next for moved into the database file, and they are lost. Repaired in 3.51.3, and in
+/// 3.50.7 and 3.44.6 for those who stay with these.
+constexpr bool HasLogFault(int version) {
+    constexpr int kFirst = 3007000;
+    constexpr int kRepaired = 3051003;
+    const bool isPatched =
+        (version >= 3050007 && version < 3051000) || (version >= 3044006 && version < 3045000);
+    return version >= kFirst && version < kRepaired && !isPatched;
+}
+
+/// The name of a VFS to open databases with: the default one, but a connection starts the log anew
+/// only while nobody checkpoints, and a checkpoint that asks for the write lock does not go on
+/// without it. Checkpoints of others then do no harm unless others also write. Null, which stands
+/// for the default, where this SQLite does not have the fault.
+const char* GuardedVfs();
+
+}  // namespace mersola::sqlite
