@@ -19,6 +19,10 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersolaConfig.cmake
         DESTINATION ${config_folder} COMPONENT development)
 
 file(RELATIVE_PATH from_pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+set(pkgconfig_needs odbc)
+if(NOT MERSOLA_SQLITE_AMALGAMATION)
+    string(PREPEND pkgconfig_needs "sqlite3 ")
+endif()
 configure_file(cmake/mersola.pc.in mersola.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersola.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
@@ -74,7 +78,9 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmersola${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libsqlite3-0 (>= ${MERSOLA_LEAST_SQLITE})")
+if(NOT MERSOLA_SQLITE_AMALGAMATION)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libsqlite3-0 (>= ${MERSOLA_LEAST_SQLITE})")
+endif()
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS tdsodbc)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "storage of monitoring instruments (library)
  Stores what monitoring instruments measure, period by period, in SQLite or on
