@@ -33,7 +33,8 @@
 /// - Connections: a null connection handle means the object's own connection.
 /// - Identifiers are 32-bit values: one that does not fit is refused like one that does not exist.
 /// - Texts are UTF-8. They are placed into statements between single quotes as they are: one that
-///   holds a single quote makes the statement, and so the operation, fail.
+///   holds a single quote makes the statement, and so the operation, fail. What is no UTF-8 is
+///   refused where it is to be stored; a server stores U+FFFD in place of it.
 /// - Missing values read as -100.0.
 /// - The numbers with a meaning of their own have names: see <mersola/constants.h>.
 class MERSOLA_EXPORT Mersola {

@@ -70,6 +70,23 @@ TEST_P(Recording, StoresValuesOfBothPathsAndBothNumberings) {
     EXPECT_EQ(status, (std::vector<char>{'\0', '\0', 'O', 'A', 'A'}));
 }
 
+TEST_P(Recording, StoresNothingThatIsNoUtf8) {
+    ASSERT_TRUE(Open(store));
+    const bool isStored = Write(store, 1, 2.5, "\xFC");
+    const _RecordsetPtr batch = store.PutDataStart(nullptr);
+    long next = 0;
+    EXPECT_TRUE(store.PutDataRelative(3.5, "O", 2, 1, 1, 1, true, next, true, batch));
+    EXPECT_TRUE(store.PutDataRelative(4.5, "\xED\xA0\x80", 2, 1, 1, 2, true, next, true, batch));
+    const bool isWhole = store.PutDataEnd(batch);
+    InstrumentInfo latin = Instrument("B\xFCro");
+    const bool isNamed = store.PutInstrument(nullptr, latin);
+    EXPECT_EQ(database.Ask("SELECT COUNT(*) FROM MeasuredValues WHERE Status='O'"), "1");
+    const bool isRefused = GetParam() == "SQLite";  // drivers of servers replace what is none
+    for (const bool isDone : {isStored, isWhole, isNamed})
+        EXPECT_EQ(isDone, !isRefused);
+    EXPECT_EQ(database.Ask("SELECT COUNT(*) FROM MeasuredValues"), isRefused ? "1" : "3");
+}
+
 TEST_P(Recording, StoresASingleValueToSixDecimalsAndABatchInFull) {
     ASSERT_TRUE(Open(store));
     const _RecordsetPtr batch = store.PutDataStart(nullptr);

@@ -3,29 +3,12 @@
 
 #include <cstdint>
 
+#include "characters.h"
+
 namespace mersola::odbc {
 namespace {
 
 constexpr std::uint32_t kReplacement = 0xFFFD;
-
-// Takes one character off the front of `text`.
-std::uint32_t TakeCharacter(std::string_view& text) {
-    const auto first = static_cast<unsigned char>(text.front());
-    text.remove_prefix(1);
-    if (first < 0x80) return first;
-    const int more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : 1;
-    if (first < 0xC2 || first > 0xF4) return kReplacement;
-    std::uint32_t character = first & (0x3FU >> more);
-    for (int i = 0; i < more; ++i) {
-        if (text.empty() || (static_cast<unsigned char>(text.front()) & 0xC0) != 0x80)
-            return kReplacement;
-        character = character << 6 | (static_cast<unsigned char>(text.front()) & 0x3FU);
-        text.remove_prefix(1);
-    }
-    const bool surrogate = character >= 0xD800 && character < 0xE000;
-    const bool overlong = more > 1 && character < (more == 2 ? 0x800U : 0x10000U);
-    return surrogate || overlong || character > 0x10FFFF ? kReplacement : character;
-}
 
 std::uint32_t TakeCharacter(std::span<const SQLWCHAR>& wide) {
     const std::uint32_t first = wide.front();
@@ -59,7 +42,7 @@ void Put(std::uint32_t character, std::string& utf8) {
 
 void AppendWide(std::string_view utf8, WideText& wide) {
     while (!utf8.empty()) {
-        const std::uint32_t character = TakeCharacter(utf8);
+        const std::uint32_t character = dialect::TakeCharacter(utf8).value_or(kReplacement);
         if (character < 0x10000) {
             wide.push_back(static_cast<SQLWCHAR>(character));
         } else {

@@ -50,6 +50,10 @@ _com_error Translated(sqlite3* db, int code) {
     return _com_error(result, words.c_str(), kSource);
 }
 
+_com_error NoUtf8() {
+    return _com_error(DB_E_INTEGRITYVIOLATION, "a text that is to be stored is no UTF-8", kSource);
+}
+
 void Check(sqlite3* db, int code) {
     if (code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE) throw Translated(db, code);
 }

@@ -18,6 +18,9 @@ _com_error Translated(sqlite3* db, int code);
 /// Raises Translated unless the code is a success.
 void Check(sqlite3* db, int code);
 
+/// What is raised for a text that is to be stored and is no UTF-8.
+_com_error NoUtf8();
+
 /// Whether a row was refused for what it holds, so that other rows may still be stored.
 bool IsRefusal(int code);
 

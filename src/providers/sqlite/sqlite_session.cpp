@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "characters.h"
 #include "errors.h"
 #include "table_writer.h"
 
@@ -104,8 +105,11 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     // Rows are read when the caller's text may be gone, so that its literals are copied.
     const auto keeping = givesRows ? SQLITE_TRANSIENT : SQLITE_STATIC;
     int index = 0;
-    for (const dialect::Literal& literal : translation.literals)
+    for (const dialect::Literal& literal : translation.literals) {
+        // What is stored already can still be looked up.
+        if (!givesRows && !dialect::IsUtf8(literal.text)) throw NoUtf8();
         Bind(db_.get(), statement.Get(), ++index, literal, keeping);
+    }
     if (givesRows) return std::make_unique<Rows>(std::move(statement));
     statement.Step();
     return nullptr;

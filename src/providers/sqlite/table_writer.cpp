@@ -1,6 +1,9 @@
 // A batch is one transaction, or a savepoint inside the caller's.
 #include "table_writer.h"
 
+#include <algorithm>
+
+#include "characters.h"
 #include "errors.h"
 
 namespace mersola::sqlite {
@@ -18,6 +21,10 @@ std::string Quoted(std::string_view name) {
 
 void Run(sqlite3* db, const char* sql) {
     Check(db, sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
+}
+
+bool IsUtf8(const ado::Cell& cell) {
+    return cell.kind != ado::CellKind::Text || dialect::IsUtf8({cell.text, cell.length});
 }
 
 // Undoes what was not committed.
@@ -75,10 +82,13 @@ ado::BatchOutcome TableWriter::InsertRows(std::span<const ado::Cell> cells) {
     ado::BatchOutcome outcome;
     const std::size_t width = columns_.size();
     for (; !cells.empty(); cells = cells.subspan(width)) {
-        const int code = Insert(cells.first(width));
+        const auto row = cells.first(width);
+        const bool isText = std::ranges::all_of(row, IsUtf8);
+        const int code = isText ? Insert(row) : SQLITE_CONSTRAINT;
         if (code == SQLITE_DONE) continue;
         if (!IsRefusal(code)) throw Translated(db_, code);
-        if (outcome.refused++ == 0) outcome.firstRefusal = Translated(db_, code);
+        if (outcome.refused++ == 0)
+            outcome.firstRefusal = isText ? Translated(db_, code) : NoUtf8();
     }
     return outcome;
 }
