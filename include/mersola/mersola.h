@@ -208,6 +208,20 @@ class MERSOLA_EXPORT Mersola {
     /// chain; 0 when no report is selected or there is none. Returns 1 when connected, else 0.
     int Get_nPrds(long& n);
 
+    /// Lists the bands in which the selected report, channel and function has values, ascending;
+    /// `out` is emptied first. The second form looks at nPeriods periods from firstPeriod on: its
+    /// cost grows with these, and that of the first form with all the values of the function. In
+    /// the continuous view they are those of the chain, and periods are numbered across it. On
+    /// failure 0, and `out` is empty.
+    int GetBands(CArray<int, int>& out);
+    int GetBands(CArray<int, int>& out, int firstPeriod, int nPeriods);
+
+    /// The first and the last period in which the selected report, channel and function has a value
+    /// in any band, as stored now and without a look at the values in between; in the continuous
+    /// view those of the chain, numbered across it. Both are -1, with result 0, when there is none
+    /// and on failure.
+    int GetStoredPeriods(long& first, long& last);
+
     /// The first stored period, -1 with result 0 when there is none. The first two compute it from
     /// the values and remember it until they are asked for another key; the last reads the lower
     /// bound that is kept with the report, if one is (`extra` is not used). Not for the continuous
@@ -377,7 +391,21 @@ class MERSOLA_EXPORT Mersola {
     /// view.
     int GetMarkers(long fromPeriod, long toPeriod, CArray<MarkerInfo, MarkerInfo&>& out);
 
+    /// Appends the selected measurement's open markers, which GetMarkers leaves out: events that go
+    /// on, or that a recorder left open when it ended. In the continuous view those of the whole
+    /// chain, each with its own measurement; without those of alarm instruments. On failure 0; what
+    /// was read before stays in `out`.
+    int GetOpenMarkers(CArray<MarkerInfo, MarkerInfo&>& out);
+
     // ---- Continuous view -----------------------------------------------------------------------
+
+    /// Lists the measurements of the chain by their start; `out` is emptied first. Each has those
+    /// of its reports that have periods, by their type: `noOfPeriods` of them begin at
+    /// `periodOffset`, counted across the chain, behind `missingPeriods` that nobody recorded (a
+    /// negative number where it overlaps the measurement before it). As loaded with the view;
+    /// Get_nPrds brings the count of the selected report up to date in the last one. 0 outside the
+    /// view.
+    int GetContinuousMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out);
 
     /// Loads the chain anew when it has gained or lost measurements. The selected report type stays
     /// selected if the chain still has it. A chain that cannot be read as one any more leaves the
@@ -529,6 +557,13 @@ class MERSOLA_EXPORT Mersola {
     CTimeEx recordedPeriodStart(long period) const;
 
     // Steps of the reading operations.
+    /// Hands out the periods from `first` up to `end`: read(offset, from, to) takes a stretch of
+    /// one report, which it finds selected, counted from its own period 0, which is the period
+    /// `offset` that the caller counts by; false ends it. In the continuous view stretch by stretch
+    /// of the members that have them. False when a read said so. Raises _com_error.
+    template <class Read>
+    bool forEachStretch(std::int64_t first, std::int64_t end, Read read);
+    int listBands(CArray<int, int>& out, std::int64_t first, std::int64_t end);
     void loadSettings(const MeasurementInfo& measurement);
     bool selectReport(int reportId);
     bool readChain(CArray<MeasurementInfo, MeasurementInfo&>& chain);

@@ -100,6 +100,13 @@ bool Mersola::readChain(Measurements& chain) {
     return true;
 }
 
+int Mersola::GetContinuousMeasurements(Measurements& out) {
+    out.RemoveAll();
+    if (!continuous()) return 0;
+    out.Append(m_contMeasurements);
+    return 1;
+}
+
 bool Mersola::refreshContinuousData() {
     if (!readable()) return false;
     if (m_contMode != kContinuousView) return true;

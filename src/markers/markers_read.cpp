@@ -56,13 +56,17 @@ bool HasType(const MarkerInfo& m, const CString& type) {
     return condition.Parse(m.TriggerCondition) && condition.Find("type", value) && value == type;
 }
 
+bool IsOpen(const MarkerInfo& m) {
+    return m.inProgess != 0;
+}
+
 // Whether an instrument has alarm instruments of its own.
 bool HasAlarmInstruments(const InstrumentInfo& instrument) {
     const CString flag = ListText(instrument.State).First();
     return (flag.IsEmpty() || flag == "0") && ListText(instrument.Type).First() == "2";
 }
 
-// Appends the closed markers among the rows that `wanted` accepts.
+// Appends the markers among the rows that `wanted` accepts.
 template <class Predicate>
 void AppendMarkers(const _RecordsetPtr& rows, int groupId, int measId, Markers& out,
                    Predicate wanted) {
@@ -71,7 +75,7 @@ void AppendMarkers(const _RecordsetPtr& rows, int groupId, int measId, Markers& 
         m.GroupId = groupId;
         m.MeasId = measId;
         ReadMarker(*rows, m);
-        if (m.inProgess == 0 && wanted(m)) out.Add(m);
+        if (wanted(m)) out.Add(m);
     }
 }
 
@@ -109,11 +113,27 @@ int Mersola::GetMarkers(long fromPeriod, long toPeriod, Markers& out) {
         const auto rows = dbExecute(
             formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d", m_GroupId, m_MeasId));
         AppendMarkers(rows, m_GroupId, m_MeasId, out,
-                      [&](const MarkerInfo& m) { return window.Holds(m.Start); });
+                      [&](const MarkerInfo& m) { return !IsOpen(m) && window.Holds(m.Start); });
         return 1;
     } catch (const _com_error&) {
         return 0;
     }
+}
+
+int Mersola::GetOpenMarkers(Markers& out) {
+    if (!readable()) return 0;
+    return forEachMeasurement([&](long measId) {
+        const int measurement = static_cast<int>(measId);  // one that is selected
+        try {
+            const auto rows = dbExecute(
+                formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d and inProgess<>0",
+                          m_GroupId, measurement));
+            AppendMarkers(rows, m_GroupId, measurement, out, IsOpen);
+            return 1;
+        } catch (const _com_error&) {
+            return 0;
+        }
+    });
 }
 
 template <class Read>
@@ -177,8 +197,9 @@ int Mersola::readMarkers(Markers& out, long groupId, long measId, CString type, 
                           : formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d",
                                       *group, *measurement));
         // Markers of alarm instruments are handed out under the instrument that was asked for.
-        AppendMarkers(rows, m_GroupId, *measurement, out,
-                      [&](const MarkerInfo& m) { return wanted(m) && HasType(m, type); });
+        AppendMarkers(rows, m_GroupId, *measurement, out, [&](const MarkerInfo& m) {
+            return !IsOpen(m) && wanted(m) && HasType(m, type);
+        });
         return 1;
     } catch (const _com_error&) {
         return 0;

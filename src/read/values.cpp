@@ -5,6 +5,7 @@
 #include <mersola/mersola.h>
 
 #include "statement.h"
+#include "stretches.h"
 
 using namespace mersola;
 
@@ -43,30 +44,18 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
     if (!readable() || nFrq < 1) return 0;
     if (!continuous()) return _GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, status);
     FillMissing(values, nPeriods, nFrq, status);
-    if (m_contReportIndex == kNone) return nPeriods;
-    const std::int64_t wantedEnd = std::int64_t{firstPeriod} + nPeriods;
-    std::int64_t current = firstPeriod;
-    for (const MeasurementInfo& member : m_contMeasurements) {
-        // Where members overlap, the earlier one wins: `current` is already behind it.
-        const ReportInfo& report = member.reports[m_contReportIndex];
-        const std::int64_t begin = std::max(current, report.periodOffset);
-        const std::int64_t end = std::min(wantedEnd, report.periodOffset + report.noOfPeriods);
-        if (begin >= end) continue;
-        m_contMeasId = member.MeasId;
-        try {
-            selectReport(m_ReportId);  // a member without a key has no values
-        } catch (const _com_error&) {
-            return kReadFailed;
-        }
-        const auto at =
-            static_cast<std::size_t>(begin - firstPeriod) * static_cast<std::size_t>(nFrq);
-        const int result =
-            _GetData(values + at, static_cast<int>(begin - report.periodOffset),
-                     static_cast<int>(end - begin), firstFrq, nFrq, status ? status + at : nullptr);
-        if (result < 0) return result;
-        current = end;
+    const auto width = static_cast<std::size_t>(nFrq);
+    const auto read = [&](std::int64_t offset, std::int64_t from, std::int64_t to) {
+        const auto at = static_cast<std::size_t>(offset + from - firstPeriod) * width;
+        return _GetData(values + at, static_cast<int>(from), static_cast<int>(to - from), firstFrq,
+                        nFrq, status ? status + at : nullptr) >= 0;
+    };
+    try {
+        const std::int64_t end = std::int64_t{firstPeriod} + nPeriods;
+        return forEachStretch(firstPeriod, end, read) ? nPeriods : kReadFailed;
+    } catch (const _com_error&) {
+        return kReadFailed;
     }
-    return nPeriods;
 }
 
 int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,

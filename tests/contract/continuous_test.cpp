@@ -141,6 +141,31 @@ class Continuous : public Contract {
         writer.CommitTrans();
     }
 
+    // The first and the last period that can be read, and the band that they are in.
+    static void ExpectStored(Store& reader, const std::vector<Model::Member>& chain,
+                             std::size_t index) {
+        std::set<long> stored;
+        for (std::size_t member = 0; member < chain.size(); ++member) {
+            for (const auto& [period, value] : chain[member].series[index].values) {
+                const std::int64_t running = Model::Offset(chain, member, index) + period;
+                if (Model::Value(chain, index, running) != -100) stored.insert(running);
+            }
+        }
+        CArray<int, int> bands;
+        ASSERT_EQ(reader.GetBands(bands), 1);
+        ASSERT_EQ(bands.GetSize(), stored.empty() ? 0 : 1);
+        long first = 0, last = 0;
+        ASSERT_EQ(reader.GetStoredPeriods(first, last), stored.empty() ? 0 : 1);
+        ASSERT_EQ(first, stored.empty() ? -1 : *stored.begin());
+        ASSERT_EQ(last, stored.empty() ? -1 : *stored.rbegin());
+        if (stored.empty()) return;
+        ASSERT_EQ(reader.GetBands(bands, static_cast<int>(last), 1), 1);
+        ASSERT_EQ(bands.GetSize(), 1);
+        ASSERT_EQ(bands[0], kFrq);
+        ASSERT_EQ(reader.GetBands(bands, static_cast<int>(last) + 1, 9), 1);
+        ASSERT_EQ(bands.GetSize(), 0);
+    }
+
     template <class... Arguments>
     void Run(const char* format, Arguments... arguments) {
         CString sql;
@@ -172,7 +197,15 @@ TEST_P(Continuous, AnswersEveryRunningPeriodAsTheModelDoes) {
         CArray<ReportInfo, ReportInfo&> reports;
         ASSERT_EQ(reader.GetReports(reports), 1);
         ASSERT_EQ(reports.GetSize(), static_cast<int>(chain[0].series.size()));
+        CArray<MeasurementInfo, MeasurementInfo&> members;
+        ASSERT_EQ(reader.GetContinuousMeasurements(members), 1);
+        ASSERT_EQ(members.GetSize(), static_cast<int>(chain.size()));
         for (std::size_t index = 0; index < chain[0].series.size(); ++index) {
+            for (int at = 0; at < members.GetSize(); ++at) {
+                const ReportInfo& report = members[at].reports[static_cast<int>(index)];
+                ASSERT_EQ(report.periodOffset, Model::Offset(chain, std::size_t(at), index));
+                ASSERT_EQ(report.noOfPeriods, chain[std::size_t(at)].series[index].periods);
+            }
             ASSERT_EQ(reader.SetReport(chain[0].series[index].type), 1);
             const std::int64_t whole =
                 Model::Offset(chain, chain.size() - 1, index) + chain.back().series[index].periods;
@@ -187,6 +220,7 @@ TEST_P(Continuous, AnswersEveryRunningPeriodAsTheModelDoes) {
             ASSERT_EQ(reader.GetFunctions(held), 1);
             ASSERT_EQ(std::set<int>(held.begin(), held.end()), functions);
             ASSERT_EQ(held.GetSize(), static_cast<int>(functions.size()));
+            ExpectStored(reader, chain, index);
             const int first = Pick(random, -5, static_cast<int>(whole) + 2);
             const int wanted = Pick(random, 1, static_cast<int>(whole) + 10);
             const std::vector<float> values = [&] {
@@ -232,6 +266,17 @@ TEST_P(Continuous, CountsAcrossTheGapAndGrowsWithTheRecorder) {
     reader.Get_nPrds(count);
     EXPECT_EQ(count, 5);
 
+    CArray<MarkerInfo, MarkerInfo&> open;
+    for (const int measurement : {1, 2}) {
+        MarkerInfo marker;
+        marker.GroupId = 1;
+        marker.MeasId = measurement;
+        ASSERT_TRUE(recorder.PutMarkerRelative(nullptr, marker, 0));
+    }
+    EXPECT_EQ(reader.GetOpenMarkers(open), 1);
+    ASSERT_EQ(open.GetSize(), 2);
+    EXPECT_EQ(open[1].MeasId, 2);
+
     ASSERT_TRUE(Write(recorder, 1, 50));
     EXPECT_EQ(Values(reader, 5, 1), std::vector<float>{-100});
     reader.Get_nPrds(count);
@@ -261,6 +306,10 @@ TEST_P(Continuous, CountsAcrossTheGapAndGrowsWithTheRecorder) {
     EXPECT_EQ(reader.m_contMode, -2);
     EXPECT_EQ(reader.m_MeasId, -1);
     EXPECT_EQ(reader.SetMeasurement(-3), 0);
+    CArray<MeasurementInfo, MeasurementInfo&> members;
+    members.Add(other);
+    EXPECT_EQ(reader.GetContinuousMeasurements(members), 0);
+    EXPECT_EQ(members.GetSize(), 0);
 }
 
 TEST_P(Continuous, KeepsTheReportTypeAndNothingElseOverARefresh) {
@@ -301,6 +350,11 @@ TEST_P(Continuous, KeepsTheReportTypeAndNothingElseOverARefresh) {
     EXPECT_EQ(count, 5);
 
     TheWatch().FailOn("SELECT MeasValueId");
+    CArray<int, int> bands;
+    EXPECT_EQ(reader.GetBands(bands), 0);
+    long first = 7;
+    EXPECT_EQ(reader.GetStoredPeriods(first, count), 0);
+    EXPECT_EQ(first, -1);
     float value = 0;
     EXPECT_LT(reader.GetData(&value, 0, 1, kFrq, 1), 0);
     EXPECT_EQ(value, -100);

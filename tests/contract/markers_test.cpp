@@ -43,7 +43,16 @@ TEST_P(MarkersTest, AreOpenedAndClosedAtPeriods) {
     Markers found;
     EXPECT_EQ(store.GetMarkers(found), 1);
     EXPECT_EQ(found.GetSize(), 0) << "it is open";
+    EXPECT_EQ(store.GetOpenMarkers(found), 1);
+    EXPECT_EQ(store.GetOpenMarkers(found), 1);
+    ASSERT_EQ(found.GetSize(), 2) << "appended to, not emptied";
+    EXPECT_EQ(found[1].Start, m.Start);
+    EXPECT_EQ(found[1].TriggerCondition, m.TriggerCondition);
+    EXPECT_EQ(found[1].inProgess, 1);
+    found.RemoveAll();
     ASSERT_TRUE(store.UpdateMarkerStopRelative(nullptr, m, 5));
+    EXPECT_EQ(store.GetOpenMarkers(found), 1);
+    EXPECT_EQ(found.GetSize(), 0) << "it is closed";
     EXPECT_EQ(store.GetMarkers(found, "LEVEL"), 1);
     ASSERT_EQ(found.GetSize(), 1);
     EXPECT_EQ(found[0].Stop, Start(5 * kMinute).ToText());
@@ -163,6 +172,8 @@ TEST_P(MarkersTest, FailAsEachOperationPromises) {
     EXPECT_EQ(store.DeleteMarker(nullptr, m) + store.DeleteMarkers(m), 0);
     Markers found;
     EXPECT_EQ(store.GetMarkers(found) + store.GetMarkers(0, 1, found), 0);
+    EXPECT_EQ(store.GetOpenMarkers(found), 0);
+    EXPECT_EQ(Mersola().GetOpenMarkers(found), 0);
     TheWatch().Reset();
     store.m_Valid = false;
     const CString before = m.Stop;

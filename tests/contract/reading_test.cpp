@@ -1,6 +1,9 @@
 // Reading: the catalogue, the cursor, values and periods.
 #include "store.h"
 
+#include <climits>
+#include <utility>
+
 namespace mersola::test {
 namespace {
 
@@ -214,6 +217,42 @@ TEST_P(Reading, FindsTheFirstPeriodAndRemembersIt) {
     EXPECT_EQ(first, -1);
     store.SetReport(2);
     EXPECT_EQ(store.GetStartOfFirstPeriod(start), 0);
+}
+
+TEST_P(Reading, TellsInWhichBandsAndPeriodsAFunctionIsStored) {
+    using Bands = std::vector<int>;
+    CArray<int, int> found;
+    const auto listed = [&](int result) {
+        EXPECT_EQ(result, 1);
+        return Bands(found.begin(), found.end());
+    };
+    long first = 0, last = 0;
+    SelectFirst(store);
+    EXPECT_EQ(listed(store.GetBands(found)), (Bands{20, 21}));
+    EXPECT_EQ(listed(store.GetBands(found, 4, INT_MAX)), Bands{21}) << "whatever the status";
+    EXPECT_EQ(listed(store.GetBands(found, INT_MIN, INT_MAX)), Bands{});
+    EXPECT_EQ(listed(store.GetBands(found, 4, -1)), Bands{});
+    TheWatch().Reset();
+    EXPECT_EQ(store.GetStoredPeriods(first, last), 1);
+    EXPECT_EQ(TheWatch().statements.size(), 1U);
+    EXPECT_EQ(std::pair(first, last), std::pair(3L, 4L));
+    database.Run({"INSERT INTO MeasuredValues VALUES (7,-2,2,5,19,1,'')"});
+    store.SetChannel(2);
+    EXPECT_EQ(listed(store.GetBands(found)), (Bands{19, 20}));
+    EXPECT_EQ(store.GetStoredPeriods(first, last), 1);
+    EXPECT_EQ(std::pair(first, last), std::pair(-2L, 4L));
+    store.SetFunction(6);
+    EXPECT_EQ(listed(store.GetBands(found)), Bands{});
+    EXPECT_EQ(store.GetStoredPeriods(first, last), 0);
+    EXPECT_EQ(std::pair(first, last), std::pair(-1L, -1L));
+    store.SetChannel(1);
+    TheWatch().FailOn("MeasuredValues");
+    EXPECT_EQ(store.GetBands(found), 0);
+    EXPECT_EQ(store.GetStoredPeriods(first, last), 0);
+    TheWatch().Reset();
+    store.dbDisconnect();
+    EXPECT_EQ(store.GetBands(found), 0);
+    EXPECT_EQ(store.GetStoredPeriods(first, last), 0);
 }
 
 TEST_P(Reading, ReadsPercentilesOncePerMeasurement) {
