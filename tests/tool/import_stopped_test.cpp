@@ -52,7 +52,7 @@ class Imports : public Tool {
 };
 
 TEST_F(Imports, LetARecorderInWithinHalfASecond) {
-    constexpr int periods = 13'000;
+    constexpr int periods = 6'000;
     const auto file = File("file.csv", periods);
     test::Store recorder("Provider=SQLite;Data Source=\"" + db_ + "\"");
     ASSERT_TRUE(test::Open(recorder));
@@ -90,7 +90,7 @@ TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
         return db;
     };
     const auto holdings = [](const std::string& db) { return RunWords({"export", db}).out; };
-    const auto plain = File("plain.csv", 1'500), exported = (folder_ / "exported.csv").string();
+    const auto plain = File("plain.csv", 800), exported = (folder_ / "exported.csv").string();
     ASSERT_EQ(RunWords(Into(db_, plain)).status, 0);
     Execute("DELETE FROM FuncNameMap WHERE FuncName='Lmin'");  // a number that is not free
     ASSERT_EQ(RunWords({"export", db_, "-o", exported}).status, 0);
@@ -109,7 +109,7 @@ TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
         };
         for (const int signal : {SIGKILL, SIGTERM}) {
             const auto child = ImportingChild(Into(db, file));
-            for (const auto before = values(); values() < before + 4'000;)
+            for (const auto before = values(); values() < before + 2'000;)
                 std::this_thread::sleep_for(5ms);
             child->Kill(signal);
             EXPECT_EQ(child->Wait(), 128 + signal);
@@ -118,7 +118,7 @@ TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
                             testing::MatchesRegex("mersola: stopped by a signal; the lines up to "
                                                   ".* are stored, the same command goes on.*"));
             }
-            EXPECT_LT(values(), 46'500);
+            EXPECT_LT(values(), 24'800);
             const Outcome check = RunWords({"check", db});
             EXPECT_EQ(check.out.find("0 findings"), 0) << check.out;
         }

@@ -112,10 +112,10 @@ class Importer {
 
     // Stores it all, in the transaction that is open.
     void Take(const Block& block) {
-        for (const auto& [line, fields] : block.Records()) {
-            AtLine(line, [&] { Take(fields, line); });
-            for (ImportedValue& each : row_)
-                values_.Add(std::move(each));
+        for (const Block::Record& each : block.Records()) {
+            AtLine(each.line, [&] { Take(each.fields, each.line); });
+            for (ImportedValue& value : row_)
+                values_.Add(std::move(value));
             row_.clear();
         }
         if (block.isEnd && !columns_)

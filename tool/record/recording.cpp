@@ -213,6 +213,7 @@ bool Recording::PutValues(const acoustics::PeriodLevels& levels, int channel, co
 
 // Markers tell of levels that are stored, not of another sound's.
 void Recording::Watch(std::span<const acoustics::PeriodLevels> levels, const Functions& kept) {
+    if (kept.empty()) return trigger_->Add(stored_, levels);
     std::vector<acoustics::PeriodLevels> stored;
     for (int channel = 1; const auto& each : levels) {
         const auto there = kept.contains({channel, trigger_->Function()})
