@@ -3,8 +3,8 @@
 
 #include <stdexcept>
 
-#include "errors.h"
-#include "schema.h"
+#include "schema/schema.h"
+#include "sqlite/errors.h"
 
 using namespace mersola::sqlite;
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "sqlite_session.h"
-#include "statement_cache.h"
-#include "temporary_folder.h"
+#include "sqlite/session.h"
+#include "sqlite/statement_cache.h"
+#include "support/temporary_folder.h"
 
 /// One recorder's periods: every value of a period goes into one transaction.
 inline constexpr int kChannels = 4;

@@ -9,7 +9,7 @@
 
 #include "contest.h"
 #include "database.h"
-#include "schema.h"
+#include "schema/schema.h"
 
 using namespace mersola::sqlite;
 

@@ -13,12 +13,12 @@
 
 #include <benchmark/benchmark.h>
 
-#include "connect_text.h"
 #include "contest.h"
 #include "database.h"
-#include "odbc_connection.h"
+#include "odbc/connect_text.h"
+#include "odbc/connection.h"
 #include "recorder.h"
-#include "schema.h"
+#include "schema/schema.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
-# How the library is put together: one target for each layer. A layer finds the headers of the
-# layers it SEES and no others, so that an include against the grain does not compile.
+# How the library is put together: one target for each layer. A layer finds the FACE of the layers
+# it SEES and nothing else, so that an include against the grain does not compile. Headers of
+# another folder are included with that folder ("ado/provider.h"), those of the own folder by name.
 
 add_library(mersola_options INTERFACE)
 target_compile_features(mersola_options INTERFACE cxx_std_20)
@@ -25,18 +26,36 @@ target_include_directories(mersola_headers INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 target_compile_features(mersola_headers INTERFACE cxx_std_20)
 
-# mersola_layer(NAME SOURCES file... [SEES layer...] [USES library...])
-#   SEES: layers whose headers this one includes, with all that those see
+# mersola_face(TARGET header...): the headers of the current folder that other folders may include.
+# They find links to these alone.
+function(mersola_face target)
+    get_filename_component(folder ${CMAKE_CURRENT_SOURCE_DIR} NAME)
+    set(links ${PROJECT_BINARY_DIR}/faces/${target})
+    file(REMOVE_RECURSE ${links})
+    file(MAKE_DIRECTORY ${links}/${folder})
+    foreach(header IN LISTS ARGN)
+        if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+            message(FATAL_ERROR "the face of ${target} has no header ${header}")
+        endif()
+        file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${header} ${links}/${folder}/${header}
+             SYMBOLIC COPY_ON_ERROR)
+    endforeach()
+    target_include_directories(${target} INTERFACE ${links})
+endfunction()
+
+# mersola_layer(NAME SOURCES file... [FACE header...] [SEES layer...] [USES library...])
+#   FACE: headers that other layers may include
+#   SEES: layers whose faces this one includes; what those see themselves does not come along
 #   USES: foreign libraries, which no other layer sees
 function(mersola_layer name)
-    cmake_parse_arguments(LAYER "" "" "SOURCES;SEES;USES" ${ARGN})
+    cmake_parse_arguments(LAYER "" "" "SOURCES;FACE;SEES;USES" ${ARGN})
     add_library(mersola_${name} OBJECT ${LAYER_SOURCES})
     set_target_properties(mersola_${name} PROPERTIES
         POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-    target_include_directories(mersola_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    mersola_face(mersola_${name} ${LAYER_FACE})
     list(TRANSFORM LAYER_SEES PREPEND mersola_)
-    target_link_libraries(mersola_${name} PUBLIC mersola_headers ${LAYER_SEES}
-                                          PRIVATE mersola_options ${LAYER_USES})
+    target_link_libraries(mersola_${name} PUBLIC mersola_headers
+                                          PRIVATE mersola_options ${LAYER_SEES} ${LAYER_USES})
     set_property(GLOBAL APPEND PROPERTY MERSOLA_LAYERS mersola_${name})
     set_property(GLOBAL APPEND PROPERTY MERSOLA_LIBRARIES ${LAYER_USES})
 endfunction()

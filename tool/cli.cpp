@@ -11,15 +11,15 @@
 
 #include <mersola/platform/com_error.h>
 
-#include "check.h"
-#include "copy.h"
-#include "csv_commands.h"
-#include "failure.h"
-#include "layout.h"
-#include "open_database.h"
-#include "plot.h"
-#include "record.h"
-#include "show.h"
+#include "basics/failure.h"
+#include "check/check.h"
+#include "copy/copy.h"
+#include "csv/csv_commands.h"
+#include "database/open_database.h"
+#include "layout/layout.h"
+#include "plot/plot.h"
+#include "record/record.h"
+#include "show/show.h"
 
 namespace mersola::tool {
 namespace {

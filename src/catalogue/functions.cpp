@@ -1,7 +1,7 @@
 // The functions measured in a report, and the names of functions and bands.
 #include <mersola/mersola.h>
 
-#include "statement.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

@@ -2,7 +2,7 @@
 #include <mersola/mersola.h>
 
 #include "columns.h"
-#include "statement.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

@@ -2,8 +2,8 @@
 #include <mersola/mersola.h>
 
 #include "columns.h"
-#include "statement.h"
-#include "trace.h"
+#include "session/statement.h"
+#include "session/trace.h"
 
 using namespace mersola;
 

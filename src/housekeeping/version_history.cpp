@@ -1,7 +1,7 @@
 // The version history of the database.
 #include <mersola/mersola.h>
 
-#include "statement.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

@@ -2,7 +2,7 @@
 #include <mersola/mersola.h>
 
 #include "period_time.h"
-#include "statement.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

@@ -1,9 +1,9 @@
 // Writing, closing and deleting markers.
 #include <mersola/mersola.h>
 
-#include "log.h"
 #include "period_time.h"
-#include "statement.h"
+#include "session/log.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

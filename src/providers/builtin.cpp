@@ -1,8 +1,8 @@
 // The providers that the library is built with. Registered by name here and not by static objects,
 // which a linker drops from a static library.
-#include "odbc_provider.h"
-#include "provider.h"
-#include "sqlite_provider.h"
+#include "ado/provider.h"
+#include "odbc/provider.h"
+#include "sqlite/provider.h"
 
 namespace mersola::ado {
 

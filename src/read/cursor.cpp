@@ -1,8 +1,8 @@
 // The selection of instrument, measurement, channel and function, and what was loaded with it.
 #include <mersola/mersola.h>
 
-#include "columns.h"
-#include "statement.h"
+#include "catalogue/columns.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

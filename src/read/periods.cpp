@@ -3,8 +3,8 @@
 
 #include <mersola/mersola.h>
 
-#include "probes.h"
-#include "statement.h"
+#include "session/probes.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

@@ -5,7 +5,7 @@
 
 #include <mersola/mersola.h>
 
-#include "statement.h"
+#include "session/statement.h"
 #include "stretches.h"
 
 using namespace mersola;

@@ -2,7 +2,7 @@
 #include <mersola/mersola.h>
 
 #include "new_identifier.h"
-#include "statement.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

@@ -1,8 +1,8 @@
 // Registering instruments.
 #include <mersola/mersola.h>
 
-#include "statement.h"
-#include "trace.h"
+#include "session/statement.h"
+#include "session/trace.h"
 
 using namespace mersola;
 

@@ -4,10 +4,10 @@
 #include <mersola/mersola.h>
 
 #include "attempt.h"
-#include "probes.h"
-#include "statement.h"
-#include "trace.h"
-#include "trace_time.h"
+#include "session/probes.h"
+#include "session/statement.h"
+#include "session/trace.h"
+#include "session/trace_time.h"
 
 using namespace mersola;
 

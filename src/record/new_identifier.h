@@ -3,7 +3,7 @@
 
 #include <mersola/mersola.h>
 
-#include "statement.h"
+#include "session/statement.h"
 
 namespace mersola {
 

@@ -6,9 +6,9 @@
 #include <mersola/mersola.h>
 
 #include "attempt.h"
-#include "statement.h"
-#include "trace.h"
-#include "trace_time.h"
+#include "session/statement.h"
+#include "session/trace.h"
+#include "session/trace_time.h"
 
 using namespace mersola;
 

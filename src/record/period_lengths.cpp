@@ -3,8 +3,8 @@
 
 #include <mersola/mersola.h>
 
-#include "columns.h"
-#include "statement.h"
+#include "catalogue/columns.h"
+#include "session/statement.h"
 
 using namespace mersola;
 

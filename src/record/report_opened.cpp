@@ -4,11 +4,11 @@
 #include <mersola/mersola.h>
 
 #include "attempt.h"
-#include "columns.h"
-#include "db_error.h"
-#include "probes.h"
-#include "statement.h"
-#include "trace.h"
+#include "catalogue/columns.h"
+#include "session/db_error.h"
+#include "session/probes.h"
+#include "session/statement.h"
+#include "session/trace.h"
 
 using namespace mersola;
 

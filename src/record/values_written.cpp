@@ -7,9 +7,9 @@
 
 #include <mersola/mersola.h>
 
-#include "db_error.h"
-#include "statement.h"
-#include "trace.h"
+#include "session/db_error.h"
+#include "session/statement.h"
+#include "session/trace.h"
 
 using namespace mersola;
 

@@ -7,7 +7,7 @@
 
 #include <mersola/platform/mutex.h>
 
-#include "system_path.h"
+#include "afx/system_path.h"
 
 namespace mersola {
 namespace {

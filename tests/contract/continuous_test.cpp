@@ -4,7 +4,7 @@
 #include <random>
 #include <set>
 
-#include "store.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

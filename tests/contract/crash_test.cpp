@@ -8,8 +8,8 @@
 #include <sstream>
 #include <thread>
 
-#include "child.h"
-#include "store.h"
+#include "support/child.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

@@ -1,5 +1,5 @@
 // Markers and the version history.
-#include "store.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

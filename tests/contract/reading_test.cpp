@@ -1,5 +1,5 @@
 // Reading: the catalogue, the cursor, values and periods.
-#include "store.h"
+#include "support/store.h"
 
 #include <climits>
 #include <utility>

@@ -1,5 +1,5 @@
 // Recording: registration, values and the accounting of periods.
-#include "store.h"
+#include "support/store.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // Connections and recordsets as ADO has them, on every engine.
-#include "store.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

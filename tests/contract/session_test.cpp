@@ -1,18 +1,18 @@
 // The life of a session: credentials, connecting, sharing, failing.
 #include <gmock/gmock.h>
 
-#include "store.h"
+#include "support/store.h"
 
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
-#include "db_error.h"
-#include "log.h"
-#include "statement.h"
-#include "system_path.h"
-#include "trace.h"
+#include "afx/system_path.h"
+#include "session/db_error.h"
+#include "session/log.h"
+#include "session/statement.h"
+#include "session/trace.h"
 
 namespace mersola::test {
 namespace {

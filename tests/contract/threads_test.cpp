@@ -3,8 +3,8 @@
 #include <thread>
 #include <vector>
 
-#include "log.h"
-#include "store.h"
+#include "session/log.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <mersola/platform/ado.h>
 
-#include "provider.h"
+#include "ado/provider.h"
 
 namespace mersola::test {
 namespace {

@@ -1,5 +1,5 @@
 // Drive paths, and files that nobody can put in another's way.
-#include "system_path.h"
+#include "afx/system_path.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "database.h"
+#include "support/database.h"
 
 namespace fs = std::filesystem;
 

@@ -12,9 +12,9 @@
 
 #include <sqlite3.h>
 
-#include "child.h"
-#include "log_guard.h"
-#include "store.h"
+#include "sqlite/log_guard.h"
+#include "support/child.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "translator.h"
+#include "dialect/translator.h"
 
 namespace mersola::dialect {
 namespace {

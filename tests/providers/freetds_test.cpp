@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "odbc_connection.h"
-#include "store.h"
-#include "tds_server.h"
+#include "odbc/connection.h"
+#include "support/store.h"
+#include "support/tds_server.h"
 
 namespace mersola::test {
 namespace {

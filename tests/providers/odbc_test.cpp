@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <map>
 
-#include "connect_text.h"
-#include "odbc_errors.h"
-#include "store.h"
-#include "wide_text.h"
+#include "odbc/connect_text.h"
+#include "odbc/errors.h"
+#include "odbc/wide_text.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {

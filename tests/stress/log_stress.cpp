@@ -33,8 +33,8 @@
 
 #include <sqlite3.h>
 
-#include "child.h"
-#include "database.h"
+#include "support/child.h"
+#include "support/database.h"
 
 namespace mersola::test {
 namespace {

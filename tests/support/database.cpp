@@ -6,8 +6,8 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "odbc_connection.h"
-#include "schema.h"
+#include "odbc/connection.h"
+#include "schema/schema.h"
 #include "watched_provider.h"
 
 namespace mersola::test {

@@ -1,7 +1,7 @@
 #include "watched_provider.h"
 
-#include "provider.h"
-#include "provider_registry.h"
+#include "ado/provider.h"
+#include "ado/provider_registry.h"
 
 namespace mersola::test {
 namespace {

@@ -8,7 +8,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "analyser.h"
+#include "acoustics/analyser.h"
 
 namespace mersola::acoustics {
 namespace {

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "support/watched_provider.h"
 #include "tool_fixture.h"
-#include "watched_provider.h"
 
 namespace mersola::tool {
 namespace {

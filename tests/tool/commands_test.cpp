@@ -14,7 +14,7 @@
 
 #include <mersola/mersola.h>
 
-#include "child.h"
+#include "support/child.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {

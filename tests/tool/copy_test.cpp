@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <string>
 
+#include "support/watched_provider.h"
 #include "tool_fixture.h"
-#include "watched_provider.h"
 
 namespace mersola::tool {
 namespace {

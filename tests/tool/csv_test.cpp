@@ -11,12 +11,12 @@
 #include <fstream>
 #include <sstream>
 
-#include "csv_lines.h"
-#include "csv_reader.h"
-#include "csv_text.h"
-#include "failure.h"
+#include "basics/csv_text.h"
+#include "basics/failure.h"
+#include "basics/whole_file.h"
+#include "csv/csv_lines.h"
+#include "csv/csv_reader.h"
 #include "tool_fixture.h"
-#include "whole_file.h"
 
 namespace mersola::tool {
 namespace {

@@ -9,10 +9,10 @@
 
 #include <fstream>
 
-#include "credentials.h"
-#include "database_argument.h"
-#include "failure.h"
-#include "open_database.h"
+#include "basics/failure.h"
+#include "database/credentials.h"
+#include "database/database_argument.h"
+#include "database/open_database.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {

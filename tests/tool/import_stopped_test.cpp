@@ -9,8 +9,8 @@
 
 #include <gmock/gmock.h>
 
-#include "child.h"
-#include "store.h"
+#include "support/child.h"
+#include "support/store.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {

@@ -3,9 +3,9 @@
 #include <fstream>
 #include <string>
 
-#include "failure.h"
-#include "import_times.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "csv/import_times.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {

@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <numbers>
 
-#include "gnuplot.h"
-#include "selection.h"
-#include "thinned.h"
-#include "time_axis.h"
+#include "catalogue/selection.h"
+#include "plot/gnuplot.h"
+#include "plot/thinned.h"
+#include "plot/time_axis.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "support/watched_provider.h"
 #include "tool_fixture.h"
-#include "watched_provider.h"
 
 namespace mersola::tool {
 namespace {

@@ -13,8 +13,8 @@
 
 #include <mersola/mersola.h>
 
-#include "cli.h"
-#include "database.h"
+#include "support/database.h"
+#include "tool/cli.h"
 
 namespace mersola::tool {
 

@@ -3,8 +3,8 @@
 
 #include <sstream>
 
-#include "table.h"
-#include "times_text.h"
+#include "basics/table.h"
+#include "basics/times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -1,8 +1,8 @@
 // From times to numbers of periods.
 #include "asked_periods.h"
 
-#include "failure.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
 
 namespace mersola::tool {
 namespace {

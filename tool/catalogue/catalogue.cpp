@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
-#include "failure.h"
-#include "open_database.h"
-#include "query.h"
-#include "utf8.h"
+#include "basics/failure.h"
+#include "basics/utf8.h"
+#include "database/open_database.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {

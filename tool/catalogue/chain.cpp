@@ -5,8 +5,8 @@
 #include <iterator>
 #include <tuple>
 
-#include "failure.h"
-#include "open_database.h"
+#include "basics/failure.h"
+#include "database/open_database.h"
 
 namespace mersola::tool {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "query.h"
-#include "times_text.h"
+#include "basics/times_text.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {

@@ -10,7 +10,7 @@
 
 #include <mersola/mersola.h>
 
-#include "bands.h"
+#include "acoustics/bands.h"
 
 namespace mersola::tool {
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <iterator>
 
+#include "basics/failure.h"
 #include "chain.h"
-#include "failure.h"
-#include "open_database.h"
-#include "query.h"
+#include "database/open_database.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {

@@ -4,12 +4,12 @@
 #include <sstream>
 #include <thread>
 
+#include "basics/failure.h"
+#include "basics/times_text.h"
 #include "check.h"
-#include "failure.h"
+#include "database/query.h"
+#include "database/snapshot.h"
 #include "findings.h"
-#include "query.h"
-#include "snapshot.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

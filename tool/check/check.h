@@ -3,8 +3,8 @@
 
 #include <iosfwd>
 
-#include "database_argument.h"
-#include "streams.h"
+#include "database/database_argument.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

@@ -3,12 +3,12 @@
 #include <span>
 #include <vector>
 
-#include "failure.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "basics/utf8.h"
+#include "database/query.h"
+#include "database/stored_row.h"
 #include "findings.h"
-#include "query.h"
-#include "stored_row.h"
-#include "times_text.h"
-#include "utf8.h"
 
 namespace mersola::tool {
 namespace {

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
+#include "basics/times_text.h"
+#include "database/query.h"
 #include "findings.h"
-#include "query.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -12,7 +12,7 @@
 
 #include <mersola/mersola.h>
 
-#include "stored_tables.h"
+#include "database/stored_tables.h"
 
 namespace mersola::tool {
 

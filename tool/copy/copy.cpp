@@ -2,14 +2,14 @@
 #include <algorithm>
 #include <ostream>
 
+#include "basics/failure.h"
+#include "basics/interruption.h"
+#include "basics/progress.h"
+#include "basics/times_text.h"
 #include "copy.h"
 #include "copy_markers.h"
 #include "copy_plan.h"
 #include "copy_values.h"
-#include "failure.h"
-#include "interruption.h"
-#include "progress.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -4,8 +4,8 @@
 #include <iosfwd>
 #include <string>
 
-#include "database_argument.h"
-#include "streams.h"
+#include "database/database_argument.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

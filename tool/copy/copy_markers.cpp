@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

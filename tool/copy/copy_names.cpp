@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <set>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "command_options.h"
+#include "options/command_options.h"
 
 namespace mersola::tool {
 

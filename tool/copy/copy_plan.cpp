@@ -5,9 +5,9 @@
 #include <iterator>
 #include <limits>
 
-#include "catalogue.h"
-#include "failure.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
 
 namespace mersola::tool {
 namespace {

@@ -1,7 +1,7 @@
 // Reading rows, and naming the database in what goes wrong.
 #include "copy_side.h"
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

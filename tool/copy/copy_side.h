@@ -10,10 +10,10 @@
 
 #include <mersola/mersola.h>
 
-#include "failure.h"
-#include "open_database.h"
-#include "query.h"
-#include "stored_row.h"
+#include "basics/failure.h"
+#include "database/open_database.h"
+#include "database/query.h"
+#include "database/stored_row.h"
 
 namespace mersola::tool {
 

@@ -7,8 +7,8 @@
 #include <iterator>
 #include <tuple>
 
-#include "failure.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -9,10 +9,10 @@
 
 #include <mersola/times.h>
 
-#include "asked_periods.h"
-#include "database_argument.h"
+#include "catalogue/asked_periods.h"
+#include "database/database_argument.h"
 #include "import_times.h"
-#include "streams.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

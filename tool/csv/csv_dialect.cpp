@@ -8,10 +8,10 @@
 #include <tuple>
 #include <utility>
 
+#include "basics/failure.h"
 #include "csv_format.h"
 #include "csv_lines.h"
 #include "csv_reader.h"
-#include "failure.h"
 
 namespace mersola::tool {
 namespace {

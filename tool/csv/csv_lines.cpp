@@ -8,8 +8,8 @@
 #include <optional>
 #include <utility>
 
-#include "failure.h"
-#include "utf8.h"
+#include "basics/failure.h"
+#include "basics/utf8.h"
 
 namespace mersola::tool {
 namespace {

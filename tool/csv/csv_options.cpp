@@ -3,11 +3,11 @@
 
 #include <memory>
 
-#include "command_options.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
 #include "csv_dialect.h"
 #include "csv_lines.h"
-#include "failure.h"
-#include "times_text.h"
+#include "options/command_options.h"
 
 namespace mersola::tool {
 namespace {

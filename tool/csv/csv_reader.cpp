@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "basics/failure.h"
 #include "csv_lines.h"
-#include "failure.h"
 
 namespace mersola::tool {
 namespace {

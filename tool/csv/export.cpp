@@ -9,17 +9,17 @@
 #include <utility>
 #include <vector>
 
-#include "catalogue.h"
+#include "basics/csv_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "basics/whole_file.h"
+#include "catalogue/catalogue.h"
 #include "csv_commands.h"
 #include "csv_format.h"
-#include "csv_text.h"
-#include "failure.h"
+#include "database/query.h"
+#include "database/snapshot.h"
+#include "database/stored_tables.h"
 #include "labels.h"
-#include "query.h"
-#include "snapshot.h"
-#include "stored_tables.h"
-#include "times_text.h"
-#include "whole_file.h"
 
 namespace mersola::tool {
 namespace {

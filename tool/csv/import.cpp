@@ -10,22 +10,22 @@
 #include <memory>
 #include <sstream>
 
+#include "basics/failure.h"
+#include "basics/interruption.h"
+#include "basics/progress.h"
+#include "basics/times_text.h"
+#include "basics/utf8.h"
 #include "csv_commands.h"
 #include "csv_dialect.h"
 #include "csv_lines.h"
 #include "csv_reader.h"
-#include "failure.h"
+#include "database/open_database.h"
+#include "database/turns.h"
 #include "import_columns.h"
 #include "import_target.h"
 #include "import_times.h"
 #include "import_values.h"
-#include "interruption.h"
-#include "open_database.h"
-#include "progress.h"
 #include "seen_values.h"
-#include "times_text.h"
-#include "turns.h"
-#include "utf8.h"
 
 namespace mersola::tool {
 namespace {

@@ -1,9 +1,9 @@
 // Names, frequencies and numbers of bands.
 #include "import_bands.h"
 
-#include "bands.h"
-#include "failure.h"
-#include "times_text.h"
+#include "acoustics/bands.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "failure.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
 #include "import_times.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "failure.h"
-#include "query.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 

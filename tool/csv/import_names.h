@@ -11,10 +11,10 @@
 
 #include <mersola/mersola.h>
 
-#include "bands.h"
+#include "acoustics/bands.h"
+#include "database/stored_row.h"
+#include "database/stored_tables.h"
 #include "labels.h"
-#include "stored_row.h"
-#include "stored_tables.h"
 
 namespace mersola::tool {
 

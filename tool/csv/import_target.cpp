@@ -6,11 +6,11 @@
 #include <utility>
 #include <variant>
 
-#include "catalogue.h"
-#include "failure.h"
-#include "measured.h"
-#include "query.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
+#include "catalogue/measured.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {

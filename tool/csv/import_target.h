@@ -16,8 +16,8 @@
 
 #include <mersola/mersola.h>
 
+#include "database/stored_row.h"
 #include "import_names.h"
-#include "stored_row.h"
 
 namespace mersola::tool {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <variant>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "failure.h"
-#include "query.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {

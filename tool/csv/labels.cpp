@@ -5,7 +5,7 @@
 
 #include <mersola/platform/text.h>
 
-#include "times_text.h"
+#include "basics/times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <fstream>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

@@ -12,7 +12,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <mersola/platform/text.h>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 namespace {

@@ -9,8 +9,8 @@
 #include <fstream>
 #include <string_view>
 
+#include "basics/failure.h"
 #include "credentials.h"
-#include "failure.h"
 #include "query.h"
 
 namespace mersola::tool {

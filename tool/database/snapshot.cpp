@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 

@@ -5,9 +5,9 @@
 #include <charconv>
 #include <cmath>
 
-#include "failure.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
 #include "query.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -9,12 +9,12 @@
 #include <functional>
 #include <ostream>
 
-#include "failure.h"
+#include "basics/failure.h"
+#include "catalogue/measured.h"
+#include "database/open_database.h"
+#include "database/query.h"
 #include "layout.h"
-#include "measured.h"
-#include "open_database.h"
-#include "query.h"
-#include "schema.h"
+#include "schema/schema.h"
 
 namespace mersola::tool {
 namespace {

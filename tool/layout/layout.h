@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "database_argument.h"
-#include "streams.h"
+#include "database/database_argument.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

@@ -1,12 +1,12 @@
 // mersola version: what the version history of a database says.
 #include <ostream>
 
-#include "catalogue.h"
-#include "failure.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
+#include "database/open_database.h"
+#include "database/query.h"
 #include "layout.h"
-#include "open_database.h"
-#include "query.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

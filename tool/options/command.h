@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace CLI {
 class App;

@@ -6,12 +6,12 @@
 #include <optional>
 #include <string>
 
-#include "asked_periods.h"
+#include "basics/times_text.h"
+#include "catalogue/asked_periods.h"
+#include "catalogue/selection.h"
 #include "command.h"
-#include "database_argument.h"
-#include "selection.h"
+#include "database/database_argument.h"
 #include "streams.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 

@@ -7,9 +7,9 @@
 #include <cmath>
 #include <limits>
 
+#include "basics/times_text.h"
 #include "gnuplot.h"
 #include "time_axis.h"
-#include "times_text.h"
 #include "value_axis.h"
 
 namespace mersola::tool {

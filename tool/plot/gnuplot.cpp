@@ -16,8 +16,8 @@
 #include <memory>
 #include <vector>
 
-#include "failure.h"
-#include "utf8.h"
+#include "basics/failure.h"
+#include "basics/utf8.h"
 
 namespace mersola::tool {
 namespace {

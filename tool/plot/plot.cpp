@@ -2,16 +2,16 @@
 #include <algorithm>
 #include <ostream>
 
-#include "catalogue.h"
+#include "basics/failure.h"
+#include "basics/progress.h"
+#include "basics/times_text.h"
+#include "basics/whole_file.h"
+#include "catalogue/catalogue.h"
+#include "catalogue/measured.h"
+#include "catalogue/selection.h"
 #include "chart.h"
-#include "failure.h"
-#include "measured.h"
-#include "open_database.h"
+#include "database/open_database.h"
 #include "plot.h"
-#include "progress.h"
-#include "selection.h"
-#include "times_text.h"
-#include "whole_file.h"
 
 namespace mersola::tool {
 namespace {

@@ -8,9 +8,9 @@
 
 #include <mersola/times.h>
 
-#include "database_argument.h"
-#include "selection.h"
-#include "streams.h"
+#include "catalogue/selection.h"
+#include "database/database_argument.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

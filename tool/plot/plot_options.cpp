@@ -3,10 +3,10 @@
 
 #include <memory>
 
-#include "command_options.h"
-#include "failure.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "options/command_options.h"
 #include "picture.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "selection.h"
+#include "catalogue/selection.h"
 
 namespace mersola::tool {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "times_text.h"
+#include "basics/times_text.h"
 
 namespace mersola::tool {
 

@@ -6,17 +6,17 @@
 #include <sstream>
 #include <utility>
 
-#include "analyser.h"
-#include "catalogue.h"
-#include "failure.h"
-#include "interruption.h"
-#include "measured.h"
-#include "open_database.h"
-#include "progress.h"
+#include "acoustics/analyser.h"
+#include "basics/failure.h"
+#include "basics/interruption.h"
+#include "basics/progress.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
+#include "catalogue/measured.h"
+#include "database/open_database.h"
 #include "record.h"
 #include "recording.h"
 #include "sound_file.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

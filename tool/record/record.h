@@ -8,8 +8,8 @@
 
 #include <mersola/times.h>
 
-#include "database_argument.h"
-#include "streams.h"
+#include "database/database_argument.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "command_options.h"
-#include "times_text.h"
+#include "basics/times_text.h"
+#include "options/command_options.h"
 #include "trigger.h"
 
 namespace mersola::tool {

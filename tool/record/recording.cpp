@@ -5,10 +5,10 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "failure.h"
-#include "measured.h"
-#include "open_database.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "catalogue/measured.h"
+#include "database/open_database.h"
 
 namespace mersola::tool {
 namespace {

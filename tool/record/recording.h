@@ -11,8 +11,8 @@
 
 #include <mersola/mersola.h>
 
-#include "analyser.h"
-#include "measured.h"
+#include "acoustics/analyser.h"
+#include "catalogue/measured.h"
 #include "record.h"
 #include "stored_periods.h"
 #include "trigger.h"

@@ -10,7 +10,7 @@
 #include <sstream>
 #include <string_view>
 
-#include "failure.h"
+#include "basics/failure.h"
 
 namespace mersola::tool {
 

@@ -1,8 +1,8 @@
 // Asking for single periods, and telling which they were.
 #include "stored_periods.h"
 
-#include "query.h"
-#include "times_text.h"
+#include "basics/times_text.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 

@@ -5,11 +5,11 @@
 #include <cmath>
 #include <filesystem>
 
-#include "catalogue.h"
-#include "failure.h"
-#include "open_database.h"
-#include "query.h"
-#include "times_text.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
+#include "database/open_database.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {

@@ -10,8 +10,8 @@
 
 #include <mersola/mersola.h>
 
-#include "analyser.h"
-#include "measured.h"
+#include "acoustics/analyser.h"
+#include "catalogue/measured.h"
 #include "record.h"
 
 namespace mersola::tool {

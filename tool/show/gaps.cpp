@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <ostream>
 
-#include "chain.h"
-#include "open_database.h"
-#include "query.h"
+#include "basics/table.h"
+#include "basics/times_text.h"
+#include "catalogue/chain.h"
+#include "database/open_database.h"
+#include "database/query.h"
 #include "show.h"
-#include "table.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

@@ -5,14 +5,14 @@
 #include <utility>
 #include <vector>
 
-#include "catalogue.h"
-#include "chain.h"
-#include "failure.h"
-#include "measured.h"
-#include "open_database.h"
-#include "query.h"
+#include "basics/failure.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
+#include "catalogue/chain.h"
+#include "catalogue/measured.h"
+#include "database/open_database.h"
+#include "database/query.h"
 #include "show.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

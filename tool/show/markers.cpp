@@ -2,12 +2,12 @@
 #include <algorithm>
 #include <ostream>
 
-#include "catalogue.h"
-#include "failure.h"
-#include "open_database.h"
+#include "basics/failure.h"
+#include "basics/table.h"
+#include "basics/times_text.h"
+#include "catalogue/catalogue.h"
+#include "database/open_database.h"
 #include "show.h"
-#include "table.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

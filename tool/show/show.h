@@ -8,10 +8,10 @@
 
 #include <mersola/times.h>
 
-#include "asked_periods.h"
-#include "database_argument.h"
-#include "selection.h"
-#include "streams.h"
+#include "catalogue/asked_periods.h"
+#include "catalogue/selection.h"
+#include "database/database_argument.h"
+#include "options/streams.h"
 
 namespace mersola::tool {
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "command_options.h"
-#include "times_text.h"
+#include "basics/times_text.h"
+#include "options/command_options.h"
 
 namespace mersola::tool {
 namespace {

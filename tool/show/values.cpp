@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <ostream>
 
-#include "failure.h"
-#include "open_database.h"
-#include "selection.h"
+#include "basics/failure.h"
+#include "basics/table.h"
+#include "basics/times_text.h"
+#include "catalogue/selection.h"
+#include "database/open_database.h"
 #include "show.h"
-#include "table.h"
-#include "times_text.h"
 
 namespace mersola::tool {
 namespace {

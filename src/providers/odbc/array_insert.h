@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "odbc_connection.h"
+#include "ado/provider.h"
+#include "connection.h"
 #include "parameter.h"
-#include "provider.h"
 
 namespace mersola::odbc {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "odbc_connection.h"
-#include "provider.h"
+#include "ado/provider.h"
+#include "connection.h"
 #include "wide_text.h"
 
 namespace mersola::odbc {

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string_view>
 
-#include "provider_registry.h"
+#include "ado/provider_registry.h"
 
 namespace mersola::odbc {
 namespace {

@@ -4,8 +4,8 @@
 #include <span>
 #include <string>
 
-#include "odbc_errors.h"
-#include "provider.h"
+#include "ado/provider.h"
+#include "errors.h"
 
 namespace mersola::odbc {
 

@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
-#include "odbc_connection.h"
-#include "provider.h"
+#include "ado/provider.h"
+#include "connection.h"
 #include "wide_text.h"
 
 namespace mersola::odbc {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "odbc_connection.h"
+#include "connection.h"
 #include "parameter.h"
 #include "shape.h"
 

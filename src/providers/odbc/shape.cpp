@@ -6,8 +6,8 @@
 #include <charconv>
 #include <optional>
 
-#include "keywords.h"
-#include "lexer.h"
+#include "dialect/keywords.h"
+#include "dialect/lexer.h"
 
 namespace mersola::odbc {
 namespace {

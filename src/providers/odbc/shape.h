@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "provider.h"
+#include "ado/provider.h"
 
 namespace mersola::odbc {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "characters.h"
+#include "dialect/characters.h"
 
 namespace mersola::odbc {
 namespace {

@@ -1,5 +1,5 @@
 // Opening SQLite databases.
-#include "sqlite_provider.h"
+#include "provider.h"
 
 #include <sys/stat.h>
 
@@ -9,7 +9,7 @@
 
 #include "errors.h"
 #include "log_guard.h"
-#include "sqlite_session.h"
+#include "session.h"
 
 namespace mersola::sqlite {
 namespace {

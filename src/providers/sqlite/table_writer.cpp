@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "characters.h"
+#include "dialect/characters.h"
 #include "errors.h"
 
 namespace mersola::sqlite {

@@ -8,7 +8,7 @@
 
 #include <sqlite3.h>
 
-#include "provider.h"
+#include "ado/provider.h"
 #include "statement_cache.h"
 
 namespace mersola::sqlite {

@@ -1,7 +1,7 @@
 // Opening ODBC data sources.
-#include "odbc_provider.h"
+#include "provider.h"
 
-#include "odbc_session.h"
+#include "session.h"
 
 namespace mersola::odbc {
 namespace {

@@ -1,5 +1,5 @@
 // Opening and closing connections, their transactions, and running statements.
-#include "odbc_connection.h"
+#include "connection.h"
 
 #include <array>
 #include <utility>

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "provider.h"
+#include "ado/provider.h"
 
 namespace mersola::sqlite {
 

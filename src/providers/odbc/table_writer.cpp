@@ -1,6 +1,6 @@
 // A batch is one transaction. Drivers differ in what they do with an array of which a row is
 // refused: some go on, some stop there, and not all tell which rows they stored.
-#include "odbc_table_writer.h"
+#include "table_writer.h"
 
 #include <algorithm>
 #include <optional>

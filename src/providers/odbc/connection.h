@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "connect_text.h"
-#include "odbc_errors.h"
+#include "errors.h"
 
 namespace mersola::odbc {
 

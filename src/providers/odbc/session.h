@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "odbc_connection.h"
+#include "ado/provider.h"
+#include "connection.h"
+#include "dialect/translator.h"
 #include "prepared_statements.h"
-#include "provider.h"
 #include "table_cache.h"
-#include "translator.h"
 
 namespace mersola::odbc {
 

@@ -1,5 +1,5 @@
 // The one place that knows what SQLSTATEs and native error numbers mean.
-#include "odbc_errors.h"
+#include "errors.h"
 
 #include <algorithm>
 #include <array>

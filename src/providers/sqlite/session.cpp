@@ -1,10 +1,10 @@
 // Running statements: translate, take the prepared one, bind the literals, step.
-#include "sqlite_session.h"
+#include "session.h"
 
 #include <string>
 #include <vector>
 
-#include "characters.h"
+#include "dialect/characters.h"
 #include "errors.h"
 #include "table_writer.h"
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "odbc_connection.h"
-#include "provider.h"
+#include "ado/provider.h"
+#include "connection.h"
 #include "table_cache.h"
 
 namespace mersola::odbc {

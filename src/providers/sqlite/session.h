@@ -8,11 +8,11 @@
 
 #include <sqlite3.h>
 
+#include "ado/provider.h"
 #include "checkpoints.h"
+#include "dialect/translator.h"
 #include "patience.h"
-#include "provider.h"
 #include "statement_cache.h"
-#include "translator.h"
 
 namespace mersola::sqlite {
 

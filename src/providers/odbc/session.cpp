@@ -1,8 +1,8 @@
 // Running statements: to SQL Server as they stand, to SQLite through the translator.
-#include "odbc_session.h"
+#include "session.h"
 
 #include "block_rows.h"
-#include "odbc_table_writer.h"
+#include "table_writer.h"
 
 namespace mersola::odbc {
 
