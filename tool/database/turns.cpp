@@ -11,8 +11,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Who waits for SQLite's lock looks at it now and then: every 25 ms at most for the first 128 ms,
-// then every 50, and after 228 every 100. So it does not miss a pause of half the wait before it.
+// Programs that wait in SQLite's own way look at its lock now and then: every 25 ms at most for the
+// first 128 ms, then every 50, and after 228 every 100. So they do not miss a pause that is half as
+// long as the turn before it. Those with this library look every millisecond.
 constexpr auto kPause = 30ms;
 constexpr auto kAloneAim = 40ms;
 constexpr auto kServerAim = 250ms;  // most of it on the way there and back
