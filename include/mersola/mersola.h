@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include <mersola/constants.h>
 #include <mersola/crypter.h>
@@ -557,12 +558,10 @@ class MERSOLA_EXPORT Mersola {
     CTimeEx recordedPeriodStart(long period) const;
 
     // Steps of the reading operations.
-    /// Hands out the periods from `first` up to `end`: read(offset, from, to) takes a stretch of
-    /// one report, which it finds selected, counted from its own period 0, which is the period
-    /// `offset` that the caller counts by; false ends it. In the continuous view stretch by stretch
-    /// of the members that have them. False when a read said so. Raises _com_error.
-    template <class Read>
-    bool forEachStretch(std::int64_t first, std::int64_t end, Read read);
+    struct Stretch;  // periods of one report
+    std::vector<Stretch> stretchesOf(std::int64_t first, std::int64_t end) const;
+    void selectReportOf(const Stretch& stretch);
+    _RecordsetPtr storedIn(const Stretch& stretch, const char* what);
     int listBands(CArray<int, int>& out, std::int64_t first, std::int64_t end);
     void loadSettings(const MeasurementInfo& measurement);
     bool selectReport(int reportId);

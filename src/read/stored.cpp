@@ -1,4 +1,5 @@
 // Where values are: in which bands, and in which periods.
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <set>
@@ -14,18 +15,13 @@ namespace {
 
 using Periods = std::numeric_limits<std::int64_t>;
 
-// The periods from `first` up to `end`, as far as a number of a period can be outside of them.
+// A condition for the periods from `first` up to `end`, where a stored number can be another one.
 CString Within(std::int64_t first, std::int64_t end) {
     using Stored = std::numeric_limits<std::int32_t>;
     CString condition;
     if (first > Stored::min()) condition = formatted(" AND PeriodNo>=%d", static_cast<int>(first));
     if (end <= Stored::max()) condition += formatted(" AND PeriodNo<%d", static_cast<int>(end));
     return condition;
-}
-
-CString ValuesOf(int measValueId, int channel, int function, const CString& periods) {
-    return formatted("FROM MeasuredValues WHERE MeasValueId=%d AND Channel=%d AND FuncId=%d%s",
-                     measValueId, channel, function, periods.GetString());
 }
 
 }  // namespace
@@ -41,16 +37,13 @@ int Mersola::GetBands(CArray<int, int>& out, int firstPeriod, int nPeriods) {
 int Mersola::listBands(CArray<int, int>& out, std::int64_t first, std::int64_t end) {
     out.RemoveAll();
     if (!readable()) return 0;
-    std::set<int> bands;  // in order here: the engine would walk the values band by band
+    std::set<int> bands;  // put in order here: an engine might sort the values
     try {
-        forEachStretch(first, end, [&](std::int64_t, std::int64_t from, std::int64_t to) {
-            const auto rows = dbExecute(formatted(
-                "SELECT DISTINCT FrqId %s",
-                ValuesOf(m_MeasValueId, m_channel, m_function, Within(from, to)).GetString()));
+        for (const Stretch& stretch : stretchesOf(first, end)) {
+            const auto rows = storedIn(stretch, "DISTINCT FrqId");
             for (; !rows->EndOfFile(); rows->MoveNext())
                 bands.insert(rows->Fields(0).Long());
-            return true;
-        });
+        }
     } catch (const _com_error&) {
         return 0;
     }
@@ -62,26 +55,34 @@ int Mersola::listBands(CArray<int, int>& out, std::int64_t first, std::int64_t e
 int Mersola::GetStoredPeriods(long& first, long& last) {
     first = last = kNone;
     if (!readable()) return 0;
-    bool isStored = false;
+    // Each end by itself: an engine finds one of them at once, but both by reading all between.
+    const auto findEnd = [&](const Stretch& stretch, const char* which, long& found) {
+        const auto rows = storedIn(stretch, which);
+        if (!atFirstRow(rows) || rows->Fields(0).IsNull()) return false;
+        found = stretch.offset + rows->Fields(0).Long();
+        return true;
+    };
     try {
-        forEachStretch(Periods::min(), Periods::max(),
-                       [&](std::int64_t offset, std::int64_t from, std::int64_t to) {
-                           // Each by itself: an engine finds either end at once, but both together
-                           // by reading all.
-                           const CString values =
-                               ValuesOf(m_MeasValueId, m_channel, m_function, Within(from, to));
-                           const auto rows = dbExecute(formatted(
-                               "SELECT (SELECT MIN(PeriodNo) %s),(SELECT MAX(PeriodNo) %s)",
-                               values.GetString(), values.GetString()));
-                           if (!atFirstRow(rows) || rows->Fields(0).IsNull()) return true;
-                           if (!isStored) first = offset + rows->Fields(0).Long();
-                           last = offset + rows->Fields(1).Long();
-                           isStored = true;
-                           return true;
-                       });
-        return isStored ? 1 : 0;
+        long begin = kNone, end = kNone;
+        const auto stretches = stretchesOf(Periods::min(), Periods::max());
+        const auto earliest = std::ranges::find_if(stretches, [&](const Stretch& stretch) {
+            return findEnd(stretch, "MIN(PeriodNo)", begin);
+        });
+        for (auto latest = stretches.end(); latest != earliest;) {
+            if (!findEnd(*--latest, "MAX(PeriodNo)", end)) continue;
+            first = begin;
+            last = end;
+            return 1;
+        }
     } catch (const _com_error&) {
-        first = last = kNone;
-        return 0;
+        // As where there is none.
     }
+    return 0;
+}
+
+_RecordsetPtr Mersola::storedIn(const Stretch& stretch, const char* what) {
+    selectReportOf(stretch);
+    return dbExecute(formatted(
+        "SELECT %s FROM MeasuredValues WHERE MeasValueId=%d AND Channel=%d AND FuncId=%d%s", what,
+        m_MeasValueId, m_channel, m_function, Within(stretch.first, stretch.end).GetString()));
 }

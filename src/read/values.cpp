@@ -44,18 +44,21 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
     if (!readable() || nFrq < 1) return 0;
     if (!continuous()) return _GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, status);
     FillMissing(values, nPeriods, nFrq, status);
-    const auto width = static_cast<std::size_t>(nFrq);
-    const auto read = [&](std::int64_t offset, std::int64_t from, std::int64_t to) {
-        const auto at = static_cast<std::size_t>(offset + from - firstPeriod) * width;
-        return _GetData(values + at, static_cast<int>(from), static_cast<int>(to - from), firstFrq,
-                        nFrq, status ? status + at : nullptr) >= 0;
-    };
-    try {
-        const std::int64_t end = std::int64_t{firstPeriod} + nPeriods;
-        return forEachStretch(firstPeriod, end, read) ? nPeriods : kReadFailed;
-    } catch (const _com_error&) {
-        return kReadFailed;
+    const std::int64_t end = std::int64_t{firstPeriod} + nPeriods;
+    for (const Stretch& stretch : stretchesOf(firstPeriod, end)) {
+        try {
+            selectReportOf(stretch);
+        } catch (const _com_error&) {
+            return kReadFailed;
+        }
+        const auto at = static_cast<std::size_t>(stretch.offset + stretch.first - firstPeriod) *
+                        static_cast<std::size_t>(nFrq);
+        const int result = _GetData(values + at, static_cast<int>(stretch.first),
+                                    static_cast<int>(stretch.end - stretch.first), firstFrq, nFrq,
+                                    status ? status + at : nullptr);
+        if (result < 0) return result;
     }
+    return nPeriods;
 }
 
 int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,

@@ -232,9 +232,7 @@ TEST_P(Reading, TellsInWhichBandsAndPeriodsAFunctionIsStored) {
     EXPECT_EQ(listed(store.GetBands(found, 4, INT_MAX)), Bands{21}) << "whatever the status";
     EXPECT_EQ(listed(store.GetBands(found, INT_MIN, INT_MAX)), Bands{});
     EXPECT_EQ(listed(store.GetBands(found, 4, -1)), Bands{});
-    TheWatch().Reset();
     EXPECT_EQ(store.GetStoredPeriods(first, last), 1);
-    EXPECT_EQ(TheWatch().statements.size(), 1U);
     EXPECT_EQ(std::pair(first, last), std::pair(3L, 4L));
     database.Run({"INSERT INTO MeasuredValues VALUES (7,-2,2,5,19,1,'')"});
     store.SetChannel(2);
