@@ -25,80 +25,84 @@
 /// a measurement, a report, a channel and a function, and then fetches values.
 ///
 /// Rules that hold for every operation:
-/// - Threads: an object is used by one thread at a time; different objects are independent.
-/// - Results: an `int` is 1 for success and 0 for failure, a `bool` true for success, an identifier
-///   -1 when there is none, unless the operation says otherwise.
-/// - Failure: nothing is thrown where an operation does not say so. An operation that fails leaves
-///   what its comment does not name as it was. Statements that ran before the failing one stay,
-///   unless the caller brackets them with BeginTrans and RollbackTrans.
+/// - Threads: an object is used by one thread at a time. Different objects are independent.
+/// - Results: an `int` is 1 for success and 0 for failure, a `bool` is true for success, and an
+///   identifier is -1 when there is none, unless the operation says otherwise.
+/// - Failure: nothing is thrown where an operation does not say so. An operation that fails changes
+///   nothing but what its comment names. Statements that ran before the failing one stay, unless
+///   the caller brackets them with BeginTrans and RollbackTrans.
 /// - Connections: a null connection handle means the object's own connection.
-/// - Identifiers are 32-bit values: one that does not fit is refused like one that does not exist.
-/// - Texts are UTF-8. They are placed into statements between single quotes as they are: one that
-///   holds a single quote makes the statement, and so the operation, fail. What is no UTF-8 is
-///   refused where it is to be stored; a server stores U+FFFD in place of it.
+/// - Identifiers are 32-bit values. One that does not fit is refused like one that does not exist.
+/// - Texts are UTF-8. They are placed into statements between single quotes, as they are. A text
+///   that holds a single quote makes the statement fail, and with it the operation. A text that is
+///   not UTF-8 is refused where it is to be stored; a server stores U+FFFD in place of what is not
+///   UTF-8.
 /// - Missing values read as -100.0.
-/// - The numbers with a meaning of their own have names: see <mersola/constants.h>.
+/// - Numbers with a special meaning have names: see <mersola/constants.h>.
 class MERSOLA_EXPORT Mersola {
   public:
     // ---- Session -------------------------------------------------------------------------------
 
-    /// An object without a connection; call Initialize.
+    /// Makes an object without a connection. Call Initialize next.
     Mersola();
 
-    /// The same, then Initialize with these arguments; ask isConnected how that went.
+    /// Makes an object and calls Initialize with these arguments. isConnected tells whether the
+    /// object is connected then.
     Mersola(const char* user, const char* password, const char* connectString, long timeout);
 
-    /// Disconnects. Never raises.
+    /// Disconnects. It never raises.
     ~Mersola();
 
     Mersola(const Mersola&) =
         delete;  // a copy that dies would close the connection of the original
 
     /// Shares the other object's connection and takes over its settings, selection and recording
-    /// state. Its own connection is released and stays open for others that share it. Closing a
-    /// shared connection through one object closes it for all.
+    /// state. This object's earlier connection is released, and stays open for other objects that
+    /// share it. Closing a shared connection through one object closes it for all.
     Mersola& operator=(const Mersola& other);
 
-    /// Forgets the selected instrument, takes the credentials and the connection string and
-    /// connects; isConnected tells whether that worked. A null or empty text leaves the earlier one
-    /// in force. Each text is decoded by the component "Crypt.crypter" where one is registered that
-    /// returns something for it, and is used as given otherwise. `timeout`: seconds for connecting
-    /// and for each statement; 0 waits without end, -1 leaves the defaults (15 and 30) in force.
-    /// Raises _com_error when the crypter fails, or when the time-out is refused, which leaves the
-    /// object without a connection.
+    /// Forgets the selected instrument, takes the credentials and the connection string, and
+    /// connects. isConnected tells whether that worked. A null or empty text leaves the earlier one
+    /// in force. Where a component "Crypt.crypter" is registered and returns something for a text,
+    /// the text is decoded by it; otherwise it is used as given. `timeout` is in seconds, for
+    /// connecting and for each statement: 0 waits without end, -1 leaves the defaults (15 and 30)
+    /// in force. Raises _com_error when the crypter fails, or when the time-out is refused; the
+    /// latter leaves the object without a connection.
     void Initialize(const char* user, const char* password, const char* connectString,
                     long timeout);
 
-    /// Closes an open connection and opens it anew. On failure shows the reason in a message box
-    /// (AfxMessageBox) and returns false, without a connection. Raises _com_error when the old
-    /// connection cannot be closed or a property cannot be set.
+    /// Closes an open connection and opens it anew. On failure it shows the reason in a message box
+    /// (AfxMessageBox) and returns false, and the object has no connection. Raises _com_error when
+    /// the old connection cannot be closed or a property cannot be set.
     bool dbConnect();
 
     /// Closes and releases the connection, for all objects that share it. Raises _com_error when
     /// the connection was closed already; the handle is released all the same.
     void dbDisconnect();
 
-    /// Whether the last dbConnect succeeded and dbDisconnect has not been called since. Asks
-    /// nobody: a connection that broke in between shows when an operation fails.
+    /// Whether the last dbConnect succeeded and dbDisconnect has not been called since. It asks
+    /// nobody: a connection that broke in between shows only when an operation fails.
     bool isConnected() const;
 
-    /// Do nothing without a connection. Raise _com_error when the connection refuses, such as a
-    /// second transaction inside the first.
+    /// Begin, commit and roll back the connection's transaction. Without a connection they do
+    /// nothing. They raise _com_error when the connection refuses, as it does a second transaction
+    /// inside the first.
     void BeginTrans();
     void CommitTrans();
     void RollbackTrans();
 
-    /// The connection, null when there is none, to be handed to operations of other objects so that
-    /// they share it and its transaction.
+    /// The connection, or null when there is none. A program hands it to operations of other
+    /// objects, so that they share it and its transaction.
     _ConnectionPtr getConnection() const;
 
-    /// Runs one statement. Returns its rows (closed, not null, for a statement without rows), or
-    /// null when there is no connection. Raises _com_error when the statement fails.
+    /// Runs one statement and returns its rows, or null when there is no connection. The recordset
+    /// of a statement without rows is closed, and not null. Raises _com_error when the statement
+    /// fails.
     _RecordsetPtr dbExecute(const _ConnectionPtr& connection, const CString& sql);
     _RecordsetPtr dbExecute(const CString& sql);
 
-    /// Where operations report their progress (">>>") and their faults ("***"), in printf's manner.
-    /// Silent unless the library was built with MERSOLA_TRACE.
+    /// Operations report their progress (">>>") and their faults ("***") here, in printf's manner.
+    /// It is silent unless the library was built with MERSOLA_TRACE.
     void Test(const char* format, ...) const __attribute__((format(printf, 2, 3)));
 
     // ---- Instruments ---------------------------------------------------------------------------
@@ -106,21 +110,21 @@ class MERSOLA_EXPORT Mersola {
     /// The identifier of the instrument of that name, -1 when there is none or on failure.
     long locateInstrumentId(CString name);
 
-    /// Lists the instruments in the server's order, `Type` in lower case; `out` is emptied first.
-    /// GetInstruments leaves out stations (instruments whose first `Type` item is "station"). On
-    /// failure 0; what was read before stays in `out`.
+    /// List the instruments in the server's order, with `Type` in lower case. `out` is emptied
+    /// first. GetInstruments leaves out stations, which are the instruments whose first `Type` item
+    /// is "station". On failure the result is 0, and `out` keeps what was read before it.
     int GetInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out);
     int GetInstrumentsAndAlarms(CArray<InstrumentInfo, InstrumentInfo&>& out);
 
-    /// Reads one instrument into `rec`, texts as stored; 0 when there is none.
+    /// Reads one instrument into `rec`, its texts as they are stored; 0 when there is none.
     int _GetInstrument(int groupId, InstrumentInfo& rec, const _ConnectionPtr& connection);
 
-    /// Reads the selected instrument's state; 0 when there is none.
+    /// Reads the selected instrument's state; 0 when there is no such instrument.
     int Get_InstrumentState(CString& state);
 
     /// Selects an instrument, without looking it up. Selecting another one than before clears the
-    /// selection of measurement and report and leaves the continuous view; selecting the same one
-    /// changes nothing. 0 only for an identifier beyond 32 bits.
+    /// selection of measurement and report and leaves the continuous view. Selecting the same one
+    /// changes nothing. The result is 0 only for an identifier beyond 32 bits.
     int SetInstrument(long groupId);
 
     // ---- Measurements and the cursor -----------------------------------------------------------
@@ -128,8 +132,8 @@ class MERSOLA_EXPORT Mersola {
     /// The identifier of the measurement of that name, -1 when there is none or on failure.
     long locateMeasurementId(long groupId, CString name);
 
-    /// Lists the selected instrument's measurements by their start; `out` is emptied first. Their
-    /// reports stay empty.
+    /// List the selected instrument's measurements, ordered by their start. `out` is emptied first.
+    /// The reports of the measurements stay empty.
     int GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out);
     int _GetMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out,
                          const _ConnectionPtr& connection);
@@ -138,17 +142,19 @@ class MERSOLA_EXPORT Mersola {
     int _GetMeasurement(int measId, MeasurementInfo& rec, const _ConnectionPtr& connection);
 
     /// Selects a measurement of the selected instrument and loads its settings; -3 selects the
-    /// continuous view. Selecting the same one again returns 1 without reading anything, also when
-    /// the first time failed. Returns 0 when there is none or on failure: the identifier is then
-    /// selected all the same and the settings are those of before; a failed -3 keeps both.
+    /// continuous view. Selecting the same one again returns 1 without reading anything, even when
+    /// the first time failed. The result is 0 when there is no such measurement, or on failure. The
+    /// identifier is then selected all the same, and the settings are those of before; a -3 that
+    /// fails keeps the earlier identifier as well.
     int SetMeasurement(long measId);
 
-    /// Selects the channel and the function that values are read for. Both survive every other
-    /// selection. 0 only for a value beyond 32 bits.
+    /// Select the channel and the function that values are read for. Both survive every other
+    /// selection. The result is 0 only for a value beyond 32 bits.
     int SetChannel(long channel);
     int SetFunction(long funcId);
 
-    /// Hand out the settings that were loaded last, or defaults before any selection. Always 1.
+    /// Hand out the settings that were loaded last, or defaults before any selection. The result is
+    /// always 1.
     int GetFullscale(float& v) const;
     int GetSensitivity(float& v) const;
     int GetLowerFrq(float& v) const;
@@ -157,20 +163,21 @@ class MERSOLA_EXPORT Mersola {
     int GetReportType(int& v) const;
     int GetTrigTime(CTimeEx& t) const;
     int GetPrdLength(CTimeSpanEx& s) const;
-    /// The measured period length where one is stored, the nominal one otherwise.
+    /// Hands out the measured period length where one is stored, the nominal one otherwise.
     int GetRealPrdLength(CTimeSpanEx& s) const;
 
     // ---- Reports and functions -----------------------------------------------------------------
 
     /// Selects a report of the selected measurement and loads its type, period lengths, period
-    /// count and value key; in the continuous view the argument names a report type. Selecting the
-    /// same one again returns 1 without reading anything. Returns 0 when there is none or on
-    /// failure: the identifier is then selected all the same. In an object that records, values
-    /// are written into the selected report from then on: see PutReport.
+    /// count and value key. In the continuous view the argument names a report type. Selecting the
+    /// same one again returns 1 without reading anything. The result is 0 when there is no such
+    /// report, or on failure; the identifier is then selected all the same. An object that records
+    /// writes its values into the selected report from then on: see PutReport.
     int SetReport(long reportId);
 
-    /// Lists the reports that have functions by their type; `out` is emptied first. A measId of -1
-    /// means the selected measurement. On failure 0; what was read before stays in `out`.
+    /// List the reports that have functions, ordered by their type. `out` is emptied first. A
+    /// measId of -1 means the selected measurement. On failure the result is 0, and `out` keeps
+    /// what was read before it.
     int GetReports(CArray<ReportInfo, ReportInfo&>& out);
     int _GetReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
                     const _ConnectionPtr& connection);
@@ -178,128 +185,135 @@ class MERSOLA_EXPORT Mersola {
     /// Reads one report of the selected measurement; 0 when there is none.
     int _GetReport(int reportId, ReportInfo& rec, const _ConnectionPtr& connection);
 
-    /// Lists the functions that the selected channel has in a report; `out` is emptied first; -1
-    /// means the selected measurement or report.
+    /// List the functions that the selected channel has in a report. `out` is emptied first. An
+    /// identifier of -1 means the selected measurement or report.
     int GetFunctions(CArray<int, int>& out);
     int _GetFunctions(CArray<int, int>& out, int measId, int reportId,
                       const _ConnectionPtr& connection);
 
-    /// The name of a function, empty when there is none.
+    /// The name of a function; empty when it has none.
     CString GetFunctionName(long funcId);
-    /// Always empty: callers rely on bands having no names here.
+    /// Always empty. Callers rely on bands having no names here.
     CString GetFrqName(long frqId);
 
     // ---- Measured values -----------------------------------------------------------------------
 
     /// Reads a block of values of the selected report, channel and function into `values`, an array
-    /// of nPeriods x nFrq: the value of period p and band f, both counted from the first asked for,
-    /// is at p * nFrq + f. `status`, where given, is an array of the same size for the first
-    /// character of each value's status. What is not stored, and what is stored with a status that
-    /// begins with "A", reads as -100.0 and 'A'. In the continuous view periods are numbered across
-    /// the chain. Returns nPeriods; 0 without a connection or when nFrq is less than 1; a negative
-    /// number when reading failed, the block then holds what was read, the rest missing.
+    /// of nPeriods x nFrq. The value of period p and band f, both counted from the first that is
+    /// asked for, is at p * nFrq + f. `status`, where it is given, is an array of the same size for
+    /// the first character of each value's status. A value that is not stored reads as -100.0 and
+    /// 'A', and so does one that is stored with a status that begins with "A". In the continuous
+    /// view periods are numbered across the chain. The result is nPeriods; 0 without a connection
+    /// or when nFrq is less than 1; and a negative number when reading failed. After a failure the
+    /// block holds what was read, and the rest of it is missing.
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq);
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
 
-    /// Appends all values of the selected report and channel, of every function, by period and
-    /// band. Returns how many; a failed read ends the list early. Not for the continuous view.
+    /// Appends all values of the selected report and channel, of every function, ordered by period
+    /// and band. Returns how many there were. A read that fails ends the list early. This is not
+    /// for the continuous view.
     int GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out);
 
-    /// Reads the selected report's period count as stored now, in the continuous view that of the
-    /// chain; 0 when no report is selected or there is none. Returns 1 when connected, else 0.
+    /// Reads the selected report's period count as it is stored now, or that of the chain in the
+    /// continuous view. `n` is 0 when no report is selected or there is none. Returns 1 when
+    /// connected, else 0.
     int Get_nPrds(long& n);
 
-    /// Lists the bands in which the selected report, channel and function has values, ascending;
-    /// `out` is emptied first. The second form looks at nPeriods periods from firstPeriod on: its
-    /// cost grows with these, and that of the first form with all the values of the function. In
-    /// the continuous view they are those of the chain, and periods are numbered across it. On
-    /// failure 0, and `out` is empty.
+    /// List the bands in which the selected report, channel and function has values, in ascending
+    /// order. `out` is emptied first. The first form looks at all the values of the function, and
+    /// its cost grows with them. The second form looks at nPeriods periods from firstPeriod on, and
+    /// its cost grows with these. In the continuous view the bands are those of the chain, and
+    /// periods are numbered across it. On failure the result is 0, and `out` is empty.
     int GetBands(CArray<int, int>& out);
     int GetBands(CArray<int, int>& out, int firstPeriod, int nPeriods);
 
-    /// The first and the last period in which the selected report, channel and function has a value
-    /// in any band, as stored now and without a look at the values in between; in the continuous
-    /// view those of the chain, numbered across it. Both are -1, with result 0, when there is none
-    /// and on failure.
+    /// Finds the first and the last period in which the selected report, channel and function has a
+    /// value in any band. It reads what is stored now, without a look at the values in between. In
+    /// the continuous view the periods are those of the chain, numbered across it. Both are -1,
+    /// with result 0, when there is no value and on failure.
     int GetStoredPeriods(long& first, long& last);
 
-    /// The first stored period, -1 with result 0 when there is none. The first two compute it from
-    /// the values and remember it until they are asked for another key; the last reads the lower
-    /// bound that is kept with the report, if one is (`extra` is not used). Not for the continuous
-    /// view.
+    /// Find the first stored period; it is -1, with result 0, when there is none. The first two
+    /// forms compute it from the values and remember it until they are asked for another key. The
+    /// last form reads the lower bound that is kept with the report, if one is; it does not use
+    /// `extra`. They are not for the continuous view.
     int GetFirstPeriod(long& first);
     int GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection);
     int GetFirstPeriod(long& first, long groupId, long measId, long reportId, long extra,
                        const _ConnectionPtr& connection);
 
-    /// The time at which the first stored period begins; 0 when there is none.
+    /// Finds the time at which the first stored period begins; 0 when there is none.
     int GetStartOfFirstPeriod(CTimeEx& t);
 
-    /// The percentiles of a measurement, in per cent; -1 means the selected one. Remembered until
-    /// another measurement is asked for. On failure `out` is empty.
+    /// Read the percentiles of a measurement, in per cent; a measId of -1 means the selected one.
+    /// They are remembered until another measurement is asked for. On failure `out` is empty.
     int GetPercentiles(CArray<float, float>& out);
     bool _GetPercentiles(CArray<float, float>& out, int measId, const _ConnectionPtr& connection);
 
     // ---- Recording: instruments and measurements -----------------------------------------------
 
-    /// The identifier of an instrument or measurement by name; when there is none yet, a free one
-    /// to create it under, with `isNew` true. -1 on failure. Allocation is not atomic: of two
-    /// recorders that register new names at the same moment, one may be refused.
+    /// The identifier of the instrument or measurement of that name. When there is none yet, it is
+    /// a free one to create it under, and `isNew` is true. It is -1 on failure. Allocation is not
+    /// atomic: of two recorders that register new names at the same moment, one may be refused.
     long locateNewInstrument(const _ConnectionPtr& connection, const CString& name, bool& isNew);
     long locateNewMeasurement(const _ConnectionPtr& connection, long groupId, const CString& name,
                               bool& isNew);
 
-    /// Registers an instrument and selects it: a new name gets a row, a known one keeps its row as
+    /// Registers an instrument and selects it. A new name gets a row, a known one keeps its row as
     /// it is. Writes the identifier into `info.GroupId`. Recording is closed until PutMeasurement.
     bool PutInstrument(const _ConnectionPtr& connection, InstrumentInfo& info);
 
-    /// The same, then stores `state` as the instrument's state.
+    /// Registers an instrument as PutInstrument does, and then stores `state` as its state.
     bool PutInstrumentState(const _ConnectionPtr& connection, InstrumentInfo& info, CString state);
 
     /// Registers a measurement of an instrument and opens a recording of it that begins at
-    /// `info.StartAt` (within ten years of now). Writes the identifier into `info.MeasId`.
-    /// A stored measurement is resumed: its start stays, its bandwidth must be the same and the new
-    /// start must not be earlier; its frequency range grows to hold the new one and is written into
-    /// `info`. One whose stored start cannot be read, or is more than ten years away, takes the new
-    /// start as its own as long as nothing is recorded in it; with something recorded, a start that
-    /// cannot be read is refused. On failure recording stays closed, and a stored measurement that
-    /// could not be resumed is selected with its settings.
+    /// `info.StartAt`, which lies within ten years of now. Writes the identifier into
+    /// `info.MeasId`. A measurement that is stored already is resumed: its start stays, its
+    /// bandwidth must be the same, and the new start must not be earlier. Its frequency range grows
+    /// to hold the new one and is written into `info`. A stored start that cannot be read, or is
+    /// more than ten years away, is replaced by the new start as long as nothing is recorded in the
+    /// measurement. With something recorded, a start that cannot be read is refused. On failure
+    /// recording stays closed, and a stored measurement that could not be resumed is selected with
+    /// its settings.
     bool PutMeasurement(const _ConnectionPtr& connection, long groupId, MeasurementInfo& info);
 
     /// Rewrite the resolution of the measurement being recorded: from the record, or from a list of
-    /// sensitivity, full scale, bandwidth, lower and upper frequency. The list form always stores
-    /// bandwidth 2: callers rely on it.
+    /// sensitivity, full scale, bandwidth, lower frequency and upper frequency. The list form
+    /// always stores bandwidth 2, and callers rely on that.
     bool PutResolution(const _ConnectionPtr& connection, MeasurementInfo& info);
     bool PutResolution(const _ConnectionPtr& connection, const CString& resolution);
 
-    /// Stores `info.textItems` as the percentiles of the measurement being recorded. True also when
-    /// the statement fails: percentiles are advisory.
+    /// Stores `info.textItems` as the percentiles of the measurement being recorded. It returns
+    /// true even when the statement fails: percentiles are advisory.
     bool PutPercentiles(const _ConnectionPtr& connection, MeasurementInfo& info);
 
     // ---- Recording: reports and functions ------------------------------------------------------
 
-    /// The value key of a report; when it has none yet, a free one. -1 on failure.
+    /// The value key of a report. When the report has none yet, it is a free one. It is -1 on
+    /// failure.
     long locateNewMeasMap(const _ConnectionPtr& connection, long groupId, long measId,
                           long reportId);
 
     /// Registers a report of the measurement being recorded and makes it the current one. A report
-    /// that is stored already must have the same period length and type, else recording is closed;
-    /// in a resumed measurement its periods go on where the new start lies. True also when the
-    /// recording is closed because the periods in between could not be accounted, the report's
-    /// value key could not be stored, or another recorder registered the report since
-    /// PutMeasurement, which then has to be called again. An object has one current report, which
-    /// PutReport and SetReport share: after SetReport values are written into the report that it
-    /// selected, after PutReport they are read from the one that was put. A program that records
-    /// and reads at the same time uses two objects.
+    /// that is stored already must have the same period length and type, or else recording is
+    /// closed. In a resumed measurement its periods go on where the new start lies.
+    ///
+    /// The result is also true in three cases in which the recording is closed: the periods in
+    /// between could not be accounted for; the report's value key could not be stored; another
+    /// recorder registered the report since PutMeasurement, which then has to be called again.
+    ///
+    /// An object has one current report, which PutReport and SetReport share. After SetReport,
+    /// values are written into the report that it selected; after PutReport, they are read from the
+    /// one that was put. A program that records and reads at the same time uses two objects.
     bool PutReport(const _ConnectionPtr& connection, ReportInfo& info);
 
-    /// Register a function on a channel (-1: the selected one) of the current report. Registering
-    /// it again is harmless.
+    /// Register a function on a channel of the current report; -1 means the selected channel.
+    /// Registering it again is harmless.
     bool PutFunction(const _ConnectionPtr& connection, int funcId, int channel);
     bool _PutFunction(const _ConnectionPtr& connection, int funcId, int channel);
 
     /// Rewrite the stored period lengths of the current report: from milliseconds, from the record,
-    /// or as the bare integer that a text holds. The selection's lengths stay as they are.
+    /// or from a text that holds a bare integer. The lengths of the selection stay as they are.
     bool PutPeriodLen(const _ConnectionPtr& connection, long length);
     bool PutRealPeriodLen(const _ConnectionPtr& connection, long length);
     bool PutPeriodLen(const _ConnectionPtr& connection, ReportInfo& info);
@@ -308,21 +322,22 @@ class MERSOLA_EXPORT Mersola {
 
     // ---- Recording: values ---------------------------------------------------------------------
 
-    /// Opens a batch of values; null on failure.
+    /// Opens a batch of values. It is null on failure.
     _RecordsetPtr PutDataStart(const _ConnectionPtr& connection);
 
-    /// Sends a batch in one transaction. False when a value was refused (a duplicate too; the
-    /// others are stored and nothing is pending) or when nothing could be stored (a locked or full
-    /// database; all values stay pending, to be sent again).
+    /// Sends a batch in one transaction. The result is false in two cases. When a value was
+    /// refused, also as a duplicate, the others are stored and nothing is pending. When nothing
+    /// could be stored, as in a locked or full database, all values stay pending and can be sent
+    /// again.
     bool PutDataEnd(const _RecordsetPtr& batch);
 
-    /// Writes the value of a period counted from the start of this recording. `nextPeriod` becomes
-    /// period + 1. With `useBatch` the value waits in `batch` for PutDataEnd; otherwise it is
+    /// Write the value of a period, counted from the start of this recording. `nextPeriod` becomes
+    /// period + 1. With `useBatch` the value waits in `batch` for PutDataEnd. Otherwise it is
     /// stored at once, to six decimals, and with `updatePeriods` the period count is raised. A
-    /// value of status "A" is stored as -100.0; NaN and infinity are refused, and so is everything
+    /// value of status "A" is stored as -100.0. NaN and infinity are refused, and so is every value
     /// while there is no current report whose value key is known. A value that is stored already
-    /// counts as written: true, but `nextPeriod` is `period` and the count is not raised, so a
-    /// recorder must not wait for `nextPeriod` to move on.
+    /// counts as written and gives true, but `nextPeriod` is then `period` and the count is not
+    /// raised: a recorder must not wait for `nextPeriod` to move on.
     bool PutDataRelative(const _ConnectionPtr& connection, double value, const CString& status,
                          int period, int funcId, int channel, int frqId, bool updatePeriods,
                          long& nextPeriod, bool useBatch, const _RecordsetPtr& batch);
@@ -330,9 +345,10 @@ class MERSOLA_EXPORT Mersola {
                          int frqId, bool updatePeriods, long& nextPeriod, bool useBatch,
                          const _RecordsetPtr& batch);
 
-    /// Writes the value of the period in which `time` lies, `periodOffset` periods on; `periodLen`
-    /// in milliseconds, above 0. Periods are counted from the stored start. Otherwise as above,
-    /// with `nextPeriod` one past the period written, or for a duplicate that period.
+    /// Write the value of the period that lies `periodOffset` periods behind the one in which
+    /// `time` lies. `periodLen` is in milliseconds, above 0. Periods are counted from the stored
+    /// start. `nextPeriod` becomes one past the period that is written, or for a duplicate that
+    /// period itself. All else is as for PutDataRelative.
     bool PutDataAbsolute(const _ConnectionPtr& connection, double value, const CString& status,
                          const CTimeEx& time, int periodOffset, int funcId, int channel, int frqId,
                          long periodLen, bool updatePeriods, long& nextPeriod, bool useBatch,
@@ -343,120 +359,129 @@ class MERSOLA_EXPORT Mersola {
 
     // ---- Recording: periods --------------------------------------------------------------------
 
-    /// Sets the start of the recording; part of PutMeasurement.
+    /// Sets the start of the recording. It is a part of PutMeasurement.
     bool PutStart(const _ConnectionPtr& connection, const CTimeEx& start);
 
-    /// Raise the stored period count of the current report to `periods`, counted from the start of
-    /// this recording or from the stored start. The count never shrinks.
+    /// Raise the stored period count of the current report to `periods`. PutPeriodsRelative counts
+    /// them from the start of this recording, PutPeriodsAbsolute from the stored start. The count
+    /// never shrinks.
     bool PutPeriodsRelative(const _ConnectionPtr& connection, int periods);
     bool PutPeriodsAbsolute(const _ConnectionPtr& connection, int periods);
 
-    /// Never counts: reads the current report, changes nothing and returns false. Programs rely on
-    /// it; the two operations above raise the count.
+    /// Reads the current report, changes nothing and returns false: it never counts, and programs
+    /// rely on that. PutPeriodsRelative and PutPeriodsAbsolute raise the count.
     bool IncPeriods(const _ConnectionPtr& connection);
 
     // ---- Markers -------------------------------------------------------------------------------
 
-    /// Inserts a marker as given, `Start` and `Stop` in the text encoding of times.
+    /// Inserts a marker as it is given. `Start` and `Stop` are in the text encoding of times.
     bool PutMarker(const _ConnectionPtr& connection, MarkerInfo& m);
 
-    /// Inserts an open marker at the beginning of a period counted from the start of this
-    /// recording, which becomes `m.Start` and `m.Stop`. Raises _com_error when the statement fails;
-    /// `m` is changed then.
+    /// Inserts an open marker at the beginning of a period, which is counted from the start of this
+    /// recording. That time becomes `m.Start` and `m.Stop`. Raises _com_error when the statement
+    /// fails; `m` is changed then.
     bool PutMarkerRelative(const _ConnectionPtr& connection, MarkerInfo& m, long periods);
 
     /// Closes the marker of the same instrument, measurement, path, start, number, function, band
-    /// and extended type: stores its stop and trigger condition. True also when there is none.
+    /// and extended type, by storing its stop and its trigger condition. The result is also true
+    /// when there is no such marker.
     bool UpdateMarkerStop(const _ConnectionPtr& connection, MarkerInfo& m);
 
-    /// The same at the beginning of a period, which becomes `m.Stop`. Raises _com_error when the
+    /// Closes a marker as UpdateMarkerStop does, at the beginning of a period, which is counted
+    /// from the start of this recording. That time becomes `m.Stop`. Raises _com_error when the
     /// statement fails; `m` is changed then.
     bool UpdateMarkerStopRelative(const _ConnectionPtr& connection, MarkerInfo& m, long periods);
 
-    /// Delete the markers of the same instrument, measurement, start, stop, number and type;
-    /// DeleteMarker only those that also share function, band and extended type.
+    /// Delete the markers of the same instrument, measurement, start, stop, number and type.
+    /// DeleteMarker deletes only those of them that also have the same function, band and extended
+    /// type.
     int DeleteMarker(const _ConnectionPtr& connection, MarkerInfo& m);
     int DeleteMarkers(MarkerInfo& m);
 
-    /// Append the closed markers of the selected measurement (in the continuous view of the whole
-    /// chain) and of the instrument's alarm instruments; open ones are left out. `type`, in any
-    /// case, narrows them to those whose trigger condition has that `type` in lower case; a window
-    /// of time to those that start in it, `from` included and `to` not.
+    /// Append the closed markers of the selected measurement (in the continuous view, of the whole
+    /// chain) and of the instrument's alarm instruments; open ones are left out. With `type`, in
+    /// any case, they append only the markers whose trigger condition has that `type` in lower
+    /// case. With a window of time, they append only those that start in it, `from` included and
+    /// `to` not.
     int GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out);
     int GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out, CString type);
     int GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out);
     int GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, CString type);
 
     /// Appends the selected measurement's closed markers that start between the beginnings of two
-    /// periods of the selected report, without those of alarm instruments. Not for the continuous
-    /// view.
+    /// periods of the selected report, without those of alarm instruments. This is not for the
+    /// continuous view.
     int GetMarkers(long fromPeriod, long toPeriod, CArray<MarkerInfo, MarkerInfo&>& out);
 
-    /// Appends the selected measurement's open markers, which GetMarkers leaves out: events that go
-    /// on, or that a recorder left open when it ended. In the continuous view those of the whole
-    /// chain, each with its own measurement; without those of alarm instruments. On failure 0; what
-    /// was read before stays in `out`.
+    /// Appends the selected measurement's open markers, which GetMarkers leaves out. They are
+    /// events that go on, or that a recorder left open when it ended. In the continuous view they
+    /// are those of the whole chain, each with its own measurement. Those of alarm instruments are
+    /// not among them. On failure the result is 0, and `out` keeps what was read before it.
     int GetOpenMarkers(CArray<MarkerInfo, MarkerInfo&>& out);
 
     // ---- Continuous view -----------------------------------------------------------------------
 
-    /// Lists the measurements of the chain by their start; `out` is emptied first. Each has those
-    /// of its reports that have periods, by their type: `noOfPeriods` of them begin at
-    /// `periodOffset`, counted across the chain, behind `missingPeriods` that nobody recorded (a
-    /// negative number where it overlaps the measurement before it). As loaded with the view;
-    /// Get_nPrds brings the count of the selected report up to date in the last one. 0 outside the
-    /// view.
+    /// Lists the measurements of the chain, ordered by their start. `out` is emptied first. Each
+    /// measurement has those of its reports that have periods, ordered by their type. A report's
+    /// `noOfPeriods` periods begin at `periodOffset`, which is counted across the chain. Before
+    /// them lie `missingPeriods` periods that nobody recorded; the number is negative where the
+    /// measurement overlaps the one before it. All of it is as it was loaded with the view, except
+    /// that Get_nPrds brings the count of the selected report up to date in the last measurement.
+    /// The result is 0 outside the view.
     int GetContinuousMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out);
 
     /// Loads the chain anew when it has gained or lost measurements. The selected report type stays
-    /// selected if the chain still has it. A chain that cannot be read as one any more leaves the
-    /// normal view with no measurement selected; that too is true. Raises _com_error.
+    /// selected if the chain still has it. When the chain cannot be read as one any more, the
+    /// object returns to the normal view with no measurement selected, and the result is true all
+    /// the same. Raises _com_error.
     bool refreshContinuousData();
 
     // ---- Version history -----------------------------------------------------------------------
 
-    /// Appends a row to the version history: 1, or 0 on failure.
+    /// Appends a row to the version history. Returns 1, or 0 on failure.
     int AddVersion(const _ConnectionPtr& connection, versionHistory v);
 
-    /// Reads the first row of the version history into `v`: 1; 0 when it is empty; -1 when the
-    /// database has none, -2 when it has no instruments either; -3 without a connection or when a
-    /// statement fails.
+    /// Reads the first row of the version history into `v`. Returns 1 when there is one; 0 when the
+    /// history is empty; -1 when the database has none; -2 when it has no instruments either; -3
+    /// without a connection or when a statement fails.
     int GetVersion(const _ConnectionPtr& connection, versionHistory& v);
 
   protected:
-    /// Declares the object connected or not; opens recording.
+    /// Declares the object connected or not, and opens recording.
     void setConnected(bool connected);
 
     /// Lists the instruments whose type has two items, the first of them `kind`, and whose state
-    /// begins with "station"; `out` is emptied first. 0 on failure.
+    /// begins with "station". `out` is emptied first. 0 on failure.
     int _GetAlarmInstruments(CArray<InstrumentInfo, InstrumentInfo&>& out, CString kind);
     /// Reads the instrument of `rec.GroupId`; 0 when there is none.
     int _GetInstrument(InstrumentInfo& rec, const _ConnectionPtr& connection);
-    /// As _GetReports and _GetFunctions, but with reports that have no functions yet, and with the
-    /// functions of all channels.
+    /// List what _GetReports and _GetFunctions list, and also reports that have no functions yet,
+    /// and the functions of all channels.
     int _GetAllReports(CArray<ReportInfo, ReportInfo&>& out, int measId,
                        const _ConnectionPtr& connection);
     int _GetAllFunctions(CArray<int, int>& out, int measId, int reportId,
                          const _ConnectionPtr& connection);
     int _GetAllFunctions(CArray<FuncInfo, FuncInfo&>& out, int measId, int reportId,
                          const _ConnectionPtr& connection);
-    /// GetData of the selected measurement, without regard to the continuous view. Returns
-    /// nPeriods; 0 without a connection; -1 on failure, also when nFrq is less than 1.
+    /// Reads values as GetData does, from the selected measurement, without regard to the
+    /// continuous view. Returns nPeriods; 0 without a connection; -1 on failure, also when nFrq is
+    /// less than 1.
     int _GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
                  char* status);
-    /// Whether two measurements can be members of one chain: the same bandwidth and reports that
-    /// are identical one by one; identicalReports leaves the bandwidth out. Reads the reports of a
-    /// measurement that has none attached.
+    /// Whether two measurements can be members of one chain: identicalMeasurements asks for the
+    /// same bandwidth and for reports that are identical one by one, identicalReports for the
+    /// reports alone. Both read the reports of a measurement that has none attached.
     bool identicalMeasurements(MeasurementInfo& a, MeasurementInfo& b,
                                const _ConnectionPtr& connection);
     bool identicalReports(MeasurementInfo& a, MeasurementInfo& b, const _ConnectionPtr& connection);
-    /// Whether a recording may start then: a time less than kMostDaysFromNow days from now.
+    /// Whether a recording may start at that time: it is less than kMostDaysFromNow days from now.
     bool validDate(const CTimeEx& t);
-    /// Counts the periods that passed since a stored report began, once in each recording, so that
-    /// period 0 of this recording follows them. A failed look-up or update closes the recording.
+    /// Counts the periods that passed since a stored report began, so that period 0 of this
+    /// recording follows them. It does so once in each recording. A look-up or update that fails
+    /// closes the recording.
     bool PutMissingPeriods(const _ConnectionPtr& connection, int reportId);
     /// Steps of GetMarkers for one measurement, with and without the markers of alarm instruments.
-    /// -1 means the selected instrument or measurement, -2 all measurements.
+    /// An identifier of -1 means the selected instrument or measurement, -2 all measurements.
     int _GetMarkers(CArray<MarkerInfo, MarkerInfo&>& out, long measId, CString type);
     int _GetMarkers(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out, long measId,
                     CString& type);
@@ -464,13 +489,13 @@ class MERSOLA_EXPORT Mersola {
                                      long measId, CString type);
     int _GetMarkersForInstrumentOnly(CTimeEx from, CTimeEx to, CArray<MarkerInfo, MarkerInfo&>& out,
                                      long groupId, long measId, CString& type);
-    /// Loads the chain of the selected instrument unless it is loaded. False, and the normal view,
-    /// when there is none or its measurements cannot be read as one: their bandwidths or reports
-    /// differ, or a start cannot be read. Raises _com_error.
+    /// Loads the chain of the selected instrument unless it is loaded. The result is false, and the
+    /// view the normal one, when there is no chain or its measurements cannot be read as one: their
+    /// bandwidths or reports differ, or a start cannot be read. Raises _com_error.
     bool loadContinuousSetupData();
 
     /// Reads how far the last measurement of the chain has grown. Returns the period count of the
-    /// selected report; 0 without a connection or a selected report. Raises _com_error.
+    /// selected report, or 0 without a connection or a selected report. Raises _com_error.
     int recalculateContPeriods();
 
     /// The connection.
@@ -480,9 +505,9 @@ class MERSOLA_EXPORT Mersola {
     CString m_connectString;
     std::int32_t m_timeout = mersola::kDefaultTimeout;  ///< seconds
     bool m_connected = false;
-    bool m_Valid = false;  ///< recording may write
+    bool m_Valid = false;  ///< the recording may write values
 
-    /// The selection and what was loaded with it.
+    /// The selection, and what was loaded with it.
     std::int32_t m_GroupId = mersola::kNone;
     std::int32_t m_MeasId = mersola::kNone;
     std::int32_t m_ReportId = mersola::kNone;
@@ -510,7 +535,7 @@ class MERSOLA_EXPORT Mersola {
     std::int32_t m_percentilesGroupId = mersola::kNone;
 
     /// The continuous view.
-    std::int32_t m_contMode = mersola::kNormalView;  ///< or kContinuousView
+    std::int32_t m_contMode = mersola::kNormalView;  ///< kNormalView or kContinuousView
     bool m_contLoaded = false;
     CArray<MeasurementInfo, MeasurementInfo&> m_contMeasurements;
     CArray<ReportInfo, ReportInfo&> m_contReports;
@@ -521,19 +546,24 @@ class MERSOLA_EXPORT Mersola {
     /// The recording.
     InstrumentInfo m_instrument;
     MeasurementInfo m_measurement;
-    MeasurementInfo m_lastMeasurement;  ///< as stored before this recording, when it resumes one
-    bool m_resumed = false;             ///< PutMeasurement found the measurement stored
-    bool m_newEntry = false;  ///< the current report is new: periods count from this start
-    std::int64_t m_Offs = 0;  ///< ms from the stored start to this recording's
-    std::int32_t m_lastReportOffs = 0;                ///< where this recording's period 0 is stored
-    std::int32_t m_recordedGroupId = mersola::kNone;  ///< whose recording this object holds
+    MeasurementInfo
+        m_lastMeasurement;   ///< as it was stored before this recording, if that resumes one
+    bool m_resumed = false;  ///< PutMeasurement found the measurement stored
+    bool m_newEntry =
+        false;  ///< the current report is new, so its periods count from this recording's start
+    std::int64_t m_Offs = 0;  ///< ms from the stored start to the start of this recording
+    std::int32_t m_lastReportOffs =
+        0;  ///< the number under which period 0 of this recording is stored
+    std::int32_t m_recordedGroupId =
+        mersola::kNone;  ///< the instrument of the recording that this object holds
     std::int32_t m_recordedMeasId = mersola::kNone;
-    CArray<std::int32_t, std::int32_t> m_registeredReports;  ///< in this recording, by this object
+    CArray<std::int32_t, std::int32_t>
+        m_registeredReports;  ///< the reports that this object registered in this recording
     std::int32_t m_missingReportId = mersola::kNone;
     std::int32_t m_missingIndex = 0;
 
   private:
-    /// The given connection, else the object's own, which may be null.
+    /// The connection that is given, else the object's own, which may be null.
     const _ConnectionPtr& resolved(const _ConnectionPtr& connection) const {
         return connection ? connection : m_connection;
     }
