@@ -1,5 +1,6 @@
-// The records that the library exchanges with its callers, each a row of a table or a part of one;
-// the members carry the names of the columns. Members that a caller does not set are 0 or empty.
+// The records that the library exchanges with its callers. Each is a row of a table or a part of
+// one, and its members have the names of the columns. Members that a caller does not set are 0 or
+// empty.
 #pragma once
 
 #include <mersola/list_text.h>
@@ -24,17 +25,17 @@ class MERSOLA_EXPORT InstrumentInfo {
 class MERSOLA_EXPORT FuncInfo {
   public:
     FuncInfo() = default;
-    /// A number beyond 32 bits raises std::out_of_range.
+    /// Takes the three members. A number beyond 32 bits raises std::out_of_range.
     FuncInfo(long funcId, long channel, long thirdValue);
 
-    /// `third` does not count.
+    /// The same function on the same channel; `third` does not count.
     friend bool operator==(const FuncInfo& a, const FuncInfo& b) noexcept {
         return a.FuncId == b.FuncId && a.Channel == b.Channel;
     }
 
     std::int32_t FuncId = 0;   ///< the function
     std::int32_t Channel = 0;  ///< the channel that it is measured on
-    std::int32_t third = 0;    ///< of a resumed report: bands in its first stored period
+    std::int32_t third = 0;    ///< resumed report: number of bands in its first stored period
 };
 
 /// A report of a measurement.
@@ -43,20 +44,20 @@ class MERSOLA_EXPORT ReportInfo {
     /// The same PeriodLen and ReportType; nothing else counts.
     bool identicalTo(const ReportInfo& other) const noexcept;
 
-    std::int32_t ReportId = 0;      ///< its identifier within the measurement
-    CTimeSpanEx PeriodLen;          ///< nominal length of a period
-    CTimeSpanEx RealPeriodLen;      ///< measured length; PeriodLen as long as it is not known
+    std::int32_t ReportId = 0;  ///< its identifier within the measurement
+    CTimeSpanEx PeriodLen;      ///< nominal length of a period
+    CTimeSpanEx RealPeriodLen;  ///< measured length; the same as PeriodLen while it is not known
     bool realPeriodLenSet = false;  ///< the measured length is known
-    std::int32_t noOfPeriods = 0;   ///< periods from number 0 on, those without values included
-    std::int32_t ReportType = 0;    ///< reports are listed by it; the programs give it meaning
-    CArray<FuncInfo, FuncInfo&> functions;  ///< what is measured, where a reader filled it
+    std::int32_t noOfPeriods = 0;   ///< periods counted from number 0, empty ones included
+    std::int32_t ReportType = 0;    ///< code that reports are ordered by; programs give it meaning
+    CArray<FuncInfo, FuncInfo&> functions;  ///< what is measured, where a reader has filled it in
     std::int64_t missingPeriods = 0;  ///< continuous view: periods lost before this measurement
     std::int64_t periodOffset = 0;    ///< continuous view: number of the first period in the chain
-    std::int32_t extra5 = 0;          ///< the key of the report's values, if resumed
-    bool extraFlag = false;           ///< the missing periods have been accounted
+    std::int32_t extra5 = 0;          ///< the key of the report's values, in a resumed report
+    bool extraFlag = false;           ///< whether the missing periods have been accounted for
 };
 
-/// A measurement and, if a caller attached them, its reports.
+/// A measurement, and its reports if a caller attached them.
 class MERSOLA_EXPORT MeasurementInfo {
   public:
     /// The same BandWidth; nothing else counts.
@@ -64,15 +65,15 @@ class MERSOLA_EXPORT MeasurementInfo {
     /// Replaces the reports by copies of `src`, which may be `reports` itself.
     void setReports(CArray<ReportInfo, ReportInfo&>& src);
 
-    CString MeasName;            ///< its name, one of its kind within the instrument
-    CString Info;                ///< for people to read
-    std::int32_t MeasId = 0;     ///< its identifier within the instrument
-    std::int32_t BandWidth = 0;  ///< code of the frequency resolution; the programs give it meaning
-    double Fullscale = 0;        ///< in the unit of the signal (Pa, m/s2)
-    double Sensitivity = 0;      ///< of the sensor, in V per unit of the signal
-    double FrqLower = 0;         ///< Hz
-    double FrqUpper = 0;         ///< Hz
-    CTimeEx StartAt;             ///< local time at which period 0 begins
+    CString MeasName;             ///< its name, one of its kind within the instrument
+    CString Info;                 ///< for people to read
+    std::int32_t MeasId = 0;      ///< its identifier within the instrument
+    std::int32_t BandWidth = 0;   ///< code of the frequency resolution; programs give it meaning
+    double Fullscale = 0;         ///< in the unit of the signal (Pa, m/s2)
+    double Sensitivity = 0;       ///< sensitivity of the sensor, in V per unit of the signal
+    double FrqLower = 0;          ///< Hz
+    double FrqUpper = 0;          ///< Hz
+    CTimeEx StartAt;              ///< local time at which period 0 begins
     mersola::ListText textItems;  ///< the percentiles, in per cent; written, not read back here
     CArray<ReportInfo, ReportInfo&> reports;  ///< empty unless somebody attached them
     bool hasReports = false;                  ///< somebody did, and there were some

@@ -8,22 +8,23 @@
 #include <mersola/platform/export.h>
 #include <mersola/platform/text.h>
 
-/// COM's result code: 32 bits, negative for a failure.
+/// A result code of COM: 32 bits, negative for a failure.
 using HRESULT = std::int32_t;
 
-/// The code that is written as an unsigned number, as in 0x80004005.
+/// Makes a result code from the unsigned number by which it is known, as 0x80004005.
 constexpr HRESULT MakeHresult(std::uint32_t code) {
     return static_cast<HRESULT>(code);
 }
 
-/// Done; the second with an answer of no.
+/// Success: S_OK, and S_FALSE for success with the answer no.
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT S_FALSE = 1;
 /// The component does not have the interface.
 inline constexpr HRESULT E_NOINTERFACE = MakeHresult(0x80004002);
 /// Failed for a reason without a code of its own.
 inline constexpr HRESULT E_FAIL = MakeHresult(0x80004005);
-/// A value of another kind, and one beyond the range of the kind.
+/// DISP_E_TYPEMISMATCH: a value is of another kind. DISP_E_OVERFLOW: it is beyond the range of its
+/// kind.
 inline constexpr HRESULT DISP_E_TYPEMISMATCH = MakeHresult(0x80020005);
 inline constexpr HRESULT DISP_E_OVERFLOW = MakeHresult(0x8002000A);
 /// Nobody registered the component.
@@ -38,38 +39,38 @@ inline constexpr HRESULT DB_E_ABORTLIMITREACHED = MakeHresult(0x80040E31);
 inline constexpr HRESULT DB_E_NOTABLE = MakeHresult(0x80040E37);
 /// The log-in was refused.
 inline constexpr HRESULT DB_SEC_E_AUTH_FAILED = MakeHresult(0x80040E4D);
-/// There is no transaction to end, and one is open already.
+/// XACT_E_NOTRANSACTION: there is no transaction to end. XACT_E_XTIONEXISTS: one is open already.
 inline constexpr HRESULT XACT_E_NOTRANSACTION = MakeHresult(0x8004D00E);
 inline constexpr HRESULT XACT_E_XTIONEXISTS = MakeHresult(0x8004D013);
-/// No row where one is needed.
+/// A row is needed, and there is none.
 inline constexpr HRESULT adErrNoCurrentRecord = MakeHresult(0x800A0BCD);
-/// The operation does not fit what the object is there for or what was done to it before.
+/// The operation does not fit the object's purpose, or what was done to it before.
 inline constexpr HRESULT adErrIllegalOperation = MakeHresult(0x800A0C93);
-/// A field of that name or position is not there.
+/// There is no field of that name or position.
 inline constexpr HRESULT adErrItemNotFound = MakeHresult(0x800A0CC1);
-/// The object is closed, and it is open.
+/// adErrObjectClosed: the object is closed. adErrObjectOpen: it is open.
 inline constexpr HRESULT adErrObjectClosed = MakeHresult(0x800A0E78);
 inline constexpr HRESULT adErrObjectOpen = MakeHresult(0x800A0E79);
-/// The connection string names a provider that is not there.
+/// The connection string names a provider that does not exist.
 inline constexpr HRESULT adErrProviderNotFound = MakeHresult(0x800A0E7A);
 
-/// What COM raises: a result code with the words and the name of the object that failed.
+/// COM's exception: a result code, the words of the object that failed, and its name.
 class MERSOLA_EXPORT _com_error : public std::exception {
   public:
-    /// Empty texts stand for what is not known.
+    /// An empty text stands for one that is not known.
     explicit _com_error(HRESULT code, CString description = CString(), CString source = CString());
 
     /// The result code.
     HRESULT Error() const { return code_; }
-    /// The failing object's own words; empty when it had none.
+    /// The words of the object that failed; empty when it had none.
     const CString& Description() const { return description_; }
-    /// The name of the object that failed, for a database its provider; may be empty.
+    /// The name of the object that failed; for a database, that of its provider. It may be empty.
     const CString& Source() const { return source_; }
-    /// The system's words for the code: its message text, else "IDispatch error #%d" for a code in
+    /// The system's message for the code. Where it has none, "IDispatch error #%d" for a code in
     /// the range of dispatch errors, else "Unknown error 0x%0lX".
     CString ErrorMessage() const;
 
-    /// The description, else the system's words.
+    /// The description; where that is empty, the system's message.
     const char* what() const noexcept override { return what_; }
 
   private:
@@ -79,7 +80,7 @@ class MERSOLA_EXPORT _com_error : public std::exception {
     CString what_;
 };
 
-/// A thread's error information: what failed last, for whoever asks.
+/// A thread's error information: it tells whoever asks what failed last.
 struct ErrorInfo {
     CString source;       ///< the name of the object that failed
     CString description;  ///< its own words
@@ -87,5 +88,5 @@ struct ErrorInfo {
 
 /// Makes `info` the error information of this thread; null clears it.
 MERSOLA_EXPORT void SetErrorInfo(std::shared_ptr<const ErrorInfo> info);
-/// Takes the error information of this thread, which is then empty; null when there is none.
+/// Takes the error information away from this thread and returns it; null when there is none.
 MERSOLA_EXPORT std::shared_ptr<const ErrorInfo> GetErrorInfo();

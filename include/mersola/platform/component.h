@@ -9,7 +9,8 @@
 
 namespace mersola {
 
-/// The base of every component; what a component can do is found with std::dynamic_pointer_cast.
+/// The base of every component. A caller finds out with std::dynamic_pointer_cast what a component
+/// can do.
 class MERSOLA_EXPORT Component {
   public:
     virtual ~Component() = default;
@@ -18,12 +19,13 @@ class MERSOLA_EXPORT Component {
 /// Makes a component. A null result or an exception means that it cannot be made.
 using ComponentFactory = std::function<std::shared_ptr<Component>()>;
 
-/// Offers a component under `progId` (compared without regard to case) to this process; an empty
-/// factory withdraws it. May be called from any thread; replaces an earlier registration.
+/// Offers a component under `progId`, which is compared without regard to case, to this process. It
+/// replaces an earlier registration; an empty factory withdraws it. Any thread may call it.
 MERSOLA_EXPORT void RegisterComponent(const char* progId, ComponentFactory factory);
 
-/// Creates the component registered under `progId`. Returns S_OK and sets `component`; otherwise
-/// REGDB_E_CLASSNOTREG (nobody registered it) or E_FAIL (its factory failed), `component` null.
+/// Creates the component that is registered under `progId`. Returns S_OK and sets `component`.
+/// Otherwise returns REGDB_E_CLASSNOTREG, when nobody registered it, or E_FAIL, when its factory
+/// failed, and sets `component` to null.
 MERSOLA_EXPORT HRESULT CreateComponent(const char* progId,
                                        std::shared_ptr<Component>& component) noexcept;
 

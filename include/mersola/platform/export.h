@@ -1,5 +1,5 @@
-// What the shared library shows to programs; everything else in it is hidden.
+// Which symbols the shared library shows to programs. Everything else in it is hidden.
 #pragma once
 
-/// Marks what the library shows.
+/// Marks a class or function that the library shows.
 #define MERSOLA_EXPORT __attribute__((visibility("default")))

@@ -1,17 +1,17 @@
-// CMutex, a lock that one thread may take repeatedly, and CSingleLock, its guard.
+// CMutex is a lock that one thread may take repeatedly, and CSingleLock is its guard.
 #pragma once
 
 #include <mutex>
 #include <stdexcept>
 
-/// A lock for threads. The thread that has it may take it again.
+/// A lock for threads. The thread that holds it may take it again.
 class CMutex {
   public:
     CMutex() = default;
     CMutex(const CMutex&) = delete;
     CMutex& operator=(const CMutex&) = delete;
 
-    /// Waits for the mutex. A thread unlocks as often as it locked.
+    /// Wait for the mutex, and give it back. A thread unlocks it as often as it locked it.
     void Lock() { mutex_.lock(); }
     void Unlock() { mutex_.unlock(); }
 
@@ -19,7 +19,7 @@ class CMutex {
     std::recursive_mutex mutex_;
 };
 
-/// Holds a mutex at most once, and gives it back at the end of its life.
+/// Takes a mutex at most once, and gives it back at the end of its own life.
 class CSingleLock {
   public:
     /// Raises std::invalid_argument without a mutex.
@@ -35,7 +35,8 @@ class CSingleLock {
     CSingleLock(const CSingleLock&) = delete;
     CSingleLock& operator=(const CSingleLock&) = delete;
 
-    /// Waits for the mutex; a guard that holds it already is content.
+    /// Waits for the mutex. A guard that holds it already returns at once. The result is always
+    /// true.
     bool Lock() {
         if (!locked_) {
             mutex_->Lock();
@@ -43,7 +44,7 @@ class CSingleLock {
         }
         return true;
     }
-    /// False if the guard did not hold the mutex.
+    /// Gives the mutex back. Returns false if the guard did not hold it.
     bool Unlock() {
         if (!locked_) {
             return false;
