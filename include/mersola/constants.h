@@ -32,8 +32,7 @@ inline constexpr int kMostDaysFromNow = 3650;
 
 /// GetVersion returns these beside 1 and 0.
 inline constexpr int kNoVersionHistory = -1;  ///< the database has no version history
-inline constexpr int kNoInstruments =
-    -2;  ///< the database has no instruments either: it is not laid out
-inline constexpr int kNoAnswer = -3;  ///< there is no connection, or a statement failed
+inline constexpr int kNoInstruments = -2;     ///< no instruments either: it is not laid out
+inline constexpr int kNoAnswer = -3;          ///< there is no connection, or a statement failed
 
 }  // namespace mersola

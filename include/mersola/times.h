@@ -13,8 +13,8 @@
 #include <limits>
 
 /// A signed length of time, held in days. It is exact to the millisecond up to some ten thousand
-/// years. A length beyond 64-bit milliseconds is invalid, as is one of a number that is not finite;
-/// all parts of an invalid length are 0.
+/// years. A length beyond 64-bit milliseconds is invalid, and so is one made of a number that is
+/// not finite. All parts of an invalid length are 0.
 class MERSOLA_EXPORT CTimeSpanEx : public CObject {
     DECLARE_SERIAL(CTimeSpanEx)
 
@@ -42,7 +42,8 @@ class MERSOLA_EXPORT CTimeSpanEx : public CObject {
     int GetMinutes() const noexcept;
     int GetSeconds() const noexcept;
     int GetMilliseconds() const noexcept { return static_cast<int>(m_milliseconds); }
-    /// The whole span in milliseconds. A CTimeSpanEx of this number equals one of the same total.
+    /// The whole span in milliseconds. A CTimeSpanEx made of this number equals one with the same
+    /// total.
     std::int64_t GetTotalMilliseconds() const noexcept;
 
     /// The span in days.
@@ -53,13 +54,13 @@ class MERSOLA_EXPORT CTimeSpanEx : public CObject {
     /// The same status and the same number of days.
     bool operator==(const CTimeSpanEx& other) const noexcept { return m_span == other.m_span; }
 
-    /// "DD,HH,MM,SS,mmm", as "00,00,15,00,000" for a quarter of an hour. Days take as many digits
-    /// as they need; the fields of a negative span have a sign each. Empty if the span is not
-    /// valid.
+    /// The span as "DD,HH,MM,SS,mmm": a quarter of an hour is "00,00,15,00,000". Days take as many
+    /// digits as they need. Each field of a negative span has its own sign. The text is empty if
+    /// the span is not valid.
     CString ToText() const;
     /// Reads what ToText writes, or a text without a comma as a total in milliseconds. Fields are
-    /// decimal, of at most 32 bits, and may have blanks around them. False for any other text,
-    /// which leaves `span` as it was.
+    /// decimal, of at most 32 bits, and may have blanks around them. Any other text gives false and
+    /// leaves `span` as it was.
     static bool FromText(const char* text, CTimeSpanEx& span);
 
     /// Data that makes no span raises CArchiveException and changes nothing.
@@ -73,9 +74,10 @@ class MERSOLA_EXPORT CTimeSpanEx : public CObject {
     double m_milliseconds = 0;
 };
 
-/// A local time in the years 100 to 9999, with its milliseconds beside the whole seconds of the
-/// date. Parts that make no date (month 13, 30 February, hour 24, millisecond 1000) give an invalid
-/// time, as does arithmetic with one or beyond the years. The parts of an invalid time are -1.
+/// A local time in the years 100 to 9999. The milliseconds are held beside the date, which has
+/// whole seconds. Parts that make no date (month 13, 30 February, hour 24, millisecond 1000) give
+/// an invalid time, and so does arithmetic with an invalid time or beyond the years. The parts of
+/// an invalid time are -1.
 class MERSOLA_EXPORT CTimeEx : public CObject {
     DECLARE_SERIAL(CTimeEx)
 
@@ -84,7 +86,7 @@ class MERSOLA_EXPORT CTimeEx : public CObject {
     CTimeEx() noexcept = default;
     CTimeEx(int year, int month, int day, int hour, int minute, int second,
             int milliseconds = 0) noexcept;
-    /// The nearest whole second of `date`.
+    /// The whole second that is nearest to `date`.
     explicit CTimeEx(const COleDateTime& date) noexcept;
 
     /// The local time of now.
@@ -106,26 +108,27 @@ class MERSOLA_EXPORT CTimeEx : public CObject {
     /// Setting the status leaves the time as it is.
     COleDateTime::DateTimeStatus GetStatus() const noexcept { return m_date.GetStatus(); }
     void SetStatus(COleDateTime::DateTimeStatus status) noexcept { m_date.SetStatus(status); }
-    /// Whether it is a time at all.
+    /// Whether the time is valid.
     bool IsValid() const noexcept { return GetStatus() == COleDateTime::valid; }
 
-    /// Exact to the millisecond, over every calendar boundary.
+    /// Arithmetic is exact to the millisecond, over every calendar boundary.
     CTimeEx operator+(const CTimeSpanEx& span) const noexcept;
     CTimeEx operator-(const CTimeSpanEx& span) const noexcept;
     CTimeSpanEx operator-(const CTimeEx& other) const noexcept;
     CTimeEx& operator+=(const CTimeSpanEx& span) noexcept { return *this = *this + span; }
     CTimeEx& operator-=(const CTimeSpanEx& span) noexcept { return *this = *this - span; }
 
-    /// The comparisons of the dates: times within one second are equal.
+    /// Compare the dates, without the milliseconds: times within one second are equal.
     bool operator==(const CTimeEx& other) const noexcept { return m_date == other.m_date; }
     std::partial_ordering operator<=>(const CTimeEx& other) const noexcept {
         return m_date <=> other.m_date;
     }
 
-    /// "YYYY,MM,DD,hh,mm,ss,mmm", as "2026,11,15,07,30,12,045". Empty if the time is not valid.
+    /// The time as "YYYY,MM,DD,hh,mm,ss,mmm", for example "2026,11,15,07,30,12,045". The text is
+    /// empty if the time is not valid.
     CString ToText() const;
-    /// Reads what ToText writes; fields are decimal and may have blanks around them. False for any
-    /// other text and for fields that make no date, which leave `time` as it was.
+    /// Reads what ToText writes. Fields are decimal and may have blanks around them. Any other
+    /// text, and fields that make no date, give false and leave `time` as it was.
     static bool FromText(const char* text, CTimeEx& time);
 
     /// Data that makes no time raises CArchiveException and changes nothing.

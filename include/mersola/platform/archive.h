@@ -1,4 +1,4 @@
-// CObject with its class information at run time, and CArchive, the binary form of objects.
+// CObject, which knows its class at run time, and CArchive, which stores objects in binary form.
 #pragma once
 
 #include <mersola/platform/export.h>
@@ -11,24 +11,24 @@
 class CArchive;
 class CObject;
 
-/// What is known about a class at run time. One constant object stands for each class.
+/// The information about a class at run time. Each class has one constant object of it.
 struct MERSOLA_EXPORT CRuntimeClass {
     const char* m_lpszClassName;        ///< the name in the source
     int m_wSchema;                      ///< the version of the binary form
     CObject* (*m_pfnCreateObject)();    ///< null for a class that cannot be serialised
     const CRuntimeClass* m_pBaseClass;  ///< null for CObject
 
-    /// Whether it is `base` or derived from it.
+    /// Whether this class is `base` or derived from it.
     bool IsDerivedFrom(const CRuntimeClass* base) const noexcept;
-    /// A new object, which the caller deletes; null for a class that cannot be serialised.
+    /// Makes a new object, which the caller deletes. Null for a class that cannot be serialised.
     CObject* CreateObject() const { return m_pfnCreateObject ? m_pfnCreateObject() : nullptr; }
 };
 
 /// The information of a class.
 #define RUNTIME_CLASS(class_name) (&class_name::class##class_name)
 
-/// In the class: gives it class information and makes it serialisable. The class has a default
-/// constructor and overrides Serialize.
+/// Stands in a class. It gives the class its information and makes it serialisable. The class has a
+/// default constructor and overrides Serialize.
 #define DECLARE_SERIAL(class_name)                                   \
   public:                                                            \
     static const CRuntimeClass class##class_name;                    \
@@ -36,7 +36,7 @@ struct MERSOLA_EXPORT CRuntimeClass {
         return &class##class_name;                                   \
     }
 
-/// In one source file, beside DECLARE_SERIAL in the class.
+/// Stands in one source file, for a class with DECLARE_SERIAL.
 #define IMPLEMENT_SERIAL(class_name, base_name, schema)                   \
     const CRuntimeClass class_name::class##class_name = {                 \
         #class_name, schema, []() -> CObject* { return new class_name; }, \
@@ -58,12 +58,12 @@ class MERSOLA_EXPORT CObject {
     }
     /// Whether the class can be created by an archive.
     bool IsSerializable() const noexcept { return GetRuntimeClass()->m_pfnCreateObject != nullptr; }
-    /// Writes the object to `archive` or reads it, as the archive is storing or loading; raises
-    /// CArchiveException. An object without data writes nothing.
+    /// Writes the object to `archive`, or reads it from there, depending on whether the archive
+    /// stores or loads. Raises CArchiveException. An object without data writes nothing.
     virtual void Serialize(CArchive& archive);
 
   protected:
-    /// For derived classes only: objects are not passed about by their base.
+    /// For derived classes only: nobody copies an object through its base.
     CObject() = default;
     CObject(const CObject&) = default;
     CObject& operator=(const CObject&) = default;
@@ -79,10 +79,10 @@ class MERSOLA_EXPORT CArchiveException : public std::runtime_error {
         badData,         ///< bytes that make no value
         wrongDirection,  ///< storing into a loading archive, or the reverse
     };
-    /// With words for the cause.
+    /// Makes an exception with words for the cause.
     explicit CArchiveException(Cause cause);
 
-    const Cause m_cause;  ///< for handlers that tell the cases apart
+    const Cause m_cause;  ///< lets a handler tell the cases apart
 };
 
 /// Stores values to a stream or loads them, little-endian, the same on every machine: an int as 32
@@ -98,11 +98,11 @@ class MERSOLA_EXPORT CArchive {
     CArchive(const CArchive&) = delete;
     CArchive& operator=(const CArchive&) = delete;
 
-    /// Which of the two, for Serialize.
+    /// Whether the archive stores or loads. Serialize asks this.
     bool IsStoring() const noexcept { return mode_ == store; }
     bool IsLoading() const noexcept { return mode_ == load; }
 
-    /// Store a value behind the earlier ones.
+    /// Store a value behind those that were stored before.
     CArchive& operator<<(int value);
     CArchive& operator<<(long value);
     CArchive& operator<<(double value);

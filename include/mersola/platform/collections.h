@@ -1,6 +1,7 @@
 // CArray and CList, the collections of the interface. Both ask no more of an element than default
 // construction and assignment: an element may have a copy constructor that takes a non-const
-// reference, or none at all.
+// reference, or none at all. CArray is a std::vector with an allocator of its own. CList has nodes
+// of its own, and a POSITION is the address of one.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +18,7 @@ namespace mersola {
 /// Makes every element by default construction, then assignment.
 template <class T>
 struct AssigningAllocator {
-    /// What the standard asks of an allocator; memory is that of std::allocator.
+    /// What the standard asks of an allocator. The memory comes from std::allocator.
     using value_type = T;
     AssigningAllocator() = default;
     template <class U>
@@ -54,7 +55,7 @@ struct AssigningAllocator {
     }
 };
 
-/// A type that constants and temporaries cannot be handed over as.
+/// Whether constants and temporaries cannot be handed over as this type.
 template <class ARG>
 concept MutableReference =
     std::is_lvalue_reference_v<ARG> && !std::is_const_v<std::remove_reference_t<ARG>>;
@@ -69,8 +70,8 @@ struct ListLink {
 
 /// A growable array, contiguous in memory. ARG is the type in which elements are handed over; where
 /// that is a non-const reference, constants and temporaries are taken as well. An index outside the
-/// array (or a negative size) raises std::out_of_range and changes nothing. Growth moves the
-/// elements: references into the array then end, though an element of the array itself may be
+/// array, or a negative size, raises std::out_of_range and changes nothing. Growth moves the
+/// elements and ends references into the array. All the same, an element of the array itself may be
 /// handed to any operation.
 template <class T, class ARG = const T&>
 class CArray {
@@ -89,7 +90,7 @@ class CArray {
     void SetSize(int size, [[maybe_unused]] int growBy = -1) { items_.resize(Checked(size)); }
     /// Removes every element.
     void RemoveAll() noexcept { items_.clear(); }
-    /// Gives memory back that growth would use.
+    /// Gives back the memory that was set aside for growth.
     void FreeExtra() { items_.shrink_to_fit(); }
 
     /// An element, by reference.
@@ -108,11 +109,11 @@ class CArray {
         GetAt(index) = value;
     }
 
-    /// Appends `value`; the result is its index.
+    /// Append `value` and return its index.
     int Add(ARG value) { return Push(value); }
     int Add(const T& value) requires mersola::MutableReference<ARG> { return Push(value); }
 
-    /// As SetAt, but an index behind the end grows the array.
+    /// Assigns to an element; an index behind the end grows the array.
     void SetAtGrow(int index, const T& value) {
         if (const auto place = Checked(index); place < items_.size()) {
             items_[place] = value;
@@ -121,8 +122,8 @@ class CArray {
         }
     }
 
-    /// Appends the elements of `other`, which may be this array; the result is the index of the
-    /// first of them.
+    /// Appends the elements of `other`, which may be this array, and returns the index of the first
+    /// of them.
     int Append(const CArray& other) {
         const int first = GetSize();
         const auto count = other.items_.size();
@@ -134,8 +135,8 @@ class CArray {
     /// Makes this array equal to `other`.
     void Copy(const CArray& other) { *this = other; }
 
-    /// Inserts `count` copies of `value` before `index`; behind the end the array grows to reach
-    /// `index` first.
+    /// Inserts `count` copies of `value` before `index`. When `index` lies behind the end, the
+    /// array first grows to reach it.
     void InsertAt(int index, const T& value, int count = 1) {
         const auto place = Checked(index);
         const auto copies = Checked(count);
@@ -175,12 +176,12 @@ class CArray {
     std::vector<T, mersola::AssigningAllocator<T>> items_;
 };
 
-/// A place in a CList; null is the place behind either end. It stays good until its element is
-/// removed.
+/// A place in a CList. Null is the place behind either end. A position stays good until its element
+/// is removed.
 using POSITION = mersola::ListLink*;
 
-/// A doubly linked list. ARG as for CArray. A null position, or an element asked of an empty list,
-/// raises std::out_of_range and changes nothing.
+/// A doubly linked list. ARG is the type in which elements are handed over, as for CArray. A null
+/// position, or an element asked of an empty list, raises std::out_of_range and changes nothing.
 template <class T, class ARG = const T&>
 class CList {
     struct Node : mersola::ListLink {
@@ -235,7 +236,7 @@ class CList {
     /// Whether there are no elements.
     bool IsEmpty() const noexcept { return count_ == 0; }
 
-    /// Add an element; the result is its position.
+    /// Add an element at the end or at the front, and return its position.
     POSITION AddTail(ARG value) { return Link(value, tail_, nullptr); }
     POSITION AddTail(const T& value) requires mersola::MutableReference<ARG> {
         return Link(value, tail_, nullptr);
@@ -265,13 +266,14 @@ class CList {
     const T& GetTail() const { return At(tail_); }
     T& GetTail() { return At(tail_); }
 
-    /// The element at `place`, which moves on to the next (GetPrev: the previous) position.
+    /// The element at `place`. GetNext then moves `place` on to the next position, GetPrev to the
+    /// previous one.
     const T& GetNext(POSITION& place) const { return Step(place, &mersola::ListLink::next); }
     T& GetNext(POSITION& place) { return Step(place, &mersola::ListLink::next); }
     const T& GetPrev(POSITION& place) const { return Step(place, &mersola::ListLink::previous); }
     T& GetPrev(POSITION& place) { return Step(place, &mersola::ListLink::previous); }
 
-    /// Removes the element at a position, which ends with it; other positions stay good.
+    /// Removes the element at a position, and with it the position. Other positions stay good.
     void RemoveAt(POSITION place) {
         At(place);
         (place->previous ? place->previous->next : head_) = place->next;

@@ -13,39 +13,41 @@
 
 namespace mersola {
 
-/// Compares byte by byte, with A-Z and a-z alike and no regard to the locale.
-/// Negative, zero or positive as `left` comes before, with or after `right`.
+/// Compares byte by byte; A-Z and a-z are alike, whatever the locale. The result is negative, zero
+/// or positive as `left` comes before, with or after `right`.
 MERSOLA_EXPORT int CompareNoCase(std::string_view left, std::string_view right) noexcept;
 
 }  // namespace mersola
 
 /// A text held by value. A null `const char*` stands for the empty text wherever one is taken.
-/// Lengths and positions count bytes; a position outside the text raises std::out_of_range
-/// where nothing else is said. Upper and lower case mean A-Z and a-z, whatever the locale.
+/// Lengths and positions count bytes. A position outside the text raises std::out_of_range where
+/// nothing else is said. Upper and lower case mean A-Z and a-z, whatever the locale.
 class MERSOLA_EXPORT CString {
   public:
     CString() noexcept = default;
-    /// Implicit, so that literals and standard texts can be handed over as they are.
+    /// Takes over a text. The conversions are implicit, so that literals and standard texts can be
+    /// handed over as they are.
     CString(const char* text) : text_(text ? text : "") {}
     CString(std::string text) noexcept : text_(std::move(text)) {}
     CString(std::string_view text) : text_(text) {}
     /// The first `length` bytes at `text`; empty if `length` is not positive.
     CString(const char* text, int length);
-    /// `repeated`, `count` times; empty if `count` is not positive.
+    /// The byte `repeated`, `count` times; empty if `count` is not positive.
     CString(char repeated, int count) : text_(Size(count), repeated) {}
 
-    /// The text with a terminating zero; valid until the text changes.
+    /// The text. The pointers have a terminating zero; all are valid until the text changes.
     operator const char*() const noexcept { return text_.c_str(); }
     const char* GetString() const noexcept { return text_.c_str(); }
     std::string_view View() const noexcept { return text_; }
 
     /// The length in bytes, without the terminating zero.
     int GetLength() const noexcept { return static_cast<int>(text_.size()); }
-    /// Whether the length is 0; Empty makes it so.
+    /// Whether the length is 0. Empty makes it 0.
     bool IsEmpty() const noexcept { return text_.empty(); }
     void Empty() noexcept { text_.clear(); }
 
-    /// The byte at `index`; the position behind the last byte reads as zero.
+    /// The byte at `index`; SetAt sets it. When it is read, the position behind the last byte gives
+    /// zero.
     char GetAt(int index) const;
     template <std::integral Index>
     char operator[](Index index) const {
@@ -53,7 +55,7 @@ class MERSOLA_EXPORT CString {
     }
     void SetAt(int index, char value) { text_.at(Position(index)) = value; }
 
-    /// Append a text or a byte; the text appended may be part of this one.
+    /// Append a text or a byte. The text that is appended may be part of this one.
     CString& operator+=(const CString& other);
     CString& operator+=(const char* other);
     CString& operator+=(char other);
@@ -71,7 +73,7 @@ class MERSOLA_EXPORT CString {
     CString& TrimLeft(const char* set = kBlanks);
     CString& TrimRight(const char* set = kBlanks);
 
-    /// Parts of the text; what lies outside it is left away, and nothing is raised.
+    /// Parts of the text. What lies outside the text is left away, and nothing is raised.
     CString Left(int count) const;
     CString Right(int count) const;
     CString Mid(int first) const;
@@ -83,14 +85,14 @@ class MERSOLA_EXPORT CString {
     int ReverseFind(char wanted) const noexcept;
     int FindOneOf(const char* set) const noexcept;
 
-    /// Replace or remove every occurrence; the result tells how many there were.
+    /// Replace or remove every occurrence, and return how many there were.
     int Replace(char from, char to) noexcept;
     int Replace(const char* from, const char* to);
     int Remove(char unwanted);
 
-    /// printf formatting, always in the C locale. A CString among the arguments does not compile:
-    /// pass its GetString(), which may be that of this very text. Raises std::runtime_error for
-    /// what cannot be formatted, and leaves the text as it was.
+    /// Format as printf does, always in the C locale. A CString among the arguments does not
+    /// compile: pass its GetString(), which may be that of this very text. They raise
+    /// std::runtime_error for what cannot be formatted, and leave the text as it was.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void FormatV(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
     void AppendFormat(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -115,7 +117,7 @@ class MERSOLA_EXPORT CString {
         return left.Compare(right) <=> 0;
     }
 
-    /// One text behind the other.
+    /// Join two texts, one behind the other.
     friend CString operator+(CString left, const CString& right) { return left += right; }
     friend CString operator+(CString left, const char* right) { return left += right; }
     friend CString operator+(const char* left, const CString& right) {
@@ -123,7 +125,7 @@ class MERSOLA_EXPORT CString {
     }
     friend CString operator+(CString left, char right) { return left += right; }
     friend CString operator+(char left, const CString& right) { return CString(left, 1) += right; }
-    // Else a number would be added to the address of the text.
+    // Without this, a number would be added to the address of the text.
     template <std::integral Number>
     friend CString operator+(const CString&, Number) = delete;
 
