@@ -7,7 +7,7 @@
 
 namespace mersola {
 
-/// `period` periods after `base`; an invalid time when there is no such time.
+/// The time `period` periods after `base`; an invalid time when there is none.
 inline CTimeEx timeOfPeriod(const CTimeEx& base, const CTimeSpanEx& length, std::int64_t period) {
     std::int64_t offset = 0;
     CTimeEx time;

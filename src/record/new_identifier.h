@@ -7,8 +7,9 @@
 
 namespace mersola {
 
-/// Starts at the number of rows plus one and goes up while `probe`'s statement finds the candidate
-/// taken. `candidate` always holds what was reached, also when a statement raises.
+/// Finds a free identifier: it starts at the number of rows plus one, and goes up while the
+/// statement of `probe` finds the candidate taken. `candidate` always holds the number that was
+/// reached, also when a statement raises.
 template <class Probe>
 void findFree(Mersola& store, const _ConnectionPtr& connection, const CString& count,
               long& candidate, Probe probe) {
@@ -17,7 +18,7 @@ void findFree(Mersola& store, const _ConnectionPtr& connection, const CString& c
     for (auto id = identifier(candidate); id; id = identifier(++candidate)) {
         if (!atFirstRow(store.dbExecute(connection, probe(*id)))) return;
     }
-    candidate = kNone;  // there is none within 32 bits
+    candidate = kNone;  // no identifier within 32 bits is free
 }
 
 }  // namespace mersola

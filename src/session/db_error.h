@@ -1,4 +1,4 @@
-// Database errors as texts.
+// Database errors: what they mean, and their texts.
 #pragma once
 
 #include <mersola/platform/com_error.h>
@@ -11,7 +11,7 @@ CString dbErrorText(const _com_error& error);
 /// Whether the error says that a row is stored already.
 bool isDuplicate(const _com_error& error);
 
-/// Hands the error's source and description on as the thread's error information.
+/// Makes the error's source and description the thread's error information.
 void formatDbError(const _com_error& error);
 
 }  // namespace mersola

@@ -1,4 +1,4 @@
-// Composing and running statements.
+// Composes and runs statements.
 #pragma once
 
 #include <cstdint>
@@ -10,23 +10,23 @@
 
 namespace mersola {
 
-/// A text as an SQL literal: between single quotes, with nothing inside changed.
+/// A text as an SQL literal: it stands between single quotes, and nothing in it is changed.
 CString quoteText(const char* text);
 
-/// printf's formatting, with a decimal point whatever the locale.
+/// Formats as printf does, with a decimal point in every locale.
 CString formatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// The identifier as statements print it; nothing when it does not fit.
+/// The identifier as statements print it; nothing when it does not fit into 32 bits.
 inline std::optional<int> identifier(long value) {
     if (value != static_cast<std::int32_t>(value)) return std::nullopt;
     return static_cast<int>(value);
 }
 
-/// Runs one statement and returns its rows. `logged` writes the statement to the log file first.
-/// Raises _com_error when the statement fails.
+/// Runs one statement and returns its rows. With `logged`, the statement is written to the log file
+/// first. Raises _com_error when the statement fails.
 _RecordsetPtr runStatement(const _ConnectionPtr& connection, const CString& sql, bool logged);
 
-/// Whether the recordset has a row to read; then stands on the first one.
+/// Whether the recordset has a row to read. If it has, the recordset stands on the first one.
 bool atFirstRow(const _RecordsetPtr& rows);
 
 }  // namespace mersola

@@ -7,7 +7,8 @@
 
 namespace mersola {
 
-/// "%02d/%02d/%02d%02d:%02d:%02d  %d": date and hour stand together, as readers of traces know it.
+/// A time in the form "%02d/%02d/%02d%02d:%02d:%02d  %d". Date and hour stand together, as readers
+/// of traces know it.
 inline CString traceTime(const CTimeEx& t) {
     return formatted("%02d/%02d/%02d%02d:%02d:%02d  %d", t.GetYear() - 2000, t.GetMonth(),
                      t.GetDay(), t.GetHour(), t.GetMinute(), t.GetSecond(), t.GetMilliseconds());

@@ -1,4 +1,4 @@
-// The splitting of time texts, shared by times and spans.
+// Splits the texts of times and spans into their fields.
 #pragma once
 
 #include <charconv>
@@ -9,8 +9,8 @@
 
 namespace mersola {
 
-/// Reads one decimal field with blanks around it; false for anything else, and for a number beyond
-/// the type.
+/// Reads one decimal field, which may have blanks around it. False for anything else, and for a
+/// number beyond the type.
 template <std::integral Number>
 bool ReadField(std::string_view field, Number& number) {
     constexpr std::string_view kBlanks = " \t\r\n";
@@ -24,7 +24,7 @@ bool ReadField(std::string_view field, Number& number) {
     return result.ec == std::errc() && result.ptr == end;
 }
 
-/// Fills `fields` from a text with commas; false unless there are exactly as many.
+/// Fills `fields` from a text with commas. False unless the text has exactly as many fields.
 inline bool ReadFields(std::string_view text, std::span<int> fields) {
     for (int& field : fields) {
         const auto comma = text.find(',');

@@ -1,4 +1,4 @@
-// A connection string taken apart.
+// Takes a connection string apart.
 #pragma once
 
 #include <string>
@@ -10,14 +10,15 @@
 
 namespace mersola::ado {
 
-/// "key=value;" pairs. Keys are compared without regard to case and the last of a kind counts. A
-/// value may stand in {}, '' or "", where the closing mark is written twice to mean itself.
+/// A connection string: "key=value;" pairs. Keys are compared without regard to case, and the last
+/// of several equal keys counts. A value may stand in {}, '' or "", where the closing mark is
+/// written twice to mean itself.
 class ConnectionString {
   public:
     /// Raises _com_error when the text is not of that form.
     explicit ConnectionString(std::string_view text);
 
-    /// The value of `key`, empty when it is not there.
+    /// The value of `key`; empty when there is no such key.
     std::string_view Find(std::string_view key) const;
     const std::vector<std::pair<std::string, std::string>>& Pairs() const { return pairs_; }
     /// The text as it was given.

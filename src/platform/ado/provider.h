@@ -1,4 +1,5 @@
-// The seam between ADO's objects and the engines: what a provider implements, one for each engine.
+// The seam between ADO's objects and the engines: each provider implements these classes for its
+// engine.
 #pragma once
 
 #include <cstddef>
@@ -18,10 +19,10 @@ namespace mersola::ado {
 
 enum class CellKind : std::uint32_t { Null, Integer, Real, Text };
 
-/// One value of a row. A text is not owned: it lives as long as its row.
+/// One value of a row. It does not own its text, which lives as long as the row.
 struct Cell {
     CellKind kind = CellKind::Null;
-    std::uint32_t length = 0;  // of the text
+    std::uint32_t length = 0;  // length of the text in bytes
     union {
         std::int64_t integer = 0;
         double real;
@@ -50,18 +51,18 @@ struct Cell {
     std::string_view View() const { return {text, length}; }
 };
 
-/// The rows of one statement, forward only. Destroying it ends the statement.
+/// The rows of one statement, read forward only. Destroying it ends the statement.
 class RowSource {
   public:
     virtual ~RowSource() = default;
     virtual const std::vector<std::string>& Columns() const = 0;
-    /// Moves to the next row, at first to the first one; false at the end.
+    /// Moves to the next row, and at the first call to the first row. False when there is no more.
     virtual bool Next() = 0;
-    /// A value of the current row, valid until Next.
+    /// A value of the current row. It is valid until the next call of Next.
     virtual Cell At(int column) const = 0;
 };
 
-/// What became of a batch whose rows reached the engine.
+/// The result of a batch whose rows reached the engine.
 struct BatchOutcome {
     std::size_t refused = 0;
     std::optional<_com_error> firstRefusal;
@@ -72,9 +73,9 @@ class TableWriter {
   public:
     virtual ~TableWriter() = default;
     virtual const std::vector<std::string>& Columns() const = 0;
-    /// Stores rows (their cells one after the other) in as few round trips as the engine allows, in
-    /// one transaction of its own unless one is open. A row that the engine refuses does not stop
-    /// the others. Raises, with nothing stored, when the batch as a whole failed.
+    /// Stores rows, whose cells stand one after the other, in as few round trips as the engine
+    /// allows, and in one transaction of its own unless one is open. A row that the engine refuses
+    /// does not stop the others. When the batch as a whole fails, it raises, and nothing is stored.
     virtual BatchOutcome Write(std::span<const Cell> cells) = 0;
 };
 
@@ -82,14 +83,14 @@ class TableWriter {
 class ProviderSession {
   public:
     virtual ~ProviderSession() = default;
-    /// Runs one statement; null when it gives no rows. No other statement may run while the result
-    /// is alive: whoever calls this brings the earlier result into memory first.
+    /// Runs one statement. Returns null when it gives no rows. No other statement may run while the
+    /// result is alive: the caller brings the earlier result into memory first.
     virtual std::unique_ptr<RowSource> Execute(std::string_view sql) = 0;
     virtual std::unique_ptr<TableWriter> OpenTable(std::string_view table) = 0;
     virtual void Begin() = 0;
     virtual void Commit() = 0;
     virtual void Rollback() = 0;
-    /// The engine by its own name, such as "SQLite" or "Microsoft SQL Server".
+    /// The engine's own name, such as "SQLite" or "Microsoft SQL Server".
     virtual std::string DbmsName() const = 0;
 };
 
@@ -97,7 +98,7 @@ struct OpenRequest {
     const ConnectionString& properties;
     std::string user;
     std::string password;
-    long connectionTimeout = 15;  // seconds, 0 without end
+    long connectionTimeout = 15;  // in seconds; 0 waits without end
     long commandTimeout = 30;
 };
 
@@ -107,11 +108,12 @@ class Provider {
     virtual std::unique_ptr<ProviderSession> Open(const OpenRequest& request) = 0;
 };
 
-/// Makes a provider known under a name that connection strings give (without regard to case); an
-/// empty name serves the strings that give none. Replaces an earlier one of that name.
+/// Makes a provider known under a name, which connection strings give without regard to case. The
+/// provider of the empty name serves the strings that give none. An earlier provider of that name
+/// is replaced.
 void RegisterProvider(const std::string& name, std::shared_ptr<Provider> provider);
 
-/// Defined beside the providers: registers those that the library is built with.
+/// Registers the providers that the library is built with. It is defined in src/providers/.
 void RegisterBuiltinProviders();
 
 }  // namespace mersola::ado

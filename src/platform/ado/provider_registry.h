@@ -9,7 +9,7 @@
 
 namespace mersola::ado {
 
-/// The provider of that name; raises adErrProviderNotFound with the names that are known.
+/// The provider of that name. Raises adErrProviderNotFound, with the names that are known.
 std::shared_ptr<Provider> FindProvider(std::string_view name);
 
 /// The names that are known, with commas between them.

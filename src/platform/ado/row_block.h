@@ -1,4 +1,4 @@
-// Rows held in memory: the cells of rows of one width with their texts.
+// Rows that are held in memory, all of one width, with their texts.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +24,7 @@ class RowBlock {
     void AddRow() { cells_.resize(cells_.size() + columns_); }
     /// Appends the row on which `source` stands.
     void AddRow(const RowSource& source);
-    /// Sets a cell of the last row; a text is copied.
+    /// Sets a cell of the last row, and copies its text.
     void SetLast(std::size_t column, Cell value) {
         cells_[cells_.size() - columns_ + column] = Owned(value);
     }

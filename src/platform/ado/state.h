@@ -19,13 +19,14 @@ struct ConnectionState {
     long commandTimeout = 30;
     bool inTransaction = false;
     std::unique_ptr<ProviderSession> session;  // null while closed
-    RecordsetState* streaming = nullptr;       // the one result that still reads from the engine
+    RecordsetState* streaming = nullptr;       // the only result that still reads from the engine
     std::vector<AdoError> errors;
 
-    /// The session, with nothing reading from it; raises when the connection is closed.
+    /// The session, when no result reads from it any more. Raises when the connection is closed.
     ProviderSession& Idle();
 
-    /// Does what may fail at the provider; what it raises is also noted in `errors`.
+    /// Does something that may fail at the provider. An error that it raises is also noted in
+    /// `errors`.
     template <class Action>
     void Noting(Action action) {
         try {
@@ -39,26 +40,26 @@ struct ConnectionState {
 
 struct RecordsetState {
     ObjectStateEnum state = adStateClosed;
-    _ConnectionPtr connection;  // kept: rows or batches need it
+    _ConnectionPtr connection;  // kept alive, because rows and batches need it
     ConnectionState* connectionState = nullptr;
     std::vector<std::string> columns;
-    // Programs name the fields of each row in the same order: for each column the one that was
-    // asked for behind it the last time.
+    // Programs name the fields of each row in the same order. For each column this is the column
+    // that was asked for after it the last time.
     std::vector<std::size_t> followers;
     std::size_t lastFound = 0;
 
-    // Reading: rows [firstHeld, firstHeld + held.Rows()) are in memory; behind them `source`, while
-    // it is not null, stands on row `sourceRow`.
+    // Reading: the rows from firstHeld up to firstHeld + held.Rows() are in memory. Behind them,
+    // `source` stands on row `sourceRow`, while it is not null.
     RowBlock held;
     std::size_t firstHeld = 0;
     std::unique_ptr<RowSource> source;
     std::size_t sourceRow = 0;
     std::size_t position = 0;
     bool atEnd = true;
-    bool rowsGone = false;  // rows of `source` were read and not kept: there is no way back
-    std::optional<_com_error> lost;  // why `source` ended before its last row, if it did
+    bool rowsGone = false;  // rows of `source` were read and not kept, so there is no way back
+    std::optional<_com_error> lost;  // why `source` ended before its last row, if it did so
 
-    // Adding: `writer` takes what `pending` holds.
+    // Adding: `writer` takes the rows that `pending` holds.
     std::unique_ptr<TableWriter> writer;
     RowBlock pending;
 
@@ -66,12 +67,11 @@ struct RecordsetState {
     void Start(std::unique_ptr<RowSource> rows);
     void MoveInSource();
     void MoveInMemory();
-    /// Brings the rows that were not read yet into memory, so that the connection is free.
+    /// Brings the rows that were not read yet into memory, and so frees the connection.
     void KeepRest();
     bool NextInSource();
     void EndStream();
-    /// Whether the current row is the one on which `source` stands: there is one, and it can be
-    /// read.
+    /// Whether there is a current row that can be read and `source` stands on it.
     bool IsStreaming() const { return source && position == sourceRow; }
     /// A value of the current row, or of the row that is being added; raises when there is none.
     Cell CellInMemory(int column) const;

@@ -1,4 +1,4 @@
-// UTF-8, as strict as those who read the texts later.
+// UTF-8, read as strictly as by those who read the texts later.
 #pragma once
 
 #include <optional>
@@ -6,8 +6,8 @@
 
 namespace mersola::dialect {
 
-/// Takes one character off the front of a text that is not empty; nothing, and at least one byte
-/// off, where there is none.
+/// Takes one character off the front of a text that is not empty. Where the text begins with no
+/// character, it gives nothing and takes at least one byte off.
 std::optional<char32_t> TakeCharacter(std::string_view& text);
 
 bool IsUtf8(std::string_view text);

@@ -1,4 +1,4 @@
-// The words that steer a translation.
+// The keywords that steer a translation.
 #pragma once
 
 #include <cstdint>
@@ -42,10 +42,10 @@ enum class Keyword : std::uint8_t {
     With,
 };
 
-// The keyword that `word` is, whatever its case.
+// The keyword that `word` is, in any case.
 Keyword KeywordOf(std::string_view word);
 
-// Whether `word` is `upper`, whatever its case; `upper` holds capital letters and underscores only.
+// Whether `word` is `upper`, in any case. `upper` holds capital letters and underscores only.
 constexpr bool Matches(std::string_view word, std::string_view upper) {
     if (word.size() != upper.size()) return false;
     for (std::size_t i = 0; i < word.size(); ++i) {

@@ -1,4 +1,4 @@
-// Where in a statement a literal may give way to a parameter.
+// Tells where in a statement a parameter may replace a literal.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +8,10 @@
 
 namespace mersola::dialect {
 
-// Follows a statement word by word. A literal may go only where an expression certainly stands
-// and where nothing depends on how it is written: a select list keeps its literals, for they name
-// its columns, and so do the terms of GROUP BY and ORDER BY, where a bare number is the position
-// of a column.
+// Follows a statement word by word. A parameter may replace a literal only where an expression
+// certainly stands and nothing depends on how the literal is written. A select list keeps its
+// literals, because they name its columns. The terms of GROUP BY and ORDER BY keep theirs, because
+// a bare number there is the position of a column.
 class Places {
   public:
     void Reset();
@@ -21,7 +21,7 @@ class Places {
 
     bool Lifts() const;
 
-    // Whether this is inside the parentheses of a WITH that is no list of table hints.
+    // Whether this is inside the parentheses of a WITH that holds no list of table hints.
     bool InForeignHint() const { return frames_.back().foreign; }
 
     // The mark that `SetMark` left on the parentheses that are open, or 0.
@@ -34,15 +34,15 @@ class Places {
         Terms,       // a select list, GROUP BY or ORDER BY
         Expression,  // a value
         Target,      // the left side of an assignment
-        Assigned,    // its right side
+        Assigned,    // the right side of an assignment
         Condition,   // behind ON
-        Conflict,    // behind ON CONFLICT, which must repeat the words of an index
+        Conflict,    // behind ON CONFLICT, where the words of an index are repeated
     };
 
     // One pair of parentheses, or the statement itself.
     struct Frame {
         Place place = Place::Names;
-        bool fixed = false;  // below terms, or behind the AS of a CAST: nothing gives way
+        bool fixed = false;  // below terms, or behind the AS of a CAST: all literals stay
         bool cast = false;
         bool foreign = false;
         std::size_t mark = 0;

@@ -1,4 +1,4 @@
-// The statements that were translated last, without their literals.
+// Remembers the statements that were translated last, without their literals.
 #pragma once
 
 #include <array>
@@ -11,26 +11,27 @@
 
 namespace mersola::dialect {
 
-// What stood around the literals that were lifted from a statement, and what became of it. A
-// statement with the same stretches of source around literals of its own has the same translation.
+// The text around the literals that were lifted from a statement, and its translation. A statement
+// with the same text around literals of its own has the same translation.
 struct Shape {
     bool known = false;             // complete
-    std::string stretches;          // one behind the other
+    std::string stretches;          // the stretches of text between the literals, joined
     std::vector<std::size_t> ends;  // where each of them ends
     std::string text;
 };
 
-// A program repeats a few shapes over and over. They are found again by comparing bytes, which
-// costs a fraction of reading token by token. Keeps its buffers.
+// A program repeats a few shapes over and over. The memory finds them again by comparing bytes,
+// which costs a fraction of reading token by token. It keeps its buffers.
 class ShapeMemory {
   public:
-    // The statement to remember comes in pieces, in the order of its source: Begin, a Lift for
-    // each lifted literal, and Commit. What is not committed is forgotten.
+    // A statement to be remembered comes in pieces, in the order of its source: Begin, a Lift for
+    // each literal that was lifted, and Commit. A statement without a Commit is forgotten.
     void Begin(std::string_view sql);
     void Lift(const Token& literal);
     void Commit(std::string_view text);
 
-    // The statement at hand depends on more than its stretches.
+    // Says that the translation of this statement depends on more than its text around the
+    // literals.
     void Abandon() { fit_ = false; }
 
     // Hands the shapes to `fits`, the latest first, until it says that one fits.
@@ -50,10 +51,10 @@ class ShapeMemory {
     static constexpr std::size_t kLongest = 2048;  // bytes of source
 
     std::array<Shape, kMost> shapes_;
-    std::size_t latest_ = 0;  // used last
-    std::size_t next_ = 0;    // to be replaced next
+    std::size_t latest_ = 0;  // the shape that was used last
+    std::size_t next_ = 0;    // the shape that is replaced next
     bool fit_ = false;
-    std::string_view rest_;  // of the source
+    std::string_view rest_;  // the rest of the source
 };
 
 }  // namespace mersola::dialect

@@ -1,4 +1,4 @@
-// The text of a statement while it is put together from pieces of its source.
+// Puts a statement's text together from pieces of its source.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,15 @@
 
 namespace mersola::dialect {
 
-// Blanks and comments of the source become one blank, wherever there were any; one is added where
-// two pieces would otherwise run into each other. Keeps its buffer from statement to statement.
+// The text of a statement while it is put together. Blanks and comments of the source become one
+// blank, wherever there were any. One blank is added where two pieces would otherwise run into each
+// other. The buffer is kept from statement to statement.
 class StatementText {
   public:
     void Reset();
 
-    // Appends a token as it was written. Neighbours in the source are copied as one stretch.
+    // Appends a token as it was written. Tokens that are neighbours in the source are copied as one
+    // stretch.
     void Copy(const Token& token) {
         const char* const start = token.text.data();
         if (begin_ == end_ || (start != end_ && (start != end_ + 1 || *end_ != ' ')))
@@ -27,11 +29,11 @@ class StatementText {
     void Append(std::string_view piece, bool apart);
     void AppendQuoted(std::string_view body, char quote, bool apart);
 
-    // For the rare change of what was written already.
+    // These are for the rare change of text that was written already.
     std::size_t Size();
     void Replace(std::size_t at, std::size_t length, std::string_view piece);
 
-    // Stands until the next change.
+    // The finished text. It is valid until the next change.
     std::string_view Finish();
 
   private:

@@ -1,5 +1,5 @@
-// The translator: turns a T-SQL statement text into one that SQLite understands, and takes the
-// literals out of it so that statements of one shape share one prepared statement.
+// The translator turns a T-SQL statement text into one that SQLite understands, and takes the
+// literals out of it, so that statements of one shape share one prepared statement.
 #pragma once
 
 #include <cstddef>
@@ -30,33 +30,33 @@ enum class Literals : std::uint8_t { Lifted, InPlace };
 
 struct Translation {
     std::string_view text;              // the statement for SQLite
-    std::span<const Literal> literals;  // the values of its `?`, in their order
-    bool noOperation = false;           // accepted, and there is nothing to run
+    std::span<const Literal> literals;  // the values of the text's `?`, in their order
+    bool noOperation = false;           // the statement is accepted, and there is nothing to run
 };
 
-// Works in one pass, or in less for a shape that it has met lately, and keeps its buffers, so that
-// a translator which has seen a few statements allocates nothing any more. One translator serves
-// one thread at a time.
+// Translates in one pass, or in less for a shape that it has met lately. It keeps its buffers, so
+// that a translator that has seen a few statements allocates nothing any more. One translator
+// serves one thread at a time.
 class Translator {
   public:
-    // Below the number of parameters that every build of SQLite allows.
+    // This is less than the number of parameters that every build of SQLite allows.
     static constexpr std::size_t kMostLifted = 900;
 
     Translator() = default;
     Translator(const Translator&) = delete;
     Translator& operator=(const Translator&) = delete;
 
-    // The result stands until the next call and may refer to `sql`, which must not be the text of
-    // an earlier result of the same translator. Raises SyntaxError where the lexer does, for a
-    // text without a statement and for one with a second statement; the translator is then fit
-    // for the next call.
+    // Translates one statement. The result is valid until the next call and may refer to `sql`,
+    // which must not be the text of an earlier result of the same translator. Raises SyntaxError
+    // where the lexer does, for a text without a statement, and for one with a second statement.
+    // After that the translator is fit for the next call.
     //
     // Literals are lifted from SELECT, INSERT, UPDATE, DELETE, REPLACE, VALUES and WITH, where
-    // Places allows it; the catalogue is asked in plain SQL in either mode.
+    // Places allows it. Questions to the catalogue become plain SQL in either mode.
     Translation Translate(std::string_view sql, Literals mode);
 
   private:
-    // What is remembered of a token.
+    // What the translator remembers of a token.
     struct Trace {
         TokenKind kind = TokenKind::End;
         Keyword keyword = Keyword::None;
@@ -70,7 +70,7 @@ class Translator {
     void Put(const Token& token);
     void Passed(const Token& token, Keyword keyword);
 
-    // Whether it was dealt with together with what follows it.
+    // Whether the token was written together with the tokens that follow it.
     bool PutWord(const Token& token, Keyword keyword);
     bool PutSymbol(const Token& token);
 
@@ -91,14 +91,14 @@ class Translator {
     StatementText output_;
     ShapeMemory memory_;
     std::vector<Literal> literals_;
-    std::string unescaped_;  // the texts that do not stand in the source as they are
+    std::string unescaped_;  // texts of literals that differ from their source
 
     Trace previous_;
-    bool liftable_ = false;  // a statement whose literals may go
-    bool dropped_ = false;   // something in front of the next token was left out
+    bool liftable_ = false;  // the literals of this statement may be lifted
+    bool dropped_ = false;   // tokens in front of the next one were left out
     bool owned_ = false;     // the current token followed the owner's name
-    bool trigger_ = false;   // CREATE TRIGGER,
-    bool body_ = false;      // whose body holds statements of its own
+    bool trigger_ = false;   // the statement is a CREATE TRIGGER, and its body has not begun
+    bool body_ = false;      // inside the trigger's body, which holds statements
 };
 
 }  // namespace mersola::dialect

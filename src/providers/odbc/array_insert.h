@@ -1,4 +1,4 @@
-// An INSERT into some columns of a table, which takes its rows as arrays of parameters.
+// An INSERT into some columns of a table. It takes its rows as arrays of parameters.
 #pragma once
 
 #include <cstddef>
@@ -20,23 +20,24 @@ class ArrayInsert {
     static constexpr SQLUSMALLINT kUntold = 0xFFFF;
 
     struct Reply {
-        bool success = true;  // of every row that was sent
+        bool success = true;  // whether every row that was sent is stored
         std::vector<Diagnosis> diagnoses;
-        std::span<const SQLUSMALLINT> states;  // of the rows that the driver speaks of
+        std::span<const SQLUSMALLINT> states;  // what became of each row that the driver reports on
     };
 
-    /// Into those of `columns` that are `used`.
+    /// Prepares an INSERT into those of the table's `columns` that are `used`.
     ArrayInsert(std::shared_ptr<const Connection> connection, std::string_view table,
                 const std::vector<std::string>& columns, std::vector<bool> used);
     ArrayInsert(const ArrayInsert&) = delete;
     ArrayInsert& operator=(const ArrayInsert&) = delete;
 
     const std::vector<bool>& Used() const { return used_; }
-    /// False where the driver does not take so many rows at a time.
+    /// Sets how many rows the next Send sends. False when the driver does not take so many at a
+    /// time.
     bool Expect(std::size_t rows);
-    /// Sends the rows that were expected, of all columns of the table.
+    /// Sends as many rows as Expect said, with the cells of all columns of the table.
     Reply Send(std::span<const ado::Cell> cells);
-    /// Memory that the values take.
+    /// How much memory the values take.
     std::size_t Bytes() const;
 
   private:

@@ -1,4 +1,4 @@
-// The rows of a result, fetched in blocks.
+// Fetches the rows of a result in blocks.
 #pragma once
 
 #include <cstddef>
@@ -27,11 +27,11 @@ class BlockRows : public ado::RowSource {
 
     struct Column {
         Form form = Form::Integer;
-        SQLSMALLINT type = SQL_C_SBIGINT;  // of the C value
-        std::size_t width = 0;  // bytes of one value, a zero behind a text included; 0: any length
+        SQLSMALLINT type = SQL_C_SBIGINT;  // the type of the C value
+        std::size_t width = 0;  // bytes of one value, with the zero behind a text; 0: any length
         std::vector<char> values{};
         std::vector<SQLLEN> lengths{};
-        mutable std::string text{};  // of the current row, where it had to be converted
+        mutable std::string text{};  // the text of the current row, where it was converted
     };
 
     Column Describe(SQLUSMALLINT number) const;
@@ -41,12 +41,12 @@ class BlockRows : public ado::RowSource {
 
     std::vector<std::string> names_;
     std::vector<Column> columns_;
-    std::size_t firstAlone_ = 0;  // this column and those behind it are fetched alone
+    std::size_t firstAlone_ = 0;  // from this column on, each is fetched by itself
     std::vector<SQLUSMALLINT> states_;
     SQLULEN fetched_ = 0;
     std::size_t row_ = 0;
     bool ended_ = false;
-    std::shared_ptr<const Statement> statement_;  // gone before the places that it writes to
+    std::shared_ptr<const Statement> statement_;  // destroyed before the memory that it writes to
 };
 
 }  // namespace mersola::odbc

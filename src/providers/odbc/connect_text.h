@@ -1,4 +1,4 @@
-// From ADO's connection strings to ODBC's.
+// Makes ODBC's connection strings from ADO's.
 #pragma once
 
 #include <span>
@@ -14,10 +14,10 @@ struct ConnectText {
     Secrets secrets;
 };
 
-/// What SQLDriverConnect takes for `request`. With a provider for SQL Server the keys of OLE DB
-/// become those of a driver out of `drivers`, the names of the installed ones, or of the one that
-/// Driver= names; otherwise the text stays as it is. User and password stand in the text or come
-/// from the request; the text counts where both name one. Raises when no driver fits.
+/// The text that SQLDriverConnect takes for `request`. With a provider for SQL Server, the keys of
+/// OLE DB become those of a driver. That is one of `drivers`, the names of the installed ones, or
+/// the one that Driver= names. Otherwise the text stays as it is. User and password stand in the
+/// text or come from the request; where both name one, the text counts. Raises when no driver fits.
 ConnectText MakeConnectText(const ado::OpenRequest& request, std::span<const std::string> drivers);
 
 }  // namespace mersola::odbc

@@ -1,4 +1,5 @@
-// An ODBC connection and its statements: handles that are freed, and codes that raise.
+// An ODBC connection and its statements. Their handles are freed by their owners, and codes of
+// failure raise.
 #pragma once
 
 #include <memory>
@@ -14,7 +15,7 @@ namespace mersola::odbc {
 /// The names of the installed drivers.
 std::vector<std::string> InstalledDrivers();
 
-/// A handle of any type, freed with its owner.
+/// A handle of any type. It is freed at the end of its object's life.
 class Handle {
   public:
     Handle(SQLSMALLINT type, SQLHANDLE parent);
@@ -29,15 +30,15 @@ class Handle {
     SQLHANDLE handle_ = nullptr;
 };
 
-/// An open connection. It commits each statement by itself but between Begin and Commit or
+/// An open connection. It commits each statement by itself, except between Begin and Commit or
 /// Rollback.
 class Connection {
   public:
-    /// Time-outs in seconds, 0 without end.
+    /// Opens a connection. Time-outs are in seconds; 0 waits without end.
     Connection(const ConnectText& connect, long loginSeconds, long commandSeconds);
     ~Connection();
 
-    /// Ends all statements; what was not committed is undone.
+    /// Ends all statements and the connection. What was not committed is undone.
     void Disconnect();
     bool IsOpen() const { return open_; }
     SQLHDBC Get() const { return connection_.Get(); }
@@ -50,10 +51,10 @@ class Connection {
     void Begin();
     void Commit();
     void Rollback();
-    /// Runs a plain statement that gives no rows.
+    /// Runs a statement that gives no rows.
     void Run(const char* sql) const;
 
-    /// Raises what the handle's first diagnostic record says unless the code is a success.
+    /// Raises what the handle's first diagnostic record says, unless the code is a success.
     void Check(SQLRETURN code, SQLSMALLINT type, SQLHANDLE handle) const;
     std::vector<Diagnosis> DiagnosesOf(SQLSMALLINT type, SQLHANDLE handle) const {
         return Diagnoses(type, handle, secrets_);
@@ -75,7 +76,7 @@ class Connection {
     bool inTransaction_ = false;
 };
 
-/// A statement of a connection. It may outlive the connection's end, and is then of no use.
+/// A statement of a connection. It may outlive the connection, but is of no use then.
 class Statement {
   public:
     explicit Statement(std::shared_ptr<const Connection> connection);
@@ -85,13 +86,13 @@ class Statement {
 
     SQLHSTMT Get() const { return statement_; }
     const Connection& Of() const { return *connection_; }
-    /// False where the driver refuses the attribute, or takes another value instead.
+    /// Sets an attribute. False when the driver refuses it, or takes another value instead.
     bool Set(SQLINTEGER attribute, SQLULEN value) const;
     void Point(SQLINTEGER attribute, void* where) const;
     void Execute(std::string_view sql) const;
     void Prepare(std::string_view sql) const;
     void ExecutePrepared() const { Check(SQLExecute(statement_)); }
-    /// Ends the result, and takes back where rows were to go: ready to be executed again.
+    /// Ends the result and unbinds its columns. The statement can then be executed again.
     void Close() const;
     SQLSMALLINT ColumnCount() const;
     std::string ColumnName(SQLUSMALLINT column) const;

@@ -1,4 +1,4 @@
-// What ODBC's diagnostic records mean to callers of ADO.
+// Turns ODBC's diagnostic records into the errors that callers of ADO expect.
 #pragma once
 
 #include <string>
@@ -14,14 +14,15 @@ namespace mersola::odbc {
 
 inline constexpr const char* kSource = "ODBC";
 
-/// User and password as they were given, which no message may show.
+/// The user and the password as they were given. No message may show them.
 class Secrets {
   public:
     Secrets() = default;
     Secrets(std::string user, std::string password)
         : user_(std::move(user)), password_(std::move(password)) {}
 
-    /// `text` with stars in their place: the password wherever it stands, the user as a word.
+    /// `text` with stars in place of the password, wherever it stands, and of the user where it
+    /// stands as a word.
     std::string Hidden(std::string text) const;
 
   private:
@@ -33,21 +34,21 @@ class Secrets {
 struct Diagnosis {
     std::string state;  // SQLSTATE
     SQLINTEGER native = 0;
-    std::string words;  // without the names in brackets that drivers put in front
+    std::string words;  // the driver's words, without the names in brackets in front
     bool sqlite = false;
 
-    /// Whether it is a warning only.
+    /// Whether the record is only a warning.
     bool IsWarning() const { return state.starts_with("01"); }
-    /// Whether a row was refused for what it holds, so that other rows may still be stored.
+    /// Whether a row was refused for what it holds. Other rows may still be stored then.
     bool IsRefusal() const;
     /// As a COM error. A violated unique or primary key says "duplicate"; nothing else does.
     _com_error Translated() const;
 };
 
-/// The records of a handle, the most important one first; never empty.
+/// The records of a handle, the most important one first. The list is never empty.
 std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets);
 
-/// Why a connection could not be opened, out of all that the driver said.
+/// The error that says why a connection could not be opened, chosen from all that the driver said.
 _com_error ConnectFailure(const std::vector<Diagnosis>& diagnoses);
 
 }  // namespace mersola::odbc

@@ -1,4 +1,4 @@
-// One column of a batch as an array of parameters.
+// One column of a batch, as an array of parameters.
 #pragma once
 
 #include <cstddef>
@@ -11,13 +11,13 @@
 
 namespace mersola::odbc {
 
-/// Keeps its place in memory while the values that follow fit, so that it is seldom bound anew:
-/// drivers prepare the statement again for that.
+/// The values of one parameter. They stay at the same place in memory as long as later values fit
+/// there, so that the parameter is seldom bound anew: drivers prepare the statement again for that.
 class Parameter {
   public:
-    /// The values of the rows' column `column` become the parameter's; `width` columns a row.
+    /// Takes the values of the column `column` of all rows. Each row has `width` cells.
     void Take(std::span<const ado::Cell> cells, std::size_t column, std::size_t width, bool utf8);
-    /// Binds it, unless it is bound as it is.
+    /// Binds the parameter, unless it is bound already.
     void Bind(const Statement& statement, SQLUSMALLINT number);
     std::size_t Bytes() const { return values_.size(); }
 
@@ -30,7 +30,7 @@ class Parameter {
 
     Form form_ = Form::Integer;
     std::size_t width_ = 0;  // bytes of one value
-    std::size_t rows_ = 0;   // that there is room for
+    std::size_t rows_ = 0;   // the number of rows that there is room for
     std::vector<char> values_;
     std::vector<SQLLEN> lengths_;
     WideText wide_;

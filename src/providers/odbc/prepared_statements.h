@@ -1,4 +1,4 @@
-// Prepared statements, one for all texts of a shape.
+// Keeps prepared statements, one for all texts of a shape.
 #pragma once
 
 #include <array>
@@ -15,15 +15,16 @@
 
 namespace mersola::odbc {
 
-/// Prepares what is repeated: a server plans each new text, and has one more request to serve at
-/// the end for each text that was prepared.
+/// Prepares the statements that are repeated. A server plans each new text, so preparing saves
+/// time; but it costs one more request when the connection ends, so a statement that comes seldom
+/// is not prepared.
 class PreparedStatements {
   public:
     explicit PreparedStatements(std::shared_ptr<const Connection> connection)
         : connection_(std::move(connection)) {}
 
-    /// Runs a statement of that shape. Null where it is not prepared, or where the prepared one was
-    /// refused for its wording: it is to be run as it stands then.
+    /// Runs a statement of that shape. Null when it is not prepared, or when the server refused the
+    /// prepared one for its wording; the caller then runs the statement as it stands.
     std::shared_ptr<const Statement> Execute(const Shape& shape);
     void Clear() { entries_.clear(); }
 
@@ -33,12 +34,12 @@ class PreparedStatements {
     static constexpr int kTimesPlain = 3;
 
     struct Count {
-        std::size_t hash = 0;  // of the key
+        std::size_t hash = 0;  // hash of the key
         int times = 0;
     };
     struct Entry {
         std::string key;
-        std::optional<Statement> statement{};  // none where it cannot be prepared
+        std::optional<Statement> statement{};  // nothing when it cannot be prepared
         std::vector<Parameter> parameters{};
         bool running = false;
     };
@@ -49,9 +50,9 @@ class PreparedStatements {
     bool IsRepeated(const std::string& key);
 
     std::shared_ptr<const Connection> connection_;
-    std::list<std::shared_ptr<Entry>> entries_;  // used last in front
+    std::list<std::shared_ptr<Entry>> entries_;  // the one that was used last is in front
     std::array<Count, kRemembered> seen_{};
-    std::size_t next_ = 0;  // to be forgotten
+    std::size_t next_ = 0;  // the count that is forgotten next
 };
 
 }  // namespace mersola::odbc

@@ -1,4 +1,4 @@
-// The provider for ODBC data sources: SQL Server, and SQLite through a driver.
+// The provider for ODBC data sources: SQL Server, and SQLite through its ODBC driver.
 #pragma once
 
 #include <memory>

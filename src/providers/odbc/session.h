@@ -28,11 +28,11 @@ class Session : public ado::ProviderSession {
 
   private:
     Connection& Open() const;
-    /// The text for the source; empty when there is nothing to run.
+    /// The text for the data source; empty when there is nothing to run.
     std::string_view TextFor(std::string_view sql);
     std::shared_ptr<const Statement> Run(std::string_view text);
 
-    std::shared_ptr<Connection> connection_;  // batches that outlive the session hold it too
+    std::shared_ptr<Connection> connection_;  // batches that outlive the session hold it as well
     dialect::Translator translator_;
     PreparedStatements statements_;
     TableCache tables_;

@@ -1,5 +1,6 @@
-// What a connection has learned of the tables that it wrote into, so that the next batch neither
-// asks nor prepares: a recorder that opens a batch each period would wait for that each time.
+// What a connection has learned about the tables that it wrote into. With it, the next batch
+// neither asks nor prepares: a recorder that opens a batch for each period would otherwise wait for
+// that each time.
 #pragma once
 
 #include <list>
@@ -20,11 +21,11 @@ class KnownTable {
         : connection_(std::move(connection)), name_(name), columns_(std::move(columns)) {}
 
     const std::vector<std::string>& Columns() const { return columns_; }
-    /// The INSERT into the used columns, prepared unless it is still.
+    /// The INSERT into the used columns. It is prepared here unless it already is.
     std::shared_ptr<ArrayInsert> Insert(const std::vector<bool>& used);
-    /// Gives up what is too large to be kept for the next batch.
+    /// Gives up the INSERT if it is too large to be kept for the next batch.
     void Release(const std::shared_ptr<ArrayInsert>& insert);
-    /// The table is to be asked anew: it may have changed.
+    /// Says that the table may have changed, so that it is asked for its columns again.
     void Doubt() { doubted_ = true; }
     bool IsDoubted() const { return doubted_; }
 
@@ -32,7 +33,7 @@ class KnownTable {
     std::shared_ptr<const Connection> connection_;
     std::string name_;
     std::vector<std::string> columns_;
-    std::list<std::shared_ptr<ArrayInsert>> inserts_;  // used last in front
+    std::list<std::shared_ptr<ArrayInsert>> inserts_;  // the one that was used last is in front
     bool doubted_ = false;
 };
 
@@ -41,10 +42,10 @@ class TableCache {
     explicit TableCache(std::shared_ptr<const Connection> connection)
         : connection_(std::move(connection)) {}
 
-    /// Null for a table that is not known.
+    /// The table of that name, or null when it is not known.
     std::shared_ptr<KnownTable> Find(std::string_view name) const;
-    /// `layout` is a statement that gives the table's columns and no rows. Raises when the
-    /// database has no such table.
+    /// Adds a table. `layout` is a statement that gives the table's columns and no rows. Raises
+    /// when the database has no such table.
     std::shared_ptr<KnownTable> Add(std::string_view name, std::string_view layout);
     void Clear() { tables_.clear(); }
 

@@ -1,4 +1,4 @@
-// Batches of rows for one table, sent as arrays of parameters.
+// Writes batches of rows into one table, as arrays of parameters.
 #pragma once
 
 #include <memory>
@@ -23,14 +23,14 @@ class TableWriter : public ado::TableWriter {
     ado::BatchOutcome Write(std::span<const ado::Cell> cells) override;
 
   private:
-    /// Makes ready for rows that have values in other columns than those before.
+    /// Gets the INSERT for these rows, which may have values in other columns than the rows before.
     void Prepare(std::span<const ado::Cell> cells);
     ado::BatchOutcome WriteAll(std::span<const ado::Cell> cells);
     std::size_t RowsOfChunk(std::span<const ado::Cell> cells) const;
-    /// False when the batch has to begin anew, row by row.
+    /// Sends all rows as arrays. False when the batch must begin anew, row by row.
     bool WriteArrays(std::span<const ado::Cell> cells, ado::BatchOutcome& outcome);
-    /// Sends rows as one array. Tells how many of them need not be sent again; nothing when that
-    /// is not known.
+    /// Sends rows as one array. Returns how many of them need not be sent again, or nothing when
+    /// that is not known.
     std::optional<std::size_t> WriteArray(std::span<const ado::Cell> cells,
                                           ado::BatchOutcome& outcome);
     void WriteRows(std::span<const ado::Cell> cells, ado::BatchOutcome& outcome);
@@ -38,8 +38,8 @@ class TableWriter : public ado::TableWriter {
 
     std::shared_ptr<Connection> connection_;
     std::shared_ptr<KnownTable> table_;
-    // The columns that have had a value. The others are left to the database, which may number
-    // them by itself.
+    // The columns that have had a value. The database fills the others, which it may number by
+    // itself.
     std::vector<bool> used_;
     std::shared_ptr<ArrayInsert> insert_;
     bool takesArrays_ = true;

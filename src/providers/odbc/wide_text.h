@@ -1,4 +1,4 @@
-// Texts as ODBC's wide functions take them: UTF-16.
+// Converts texts to UTF-16, which ODBC's wide functions take, and back.
 #pragma once
 
 #include <span>
@@ -14,7 +14,8 @@ namespace mersola::odbc {
 /// A text with a zero behind it.
 using WideText = std::vector<SQLWCHAR>;
 
-/// Bytes that are not UTF-8, and halves of a pair, become U+FFFD, in either direction.
+/// Convert texts. Bytes that are not UTF-8, and halves of a surrogate pair, become U+FFFD, in
+/// either direction.
 WideText Wide(std::string_view utf8);
 void AppendWide(std::string_view utf8, WideText& wide);
 void AppendUtf8(std::span<const SQLWCHAR> wide, std::string& utf8);

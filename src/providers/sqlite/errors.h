@@ -1,4 +1,4 @@
-// SQLite's errors as COM errors.
+// Turns SQLite's errors into COM errors.
 #pragma once
 
 #include <string>
@@ -15,13 +15,13 @@ inline constexpr const char* kSource = "SQLite";
 /// violated unique or primary key says "duplicate"; nothing else does.
 _com_error Translated(sqlite3* db, int code);
 
-/// Raises Translated unless the code is a success.
+/// Raises what Translated gives, unless the code is a success.
 void Check(sqlite3* db, int code);
 
-/// What is raised for a text that is to be stored and is no UTF-8.
+/// The error for a text that is to be stored and is not UTF-8.
 _com_error NoUtf8();
 
-/// Whether a row was refused for what it holds, so that other rows may still be stored.
+/// Whether a row was refused for what it holds. Other rows may still be stored then.
 bool IsRefusal(int code);
 
 }  // namespace mersola::sqlite

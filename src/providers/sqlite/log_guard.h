@@ -3,10 +3,11 @@
 
 namespace mersola::sqlite {
 
-/// Whether a SQLite of this version (sqlite3_libversion_number) has the fault that its makers call
-/// the WAL-reset bug: a checkpoint during which a writer starts the log anew takes rows that are
-/// committed next for moved into the database file, and they are lost. Repaired in 3.51.3, and in
-/// 3.50.7 and 3.44.6 for those who stay with these.
+/// Whether SQLite of this version (sqlite3_libversion_number) has the fault that its makers call
+/// the WAL-reset bug. A writer may start the log anew during a checkpoint. The checkpoint then
+/// takes the rows that are committed next for rows that it has moved into the database file, and
+/// they are lost. The fault is repaired in 3.51.3, and also in 3.50.7 and 3.44.6 for those who stay
+/// with these versions.
 constexpr bool HasLogFault(int version) {
     constexpr int kFirst = 3007000;
     constexpr int kRepaired = 3051003;

@@ -1,4 +1,4 @@
-// Waiting for locks that others hold.
+// Waits for locks that others hold.
 #pragma once
 
 #include <chrono>
@@ -7,15 +7,15 @@
 
 namespace mersola::sqlite {
 
-/// Has a connection try again every millisecond until its time is over. SQLite's own way pauses
-/// ever longer, in the end for 100 ms, so that a writer beside busy ones waits for seconds.
+/// Makes a connection try again every millisecond until its time is over. SQLite's own way pauses
+/// longer and longer, up to 100 ms, so that a writer beside busy ones waits for seconds.
 class Patience {
   public:
     Patience(sqlite3* db, std::chrono::milliseconds limit);
     Patience(const Patience&) = delete;
     Patience& operator=(const Patience&) = delete;
 
-    /// How long each operation waits from now on; returns what it was.
+    /// Sets how long each operation waits from now on. Returns the earlier limit.
     std::chrono::milliseconds Limit(std::chrono::milliseconds limit);
 
   private:

@@ -1,4 +1,4 @@
-// An open SQLite database as ADO's provider seam sees it.
+// A session on an open SQLite database.
 #pragma once
 
 #include <chrono>
@@ -23,7 +23,7 @@ using Database = std::unique_ptr<sqlite3, CloseDatabase>;
 
 class Session : public ado::ProviderSession {
   public:
-    /// `patience`: how long operations wait for others.
+    /// `patience` says how long operations wait for others.
     Session(Database db, std::chrono::milliseconds patience)
         : patience_(db.get(), patience),
           checkpoints_(db.get(), patience_),
@@ -38,10 +38,10 @@ class Session : public ado::ProviderSession {
     std::string DbmsName() const override { return "SQLite"; }
 
   private:
-    Patience patience_;  // in front of the database, which calls them until it is closed
+    Patience patience_;  // declared before the database, which calls them until it is closed
     Checkpoints checkpoints_;
     Database db_;
-    StatementCache cache_;  // behind the database: its statements go first
+    StatementCache cache_;  // declared behind the database: its statements are finalized first
     dialect::Translator translator_;
 };
 

@@ -1,4 +1,4 @@
-// Prepared statements, one for all texts of a shape.
+// Keeps prepared statements, one for all texts of a shape.
 #pragma once
 
 #include <cstddef>
@@ -17,11 +17,11 @@ struct FinalizeStatement {
 };
 using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
-/// Prepares one statement; raises what SQLite says of the text.
+/// Prepares one statement. Raises what SQLite says about the text.
 Statement Prepare(sqlite3* db, std::string_view text);
 
-/// Keeps the statements used last. A statement that is running is out of the cache: Take hands it
-/// over and Return brings it back, so that a second one of its shape is simply prepared.
+/// Keeps the statements that were used last. A statement that is running is not in the cache: Take
+/// hands it over and Return brings it back. A second one of its shape is prepared meanwhile.
 class StatementCache {
   public:
     explicit StatementCache(sqlite3* db) : db_(db) {}
@@ -34,11 +34,11 @@ class StatementCache {
 
     struct Entry {
         std::string text;
-        Statement statement;  // null while it is taken
+        Statement statement;  // null while Take has handed it over
     };
 
     sqlite3* db_;
-    std::list<Entry> entries_;  // used last in front
+    std::list<Entry> entries_;  // the one that was used last is in front
     std::unordered_map<std::string_view, std::list<Entry>::iterator> byText_;
 };
 

@@ -1,4 +1,4 @@
-// Batches of rows for one table.
+// Writes batches of rows into one table.
 #pragma once
 
 #include <span>
