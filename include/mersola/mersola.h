@@ -1,4 +1,5 @@
-// The storage of a monitoring installation: the class Mersola and, with it, all public headers.
+// The storage of a monitoring installation: the class Mersola, with all public headers but
+// <mersola/platform/mutex.h>.
 #pragma once
 
 #include <cstdint>
