@@ -5,13 +5,13 @@
 #include <filesystem>
 #include <thread>
 
+#include "recording_fixture.h"
 #include "support/watched_provider.h"
-#include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
-class Checked : public Tool {
+class Checked : public RecordingTool {
   protected:
     // Two stretches of a measurement with a gap between them, and a marker.
     Checked() {

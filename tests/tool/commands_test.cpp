@@ -14,13 +14,13 @@
 
 #include <mersola/mersola.h>
 
+#include "recording_fixture.h"
 #include "support/child.h"
-#include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
-TEST_F(Tool, RecordsTheLevelsOfATone) {
+TEST_F(RecordingTool, RecordsTheLevelsOfATone) {
     // 1 kHz at full scale, and 250 Hz a tenth of it.
     const auto tones = [](double t, int channel) {
         return std::pow(0.1, channel) *
@@ -79,7 +79,7 @@ TEST_F(Tool, RecordsTheLevelsOfATone) {
               std::vector({10.0F, 50.0F, 90.0F}));
 }
 
-TEST_F(Tool, GoesOnWithAMeasurementBehindThePeriodsThatPassed) {
+TEST_F(RecordingTool, GoesOnWithAMeasurementBehindThePeriodsThatPassed) {
     const Words start{"--start", "2026-11-15 10:00:00.500"};
     ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1)) + start).status, 0);
     const Outcome later =
@@ -97,7 +97,7 @@ TEST_F(Tool, GoesOnWithAMeasurementBehindThePeriodsThatPassed) {
     EXPECT_EQ(std::ranges::count(shown.out, '\n'), 1 + 484 - 475);
 }
 
-TEST_F(Tool, MeasuresThePercentilesThatAreAskedForAndKeepsThem) {
+TEST_F(RecordingTool, MeasuresThePercentilesThatAreAskedForAndKeepsThem) {
     const auto ramp = Sound("1.wav", 1, [](double t, int) { return t * std::sin(6000 * t); });
     Execute("INSERT INTO FuncNameMap VALUES (12,'Lpeak')");
     const Words asked{"--percentiles", "99.9,50,5",       "--period", "1s",
@@ -127,7 +127,7 @@ TEST_F(Tool, MeasuresThePercentilesThatAreAskedForAndKeepsThem) {
                   "('), the quote of statements; take the typographic one: it\u2019s\n");
 }
 
-TEST_F(Tool, CompletesARecordingThatWasCutShort) {
+TEST_F(RecordingTool, CompletesARecordingThatWasCutShort) {
     const Words start{"--start", "2026-11-15 10:00"};
     ASSERT_EQ(RunWords(RecordWords(Silence("begin.wav", 1)) + start).status, 0);
     const auto loud = Sound("loud.wav", 2, [](double t, int) { return std::sin(6000 * t); });
@@ -142,7 +142,7 @@ TEST_F(Tool, CompletesARecordingThatWasCutShort) {
     EXPECT_EQ(count, 16) << "a shorter recording hid the periods behind its end";
 }
 
-TEST_F(Tool, RefusesWhatItCannotRecordAndWritesNothing) {
+TEST_F(RecordingTool, RefusesWhatItCannotRecordAndWritesNothing) {
     std::ofstream(folder_ / "text.wav") << "This is not sound.\n";
     const auto good = Silence("good.wav", 1);
     ASSERT_EQ(RunWords(RecordWords(good) + Words{"--start", "2026-11-15 10:00"}).status, 0);
@@ -173,7 +173,7 @@ TEST_F(Tool, RefusesWhatItCannotRecordAndWritesNothing) {
     ExpectRefused(RecordWords(good), "third octaves");
 }
 
-TEST_F(Tool, SaysHowMuchIsSafelyStoredWhenAWriteFails) {
+TEST_F(RecordingTool, SaysHowMuchIsSafelyStoredWhenAWriteFails) {
     Execute(
         "CREATE TRIGGER Full BEFORE INSERT ON MeasuredValues WHEN NEW.PeriodNo=5 AND NEW.FuncId=7 "
         "BEGIN SELECT RAISE(ABORT, 'no room'); END");
@@ -197,7 +197,7 @@ TEST_F(Tool, SaysHowMuchIsSafelyStoredWhenAWriteFails) {
     ExpectRefused(other, "nothing was stored");
 }
 
-TEST_F(Tool, ShowsInvalidAndMissingValuesAsSuch) {
+TEST_F(RecordingTool, ShowsInvalidAndMissingValuesAsSuch) {
     const auto broken = [](double t, int) {
         return t > 0.9 && t < 1 ? std::nan("") : std::sin(6000 * t);
     };
@@ -212,7 +212,7 @@ TEST_F(Tool, ShowsInvalidAndMissingValuesAsSuch) {
     EXPECT_EQ(csv.find("-100"), std::string::npos) << csv;
 }
 
-TEST_F(Tool, ShowsEveryFunctionOfAPeriodAsOneByOne) {
+TEST_F(RecordingTool, ShowsEveryFunctionOfAPeriodAsOneByOne) {
     const auto sound = Sound("1.wav", 1, [](double t, int) { return t * std::sin(6000 * t); });
     ASSERT_EQ(RunWords(RecordWords(sound)).status, 0);
     Execute("DELETE FROM MeasuredValues WHERE PeriodNo=3");
@@ -241,7 +241,7 @@ TEST_F(Tool, ShowsEveryFunctionOfAPeriodAsOneByOne) {
     ExpectRefused(ValuesWords({"--all-functions", "--function", "Leq"}), "excludes", 2);
 }
 
-TEST_F(Tool, ListsWhatThereIsAndSelectsByNameOrNumber) {
+TEST_F(RecordingTool, ListsWhatThereIsAndSelectsByNameOrNumber) {
     const Words start{"--start", "2026-11-15 10:00"};
     ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1)) + start).status, 0);
     Execute("UPDATE Groups SET State='0,running'");
@@ -276,7 +276,7 @@ TEST_F(Tool, ListsWhatThereIsAndSelectsByNameOrNumber) {
     ExpectRefused(ValuesWords({"--from", "8"}), "the periods 0 to 7");
 }
 
-TEST_F(Tool, ReadsMeasurementsAsOneAndTellsSeamsGapsAndOverlaps) {
+TEST_F(RecordingTool, ReadsMeasurementsAsOneAndTellsSeamsGapsAndOverlaps) {
     const auto record = [&](const char* name, double seconds, const char* start) {
         const Words words{"--period", "250ms", "--start",
                           std::string("2026-11-15 10:00:0") + start};
@@ -324,7 +324,7 @@ TEST_F(Tool, ReadsMeasurementsAsOneAndTellsSeamsGapsAndOverlaps) {
               std::string::npos);
 }
 
-TEST_F(Tool, UsesPointsUnderALocaleWithCommas) {
+TEST_F(RecordingTool, UsesPointsUnderALocaleWithCommas) {
     const std::string command = "localedef -i de_DE -f UTF-8 " + (folder_ / "de_DE.UTF-8").string();
     ASSERT_EQ(std::system(command.c_str()), 0);
     ASSERT_EQ(setenv("LOCPATH", (folder_ / "").c_str(), 1), 0);
@@ -342,7 +342,7 @@ TEST_F(Tool, UsesPointsUnderALocaleWithCommas) {
     EXPECT_EQ(comma.status, 2);
 }
 
-TEST_F(Tool, InitLeavesAloneWhatIsThere) {
+TEST_F(RecordingTool, InitLeavesAloneWhatIsThere) {
     EXPECT_NE(RunWords({"init", db_}).err.find("holds data"), std::string::npos);
     const std::string empty = folder_ / "empty.db", text = folder_ / "text.db",
                       foreign = folder_ / "foreign.db";
@@ -375,7 +375,7 @@ TEST_F(Tool, InitLeavesAloneWhatIsThere) {
               std::string::npos);
 }
 
-TEST_F(Tool, ReadsAProtectedDatabaseAndRefusesToRecordIntoIt) {
+TEST_F(RecordingTool, ReadsAProtectedDatabaseAndRefusesToRecordIntoIt) {
     const auto file = Silence("1.wav", 1);
     chmod((folder_ / "").c_str(), 0555);
     chmod(db_.c_str(), 0444);
@@ -398,7 +398,7 @@ TEST_F(Tool, ReadsAProtectedDatabaseAndRefusesToRecordIntoIt) {
     EXPECT_EQ(Count("Groups"), 0);
 }
 
-TEST_F(Tool, LeavesADatabaseAsItIsThatIsNotInWriteAheadModeWhenItReads) {
+TEST_F(RecordingTool, LeavesADatabaseAsItIsThatIsNotInWriteAheadModeWhenItReads) {
     ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1)) + Words{"--trigger", "LAeq>200"}).status,
               0);
     const std::string backup = folder_ / "backup.db", target = folder_ / "target.db";
@@ -429,7 +429,7 @@ TEST_F(Tool, LeavesADatabaseAsItIsThatIsNotInWriteAheadModeWhenItReads) {
     EXPECT_FALSE(std::filesystem::exists(db_ + "-wal"));
 }
 
-TEST_F(Tool, LaysADatabaseOutOnceHoweverManyTryAtOnce) {
+TEST_F(RecordingTool, LaysADatabaseOutOnceHoweverManyTryAtOnce) {
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(folder_ / "");
     for (int round = 0; round < 10; ++round) {
@@ -451,7 +451,7 @@ TEST_F(Tool, LaysADatabaseOutOnceHoweverManyTryAtOnce) {
         EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();
 }
 
-TEST_F(Tool, TellsWrongUsageFromFailure) {
+TEST_F(RecordingTool, TellsWrongUsageFromFailure) {
     ExpectRefused({}, "no command", 2);
     ExpectRefused({"frobnicate"}, "no command 'frobnicate'", 2);
     ExpectRefused({"record", db_, "x.wav", "--instrument", "a"}, "see mersola record --help", 2);
@@ -469,7 +469,7 @@ TEST_F(Tool, TellsWrongUsageFromFailure) {
     }
 }
 
-TEST_F(Tool, TellsWhenItsOutputIsLost) {
+TEST_F(RecordingTool, TellsWhenItsOutputIsLost) {
     for (const Words& words : {Words{"list", db_}, Words{"--help"}}) {
         std::ofstream full("/dev/full");
         const Outcome outcome = RunWords(words, &full);

@@ -16,7 +16,7 @@
 #include "basics/whole_file.h"
 #include "csv/csv_lines.h"
 #include "csv/csv_reader.h"
-#include "tool_fixture.h"
+#include "recording_fixture.h"
 
 namespace mersola::tool {
 namespace {
@@ -77,7 +77,7 @@ TEST(CsvReader, TakesNoMoreMemoryThanOneRecordMayHave) {
     EXPECT_THROW(lines.Beginning(), Failure);
 }
 
-class Csv : public Tool {
+class Csv : public RecordingTool {
   protected:
     std::string NewDatabase(const std::string& name) {
         EXPECT_EQ(RunWords({"init", folder_ / name}).status, 0);

@@ -3,13 +3,13 @@
 #include <cmath>
 #include <numbers>
 
-#include "tool_fixture.h"
+#include "recording_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
 // Loud in periods 8 to 15, 18 to 23 and 40 to 47 of 125 ms.
-class Markers : public Tool {
+class Markers : public RecordingTool {
   protected:
     std::string Events(const std::string& name) {
         return Sound(name, 6, [](double t, int) {
@@ -116,7 +116,7 @@ TEST_F(Markers, RefuseWhatIsNotMeasured) {
         ExpectRefused(markers + Words{"--periods", wrong}, "is not a range", 2);
 }
 
-TEST_F(Tool, SaysInWordsWhatTheVersionHistoryHolds) {
+TEST_F(RecordingTool, SaysInWordsWhatTheVersionHistoryHolds) {
     const auto says = [&](const std::string& words) {
         const Outcome outcome = RunWords({"version", db_});
         EXPECT_EQ(outcome.status, 0) << outcome.err;

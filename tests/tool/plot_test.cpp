@@ -10,13 +10,13 @@
 #include "plot/gnuplot.h"
 #include "plot/thinned.h"
 #include "plot/time_axis.h"
-#include "tool_fixture.h"
+#include "recording_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
 // Sounds of two seconds, with a marker in the middle of each; periods of 125 ms.
-class Picture : public Tool {
+class Picture : public RecordingTool {
   protected:
     void RecordAt(const std::string& time, const Words& more = {}) {
         const auto file = Sound("a {bell} & b.wav", 2, [](double t, int) {

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tool_fixture.h"
+#include "recording_fixture.h"
 
 namespace mersola::tool {
 namespace {
@@ -15,7 +15,7 @@ double Loud(double t, int) {
     return std::sin(6000 * t);
 }
 
-TEST_F(Tool, PutsNoOtherSoundBesideWhatAPeriodHoldsOfAFunction) {
+TEST_F(RecordingTool, PutsNoOtherSoundBesideWhatAPeriodHoldsOfAFunction) {
     // Of 24 bands, then of 31 and with a second channel, over the first eight periods and a gap.
     ASSERT_EQ(RunWords(RecordWords(Silence("slow.wav", 1, 8000)) + kStart).status, 0);
     const Words later{"--start", "2026-11-15 10:00:01.500"};
@@ -45,7 +45,7 @@ TEST_F(Tool, PutsNoOtherSoundBesideWhatAPeriodHoldsOfAFunction) {
     EXPECT_EQ(Count("Markers"), 1);
 }
 
-TEST_F(Tool, TellsThatASoundIsShorterThanItsHeaderSays) {
+TEST_F(RecordingTool, TellsThatASoundIsShorterThanItsHeaderSays) {
     for (const int format : {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64, SF_FORMAT_W64,
                              SF_FORMAT_AIFF, SF_FORMAT_AU, SF_FORMAT_FLAC}) {
         const std::string name = "sound" + std::to_string(format);
@@ -67,7 +67,7 @@ TEST_F(Tool, TellsThatASoundIsShorterThanItsHeaderSays) {
     }
 }
 
-TEST_F(Tool, WaitsForOthersAsLongAsItIsTold) {
+TEST_F(RecordingTool, WaitsForOthersAsLongAsItIsTold) {
     std::ofstream(folder_ / "1.csv") << "Period,Value\n0,1\n";
     const Words import{"import",       db_,          folder_ / "1.csv",
                        "--instrument", "meter",      "--measurement",

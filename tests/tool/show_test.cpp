@@ -2,15 +2,15 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "recording_fixture.h"
 #include "support/watched_provider.h"
-#include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
 // Of 'Pier 4': 'a' from 23:59:58 to midnight, 'b' from 00:00:01 on, in periods of 125 ms; both last
 // two seconds.
-class Shown : public Tool {
+class Shown : public RecordingTool {
   protected:
     Shown() {
         const auto file = Silence("1.wav", 2);

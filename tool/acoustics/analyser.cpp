@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "spectrum.h"
+#include "weighting.h"
 
 namespace mersola::acoustics {
 namespace {

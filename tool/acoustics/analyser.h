@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "bands.h"
+#include "bands/bands.h"
 
 namespace mersola::acoustics {
 

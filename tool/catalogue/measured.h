@@ -10,8 +10,6 @@
 
 #include <mersola/mersola.h>
 
-#include "acoustics/bands.h"
-
 namespace mersola::tool {
 
 enum FunctionId : int { kLeq = 1, kLaeq, kLmax, kLmin, kL10, kL50, kL90 };

@@ -1,7 +1,7 @@
 // Names, frequencies and numbers of bands.
 #include "import_bands.h"
 
-#include "acoustics/bands.h"
+#include "bands/bands.h"
 #include "basics/failure.h"
 #include "basics/times_text.h"
 

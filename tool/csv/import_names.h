@@ -11,7 +11,7 @@
 
 #include <mersola/mersola.h>
 
-#include "acoustics/bands.h"
+#include "bands/bands.h"
 #include "database/stored_row.h"
 #include "database/stored_tables.h"
 #include "labels.h"

@@ -9,6 +9,7 @@
 #include <functional>
 #include <ostream>
 
+#include "bands/bands.h"
 #include "basics/failure.h"
 #include "catalogue/measured.h"
 #include "database/open_database.h"

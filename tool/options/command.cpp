@@ -73,6 +73,10 @@ Option Command::Flag(const std::string& name, bool& target, const std::string& d
     return Option(command_->add_flag(name, target, description));
 }
 
+void Command::TakesAnything() {
+    command_->prefix_command();
+}
+
 void Command::Footer(const char* text) {
     command_->footer(text);
 }

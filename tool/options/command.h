@@ -66,6 +66,8 @@ class Command {
             });
     }
 
+    /// Takes whatever follows its name, unread.
+    void TakesAnything();
     /// What the help ends with.
     void Footer(const char* text);
     void Run(const std::function<void()>& work);

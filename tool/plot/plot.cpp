@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "bands/bands.h"
 #include "basics/failure.h"
 #include "basics/progress.h"
 #include "basics/times_text.h"

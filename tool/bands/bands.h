@@ -1,4 +1,4 @@
-// The 1/3-octave bands of IEC 61260-1 (base ten), and the A weighting of IEC 61672-1.
+// The 1/3-octave bands of IEC 61260-1 (base ten).
 #pragma once
 
 #include <span>
@@ -32,8 +32,5 @@ const Band* FindBand(std::string_view text);
 // edge is at most half the rate. So 48 kHz carries all 30; 44.1 kHz ends at the 16 kHz band,
 // because the 20 kHz band reaches up to 22.4 kHz.
 std::span<const Band> CarriedBands(double sampleRate);
-
-// A weighting as a factor on power: 1 at 1 kHz, 0 at 0 Hz.
-double AWeight(double frequency);
 
 }  // namespace mersola::acoustics
