@@ -152,7 +152,7 @@ bool Mersola::_PutFunction(const _ConnectionPtr& connection, int funcId, int cha
                                         values.GetString()));
         return true;
     } catch (const _com_error& error) {
-        if (isDuplicate(error)) return true;
+        if (error.IsDuplicate()) return true;
         formatDbError(error);
         return false;
     }

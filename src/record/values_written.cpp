@@ -7,7 +7,6 @@
 
 #include <mersola/mersola.h>
 
-#include "session/db_error.h"
 #include "session/statement.h"
 #include "session/trace.h"
 
@@ -124,7 +123,7 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
             return true;
         }
     } catch (const _com_error& error) {
-        if (isDuplicate(error)) return true;
+        if (error.IsDuplicate()) return true;
     }
     return fault("***Invalid SQL in PutDataRelative %s (%d,%d) \n", insert.GetString(), period,
                  m_lastReportOffs);
@@ -167,6 +166,6 @@ bool Mersola::PutDataAbsolute(const _ConnectionPtr& connection, double value, co
         if (updatePeriods) PutPeriodsAbsolute(connection, *period + 1);
         return true;
     } catch (const _com_error& error) {
-        return isDuplicate(error);
+        return error.IsDuplicate();
     }
 }

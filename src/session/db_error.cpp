@@ -15,10 +15,6 @@ CString dbErrorText(const _com_error& error) {
                      error.Description().GetString());
 }
 
-bool isDuplicate(const _com_error& error) {
-    return dbErrorText(error).Find("duplicate") >= 0;
-}
-
 void formatDbError(const _com_error& error) {
     SetErrorInfo(std::make_shared<ErrorInfo>(ErrorInfo{error.Source(), error.Description()}));
     TraceText(dbErrorText(error));

@@ -1,4 +1,4 @@
-// Database errors: what they mean, and their texts.
+// Database errors as texts.
 #pragma once
 
 #include <mersola/platform/com_error.h>
@@ -7,9 +7,6 @@ namespace mersola {
 
 /// The line "DB Error: ..." with code, message, source and description.
 CString dbErrorText(const _com_error& error);
-
-/// Whether the error says that a row is stored already.
-bool isDuplicate(const _com_error& error);
 
 /// Makes the error's source and description the thread's error information.
 void formatDbError(const _com_error& error);

@@ -423,6 +423,8 @@ TEST_P(Recording, AnswersAFailingStatementAsEachOperationPromises) {
     EXPECT_FALSE(watched.PutFunction(nullptr, 1, 1));
     EXPECT_EQ(GetErrorInfo()->description, "told to fail");
     TheWatch().error = _com_error(E_FAIL, "a duplicate");
+    EXPECT_FALSE(watched.PutFunction(nullptr, 1, 1)) << "the word alone says nothing";
+    TheWatch().error = _com_error(E_FAIL, "stored", "Watched", true);
     EXPECT_TRUE(watched.PutFunction(nullptr, 1, 1));
     TheWatch().FailOn("MeasvalueMap");
     EXPECT_FALSE(watched.PutReport(nullptr, added));

@@ -137,6 +137,7 @@ TEST_P(RecordsetTest, StoresABatchButForWhatIsRefused) {
     } catch (const _com_error& error) {
         EXPECT_EQ(error.Error(), DB_E_INTEGRITYVIOLATION);
         EXPECT_GE(error.Description().Find("duplicate"), 0);
+        EXPECT_TRUE(error.IsDuplicate());
     }
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "5");
     EXPECT_NO_THROW(batch->UpdateBatch()) << "nothing is pending any more";
@@ -160,21 +161,24 @@ TEST_P(RecordsetTest, HasOneTransactionAtATime) {
 TEST_P(RecordsetTest, SaysDuplicateForAViolatedKeyAndForNothingElse) {
     const char* insert = "INSERT INTO GROUPS (GroupId,GroupName) VALUES (1,'duplicate')";
     Run(insert);
-    const auto wordsOf = [&](const char* sql) {
+    const auto errorOf = [&](const char* sql) {
         try {
             Run(sql);
         } catch (const _com_error& error) {
-            return std::string(error.what());
+            return error;
         }
-        return std::string();
+        return _com_error(S_OK, "nothing failed");
     };
-    EXPECT_NE(wordsOf(insert).find("duplicate"), std::string::npos);
+    const _com_error twice = errorOf(insert);
+    EXPECT_TRUE(twice.IsDuplicate());
+    EXPECT_GE(twice.Description().Find("duplicate"), 0);
     for (const char* other : {"SELECT * FROM duplicate", "SELECT duplicate FROM Groups",
                               "SELECT duplicate duplicate duplicate",
                               "INSERT INTO Measurements (MeasName) VALUES ('duplicate')"}) {
-        const std::string words = wordsOf(other);
-        EXPECT_FALSE(words.empty()) << other;
-        EXPECT_EQ(words.find("duplicate"), std::string::npos) << words;
+        const _com_error error = errorOf(other);
+        EXPECT_NE(error.Error(), S_OK) << other;
+        EXPECT_FALSE(error.IsDuplicate());
+        EXPECT_EQ(error.Description().Find("duplicate"), -1) << error.what();
     }
 }
 

@@ -93,6 +93,14 @@ TEST(Diagnosis, HasTheCodeOfItsStateAndTheWordsOfItsKind) {
     EXPECT_EQ(wordsOf(2627, "Schluessel doppelt"), "duplicate key: Schluessel doppelt");
     EXPECT_EQ(wordsOf(2601, "Cannot insert duplicate key"), "Cannot insert duplicate key");
     EXPECT_EQ(wordsOf(547, "duplicate in a duplicate"), "Duplicate in a Duplicate");
+    const auto isDuplicate = [](int native, const char* words, bool sqlite) {
+        return odbc::Diagnosis{"HY000", native, words, sqlite}.Translated().IsDuplicate();
+    };
+    EXPECT_TRUE(isDuplicate(2601, "", false));
+    EXPECT_FALSE(isDuplicate(547, "Cannot insert duplicate key", false));
+    EXPECT_TRUE(isDuplicate(19, "UNIQUE constraint failed: Groups.GroupId", true));
+    EXPECT_FALSE(isDuplicate(19, "NOT NULL constraint failed: Groups.GroupId", true));
+    EXPECT_FALSE(isDuplicate(2627, "UNIQUE constraint", true));
     EXPECT_EQ(odbc::Secrets("sa", "x.yz").Hidden("sa said 'sa': x.yzx.yz, visa"),
               "*** said '***': ******, visa");
     EXPECT_EQ(odbc::Secrets("", "b").Hidden("unable, b"), "unable, ***");

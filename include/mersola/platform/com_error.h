@@ -59,6 +59,8 @@ class MERSOLA_EXPORT _com_error : public std::exception {
   public:
     /// An empty text stands for one that is not known.
     explicit _com_error(HRESULT code, CString description = CString(), CString source = CString());
+    /// The same, with what IsDuplicate answers.
+    _com_error(HRESULT code, CString description, CString source, bool isDuplicate);
 
     /// The result code.
     HRESULT Error() const { return code_; }
@@ -66,6 +68,11 @@ class MERSOLA_EXPORT _com_error : public std::exception {
     const CString& Description() const { return description_; }
     /// The name of the object that failed; for a database, that of its provider. It may be empty.
     const CString& Source() const { return source_; }
+    /// Whether a row was refused because its key (primary, unique or the row's number) is stored
+    /// already. Providers tell it by their engine's code, and copies keep it; false for all other
+    /// failures. Whoever sees the text alone finds the word "duplicate" in it then, which a
+    /// provider gives to no other failure of a statement.
+    bool IsDuplicate() const { return isDuplicate_; }
     /// The system's message for the code. Where it has none, "IDispatch error #%d" for a code in
     /// the range of dispatch errors, else "Unknown error 0x%0lX".
     CString ErrorMessage() const;
@@ -75,6 +82,7 @@ class MERSOLA_EXPORT _com_error : public std::exception {
 
   private:
     HRESULT code_;
+    bool isDuplicate_;  // where there was a gap: the size and the places are the first version's
     CString description_;
     CString source_;
     CString what_;

@@ -28,12 +28,23 @@ const char* SystemMessage(HRESULT code) {
     }
 }
 
+// The error as programs know it that were built against the first version.
+struct FirstError : std::exception {
+    HRESULT code;
+    CString texts[3];
+};
+static_assert(sizeof(_com_error) == sizeof(FirstError));
+
 thread_local std::shared_ptr<const ErrorInfo> threadErrorInfo;
 
 }  // namespace
 
 _com_error::_com_error(HRESULT code, CString description, CString source)
+    : _com_error(code, std::move(description), std::move(source), false) {}
+
+_com_error::_com_error(HRESULT code, CString description, CString source, bool isDuplicate)
     : code_(code),
+      isDuplicate_(isDuplicate),
       description_(std::move(description)),
       source_(std::move(source)),
       what_(description_.IsEmpty() ? ErrorMessage() : description_) {}

@@ -7,12 +7,11 @@
 #include <span>
 #include <utility>
 
+#include "ado/engine_error.h"
 #include "wide_text.h"
 
 namespace mersola::odbc {
 namespace {
-
-constexpr std::string_view kDuplicate = "duplicate";
 
 // SQL Server's numbers.
 constexpr int kNoSuchObject = 208;
@@ -68,7 +67,7 @@ bool TakeNames(std::string& words) {
 
 bool IsDuplicate(const Diagnosis& diagnosis) {
     if (diagnosis.sqlite) {
-        return diagnosis.native == kSqliteConstraint &&
+        return (diagnosis.native & 0xFF) == kSqliteConstraint &&
                diagnosis.words.starts_with("UNIQUE constraint");
     }
     return diagnosis.native == kDuplicateRow || diagnosis.native == kDuplicateKey;
@@ -121,19 +120,7 @@ bool Diagnosis::IsRefusal() const {
 }
 
 _com_error Diagnosis::Translated() const {
-    std::string text = words;
-    if (IsDuplicate(*this)) {
-        if (text.find(kDuplicate) == std::string::npos)
-            text = std::string(kDuplicate) + " key: " + text;
-    } else {
-        // Recorders take the word for a value that is stored already, also where it is a name's
-        // part.
-        for (auto at = text.find(kDuplicate); at != std::string::npos;
-             at = text.find(kDuplicate, at)) {
-            text[at] = 'D';
-        }
-    }
-    return _com_error(CodeFor(*this), text.c_str(), kSource);
+    return ado::EngineError(CodeFor(*this), words, kSource, IsDuplicate(*this));
 }
 
 std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets) {

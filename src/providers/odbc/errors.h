@@ -41,7 +41,7 @@ struct Diagnosis {
     bool IsWarning() const { return state.starts_with("01"); }
     /// Whether a row was refused for what it holds. Other rows may still be stored then.
     bool IsRefusal() const;
-    /// As a COM error. A violated unique or primary key says "duplicate"; nothing else does.
+    /// As a COM error.
     _com_error Translated() const;
 };
 

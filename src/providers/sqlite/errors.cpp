@@ -2,11 +2,12 @@
 #include "errors.h"
 
 #include <string_view>
+#include <utility>
+
+#include "ado/engine_error.h"
 
 namespace mersola::sqlite {
 namespace {
-
-constexpr std::string_view kDuplicate = "duplicate";
 
 bool IsDuplicateKey(int code) {
     return code == SQLITE_CONSTRAINT_PRIMARYKEY || code == SQLITE_CONSTRAINT_UNIQUE ||
@@ -35,19 +36,9 @@ HRESULT CodeFor(int code, std::string_view words) {
 _com_error Translated(sqlite3* db, int code) {
     std::string words = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
     const HRESULT result = CodeFor(code, words);
-    if (IsDuplicateKey(code)) {
-        words = std::string(kDuplicate) + " key: " + words;
-    } else {
-        // Recorders take the word for a value that is stored already, also where it is a name's
-        // part.
-        for (auto at = words.find(kDuplicate); at != std::string::npos;
-             at = words.find(kDuplicate, at)) {
-            words[at] = 'D';
-        }
-        if ((code & 0xFF) == SQLITE_BUSY)
-            words += "; another program holds it, try again or raise the time-out";
-    }
-    return _com_error(result, words.c_str(), kSource);
+    if ((code & 0xFF) == SQLITE_BUSY)
+        words += "; another program holds it, try again or raise the time-out";
+    return ado::EngineError(result, std::move(words), kSource, IsDuplicateKey(code));
 }
 
 _com_error NoUtf8() {

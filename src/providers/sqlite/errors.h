@@ -11,8 +11,7 @@ namespace mersola::sqlite {
 
 inline constexpr const char* kSource = "SQLite";
 
-/// The COM error for SQLite's (extended) result code with the words that `db` has for it. A
-/// violated unique or primary key says "duplicate"; nothing else does.
+/// The COM error for SQLite's (extended) result code with the words that `db` has for it.
 _com_error Translated(sqlite3* db, int code);
 
 /// Raises what Translated gives, unless the code is a success.
