@@ -17,8 +17,7 @@ int Mersola::_GetFunctions(CArray<int, int>& out, int measId, int reportId,
     if (reportId == kSelected) reportId = m_ReportId;
     if (m_contMode == kContinuousView && m_contReportIndex != kNone) {
         for (const FuncInfo& function : m_contReports[m_contReportIndex].functions) {
-            if (m_channel != 0)
-                out.Add(function.FuncId);  // whatever its channel: callers rely on it
+            if (m_channel != 0) out.Add(function.FuncId);  // of any channel: callers rely on it
         }
         return 1;
     }
@@ -88,7 +87,7 @@ CString Mersola::GetFrqName(long frqId) {
     try {
         const auto rows =
             dbExecute(formatted("SELECT FrqName FROM FrqNameMap where FrqId=%d", *id));
-        // The result has no such field, so that bands have no names here: callers rely on that.
+        // The result has no such field, so bands have no names here. Callers rely on that.
         return atFirstRow(rows) ? rows->Fields("FuncName").Text() : CString();
     } catch (const _com_error&) {
         return CString();

@@ -58,7 +58,8 @@ bool Mersola::selectReport(int reportId) {
         rec.ReportType = reportId;
         storedMeasurement = m_contMeasId;
         for (const MeasurementInfo& member : m_contMeasurements) {
-            // The view is selected by report type, values are keyed by the member's own report.
+            // The view is selected by report type, but values have the key of the member's own
+            // report.
             if (member.MeasId == m_contMeasId)
                 storedReport = member.reports[m_contReportIndex].ReportId;
         }

@@ -25,7 +25,7 @@ void NumberPeriods(Measurements& chain) {
             const std::int64_t hop =
                 (chain[member].StartAt - chain[member - 1].StartAt).GetTotalMilliseconds() /
                 report.PeriodLen.GetTotalMilliseconds();
-            report.missingPeriods = hop - previous.noOfPeriods;  // negative where the two overlap
+            report.missingPeriods = hop - previous.noOfPeriods;  // negative for an overlap
             report.periodOffset =
                 previous.noOfPeriods + report.missingPeriods + previous.periodOffset;
         }
@@ -89,12 +89,12 @@ bool Mersola::readChain(Measurements& chain) {
         for (ReportInfo& report : stored) {
             if (report.noOfPeriods <= 0) continue;
             if (report.PeriodLen.GetTotalMilliseconds() <= 0)
-                return false;  // its periods have no time
+                return false;  // the periods of this report have no time
             reports.Add(report);
         }
         measurement.setReports(reports);
         if (!measurement.hasReports) continue;
-        if (!measurement.StartAt.IsValid()) return false;  // it has no place in the chain
+        if (!measurement.StartAt.IsValid()) return false;  // without a place in the chain
         chain.Add(measurement);
     }
     return true;

@@ -10,12 +10,12 @@ namespace {
 
 using Markers = CArray<MarkerInfo, MarkerInfo&>;
 
-// To the millisecond, which comparing the dates leaves out.
+// Compares to the millisecond, which a comparison of the dates leaves out.
 bool IsBefore(const CTimeEx& a, const CTimeEx& b) {
     return a < b || (!(b < a) && a.GetMilliseconds() < b.GetMilliseconds());
 }
 
-// Half-open: a marker that starts at `to` belongs to the next window.
+// The window is half-open: a marker that starts at `to` belongs to the next one.
 struct Window {
     CTimeEx from;
     CTimeEx to;
@@ -123,7 +123,7 @@ int Mersola::GetMarkers(long fromPeriod, long toPeriod, Markers& out) {
 int Mersola::GetOpenMarkers(Markers& out) {
     if (!readable()) return 0;
     return forEachMeasurement([&](long measId) {
-        const int measurement = static_cast<int>(measId);  // one that is selected
+        const int measurement = static_cast<int>(measId);  // a selected one fits
         try {
             const auto rows = dbExecute(
                 formatted("SELECT * FROM Markers WHERE GroupId=%d and MeasId=%d and inProgess<>0",

@@ -21,7 +21,8 @@ CString InsertText(const MarkerInfo& m, int inProgress) {
         quoteText(m.ExtMarkerType).GetString(), m.Color);
 }
 
-// `blanks` stand before WHERE: the two statements that close a marker differ in them.
+// Closes a marker. `blanks` stand before WHERE: the two statements that close a marker differ in
+// them.
 CString CloseText(const MarkerInfo& m, const char* blanks) {
     return formatted(
         "UPDATE Markers  WITH (ROWLOCK) SET Stop=%s, inProgess=0, TriggerCondition=%s%sWHERE "

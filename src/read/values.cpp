@@ -14,7 +14,8 @@ namespace {
 constexpr auto kMissing = static_cast<float>(kMissingValue);
 constexpr int kReadFailed = -1;
 
-// The columns of MeasuredValues by position: a row is one value, so names would cost too much.
+// The columns of MeasuredValues by position. Each row is only one value, so a search for names
+// would cost too much.
 enum Column { kPeriodNo = 1, kFrqId = 4, kValue = 5, kStatus = 6 };
 
 bool IsInvalid(char status) {

@@ -71,7 +71,7 @@ bool Mersola::resumeMeasurement(const _ConnectionPtr& connection, MeasurementInf
     MeasurementInfo stored;
     if (!_GetMeasurement(info.MeasId, stored, connection))
         return fault("***Invalid _GetMeasurement in PutMeasurement\n");
-    loadSettings(stored);  // it is selected now, whether it can be resumed or not
+    loadSettings(stored);  // the measurement is selected, whether it can be resumed or not
     if (!stored.identicalTo(info)) return fault("***Invalid measinfo in PutMeasurement\n");
     if (!settleStart(connection, info.StartAt, stored))
         return fault("***Invalid PutStart in PutMeasurement\n");
@@ -92,9 +92,9 @@ bool Mersola::resumeMeasurement(const _ConnectionPtr& connection, MeasurementInf
     return false;
 }
 
-// A registration that failed for its start has left a row from which no recording can begin. While
-// nothing is recorded under it, the next good start becomes its own. The start that was read is
-// part of the statement, so that of two recorders only one sets it.
+// Replaces a stored start from which no recording can begin, as a registration with a bad start
+// leaves it. While nothing is recorded under it, the next good start becomes the measurement's own.
+// The start that was read is a part of the statement, so that only one of two recorders sets it.
 bool Mersola::settleStart(const _ConnectionPtr& connection, const CTimeEx& start,
                           MeasurementInfo& stored) {
     if (validDate(stored.StartAt)) return true;

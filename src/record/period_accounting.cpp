@@ -52,7 +52,7 @@ bool Mersola::PutStart(const _ConnectionPtr& connection, const CTimeEx& start) {
     try {
         if (dbExecute(connection, update)) return true;
     } catch (const _com_error&) {
-        // Told below.
+        // The failure is reported below.
     }
     return fault("Mersola::PutStart:Invalid SQL%s", update.GetString());
 }
@@ -164,8 +164,8 @@ bool Mersola::IncPeriods(const _ConnectionPtr& connection) {
                 "SELECT noOfPeriods from REPORTS WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
                 m_GroupId, m_MeasId, m_ReportId));
         if (!atFirstRow(rows)) return false;
-        // The result has no field of this name, so that this operation never counts: callers rely
-        // on it and raise the count with the other two.
+        // The result has no field of this name, so this operation never counts. Callers rely on
+        // that, and raise the count with the other two operations.
         const auto periods = identifier(long{rows->Fields("GroupId").Long()} + 1);
         if (!periods) return false;
         const CString update = CountUpdate(*periods, m_GroupId, m_MeasId, m_ReportId);

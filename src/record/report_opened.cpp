@@ -15,7 +15,7 @@ using namespace mersola;
 bool Mersola::PutReport(const _ConnectionPtr& connection, ReportInfo& info) {
     if (!resolved(connection)) return fault("***No connection in PutReport\n");
     if (!m_Valid) return fault("***Invalid m_Valid in PutReport\n");
-    m_MeasValueId = kNone;  // until that of this report is known
+    m_MeasValueId = kNone;  // until the key of this report is known
     m_lastReportOffs = 0;
     m_reportType = info.ReportType;
     m_ReportId = info.ReportId;
@@ -59,14 +59,15 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
     }
     ReportInfo* last = m_resumed ? lastReport(m_ReportId) : nullptr;
     if (!last) {
-        // Another recorder registered it since: where its periods lie is not known here.
+        // Another recorder has registered the report since. Where its periods lie is not known
+        // here.
         m_noOfPeriods = stored.noOfPeriods;
         m_Valid = false;
         Test("***PutMissingPeriods not found\n");
         return true;
     }
     if (last->extra5 < 0 && !tryMeasMap(connection, m_ReportId, last->extra5)) {
-        m_Valid = false;  // nobody would find the values
+        m_Valid = false;  // nobody would find values without a key
         return true;
     }
     if (last->extraFlag) {
@@ -75,7 +76,7 @@ bool Mersola::resumeReport(const _ConnectionPtr& connection, const ReportInfo& i
         m_noOfPeriods = stored.noOfPeriods;
     }
     PutMissingPeriods(connection,
-                      m_ReportId);  // its failure closes the recording: the next write tells
+                      m_ReportId);  // a failure closes the recording, and the next write reports it
     return true;
 }
 
@@ -119,12 +120,12 @@ bool Mersola::tryMeasMap(const _ConnectionPtr& connection, int reportId,
 bool Mersola::ensureMeasMap(const _ConnectionPtr& connection, int reportId,
                             std::int32_t& measValueId) {
     bool isNew = false;
-    measValueId = kNone;  // values under a key that is not stored would be nobody's
+    measValueId = kNone;  // values under a key that is not stored would belong to nobody
     const auto id = identifier(locateMeasMap(connection, m_GroupId, m_MeasId, reportId, isNew));
     if (!id || *id < 0) return false;
     if (isNew) {
-        // Also for a stored report: a recorder that died before this statement left it without a
-        // key.
+        // This is needed for a stored report, too: a recorder that died before this statement left
+        // the report without a key.
         const CString insert = formatted(
             "INSERT INTO MeasvalueMap WITH (ROWLOCK) (GroupId,MeasId,ReportId,MeasValueId) VALUES "
             "(%d,%d,%d,%d)",

@@ -20,7 +20,7 @@ bool Mersola::PutResolution(const _ConnectionPtr& connection, const CString& res
     if (!resolved(connection) || !m_Valid) return false;
     ListText items;
     if (!items.Parse(resolution) || items.GetSize() != 5) return false;
-    constexpr const char* bandwidth = "2";  // whatever the text says: callers rely on it
+    constexpr const char* bandwidth = "2";  // stored whatever the text says: callers rely on it
     return attempt(*this, connection,
                    formatted("UPDATE MEASUREMENTS  WITH (ROWLOCK) SET "
                              "Sensitivity=%s,Fullscale=%s,Bandwidth=%s,FrqLower=%s,"

@@ -26,13 +26,13 @@ struct ValueRow {
 
 template <class... Format>
 void AppendNumber(std::string& text, auto number, Format... format) {
-    char digits[384];  // the largest double has 309 in front of its point
+    char digits[384];  // the largest double has 309 digits in front of its point
     const auto end = std::to_chars(std::begin(digits), std::end(digits), number, format...).ptr;
     text.append(digits, static_cast<std::size_t>(end - digits));
 }
 
-// The INSERT of one value, which is stored to six decimals. Put together without printf, which
-// would take as long as all else that the library adds to the engine's work.
+// The INSERT of one value, which is stored to six decimals. It is put together without printf,
+// which would take as long as all else that the library adds to the engine's work.
 CString InsertOf(std::string_view into, const ValueRow& row) {
     std::string text;
     text.reserve(256);
@@ -49,7 +49,8 @@ CString InsertOf(std::string_view into, const ValueRow& row) {
     return text;
 }
 
-// An invalid value has no magnitude; one that is no number cannot be stored.
+// Makes the value what is stored: an invalid one has no magnitude. False when it is not a number,
+// which cannot be stored.
 bool Storable(double& value, const CString& status) {
     if (status == "A") value = kMissingValue;
     return std::isfinite(value);
@@ -98,7 +99,7 @@ bool Mersola::PutDataRelative(const _ConnectionPtr& connection, double value, co
                               long& nextPeriod, bool useBatch, const _RecordsetPtr& batch) {
     nextPeriod = period;
     if (!resolved(connection)) return fault("***Invalid connection in PutDataRelative\n");
-    if (!m_Valid || m_MeasValueId == kNone) {  // connecting anew opens the gate, but gives no key
+    if (!m_Valid || m_MeasValueId == kNone) {  // connecting anew sets m_Valid, but gives no key
         return fault("***Invalid m_Valid in PutDataRelative\n");
     }
     const auto stored = identifier(long{period} + (m_newEntry ? 0 : m_lastReportOffs));

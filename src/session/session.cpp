@@ -8,7 +8,7 @@ namespace {
 constexpr const char* kCrypter = "Crypt.crypter";
 constexpr const char* kCrypterKey = "Rk4wpZ27";
 
-// Stores a credential and, where there is a crypter that knows it, what it decodes to.
+// Stores a credential. Where a crypter can decode it, what it decodes to is stored.
 void TakeCredential(CString& member, const char* given, ICrypter* crypter) {
     if (!given || !*given) return;
     member = given;
@@ -51,7 +51,7 @@ void Mersola::Initialize(const char* user, const char* password, const char* con
     TakeCredential(m_user, user, crypter.get());
     TakeCredential(m_password, password, crypter.get());
     TakeCredential(m_connectString, connectString, crypter.get());
-    dbDisconnect();  // whatever follows, the old connection is not the new user's
+    dbDisconnect();  // the old connection is not the new user's, whatever follows
     const auto seconds = mersola::identifier(timeout);
     if (!seconds || *seconds < mersola::kDefaultTimeout)
         throw _com_error(E_FAIL, "A time-out is a number of seconds from 0, or -1");
@@ -77,7 +77,7 @@ bool Mersola::dbConnect() {
     } catch (const _com_error&) {
         CString message = "no errors logged";
         for (const AdoError& error :
-             connection->GetErrors()) {  // the last one is shown: it is the cause
+             connection->GetErrors()) {  // the last error is the cause, so it is shown
             message = "Error: " + error.Description + ", Source: " + error.Source;
         }
         m_connection = nullptr;

@@ -55,7 +55,7 @@ CTimeEx CTimeEx::operator+(const CTimeSpanEx& span) const noexcept {
 }
 
 CTimeEx CTimeEx::operator-(const CTimeSpanEx& span) const noexcept {
-    // A total never is the one number without a negative.
+    // A total is never the one number that has no negative.
     CTimeSpanEx back(-span.GetTotalMilliseconds());
     return span.GetStatus() == COleDateTimeSpan::valid ? *this + back : *this + span;
 }

@@ -38,7 +38,7 @@ void RegisterProvider(const std::string& name, std::shared_ptr<Provider> provide
 
 namespace {
 
-// With the built-in providers, which may have been replaced since.
+// The register, with the built-in providers, which may have been replaced since.
 Registry& FilledRegistry() {
     static std::once_flag filled;
     std::call_once(filled, RegisterBuiltinProviders);

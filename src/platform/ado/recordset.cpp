@@ -57,7 +57,7 @@ void RecordsetState::KeepRest() {
             held.AddRow(*source);
         } while (source->Next());
     } catch (const _com_error& error) {
-        lost = error;  // it is not this result that the program is at; who reads on is told
+        lost = error;  // the program is not at this result now; whoever reads on gets the error
     }
     EndStream();
 }
@@ -110,7 +110,7 @@ int RecordsetState::IndexOf(std::string_view name) {
     std::size_t& follower = followers[lastFound];
     if (columns[follower] != name) {
         auto found =
-            std::ranges::find(columns, name);  // the spelling of the table is the usual one
+            std::ranges::find(columns, name);  // programs mostly spell the name as the table does
         if (found == columns.end()) {
             found = std::ranges::find_if(
                 columns, [&](const std::string& column) { return EqualNoCase(column, name); });

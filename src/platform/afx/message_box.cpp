@@ -11,7 +11,7 @@ namespace {
 std::mutex handlerMutex;
 
 mersola::MessageBoxHandler& Handler() {
-    // Never destroyed: there may be messages while the program ends.
+    // The handler is never destroyed: there may be messages while the program ends.
     static auto& handler = *new mersola::MessageBoxHandler;
     return handler;
 }

@@ -38,7 +38,7 @@ bool IsInRange(double linear) noexcept {
     return linear >= kFirstDay && linear < kEndOfDays - 0.5 / kSecondsPerDay;
 }
 
-// Status and days are open to everyone, so that one may not go with the other.
+// Status and days are open to everyone, so they may not fit together.
 bool IsReadable(const COleDateTime& time) noexcept {
     return time.m_status == COleDateTime::valid && IsInRange(Linear(time.m_dt));
 }
@@ -109,7 +109,7 @@ COleDateTime COleDateTime::FromSeconds(std::int64_t seconds) noexcept {
         time.m_status = invalid;
         return time;
     }
-    // One division of whole numbers, so that equal moments are equal to the last bit.
+    // This is one division of whole numbers, so that equal moments are equal to the last bit.
     const auto day = floor<days>(std::chrono::seconds{seconds}).count();
     const auto rest = seconds - day * kSecondsPerDay;
     time.m_dt = static_cast<double>(day < 0 ? day * kSecondsPerDay - rest : seconds) /

@@ -44,7 +44,7 @@ std::string MapDrivePath(std::string_view path) {
 }
 
 std::FILE* OpenPrivateForWriting(const std::string& path) {
-    // Emptied only after the checks, hence without O_TRUNC.
+    // The file is emptied after the checks only, so O_TRUNC is not among these.
     const int opened =
         open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
              S_IRUSR | S_IWUSR);

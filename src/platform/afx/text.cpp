@@ -43,7 +43,7 @@ class CLocale {
 
 std::string Formatted(const char* format, std::va_list arguments) {
     const CLocale locale;
-    char brief[512];  // most texts fit, and are formatted but once
+    char brief[512];  // most texts fit here, and are formatted only once
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(brief, sizeof brief, format, again);

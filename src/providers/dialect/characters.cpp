@@ -1,4 +1,4 @@
-// Decoding.
+// Decodes UTF-8.
 #include "characters.h"
 
 namespace mersola::dialect {

@@ -1,4 +1,4 @@
-// The words that steer a translation, found by their first letter and their length.
+// The keywords that steer a translation. They are found by their first letter and their length.
 #include "keywords.h"
 
 #include <array>
@@ -12,7 +12,7 @@ struct Entry {
     Keyword keyword;
 };
 
-// In the order of the first letters.
+// The keywords, in the order of their first letters.
 constexpr Entry kEntries[] = {
     {"AS", Keyword::As},
     {"BEGIN", Keyword::Begin},
@@ -84,8 +84,8 @@ constexpr Entry kEntries[] = {
     {"XLOCK", Keyword::Hint},
 };
 
-// The entries of one first letter, and a bit for each length among them: most names of a
-// statement are told from the keywords by these two alone.
+// The entries of one first letter, and a bit for each length among them. These two alone tell most
+// names of a statement from the keywords.
 struct Letter {
     const Entry* first = nullptr;
     const Entry* last = nullptr;

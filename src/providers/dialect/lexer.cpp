@@ -166,7 +166,7 @@ TokenKind Lexer::ScanNumber() {
     return at_ == at ? kind : TokenKind::Opaque;
 }
 
-// Reads to the closing quote; whether one stands inside, doubled.
+// Reads to the closing quote. Returns whether a doubled one stands inside.
 bool Lexer::ScanQuoted(const char* opening, char closing) {
     const char* at = at_;
     for (bool doubled = false;; doubled = true, ++at) {

@@ -4,7 +4,7 @@
 namespace mersola::dialect {
 namespace {
 
-// Whether what ends with `c` would run into a literal that follows it directly.
+// Whether a text that ends with `c` would run into a literal that follows it directly.
 bool MayRunOn(char c) {
     return IsWordCharacter(c) || c == '.' || c == '\'';
 }

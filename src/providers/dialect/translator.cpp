@@ -1,4 +1,5 @@
-// The translator: one pass over the tokens, with a look ahead where a construct is to go.
+// The translator makes one pass over the tokens. It looks ahead where a construct may have to be
+// left out.
 #include "translator.h"
 
 #include <charconv>
@@ -35,8 +36,8 @@ bool IsWord(const Token& token, std::string_view upper) {
     return token.kind == TokenKind::Word && Matches(token.text, upper);
 }
 
-// The next token behind any owner's name; whether there was one goes to `owned`. Every look ahead
-// reads through here too, so that it judges what the output will hold.
+// The next token behind an owner's name, if there is one; `owned` tells whether there was. Every
+// look ahead reads through here too, so that it judges what the output will hold.
 Token Read(Lexer& lexer, bool afterDot, bool& owned) {
     Token token = lexer.Next();
     owned = false;
@@ -59,7 +60,7 @@ Token Read(Lexer& lexer) {
     return Read(lexer, false, owned);
 }
 
-// Reads to the end of the parentheses that were opened.
+// Reads to the end of the parentheses that are open.
 bool SkipParentheses(Lexer& lexer) {
     for (std::size_t depth = 1; depth > 0;) {
         const Token token = Read(lexer);
@@ -70,7 +71,8 @@ bool SkipParentheses(Lexer& lexer) {
     return true;
 }
 
-// Whether `ahead`, behind SET, goes on with a transaction's isolation level and nothing else.
+// Whether `ahead`, which stands behind SET, goes on with a transaction's isolation level and
+// nothing else.
 bool IsIsolationLevel(Lexer ahead) {
     for (const std::string_view word : {"TRANSACTION", "ISOLATION", "LEVEL"}) {
         if (!IsWord(Read(ahead), word)) return false;
@@ -125,7 +127,7 @@ bool Parse(std::string_view text, Number& value) {
 
 Translation Translator::Translate(std::string_view sql, Literals mode) {
     const Lexer start(sql);
-    // Views into it are handed out, so that it must not move. No token is unescaped more than
+    // Literals are views into this buffer, so it must not move. No token is unescaped more than
     // twice.
     unescaped_.reserve(2 * sql.size());
     if (mode == Literals::Lifted) {
@@ -158,7 +160,8 @@ Translation Translator::Translate(std::string_view sql, Literals mode) {
     return {text, literals_, noOperation};
 }
 
-// Whether `lexer` reads what `shape` holds; if so, the literals are those that it met.
+// Whether `lexer` reads the text that `shape` holds. If it does, the literals are those that it
+// met.
 bool Translator::TakeLiterals(const Shape& shape, Lexer lexer) {
     ClearLiterals();
     std::size_t from = 0;
@@ -178,7 +181,7 @@ void Translator::ClearLiterals() {
     unescaped_.clear();
 }
 
-// What kind of statement it is.
+// Finds out what kind of statement it is.
 void Translator::Begin(const Token& first) {
     switch (first.kind == TokenKind::Word ? KeywordOf(first.text) : Keyword::None) {
         case Keyword::Select:
@@ -250,7 +253,7 @@ bool Translator::PutWord(const Token& token, Keyword keyword) {
             if (SkipHints()) return true;
             break;
         case Keyword::ObjectId:
-            memory_.Abandon();  // its argument decides what becomes of it
+            memory_.Abandon();  // its argument decides how it is translated
             if (PutObjectId(token)) return true;
             break;
         case Keyword::ObjectProperty:
@@ -313,8 +316,8 @@ bool Translator::Lifts() const {
     return liftable_ && literals_.size() < kMostLifted && places_.Lifts();
 }
 
-// Takes the token's value, if a parameter can carry it as the engine would read it. An integer
-// that is too great is a real, but not where its negative may still be an integer.
+// Takes the token's value, if a parameter can carry it as the engine would read it. An integer that
+// is too large is a real, except where its negative may still be an integer.
 bool Translator::Lift(const Token& token, bool maybeNegative) {
     Literal literal;
     if (token.kind == TokenKind::Text) {
@@ -340,8 +343,8 @@ std::string_view Translator::Unescaped(std::string_view body, char quote) {
     return std::string_view(unescaped_).substr(start);
 }
 
-// Reads over the list of table hints behind a WITH that follows a table. It stays where leaving it
-// out would complete something else that is to be translated.
+// Reads over the list of table hints behind a WITH that follows a table. The list stays where its
+// absence would complete something else that is to be translated.
 bool Translator::SkipHints() {
     const bool behindName =
         previous_.kind == TokenKind::Word || previous_.kind == TokenKind::QuotedName;
@@ -369,7 +372,7 @@ bool Translator::SkipHints() {
     }
 }
 
-// The server's catalogue of objects as a table of its own.
+// Writes a query for the server's catalogue of objects.
 bool Translator::PutSysobjects(const Token& token) {
     const bool quoted = token.kind == TokenKind::QuotedName;
     if (!Matches(quoted ? token.Body() : token.text, "SYSOBJECTS")) return false;
@@ -404,7 +407,8 @@ bool Translator::PutObjectId(const Token& token) {
     return true;
 }
 
-// At the comma of OBJECTPROPERTY(expression, N'IsUserTable'): makes a test for membership of it.
+// Called at the comma of OBJECTPROPERTY(expression, N'IsUserTable'). It makes a test of whether the
+// expression is a user's table.
 bool Translator::PutUserTableTest() {
     Lexer ahead = lexer_;
     const Token text = Read(ahead);
@@ -419,7 +423,7 @@ bool Translator::PutUserTableTest() {
     return true;
 }
 
-// Behind a semicolon nothing may follow.
+// Ends the statement. Nothing may follow the semicolon.
 void Translator::EndStatement() {
     for (Token token = Next(); token.kind != TokenKind::End; token = Next()) {
         if (!token.Is(';')) throw SyntaxError("a second statement", lexer_.PositionOf(token));

@@ -63,8 +63,8 @@ void Connection::Disconnect() {
 }
 
 void Connection::Begin() {
-    // A transaction is opened to write in; SQLite's driver would take the lock for that with the
-    // first change only, which fails at once when somebody else wrote in between.
+    // A transaction is begun to write in. SQLite's driver would take the write lock only with the
+    // first change, and that fails at once when somebody else wrote in between.
     sqlite_ ? Run("BEGIN IMMEDIATE") : SetAutocommit(false);
     inTransaction_ = true;
 }
@@ -85,7 +85,7 @@ void Connection::Rollback() {
         try {
             Run("ROLLBACK");
         } catch (const _com_error& error) {
-            // A grave error has rolled back by itself.
+            // After a grave error the engine has rolled back by itself.
             if (error.Error() != DB_E_ERRORSINCOMMAND) throw;
         }
         return;
@@ -93,7 +93,7 @@ void Connection::Rollback() {
     const SQLRETURN code = SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_ROLLBACK);
     if (SQL_SUCCEEDED(code)) return LeaveTransaction();
     const _com_error error = DiagnosesOf(SQL_HANDLE_DBC, Get()).front().Translated();
-    Disconnect();  // which is how a transaction ends for certain
+    Disconnect();  // this ends the transaction for certain
     throw _com_error(error);
 }
 
@@ -102,7 +102,8 @@ void Connection::LeaveTransaction() {
     try {
         SetAutocommit(true);
     } catch (...) {
-        // What came next would silently wait for a commit; without a connection it is told.
+        // Statements that come next would silently wait for a commit. Without a connection, they
+        // fail.
         Disconnect();
         throw;
     }
@@ -122,7 +123,7 @@ void Connection::SetAutocommit(bool on) {
 }
 
 void Connection::Set(SQLINTEGER attribute, SQLULEN value) {
-    SQLSetConnectAttr(Get(), attribute, AsPointer(value), 0);  // not every driver knows each
+    SQLSetConnectAttr(Get(), attribute, AsPointer(value), 0);  // not all drivers know each
 }
 
 std::string Connection::Info(SQLUSMALLINT which) const {
@@ -148,7 +149,7 @@ Statement::Statement(std::shared_ptr<const Connection> connection)
 }
 
 Statement::~Statement() {
-    // With the connection its statements have ended already.
+    // The statements of a connection have ended with it.
     if (statement_ && connection_->IsOpen()) SQLFreeHandle(SQL_HANDLE_STMT, statement_);
 }
 

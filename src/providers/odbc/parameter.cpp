@@ -1,4 +1,4 @@
-// Choosing what a column's values are sent as, and laying them out.
+// Chooses the form in which a column's values are sent, and lays them out.
 #include "parameter.h"
 
 #include <algorithm>

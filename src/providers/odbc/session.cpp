@@ -22,7 +22,7 @@ std::string_view Session::TextFor(std::string_view sql) try {
 
 std::shared_ptr<const Statement> Session::Run(std::string_view text) {
     const Shape shape(text);
-    if (shape.IsDefinition()) {  // what is prepared may be for other tables
+    if (shape.IsDefinition()) {  // prepared statements may be for the tables as they were
         statements_.Clear();
         tables_.Clear();
     } else if (auto prepared = statements_.Execute(shape)) {
@@ -38,7 +38,7 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) {
     const std::string_view text = TextFor(sql);
     if (text.empty()) return nullptr;
     auto statement = Run(text);
-    while (statement->ColumnCount() == 0) {  // what a trigger did may tell its counts first
+    while (statement->ColumnCount() == 0) {  // the counts of a trigger's statements may come first
         const SQLRETURN code = SQLMoreResults(statement->Get());
         if (code == SQL_NO_DATA) return nullptr;
         statement->Check(code);

@@ -1,4 +1,4 @@
-// Taking values out, token by token.
+// Takes the values out of a statement, token by token.
 #include "shape.h"
 
 #include <algorithm>
@@ -23,8 +23,8 @@ enum class Place {
     Elsewhere,
     Condition,   // behind WHERE and ON
     Assignment,  // behind SET
-    Rows,        // behind VALUES,
-    Items,       // and inside its parentheses
+    Rows,        // behind VALUES
+    Items,       // inside the parentheses behind VALUES
 };
 
 template <std::size_t size>
@@ -69,8 +69,8 @@ std::optional<Number> Parsed(std::string_view digits) {
     return number;
 }
 
-// What a parameter can carry just as the text says it. Characters beyond ASCII go by the code page
-// of a literal, which may know less than a parameter.
+// The value of a token, if a parameter can carry it just as the text says it. A literal with
+// characters beyond ASCII is read in a code page, which may hold fewer characters than a parameter.
 std::optional<ado::Cell> ValueOf(const Token& token, bool negative) {
     switch (token.kind) {
         case TokenKind::Integer:

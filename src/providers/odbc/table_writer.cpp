@@ -1,5 +1,5 @@
-// A batch is one transaction. Drivers differ in what they do with an array of which a row is
-// refused: some go on, some stop there, and not all tell which rows they stored.
+// A batch is one transaction. Drivers differ in what they do with an array in which a row is
+// refused: some go on, some stop there, and not all report which rows they stored.
 #include "table_writer.h"
 
 #include <algorithm>
@@ -12,8 +12,8 @@ using ado::Cell;
 
 constexpr std::size_t kTextBytesOfTrip = std::size_t{16} << 20;
 
-// Undoes what was not committed. Inside the caller's transaction that is a savepoint where the
-// source is SQLite; on a server it stays with the caller, whose rollback undoes it.
+// A batch in progress. Its end undoes what was not committed. Inside the caller's transaction it is
+// a savepoint where the source is SQLite. On a server, the caller's rollback undoes it.
 class BatchTransaction {
   public:
     explicit BatchTransaction(Connection& connection)
@@ -34,7 +34,7 @@ class BatchTransaction {
                 connection_.Run("RELEASE batch");
             }
         } catch (const _com_error&) {
-            // What made the batch fail is what the caller hears of.
+            // The caller hears of the error that made the batch fail.
         }
     }
     BatchTransaction(const BatchTransaction&) = delete;
@@ -154,7 +154,8 @@ std::optional<std::size_t> TableWriter::WriteArray(std::span<const Cell> cells,
     }
     const ArrayInsert::Reply reply = insert_->Send(cells);
     RaiseUnlessRefused(reply.diagnoses);
-    // SQLite's driver stops at the first row that is refused, and does not tell at which.
+    // SQLite's driver stops at the first row that is refused, and does not report which one that
+    // was.
     if (connection_->IsSqlite()) return reply.success ? std::optional(rows) : std::nullopt;
     if (reply.states.empty()) {
         if (reply.success) return rows;
@@ -169,7 +170,7 @@ std::optional<std::size_t> TableWriter::WriteArray(std::span<const Cell> cells,
     for (const SQLUSMALLINT state : reply.states) {
         if (state == SQL_PARAM_ERROR) CountRefusal(reply.diagnoses, outcome);
     }
-    // Where the driver stopped, or used none of the rest, it is sent again.
+    // The rows from which the driver stopped, or which it did not use, are sent again.
     const auto unused = std::ranges::find(reply.states, SQLUSMALLINT{SQL_PARAM_UNUSED});
     return static_cast<std::size_t>(unused - reply.states.begin());
 }

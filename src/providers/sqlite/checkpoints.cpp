@@ -1,4 +1,4 @@
-// When, and how long they may take.
+// When checkpoints are made, and how long they may take.
 #include "checkpoints.h"
 
 #include <chrono>
@@ -6,9 +6,10 @@
 namespace mersola::sqlite {
 namespace {
 
-constexpr int kPages = 1000;  // as SQLite's automatic ones
+constexpr int kPages = 1000;  // as many as for SQLite's automatic checkpoints
 
-// Nobody can write meanwhile: shorter than anybody minds, longer than most blocks are read.
+// Nobody can write during a checkpoint, so it waits for readers shorter than anybody minds, and
+// longer than most blocks take to be read.
 constexpr std::chrono::milliseconds kWait{50};
 
 }  // namespace
@@ -20,15 +21,15 @@ Checkpoints::Checkpoints(sqlite3* db, Patience& patience)
 
 int Checkpoints::AfterCommit(void* self, sqlite3*, const char*, int pages) {
     static_cast<Checkpoints*>(self)->Checkpoint(pages);
-    return SQLITE_OK;  // what was committed is so, whatever became of the checkpoint
+    return SQLITE_OK;  // the commit stands, whatever became of the checkpoint
 }
 
 void Checkpoints::Checkpoint(int pages) {
     if (pages < lastPages_) duePages_ = kPages;  // the log was started anew
     lastPages_ = pages;
     if (pages < kPages) return;
-    // Beside a long reader every further thousand is worth waiting; in between, a gap between
-    // readers may come by.
+    // Beside a long reader, each further thousand pages are worth waiting for it. In between, a
+    // checkpoint may find a gap between readers.
     const bool isDue = pages >= duePages_;
     if (isDue) duePages_ = pages + kPages;
     const auto limit = patience_.Limit(isDue ? kWait : std::chrono::milliseconds(0));

@@ -14,15 +14,15 @@
 namespace mersola::sqlite {
 namespace {
 
-// Bytes of the log's file, once it is started anew: what a long reader made it grow by is given
-// back, and in daily use it is written over.
+// The size in bytes to which the log's file shrinks when it is started anew: what a long reader
+// made it grow by is given back, and in daily use the file is written over.
 constexpr int kLogLimit = 8 << 20;
 
 [[noreturn]] void Refuse(const std::string& what) {
     throw _com_error(E_FAIL, what.c_str(), kSource);
 }
 
-// The value of `key` among `allowed`, whose first is the default.
+// The value of `key`, which is one of `allowed`; the first of these is the default.
 std::string_view Choice(const ado::ConnectionString& properties, std::string_view key,
                         std::initializer_list<std::string_view> allowed) {
     const std::string_view value = properties.Find(key);
@@ -42,7 +42,7 @@ void RequireFile(const std::string& path) {
         if (errno == ENOENT || errno == ENOTDIR) {
             Refuse("The database file '" + path + "' does not exist, and opening creates none");
         }
-        return;  // SQLite says why it cannot be opened
+        return;  // SQLite itself says why the file cannot be opened
     }
     if (!S_ISREG(status.st_mode)) Refuse("The database '" + path + "' is not a file");
 }
@@ -55,7 +55,7 @@ int Milliseconds(long seconds) {
 void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1,
-                      nullptr);  // the schema cannot be written as a table
+                      nullptr);  // no statement can write the schema as a table
     sqlite3_db_config(db, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);  // "name" is never a text
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
@@ -63,7 +63,7 @@ void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
     const auto run = [db](const std::string& sql) {
         Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
     };
-    run("SELECT count(*) FROM sqlite_schema");  // a file that is no database is found out here
+    run("SELECT count(*) FROM sqlite_schema");  // this finds out whether the file is a database
     if (!readOnly) {
         run("PRAGMA journal_mode=WAL");
         run("PRAGMA journal_size_limit=" + std::to_string(kLogLimit));
@@ -82,7 +82,8 @@ class Provider : public ado::Provider {
         sqlite3* opened = nullptr;
         const int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
                           SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-        // Or SQLite would take ":memory:" for no file, and "file:x" for one of another name.
+        // Otherwise SQLite would take ":memory:" for no file, and "file:x" for a file of another
+        // name.
         const bool isSpecial = path.starts_with(':') || path.starts_with("file:");
         const int code =
             sqlite3_open_v2(((isSpecial ? "./" : "") + path).c_str(), &opened, flags, GuardedVfs());

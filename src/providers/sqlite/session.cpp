@@ -28,7 +28,7 @@ void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Litera
     }
 }
 
-// A statement while it runs; goes back to the cache whatever happens.
+// A statement while it runs. It goes back to the cache whatever happens.
 class RunningStatement {
   public:
     RunningStatement(sqlite3* db, StatementCache& cache, std::string_view text)
@@ -71,8 +71,8 @@ class Rows : public ado::RowSource {
     bool Next() override { return statement_.Step(); }
 
     ado::Cell At(int column) const override {
-        // One look-up of the column; asked by sqlite3_column_* for type, value and length it would
-        // be three.
+        // This looks the column up once. sqlite3_column_* would look it up three times, for type,
+        // value and length.
         sqlite3_value* value = sqlite3_column_value(row_, column);
         switch (sqlite3_value_type(value)) {
             case SQLITE_INTEGER:
@@ -102,11 +102,12 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     if (translation.noOperation) return nullptr;
     RunningStatement statement(db_.get(), cache_, translation.text);
     const bool givesRows = sqlite3_column_count(statement.Get()) > 0;
-    // Rows are read when the caller's text may be gone, so that its literals are copied.
+    // When rows are read, the caller's text may be gone, so the literals are copied.
     const auto keeping = givesRows ? SQLITE_TRANSIENT : SQLITE_STATIC;
     int index = 0;
     for (const dialect::Literal& literal : translation.literals) {
-        // What is stored already can still be looked up.
+        // A text that is not UTF-8 may be looked for, since older databases may hold it, but not
+        // stored.
         if (!givesRows && !dialect::IsUtf8(literal.text)) throw NoUtf8();
         Bind(db_.get(), statement.Get(), ++index, literal, keeping);
     }
@@ -122,8 +123,8 @@ std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
 }
 
 void Session::Begin() {
-    // A transaction is opened to write in; taking the write lock now waits for it, while taking it
-    // after a read would fail at once when somebody else wrote in between.
+    // A transaction is begun to write in. Taking the write lock now waits for it; taking it after a
+    // read would fail at once when somebody else wrote in between.
     Execute(sqlite3_db_readonly(db_.get(), "main") == 1 ? "BEGIN" : "BEGIN IMMEDIATE");
 }
 
@@ -133,7 +134,7 @@ void Session::Commit() {
 
 void Session::Rollback() {
     if (!sqlite3_get_autocommit(db_.get()))
-        Execute("ROLLBACK");  // a grave error has rolled back by itself
+        Execute("ROLLBACK");  // after a grave error SQLite has rolled back by itself
 }
 
 }  // namespace mersola::sqlite

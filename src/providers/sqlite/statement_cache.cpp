@@ -15,7 +15,7 @@ Statement Prepare(sqlite3* db, std::string_view text) {
 
 Statement StatementCache::Take(std::string_view text) {
     if (!entries_.empty() && entries_.front().text == text && entries_.front().statement) {
-        return std::move(entries_.front().statement);  // a recorder runs one shape all the time
+        return std::move(entries_.front().statement);  // a recorder repeats one shape
     }
     if (const auto found = byText_.find(text); found != byText_.end()) {
         entries_.splice(entries_.begin(), entries_, found->second);
@@ -25,7 +25,7 @@ Statement StatementCache::Take(std::string_view text) {
 }
 
 void StatementCache::Return(std::string_view text, Statement statement) {
-    sqlite3_reset(statement.get());  // what was bound stays: every run binds all parameters anew
+    sqlite3_reset(statement.get());  // bound values stay: every run binds all parameters anew
     if (!entries_.empty() && entries_.front().text == text) {
         entries_.front().statement = std::move(statement);
         return;

@@ -27,7 +27,7 @@ bool IsUtf8(const ado::Cell& cell) {
     return cell.kind != ado::CellKind::Text || dialect::IsUtf8({cell.text, cell.length});
 }
 
-// Undoes what was not committed.
+// A batch in progress. Its end undoes what was not committed.
 class BatchTransaction {
   public:
     explicit BatchTransaction(sqlite3* db) : db_(db), nested_(!sqlite3_get_autocommit(db)) {
