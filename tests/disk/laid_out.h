@@ -1,0 +1,62 @@
+// A database on the disk that fails, and what the tool's check says of it.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "support/power_cut_vfs.h"
+#include "support/temporary_folder.h"
+#include "tool/cli.h"
+
+namespace mersola::test {
+
+/// Laid out and empty, all of it on the disk, which watches the folder from now on.
+class LaidOut {
+  public:
+    LaidOut() {
+        Disk& disk = Disk::Instance();
+        static const std::string empty = [] {
+            const TemporaryFolder folder;
+            const std::string path = folder / "empty.db";
+            const char* words[] = {"mersola", "init", path.c_str()};
+            std::ostringstream out;
+            if (tool::RunTool(3, words, out, out) != 0) throw std::runtime_error(out.str());
+            std::ifstream file(path, std::ios::binary);
+            return std::string(std::istreambuf_iterator<char>(file), {});
+        }();
+        std::ofstream(Path(), std::ios::binary) << empty;
+        disk.Watch(std::filesystem::path(Path()).parent_path());
+    }
+
+    std::string Path() const { return (folder_ / "test.db").string(); }
+    std::string ConnectString(const std::string& synchronous = "FULL") const {
+        return "Provider=SQLite;Synchronous=" + synchronous + ";Data Source={" + Path() + "}";
+    }
+
+    /// The findings, but for markers that a recorder which was stopped left open.
+    std::string Findings() const {
+        const std::string path = Path();
+        const char* words[] = {"mersola", "check", path.c_str()};
+        std::ostringstream out;
+        std::ostringstream err;
+        const int status = tool::RunTool(3, words, out, err);
+        std::string findings = err.str();
+        if (status > 1) findings += "status " + std::to_string(status) + "\n";
+        std::istringstream lines(out.str());
+        for (std::string line; std::getline(lines, line);) {
+            const auto has = [&](const char* part) { return line.find(part) != line.npos; };
+            if (!has(" is open; ") && !line.starts_with("remark: ") && !has(" checked"))
+                findings += line + "\n";
+        }
+        return findings;
+    }
+
+  private:
+    TemporaryFolder folder_;
+};
+
+}  // namespace mersola::test

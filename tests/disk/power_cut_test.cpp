@@ -1,0 +1,105 @@
+// A recorder whose power is cut again and again, and what is there when it comes back.
+//
+//     MERSOLA_TEST_SEED=N       that seed alone, as a failed test names it
+//     MERSOLA_TEST_SECONDS=N    new seeds for so long
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <string>
+
+#include "laid_out.h"
+#include "recorder.h"
+#include "support/database.h"
+
+namespace mersola::test {
+namespace {
+
+constexpr int kSeeds = 40;  // in the suite
+constexpr int kCuts = 4;    // of each seed
+constexpr int kMostSteps = 20000;
+
+enum class Lie { None, Syncs };
+
+// What went wrong with this seed, or nothing.
+std::string FaultOf(std::uint64_t seed, const std::string& synchronous, Lie lie = Lie::None) {
+    const ShownMessages messages;  // that nobody can connect while there is no power
+    const LaidOut database;
+    Disk& disk = Disk::Instance();
+    disk.SwallowSyncs(lie == Lie::Syncs);
+    std::mt19937_64 random(seed);
+    RandomRecorder recorder(database.ConnectString(synchronous), random());
+    for (int cut = 0; cut < kCuts; ++cut) {
+        // Few changes, to come upon the repair of what the cut before has left, or many.
+        const auto most = std::uint64_t{1} << (2 + random() % 9);
+        disk.CutAt(static_cast<int>(1 + random() % most), random());
+        bool isWorking = recorder.Start();
+        // A count that cannot be raised any more goes without a word.
+        for (int step = 0; isWorking && !disk.IsCut() && step < kMostSteps; ++step)
+            isWorking = recorder.Step();
+        recorder.Stop();
+        const std::string when = "cut " + std::to_string(cut) + ": ";
+        if (!disk.IsCut()) return when + "the recorder stopped while there was power";
+        disk.PowerUp();
+        const std::string fault =
+            recorder.Written().Settle(ContentsOf(database.Path()), synchronous == "FULL");
+        if (!fault.empty()) return when + fault;
+        disk.PowerUp();  // before anybody opened it
+        if (cut % 2 == 0) continue;
+        if (!recorder.StartAll()) return when + "the recorder could not go on";
+        recorder.Stop();
+        if (const std::string found = database.Findings(); !found.empty())
+            return when + "check found " + found;
+    }
+    bool isWorking = recorder.Start();
+    for (int step = 0; isWorking && step < 20; ++step)
+        isWorking = recorder.Step();
+    if (!isWorking || !recorder.StartAll()) return "the recorder could not go on";
+    recorder.Stop();
+    const std::string fault = recorder.Written().Settle(ContentsOf(database.Path()), true);
+    return fault.empty() ? database.Findings() : "in the end " + fault;
+}
+
+std::string SayAgain(std::uint64_t seed) {
+    return "MERSOLA_TEST_SEED=" + std::to_string(seed) + " repeats this";
+}
+
+class PowerCut : public testing::TestWithParam<const char*> {};
+
+TEST_P(PowerCut, LosesNothingThatWasToBeKeptAndTearsNothing) {
+    Disk::Instance();
+    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
+        EXPECT_EQ(FaultOf(std::strtoull(seed, nullptr, 10), GetParam()), "");
+        return;
+    }
+    if (const char* seconds = std::getenv("MERSOLA_TEST_SECONDS")) {
+        const auto end =
+            std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(seconds));
+        std::uint64_t seed = std::random_device()();
+        seed <<= 16;
+        const auto first = seed;
+        for (; std::chrono::steady_clock::now() < end; ++seed)
+            ASSERT_EQ(FaultOf(seed, GetParam()), "") << SayAgain(seed);
+        std::cout << seed - first << " seeds from " << first << " on, " << kCuts << " cuts each\n";
+        return;
+    }
+    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed)
+        EXPECT_EQ(FaultOf(seed, GetParam()), "") << SayAgain(seed);
+}
+
+INSTANTIATE_TEST_SUITE_P(Synchronous, PowerCut, testing::Values("FULL", "NORMAL"),
+                         [](const auto& test) { return std::string(test.param); });
+
+TEST(PowerCutItself, ShowsWhatADiskLosesThatLiesOfSyncs) {
+    for (const char* synchronous : {"FULL", "NORMAL"}) {
+        int faults = 0;
+        for (std::uint64_t seed = 1; seed <= 10; ++seed)
+            faults += !FaultOf(seed, synchronous, Lie::Syncs).empty();
+        EXPECT_GE(faults, 5) << synchronous;
+    }
+}
+
+}  // namespace
+}  // namespace mersola::test
