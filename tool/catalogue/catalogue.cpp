@@ -86,28 +86,9 @@ std::map<std::int32_t, std::string> ReadBandNames(Mersola& store) {
     return names;
 }
 
-CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t groupId,
-                                                std::int32_t measId) {
+CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store) {
     CArray<MarkerInfo, MarkerInfo&> markers;
-    for (_Recordset& row : Rows(store,
-                                "SELECT * FROM Markers WHERE GroupId=%d AND MeasId=%d AND "
-                                "inProgess<>0",
-                                groupId, measId)) {
-        MarkerInfo marker;
-        marker.GroupId = groupId;
-        marker.MeasId = measId;
-        marker.Path = row.Fields("Path").Text();
-        marker.Start = row.Fields("Start").Text();
-        marker.Stop = row.Fields("Stop").Text();
-        marker.MarkerId = row.Fields("MarkerId").Long();
-        marker.MarkerType = row.Fields("MarkerType").Long();
-        marker.TriggerCondition = row.Fields("TriggerCondition").Text();
-        marker.funcId = row.Fields("funcId").Long();
-        marker.frqId = row.Fields("frqId").Long();
-        marker.inProgess = row.Fields("inProgess").Long();
-        marker.ExtMarkerType = row.Fields("ExtMarkerType").Text();
-        markers.Add(marker);
-    }
+    RequireRead(store.GetOpenMarkers(markers), "markers", store);
     return markers;
 }
 

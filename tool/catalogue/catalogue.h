@@ -21,14 +21,6 @@ CArray<MeasurementInfo, MeasurementInfo&> ReadMeasurements(Mersola& store, std::
 CArray<ReportInfo, ReportInfo&> ReadReports(Mersola& store, std::int32_t groupId,
                                             std::int32_t measId);
 
-/// The reports (r) with the keys of their values (k), as part of a statement; and of such a row the
-/// first period that has values, null when there is none. It takes no look at other values.
-inline constexpr const char* kReportsAndKeys =
-    "Reports r LEFT JOIN MeasValueMap k ON k.GroupId=r.GroupId AND k.MeasId=r.MeasId AND "
-    "k.ReportId=r.ReportId";
-inline constexpr const char* kFirstStored =
-    "(SELECT MIN(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=k.MeasValueId)";
-
 struct MeasuredFunction {
     std::int32_t channel;
     std::int32_t id;
@@ -42,9 +34,8 @@ std::vector<MeasuredFunction> ReadFunctions(Mersola& store, std::int32_t groupId
 /// The names of bands that have one.
 std::map<std::int32_t, std::string> ReadBandNames(Mersola& store);
 
-/// The markers of a measurement that were not closed.
-CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store, std::int32_t groupId,
-                                                std::int32_t measId);
+/// The markers of the selected measurement, or of the chain, that were not closed.
+CArray<MarkerInfo, MarkerInfo&> ReadOpenMarkers(Mersola& store);
 
 /// Raises Failure for a name that the library could not look up. `what`: of what kind of thing, as
 /// "instrument".

@@ -1,4 +1,4 @@
-// Numbering the periods of a chain, and reading its catalogue.
+// Reading the catalogue of a chain.
 #include "chain.h"
 
 #include <algorithm>
@@ -11,38 +11,27 @@
 namespace mersola::tool {
 namespace {
 
-struct Recorded {
-    MeasurementInfo measurement;
-    std::vector<ReportInfo> reports;
-};
-
-// The measurements that have periods, and their reports that have.
-std::vector<Recorded> ReadRecorded(Mersola& store, std::int32_t groupId) {
-    std::vector<Recorded> recorded;
+bool HavePeriods(Mersola& store, std::int32_t groupId) {
+    store.SetMeasurement(kNone);  // the view would answer in place of the measurements
     for (const MeasurementInfo& measurement : ReadMeasurements(store, groupId)) {
-        CArray<ReportInfo, ReportInfo&> stored;
-        if (store._GetReports(stored, measurement.MeasId, nullptr) != 1)
+        CArray<ReportInfo, ReportInfo&> reports;
+        if (store._GetReports(reports, measurement.MeasId, nullptr) != 1)
             throw Failure("the reports could not be read" + WhyUnread(store));
-        Recorded each{measurement, {}};
-        std::ranges::copy_if(stored, std::back_inserter(each.reports),
-                             [](const ReportInfo& report) { return report.noOfPeriods > 0; });
-        if (!each.reports.empty()) recorded.push_back(std::move(each));
+        if (std::ranges::any_of(reports,
+                                [](const ReportInfo& each) { return each.noOfPeriods > 0; }))
+            return true;
     }
-    return recorded;
+    return false;
 }
 
-std::vector<ChainMember> NumberPeriods(const std::vector<Recorded>& recorded, std::size_t index) {
+// The members of the chain, by the place of one of their reports.
+std::vector<ChainMember> MembersOf(const CArray<MeasurementInfo, MeasurementInfo&>& measurements,
+                                   int index) {
     std::vector<ChainMember> members;
-    std::int64_t first = 0;
-    for (std::size_t i = 0; i < recorded.size(); ++i) {
-        const auto& [measurement, reports] = recorded[i];
-        // From one measurement to the next in whole periods, as the view itself goes.
-        if (i > 0)
-            first +=
-                (measurement.StartAt - recorded[i - 1].measurement.StartAt).GetTotalMilliseconds() /
-                reports[index].PeriodLen.GetTotalMilliseconds();
-        members.push_back({measurement.MeasId, std::string(measurement.MeasName),
-                           reports[index].ReportId, first, reports[index].noOfPeriods});
+    for (const MeasurementInfo& each : measurements) {
+        const ReportInfo& report = each.reports[index];
+        members.push_back({each.MeasId, std::string(each.MeasName), report.ReportId,
+                           report.periodOffset, report.noOfPeriods});
     }
     return members;
 }
@@ -63,25 +52,22 @@ std::vector<MeasuredFunction> FunctionsOf(Mersola& store, const ReportInfo& repo
 
 Chain ReadChain(Mersola& store, std::int32_t groupId) {
     store.SetInstrument(groupId);
-    store.SetMeasurement(-1);  // the view would answer in place of the measurements
-    const auto recorded = ReadRecorded(store, groupId);
-    if (recorded.empty())
-        throw Failure("no measurement has periods yet; record some with: mersola record");
+    CArray<MeasurementInfo, MeasurementInfo&> measurements;
     CArray<ReportInfo, ReportInfo&> reports;
-    if (store.SetMeasurement(-3) != 1 || store.GetReports(reports) != 1)
-        throw Failure("the measurements cannot be read as one" + LastError(store) +
+    if (store.SetMeasurement(kContinuousView) != 1 ||
+        store.GetContinuousMeasurements(measurements) != 1 || store.GetReports(reports) != 1) {
+        const std::string why = LastError(store);
+        if (!HavePeriods(store, groupId))
+            throw Failure("no measurement has periods yet; record some with: mersola record");
+        throw Failure("the measurements cannot be read as one" + why +
                       "; starts must be readable, and bandwidths, report types and lengths of "
                       "periods the same");
-    const auto isComplete = [&](const Recorded& each) {
-        return each.reports.size() == static_cast<std::size_t>(reports.GetSize());
-    };
-    if (!std::ranges::all_of(recorded, isComplete))
-        throw Failure("the measurements changed while they were read; try again");
-    Chain chain{recorded.front().measurement, {}};
+    }
+    Chain chain{measurements[0], {}};
     for (int i = 0; i < reports.GetSize(); ++i)
         chain.reports.push_back({reports[i].ReportType, reports[i].PeriodLen,
                                  reports[i].noOfPeriods, FunctionsOf(store, reports[i]),
-                                 NumberPeriods(recorded, static_cast<std::size_t>(i))});
+                                 MembersOf(measurements, i)});
     return chain;
 }
 

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 #include "basics/failure.h"
 #include "chain.h"
 #include "database/open_database.h"
-#include "database/query.h"
 
 namespace mersola::tool {
 namespace {
@@ -31,7 +31,7 @@ std::vector<Run> Runs(const std::vector<std::int32_t>& bands) {
 
 std::int32_t ChooseReport(Mersola& store, const Selection& chosen, const std::string& asked) {
     std::vector<Choice> choices;
-    for (const auto& each : ReadReports(store, chosen.instrument, chosen.measurements.front()))
+    for (const auto& each : ReadReports(store, chosen.instrument, chosen.measurement))
         choices.push_back({each.ReportId, ""});
     CArray<ReportInfo, ReportInfo&> filled;
     store.GetReports(filled);
@@ -51,18 +51,6 @@ void ChooseChannel(Selection& chosen, const std::vector<MeasuredFunction>& measu
                          [&](const auto& each) { return each.channel == chosen.channel; });
 }
 
-// The keys of the values, as a statement.
-std::string KeysOf(const Selection& chosen) {
-    if (chosen.isContinuous)
-        return Statement(
-            "SELECT m.MeasValueId FROM MeasValueMap m JOIN Reports r ON r.GroupId=m.GroupId AND "
-            "r.MeasId=m.MeasId AND r.ReportId=m.ReportId WHERE m.GroupId=%d AND r.ReportType=%d",
-            chosen.instrument, chosen.report);
-    return Statement(
-        "SELECT MeasValueId FROM MeasValueMap WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
-        chosen.instrument, chosen.measurements.front(), chosen.report);
-}
-
 }  // namespace
 
 Selection Select(Mersola& store, const SelectionOptions& options) {
@@ -72,18 +60,14 @@ Selection Select(Mersola& store, const SelectionOptions& options) {
     if (options.isContinuous) {
         const Chain chain = ReadChain(store, chosen.instrument);
         const ChainReport& report = ChooseReport(chain, options.report);
-        for (const ChainMember& member : report.members) {
-            chosen.measurements.push_back(member.measId);
-            chosen.begins.push_back(member.first);
-        }
+        chosen.measurement = kContinuousView;
         chosen.report = report.type;
         ChooseChannel(chosen, report.functions, options.channel);
     } else {
-        const auto measurement = ChooseMeasurement(store, chosen.instrument, options.measurement);
-        chosen.measurements = {measurement};
-        chosen.begins = {0};
+        chosen.measurement = ChooseMeasurement(store, chosen.instrument, options.measurement);
         chosen.report = ChooseReport(store, chosen, options.report);
-        ChooseChannel(chosen, ReadFunctions(store, chosen.instrument, measurement, chosen.report),
+        ChooseChannel(chosen,
+                      ReadFunctions(store, chosen.instrument, chosen.measurement, chosen.report),
                       options.channel);
     }
     if (store.SetReport(chosen.report) != 1)
@@ -111,36 +95,30 @@ std::int32_t CountPeriods(Mersola& store) {
 
 std::int32_t FirstPeriod(Mersola& store, const Selection& chosen, std::int32_t count) {
     std::int64_t first = count;
-    for (_Recordset& row : Rows(store, "SELECT r.MeasId,%s FROM %s WHERE r.GroupId=%d AND r.%s=%d",
-                                kFirstStored, kReportsAndKeys, chosen.instrument,
-                                chosen.isContinuous ? "ReportType" : "ReportId", chosen.report)) {
-        const auto member = std::ranges::find(chosen.measurements, row.Fields(0).Long());
-        if (member == chosen.measurements.end() || row.Fields(1).IsNull()) continue;
-        first = std::min(
-            first, chosen.begins[static_cast<std::size_t>(member - chosen.measurements.begin())] +
-                       row.Fields(1).Long());
+    const auto faults = store.getConnection()->GetErrors().size();
+    for (const MeasuredFunction& each : chosen.functions) {
+        long begin = 0, last = 0;
+        store.SetFunction(each.id);
+        if (store.GetStoredPeriods(begin, last) == 1) first = std::min<std::int64_t>(first, begin);
     }
+    // What could not be read looks like what is not there.
+    if (store.getConnection()->GetErrors().size() != faults) RefuseRead(store);
     return first >= count ? 0 : static_cast<std::int32_t>(std::max<std::int64_t>(first, 0));
 }
 
-std::vector<std::int32_t> StoredBands(Mersola& store, const Selection& chosen,
+std::vector<std::int32_t> StoredBands(Mersola& store,
                                       const std::vector<MeasuredFunction>& functions,
                                       const std::optional<Range>& periods) {
-    std::string ids;
-    for (const auto& each : functions)
-        ids += (ids.empty() ? "" : ",") + std::to_string(each.id);
-    std::string within;
-    if (periods)
-        within = Statement(" AND PeriodNo>=%d AND PeriodNo<=%d", periods->first,
-                           periods->first + (periods->count - 1));
-    std::vector<std::int32_t> bands;
-    for (_Recordset& row :
-         Rows(store,
-              "SELECT DISTINCT FrqId FROM MeasuredValues WHERE MeasValueId IN (%s) AND Channel=%d "
-              "AND FuncId IN (%s)%s ORDER BY FrqId",
-              KeysOf(chosen).c_str(), chosen.channel, ids.c_str(), within.c_str()))
-        bands.push_back(row.Fields(0).Long());
-    return bands;
+    std::set<std::int32_t> bands;
+    for (const MeasuredFunction& each : functions) {
+        CArray<int, int> stored;
+        store.SetFunction(each.id);
+        if ((periods ? store.GetBands(stored, periods->first, periods->count)
+                     : store.GetBands(stored)) != 1)
+            RefuseRead(store);
+        bands.insert(stored.begin(), stored.end());
+    }
+    return {bands.begin(), bands.end()};
 }
 
 std::vector<float> ReadBands(Mersola& store, const Range& block,

@@ -22,15 +22,14 @@ struct SelectionOptions {
 };
 
 /// What reads of a value that is not stored or not valid give.
-inline constexpr float kMissing = -100;
+inline constexpr auto kMissing = static_cast<float>(kMissingValue);
 
 /// A channel of a report, in one measurement or in the continuous view.
 struct Selection {
     bool isContinuous;
     std::int32_t instrument;
-    std::vector<std::int32_t> measurements;  ///< the one, or those of the chain
-    std::vector<std::int64_t> begins;        ///< the first period of each, among all of them
-    std::int32_t report;                     ///< its type in the continuous view
+    std::int32_t measurement;  ///< kContinuousView in the continuous view
+    std::int32_t report;       ///< its type in the continuous view
     std::int32_t channel;
     std::vector<MeasuredFunction> functions;  ///< those of the channel, by identifier
 };
@@ -49,11 +48,13 @@ const MeasuredFunction& ChooseFunction(const Selection& chosen, const std::strin
 /// The number of periods of the report. Raises Failure when there are none yet.
 std::int32_t CountPeriods(Mersola& store);
 
-/// The first period that has values, 0 when none has; one of the `count` periods.
+/// The first period that has values, 0 when none has; one of the `count` periods. The function that
+/// is selected afterwards is any of the channel. Raises Failure.
 std::int32_t FirstPeriod(Mersola& store, const Selection& chosen, std::int32_t count);
 
-/// The bands in which these functions have values in these periods, or anywhere; ascending.
-std::vector<std::int32_t> StoredBands(Mersola& store, const Selection& chosen,
+/// The bands in which these functions have values in these periods, or anywhere; ascending. The
+/// last of the functions is selected afterwards. Raises Failure.
+std::vector<std::int32_t> StoredBands(Mersola& store,
                                       const std::vector<MeasuredFunction>& functions,
                                       const std::optional<Range>& periods);
 

@@ -318,7 +318,7 @@ class Importer {
     void AddValue(ImportedValue value, const std::string& text) {
         const bool isMissing = IsMissing(text);
         if (isMissing && columns_->IsLong() && value.status == "A") {
-            value.value = -100;
+            value.value = kMissingValue;
         } else if (isMissing) {
             ++empty_;
             return;

@@ -141,12 +141,12 @@ std::unique_ptr<Mersola> OpenDatabase(const Database& database, Access access) {
     auto store = database.Connect(Access::Read);
     versionHistory version;
     const int result = store->GetVersion(nullptr, version);
-    if (result == -2)
+    if (result == kNoInstruments)
         throw Failure(database.Name() + " is not laid out for measurements; " +
                       (database.IsFile() ? "make a new database" : "lay it out") +
                       " with: mersola init");
     if (!database.IsFile()) {
-        if (result == -3)
+        if (result == kNoAnswer)
             throw Failure(database.Name() + " cannot be read" + LastError(*store) +
                           "; check the permissions of the user");
         return store;

@@ -16,7 +16,7 @@ void Add(const Database& database, const VersionOptions& options, std::ostream& 
     RequireText("information", options.info);
     const auto store = OpenDatabase(database, Access::Write);
     versionHistory entry;
-    if (store->GetVersion(nullptr, entry) == -1)
+    if (store->GetVersion(nullptr, entry) == kNoVersionHistory)
         throw Failure(database.Name() +
                       " has no version history to add to; make a new database with: mersola init");
     entry.Version = *options.added;
@@ -53,11 +53,11 @@ void Version(const VersionOptions& options, std::ostream& out) {
         case 0:
             out << "The version history is empty. Fill it with: mersola version --add\n";
             break;
-        case -1:
+        case kNoVersionHistory:
             out << "There are measurements, but no version history: whoever laid the database out "
                    "kept none.\n";
             break;
-        case -2:
+        case kNoInstruments:
             out << "There are no tables for measurements. Lay them out with: mersola init\n";
             break;
         default:

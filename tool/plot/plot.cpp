@@ -84,8 +84,8 @@ class Chooser {
     // In the bands that have values in these periods, or else anywhere; the whole signal's first.
     std::vector<std::int32_t> BandsOf(const MeasuredFunction& function) {
         std::vector<std::int32_t> bands;
-        if (!chosen_.isContinuous) bands = StoredBands(store_, chosen_, {function}, periods_);
-        if (bands.empty()) bands = StoredBands(store_, chosen_, {function}, {});
+        if (!chosen_.isContinuous) bands = StoredBands(store_, {function}, periods_);
+        if (bands.empty()) bands = StoredBands(store_, {function}, {});
         std::stable_partition(bands.begin(), bands.end(),
                               [](auto band) { return band == kBroadband; });
         return bands;
@@ -183,15 +183,11 @@ std::string NameOf(const MarkerInfo& marker) {
                         : name.substr(0, dot == 0 ? name.npos : dot);
 }
 
-std::vector<ChartEvent> ReadEvents(Mersola& store, const Selection& chosen, const CTimeEx& start,
-                                   const CTimeEx& end) {
+std::vector<ChartEvent> ReadEvents(Mersola& store, const CTimeEx& start, const CTimeEx& end) {
     CArray<MarkerInfo, MarkerInfo&> markers;
     if (store.GetMarkers(markers) != 1)
         throw Failure("the markers could not be read" + WhyUnread(store));
-    for (const auto measurement : chosen.measurements) {
-        for (MarkerInfo& open : ReadOpenMarkers(store, chosen.instrument, measurement))
-            markers.Add(open);
-    }
+    markers.Append(ReadOpenMarkers(store));
     const auto seconds = [&](const CTimeEx& time) {
         return static_cast<double>((time - start).GetTotalMilliseconds()) / 1000;
     };
@@ -215,8 +211,7 @@ std::string TitleOf(Mersola& store, const Selection& chosen) {
     InstrumentInfo instrument;
     MeasurementInfo measurement;
     store._GetInstrument(chosen.instrument, instrument, nullptr);
-    if (!chosen.isContinuous)
-        store._GetMeasurement(chosen.measurements.front(), measurement, nullptr);
+    if (!chosen.isContinuous) store._GetMeasurement(chosen.measurement, measurement, nullptr);
     return std::string(instrument.GroupName) + " \u2013 " +
            (chosen.isContinuous ? "all measurements" : std::string(measurement.MeasName));
 }
@@ -272,7 +267,7 @@ void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal)
     const std::string when = " from " + TimeText(chart.start) + " to " + TimeText(chart.end);
     if (chart.lines.empty() && chart.spectra.bands.empty())
         throw Failure("there are no values" + when + "; see what there is with: mersola values");
-    chart.events = ReadEvents(*store, chosen, chart.start, chart.end);
+    chart.events = ReadEvents(*store, chart.start, chart.end);
     chart.title = TitleOf(*store, chosen);
     chart.subtitle = SubtitleOf(chosen, chart, clock);
     if (each > 1)

@@ -127,7 +127,7 @@ void Trigger::Begin(const Place& place, std::span<const PercentileFunction> perc
     marker_.GroupId = place.groupId;
     marker_.MeasId = place.measId;
     if (percentile_) marker_.funcId = percentiles[*percentile_].id;
-    for (MarkerInfo& each : ReadOpenMarkers(store_, place.groupId, place.measId)) {
+    for (MarkerInfo& each : ReadOpenMarkers(store_)) {
         CTimeEx start;
         if (each.ExtMarkerType != marker_.ExtMarkerType || each.funcId != marker_.funcId ||
             each.frqId != marker_.frqId || !CTimeEx::FromText(each.Start, start))

@@ -80,10 +80,13 @@ void ReadMeasurements(Mersola& store, Catalogue& catalogue) {
 }
 
 void ReadReports(Mersola& store, Catalogue& catalogue) {
-    for (_Recordset& row : Rows(store,
-                                "SELECT r.GroupId,r.MeasId,r.ReportId,r.noOfPeriods,r.PeriodLen,"
-                                "r.RealPeriodLen,%s FROM %s ORDER BY r.ReportType,r.ReportId",
-                                kFirstStored, kReportsAndKeys)) {
+    // The first period that has values is found without a look at other values.
+    for (_Recordset& row :
+         Rows(store,
+              "SELECT r.GroupId,r.MeasId,r.ReportId,r.noOfPeriods,r.PeriodLen,r.RealPeriodLen,"
+              "(SELECT MIN(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=k.MeasValueId) "
+              "FROM Reports r LEFT JOIN MeasValueMap k ON k.GroupId=r.GroupId AND "
+              "k.MeasId=r.MeasId AND k.ReportId=r.ReportId ORDER BY r.ReportType,r.ReportId")) {
         Catalogue::Report report;
         ReportInfo& info = report.info;
         info.ReportId = row.Fields(2).Long();

@@ -42,9 +42,9 @@ void SelectReport(Mersola& store, std::int32_t instrument, std::int32_t measurem
 
 MarkerArray ReadMarkers(Mersola& store, std::int32_t instrument, std::int32_t measurement,
                         const MarkersOptions& options) {
-    if (options.isOpen) return ReadOpenMarkers(store, instrument, measurement);
     MarkerArray markers;
     int result = store.SetMeasurement(measurement);
+    if (result == 1 && options.isOpen) return ReadOpenMarkers(store);
     if (result == 1 && options.periods) {
         SelectReport(store, instrument, measurement, options.report);
         result = store.GetMarkers(options.periods->first, long{options.periods->last} + 1, markers);

@@ -90,15 +90,15 @@ void Values(const ValuesOptions& options, std::ostream& out) {
     const auto store = OpenDatabase(options.database, Access::Read);
     const Selection chosen = Select(*store, options);
     const auto functions = ChooseFunctions(chosen, options);
-    store->SetFunction(functions.front().id);
     PeriodClock clock;
     store->GetTrigTime(clock.origin);
     store->GetRealPrdLength(clock.real);
     const Range periods = PeriodsOf(*store, chosen, options.periods, clock);
     std::vector<std::int32_t> bands;
-    if (!options.isContinuous) bands = StoredBands(*store, chosen, functions, periods);
+    if (!options.isContinuous) bands = StoredBands(*store, functions, periods);
     // A gap shows under the bands that there are elsewhere, a chain's periods under all of them.
-    if (bands.empty()) bands = StoredBands(*store, chosen, functions, {});
+    if (bands.empty()) bands = StoredBands(*store, functions, {});
+    store->SetFunction(functions.front().id);
 
     Table table(
         out, options.csv ? Table::Form::Csv : Table::Form::Aligned,
