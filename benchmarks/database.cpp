@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 
+#include "engines/sqlite.h"
 #include "schema/schema.h"
 #include "sqlite/errors.h"
 
@@ -25,8 +26,7 @@ void Run(sqlite3* db, const std::string& sql) {
 }
 
 void LayOut(sqlite3* db) {
-    for (const std::string_view statement :
-         mersola::SchemaStatements(mersola::SchemaEngine::SQLite))
+    for (const std::string_view statement : mersola::SchemaStatements(mersola::kSqlite))
         Run(db, std::string(statement));
 }
 

@@ -9,6 +9,7 @@
 
 #include "contest.h"
 #include "database.h"
+#include "engines/sqlite.h"
 #include "schema/schema.h"
 
 using namespace mersola::sqlite;
@@ -48,8 +49,7 @@ constexpr Layout kLayouts[] = {
 
 // The table as the schema declares it, with another key.
 std::string TableWithKey(std::string_view key) {
-    for (const std::string_view statement :
-         mersola::SchemaStatements(mersola::SchemaEngine::SQLite)) {
+    for (const std::string_view statement : mersola::SchemaStatements(mersola::kSqlite)) {
         if (statement.find("CREATE TABLE MeasuredValues") == std::string_view::npos) continue;
         std::string table(statement);
         const auto begin = table.find("PRIMARY KEY (");

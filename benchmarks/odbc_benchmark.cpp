@@ -15,6 +15,7 @@
 
 #include "contest.h"
 #include "database.h"
+#include "engines/sqlserver.h"
 #include "odbc/connect_text.h"
 #include "odbc/connection.h"
 #include "recorder.h"
@@ -84,13 +85,12 @@ class Target {
         }
     }
     void LayOutServer() const {
-        using mersola::SchemaEngine;
         Drop();
-        for (const auto statement : mersola::SchemaStatements(SchemaEngine::SqlServer)) {
+        for (const auto statement : mersola::SchemaStatements(mersola::kSqlServer)) {
             _Recordset rows;
             Run(std::string(statement), rows);
         }
-        for (const auto option : mersola::SchemaOptions(SchemaEngine::SqlServer))
+        for (const auto option : mersola::SchemaOptions(mersola::kSqlServer))
             TryToRun(std::string(option));
     }
 

@@ -4,16 +4,15 @@
 #include <string_view>
 #include <vector>
 
+#include "engines/engine.h"
+
 namespace mersola {
 
-/// An engine that the layout is written for.
-enum class SchemaEngine { SQLite, SqlServer };
-
 /// The statements that lay out an empty database, in the order in which they are to be run.
-const std::vector<std::string_view>& SchemaStatements(SchemaEngine engine);
+const std::vector<std::string_view>& SchemaStatements(const Engine& engine);
 
 /// Statements that make a laid-out database smaller or faster. Each may fail on a server that does
 /// not know the option, or whose edition lacks it, and nothing depends on it.
-const std::vector<std::string_view>& SchemaOptions(SchemaEngine engine);
+const std::vector<std::string_view>& SchemaOptions(const Engine& engine);
 
 }  // namespace mersola

@@ -180,7 +180,8 @@ TEST_P(Reading, FillsABlockWithWhatIsStoredAndTheRestAsMissing) {
 }
 
 TEST_P(Reading, FailsOnNumbersBeyond32BitsAndWrapsNone) {
-    if (database.IsServer()) GTEST_SKIP() << "its columns hold no such number";
+    if (database.EngineOf().columns.integerBits == 32)
+        GTEST_SKIP() << "its columns hold no such number";
     database.Run({"UPDATE Reports SET noOfPeriods=4294967297 WHERE ReportId=1",
                   "INSERT INTO MeasuredValues VALUES (7,8589934592,1,5,20,1,'')"});
     store.SetInstrument(1);

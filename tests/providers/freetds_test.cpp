@@ -89,6 +89,16 @@ TEST_F(Certificates, AreCheckedForAServerThatASectionNamesAndForNoOther) {
     unsetenv("FREETDSCONF");
 }
 
+TEST_F(FreeTds, IsNotTakenForTheServerWhereAnotherOneAnswers) {
+    const TdsServer server;
+    try {
+        _Connection().Open(At(server), "stranger", "x");
+        FAIL() << "its language is not known";
+    } catch (const _com_error& error) {
+        EXPECT_THAT(error.what(), StartsWith("Another Server is not known here"));
+    }
+}
+
 class RoundTrips : public FreeTds {
   protected:
     void SetUp() override {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 
+#include "engines/engines.h"
 #include "odbc/connect_text.h"
 #include "odbc/errors.h"
 #include "odbc/wide_text.h"
@@ -78,7 +79,7 @@ TEST(ConnectText, HandsOnWhatNamesADriverOrASource) {
 
 TEST(Diagnosis, HasTheCodeOfItsStateAndTheWordsOfItsKind) {
     const auto codeOf = [](const char* state, int native) {
-        return odbc::Diagnosis{state, native, "words", false}.Translated().Error();
+        return odbc::Diagnosis{state, native, "words", &kSqlServer}.Translated().Error();
     };
     EXPECT_EQ(codeOf("23000", 547), DB_E_INTEGRITYVIOLATION);
     EXPECT_EQ(codeOf("42S02", 0), DB_E_NOTABLE);
@@ -88,19 +89,20 @@ TEST(Diagnosis, HasTheCodeOfItsStateAndTheWordsOfItsKind) {
     EXPECT_EQ(codeOf("28000", 0), DB_SEC_E_AUTH_FAILED);
     EXPECT_EQ(codeOf("08S01", 0), E_FAIL);
     const auto wordsOf = [](int native, const char* words) {
-        return std::string(odbc::Diagnosis{"23000", native, words, false}.Translated().what());
+        return std::string(
+            odbc::Diagnosis{"23000", native, words, &kSqlServer}.Translated().what());
     };
     EXPECT_EQ(wordsOf(2627, "Schluessel doppelt"), "duplicate key: Schluessel doppelt");
     EXPECT_EQ(wordsOf(2601, "Cannot insert duplicate key"), "Cannot insert duplicate key");
     EXPECT_EQ(wordsOf(547, "duplicate in a duplicate"), "Duplicate in a Duplicate");
-    const auto isDuplicate = [](int native, const char* words, bool sqlite) {
-        return odbc::Diagnosis{"HY000", native, words, sqlite}.Translated().IsDuplicate();
+    const auto isDuplicate = [](int native, const char* words, const Engine& engine) {
+        return odbc::Diagnosis{"HY000", native, words, &engine}.Translated().IsDuplicate();
     };
-    EXPECT_TRUE(isDuplicate(2601, "", false));
-    EXPECT_FALSE(isDuplicate(547, "Cannot insert duplicate key", false));
-    EXPECT_TRUE(isDuplicate(19, "UNIQUE constraint failed: Groups.GroupId", true));
-    EXPECT_FALSE(isDuplicate(19, "NOT NULL constraint failed: Groups.GroupId", true));
-    EXPECT_FALSE(isDuplicate(2627, "UNIQUE constraint", true));
+    EXPECT_TRUE(isDuplicate(2601, "", kSqlServer));
+    EXPECT_FALSE(isDuplicate(547, "Cannot insert duplicate key", kSqlServer));
+    EXPECT_TRUE(isDuplicate(19, "UNIQUE constraint failed: Groups.GroupId", kSqlite));
+    EXPECT_FALSE(isDuplicate(19, "NOT NULL constraint failed: Groups.GroupId", kSqlite));
+    EXPECT_FALSE(isDuplicate(2627, "UNIQUE constraint", kSqlite));
     EXPECT_EQ(odbc::Secrets("sa", "x.yz").Hidden("sa said 'sa': x.yzx.yz, visa"),
               "*** said '***': ******, visa");
     EXPECT_EQ(odbc::Secrets("", "b").Hidden("unable, b"), "unable, ***");

@@ -6,26 +6,46 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "engines/engines.h"
 #include "odbc/connection.h"
 #include "schema/schema.h"
 #include "watched_provider.h"
 
 namespace mersola::test {
+
+/// A way to an engine.
+struct Target {
+    const char* name;
+    const Engine& engine;
+    const char* variable;     // of the environment: a connection string; null for a file
+    const char* driver;       // of ODBC, for a file; null for the library's own provider
+    const char* numberedKey;  // a column's type
+};
+
 namespace {
 
-constexpr const char* kServerVariable = "MERSOLA_TEST_SQLSERVER";
-constexpr const char* kSqliteDriver = "SQLite3";
+constexpr Target kTargets[]{
+    {"SQLite", kSqlite, nullptr, nullptr, "INTEGER PRIMARY KEY"},
+    {"ODBC", kSqlite, nullptr, "SQLite3", "INTEGER PRIMARY KEY"},
+    {"SQLServer", kSqlServer, "MERSOLA_TEST_SQLSERVER", nullptr,
+     "int IDENTITY NOT NULL PRIMARY KEY"},
+};
+
+std::string WhyMissing(const Target& target) {
+    if (target.variable && !std::getenv(target.variable))
+        return std::string(target.variable) + " holds no connection string";
+    const auto drivers = odbc::InstalledDrivers();
+    if (target.driver && std::ranges::find(drivers, target.driver) == drivers.end())
+        return std::string("the ODBC driver ") + target.driver +
+               " is not installed (scripts/setup does it)";
+    return {};
+}
 
 }  // namespace
 
-Database::Database(const std::string& engine) : engine_(engine) {
-    const auto drivers = odbc::InstalledDrivers();
-    if (engine == "ODBC" && std::ranges::find(drivers, kSqliteDriver) == drivers.end()) {
-        missing_ = "the ODBC driver SQLite3 (Debian: libsqliteodbc) is not installed";
-    } else if (engine == "SQLServer" && !std::getenv(kServerVariable)) {
-        missing_ = std::string(kServerVariable) + " holds no connection string";
-    }
-    if (!missing_.empty()) engine_ = "SQLite";  // for what is set up before the test is skipped
+Database::Database(const std::string& name)
+    : target_(std::ranges::find(kTargets, name, &Target::name)), missing_(WhyMissing(*target_)) {
+    if (!missing_.empty()) target_ = kTargets;  // for what is set up before the test is skipped
     if (IsServer()) {
         DropTables();
     } else {
@@ -38,31 +58,34 @@ Database::~Database() {
     if (IsServer()) DropTables();
 }
 
+const Engine& Database::EngineOf() const {
+    return target_->engine;
+}
+
+bool Database::IsServer() const {
+    return target_->variable;
+}
+
 double Database::AsRead(double value) const {
-    if (engine_ != "ODBC") return value;
+    if (!target_->driver) return value;
     char digits[32];
     std::snprintf(digits, sizeof digits, "%.15g", value);
     return std::strtod(digits, nullptr);
 }
 
 void Database::LayOut() const {
-    const auto& layout =
-        SchemaStatements(IsServer() ? SchemaEngine::SqlServer : SchemaEngine::SQLite);
+    const auto& layout = SchemaStatements(EngineOf());
     Run({layout.begin(), layout.end()}, IsServer() ? ConnectString() : FileString());
-    if (IsServer()) {
-        for (const std::string_view option : SchemaOptions(SchemaEngine::SqlServer))
-            TryToRun(std::string(option));
-    }
+    for (const std::string_view option : SchemaOptions(EngineOf()))
+        TryToRun(std::string(option));
 }
 
 void Database::NumberRows() const {
-    const std::string key =
-        IsServer() ? " int IDENTITY NOT NULL PRIMARY KEY," : " INTEGER PRIMARY KEY,";
+    const std::string key = std::string(" ") + target_->numberedKey + ",";
     for (const auto& [table, column] :
          {std::pair("Markers", " MarkerKey"), std::pair("VersionHistory", " VersionKey")}) {
         const std::string head = std::string("CREATE TABLE ") + table + " (";
-        for (const auto statement :
-             SchemaStatements(IsServer() ? SchemaEngine::SqlServer : SchemaEngine::SQLite)) {
+        for (const auto statement : SchemaStatements(EngineOf())) {
             std::string numbered(statement);
             const auto at = numbered.find(head);
             if (at == numbered.npos) continue;
@@ -94,9 +117,9 @@ std::string Database::FileString() const {
 }
 
 std::string Database::ConnectString(const std::string& extra) const {
-    if (IsServer()) return std::string(std::getenv(kServerVariable)) + ";" + extra;
-    if (engine_ == "SQLite") return FileString() + extra;
-    return std::string("Driver={") + kSqliteDriver + "};SyncPragma=NORMAL;Database=" + Path() +
+    if (IsServer()) return std::string(std::getenv(target_->variable)) + ";" + extra;
+    if (!target_->driver) return FileString() + extra;
+    return std::string("Driver={") + target_->driver + "};SyncPragma=NORMAL;Database=" + Path() +
            ";" + extra;
 }
 
@@ -127,7 +150,10 @@ std::string Database::Ask(const std::string& statement) const {
 }
 
 std::vector<std::string> Engines() {
-    return {"SQLite", "ODBC", "SQLServer"};
+    std::vector<std::string> names;
+    for (const Target& target : kTargets)
+        names.emplace_back(target.name);
+    return names;
 }
 
 ShownMessages::ShownMessages()

@@ -6,11 +6,14 @@
 
 #include <mersola/mersola.h>
 
+#include "engines/engine.h"
 #include "temporary_folder.h"
 
 namespace mersola::test {
 
-/// A laid-out database of one engine, and all that tests must know of how engines differ.
+struct Target;
+
+/// A laid-out database of one engine, reached in one way.
 ///   SQLite     a file of its own, through the library's own provider
 ///   ODBC       such a file through SQLite's ODBC driver
 ///   SQLServer  the database that the connection string in MERSOLA_TEST_SQLSERVER names. It LOSES
@@ -18,15 +21,14 @@ namespace mersola::test {
 ///              dropped in the end.
 class Database {
   public:
-    explicit Database(const std::string& engine);
+    explicit Database(const std::string& name);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
     /// Why the engine cannot be tested here; empty when it can.
     const std::string& Missing() const { return missing_; }
-    /// A server: columns hold 32 bits, and readers may wait for whoever writes.
-    bool IsServer() const { return engine_ == "SQLServer"; }
+    const Engine& EngineOf() const;
     /// What a stored number is when it is read: SQLite's ODBC driver knows 15 digits of it.
     double AsRead(double value) const;
     /// The connection string, `extra` appended.
@@ -42,18 +44,19 @@ class Database {
     std::string Ask(const std::string& statement) const;
 
   private:
+    bool IsServer() const;
     std::string FileString() const;
     void LayOut() const;
     void DropTables() const;
     void TryToRun(const std::string& statement) const;
     void Run(const std::vector<std::string>& statements, const std::string& connectString) const;
 
-    std::string engine_;
+    const Target* target_;
     std::string missing_;
     TemporaryFolder folder_;
 };
 
-/// The engines that the contract is tested on.
+/// The names of the databases that the contract is tested on.
 std::vector<std::string> Engines();
 
 /// Catches what AfxMessageBox shows while it lives.

@@ -208,7 +208,8 @@ def log_in(packets, context):
     if "nobody".encode("utf-16-le") in login:
         packets.reply(error(18456, "Login failed for user 'nobody'."))
         raise EOFError
-    program = struct.pack(">BI", 1, 0x74000004) + text("Microsoft SQL Server") + bytes([16, 0, 0, 0])
+    name = "Another Server" if "stranger".encode("utf-16-le") in login else "Microsoft SQL Server"
+    program = struct.pack(">BI", 1, 0x74000004) + text(name) + bytes([16, 0, 0, 0])
     packets.reply(token(0xE3, b"\x07\x05" + COLLATION + b"\x00") + token(0xAD, program) + done())
 
 

@@ -253,6 +253,30 @@ TEST_F(Copying, NamesTheStatusThatAServerCannotHold) {
     test::TheWatch().Reset();
 }
 
+TEST_F(Copying, RefusesAnEngineThatIsNotKnown) {
+    const auto before = Holdings(db_);
+    test::RegisterWatchedProvider();
+    test::TheWatch().dbmsName = "Another Server";
+    const std::string empty = folder_ / "empty.db";
+    std::ofstream(empty).close();
+    for (const std::string& path : {empty, db_}) {
+        const std::string watched =
+            "Provider=SQLite;Data Source=\"" + path + "\"" + std::string(test::kWatched);
+        for (const auto& words :
+             {std::vector<std::string>{"init", watched}, {"copy", from_, watched}}) {
+            const Outcome outcome = RunWords(words);
+            EXPECT_EQ(outcome.status, 1);
+            EXPECT_NE(
+                outcome.err.find("Another Server is not known here; what is known is SQLite, "),
+                outcome.err.npos)
+                << outcome.err;
+        }
+    }
+    test::TheWatch().Reset();
+    EXPECT_EQ(Holdings(db_), before);
+    EXPECT_EQ(RunWords({"init", empty}).status, 0) << "nothing was laid out";
+}
+
 TEST_F(Copying, GoesThroughOdbcAndBack) {
     const std::string odbc = "Driver={SQLite3};Database=" + (folder_ / "odbc.db").string();
     const Outcome init = RunWords({"init", odbc});

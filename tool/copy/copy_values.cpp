@@ -14,7 +14,6 @@ namespace mersola::tool {
 namespace {
 
 constexpr std::int64_t kBlock = 10'000;        // values; a single period may have more
-constexpr std::size_t kMostStatus = 64;        // letters, as the server's column is wide
 constexpr std::int64_t kMostPeriods = 20'000;  // in a statement: a server counts with 32 bits
 
 struct Block {
@@ -132,12 +131,11 @@ class Writer {
         ends_.to.Guard([&] {
             rows_->Open("MeasuredValues", ends_.to.Store().getConnection(), adOpenForwardOnly,
                         adLockBatchOptimistic, adCmdTable);
-            isSqlite_ = ends_.to.Store().getConnection()->DbmsName() == "SQLite";
         });
     }
 
     void Write(const std::vector<StoredValue>& values, std::int64_t periods) {
-        if (!isSqlite_) RequireFit(values);
+        RequireFit(values);
         ends_.to.Guard([&] {
             Transaction transaction(ends_.to.Store());
             Add(values);
@@ -171,12 +169,15 @@ class Writer {
     // question marks of letters that its column does not know; it says nothing of the place.
     void RequireFit(const std::vector<StoredValue>& values) const {
         for (const StoredValue& each : values) {
-            if (each.value && !std::isfinite(*each.value)) Refuse(each, "no infinite value");
+            if (columns_.onlyFinite && each.value && !std::isfinite(*each.value))
+                Refuse(each, "no infinite value");
             if (!each.status) continue;
             const auto [length, western] = Measure(*each.status);
-            if (length > kMostStatus)
-                Refuse(each, "no status of more than " + std::to_string(kMostStatus) + " letters");
-            if (!western) Refuse(each, "only Western European letters in a status");
+            if (columns_.mostStatus > 0 && length > columns_.mostStatus)
+                Refuse(each, "no status of more than " + std::to_string(columns_.mostStatus) +
+                                 " letters");
+            if (columns_.onlyWestern && !western)
+                Refuse(each, "only Western European letters in a status");
         }
     }
     [[noreturn]] void Refuse(const StoredValue& value, const std::string& what) const {
@@ -186,7 +187,7 @@ class Writer {
 
     const ReportEnds& ends_;
     _RecordsetPtr rows_ = _Recordset::CreateInstance();
-    bool isSqlite_ = true;
+    const Columns& columns_ = EngineOf(ends_.to.Store()).columns;
 };
 
 // Where the first period lies that the target may lack something of.

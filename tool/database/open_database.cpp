@@ -11,6 +11,7 @@
 
 #include "basics/failure.h"
 #include "credentials.h"
+#include "engines/engines.h"
 #include "query.h"
 
 namespace mersola::tool {
@@ -107,7 +108,10 @@ std::unique_ptr<Mersola> Database::Connect(Access access) const {
     auto store =
         std::make_unique<Mersola>(user_.c_str(), password_.c_str(), connectString.c_str(),
                                   timeout_.value_or(isFile_ ? kFileTimeout : kServerTimeout));
-    if (store->isConnected()) return store;
+    if (store->isConnected()) {
+        EngineOf(*store);
+        return store;
+    }
     if (isFile_ && LacksWritableFolder(file_))
         throw Failure(Name() + " cannot be opened (" + messages.Reason() +
                       "); to open it, even to read, you must be allowed to write to its folder, "
@@ -160,6 +164,12 @@ std::unique_ptr<Mersola> OpenDatabase(const Database& database, Access access) {
     if (access == Access::Read && !(isWritable && IsWriteAhead(*store))) return store;
     store.reset();
     return database.Connect(Access::Write);
+}
+
+const Engine& EngineOf(const Mersola& store) {
+    const CString name = store.getConnection()->DbmsName();
+    if (const Engine* engine = FindEngine(name.View())) return *engine;
+    throw Failure("the database cannot be used: " + Printable(UnknownEngine(name.View())));
 }
 
 std::string LastError(const Mersola& store) {

@@ -9,6 +9,7 @@
 #include <mersola/mersola.h>
 
 #include "database_argument.h"
+#include "engines/engine.h"
 
 namespace mersola::tool {
 
@@ -35,7 +36,7 @@ class Database {
     Database At(const std::string& file) const;
 
     /// Connects, whether it is laid out or not. With Access::Read a SQLite file is not changed in
-    /// any way. Raises Failure.
+    /// any way. Raises Failure, also for an engine that is not known.
     std::unique_ptr<Mersola> Connect(Access access) const;
 
     /// Raises Failure for a SQLite file that is not there.
@@ -54,6 +55,9 @@ class Database {
 /// Connects to a database that is laid out. With Access::Read a write-protected one will do, and a
 /// file stays as it is.
 std::unique_ptr<Mersola> OpenDatabase(const Database& database, Access access);
+
+/// The engine of a connected database. Raises Failure where that is not known.
+const Engine& EngineOf(const Mersola& store);
 
 /// What the connection had to say about its last failure, in brackets and behind a blank; empty if
 /// it never failed.

@@ -22,7 +22,7 @@ constexpr auto kServerAim = 250ms;  // most of it on the way there and back
 
 Turns::Turns(Mersola& store, std::size_t least, std::size_t most)
     : store_(store),
-      isAlone_(store.getConnection()->DbmsName() == "SQLite"),
+      isAlone_(EngineOf(store).hasOneWriter),
       least_(least),
       most_(most),
       portion_(least) {}

@@ -14,6 +14,7 @@
 #include "catalogue/measured.h"
 #include "database/open_database.h"
 #include "database/query.h"
+#include "engines/sqlite.h"
 #include "layout.h"
 #include "schema/schema.h"
 
@@ -95,7 +96,7 @@ std::string_view TableMade(std::string_view statement) {
 }
 
 // Other tables may be there: a server's database often has some of its own.
-void RequireNoTables(Mersola& store, SchemaEngine engine, const Database& database) {
+void RequireNoTables(Mersola& store, const Engine& engine, const Database& database) {
     for (const auto statement : SchemaStatements(engine)) {
         const std::string table(TableMade(statement));
         if (table.empty()) continue;
@@ -117,7 +118,7 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
 
 // `check`: runs once no other program can write to a file any more.
 void LayOut(
-    Mersola& store, SchemaEngine engine, const std::function<void()>& check = [] {}) {
+    Mersola& store, const Engine& engine, const std::function<void()>& check = [] {}) {
     Transaction transaction(store);
     check();
     for (const auto statement : SchemaStatements(engine))
@@ -139,7 +140,7 @@ void LayOut(
 }
 
 // What is smaller or faster with it works without it as well.
-void SetOptions(Mersola& store, SchemaEngine engine, std::ostream& err) {
+void SetOptions(Mersola& store, const Engine& engine, std::ostream& err) {
     for (const auto statement : SchemaOptions(engine)) {
         try {
             store.dbExecute(CString(statement));
@@ -153,7 +154,7 @@ void SetOptions(Mersola& store, SchemaEngine engine, std::ostream& err) {
 // A new file appears laid out or not at all. False if another program made one meanwhile.
 bool InitNewFile(const Database& database) {
     const FileBeside file(database);
-    LayOut(*database.At(file.Path()).Connect(Access::Write), SchemaEngine::SQLite);
+    LayOut(*database.At(file.Path()).Connect(Access::Write), kSqlite);
     if (std::filesystem::exists(file.Path() + "-wal"))  // would stay behind with what was laid out
         throw Failure(database.Name() + " cannot be made; is the disk full?");
     return file.Place(database);
@@ -163,13 +164,12 @@ void InitFile(const Database& database) {
     if (!IsThere(database.File()) && InitNewFile(database)) return;
     RequireEmpty(database);  // before another program's file is changed
     const auto requireStillEmpty = [&] { RequireEmpty(database); };
-    LayOut(*database.Connect(Access::Write), SchemaEngine::SQLite, requireStillEmpty);
+    LayOut(*database.Connect(Access::Write), kSqlite, requireStillEmpty);
 }
 
 void InitServer(const Database& database, std::ostream& err) {
     const auto store = database.Connect(Access::Write);
-    const auto engine = store->getConnection()->DbmsName() == "SQLite" ? SchemaEngine::SQLite
-                                                                       : SchemaEngine::SqlServer;
+    const Engine& engine = EngineOf(*store);
     RequireNoTables(*store, engine, database);
     LayOut(*store, engine);
     SetOptions(*store, engine, err);

@@ -5,10 +5,12 @@
 
 #include <mersola/platform/com_error.h>
 
+#include "engines/engine.h"
+
 namespace mersola::ado {
 
 /// The error for an engine's `words`. Programs that see its text alone tell by the word "duplicate"
-/// that a key is stored already: the text has the word where `isDuplicate`, and nowhere else.
-_com_error EngineError(HRESULT code, std::string words, const char* source, bool isDuplicate);
+/// that a key is stored already: the text has the word for Fault::Duplicate and nothing else.
+_com_error EngineError(Fault fault, std::string words, const char* source);
 
 }  // namespace mersola::ado

@@ -23,7 +23,7 @@ ArrayInsert::ArrayInsert(std::shared_ptr<const Connection> connection, std::stri
     : connection_(std::move(connection)),
       used_(std::move(used)),
       statement_(connection_),
-      states_(kMostRows) {
+      states_(connection_->EngineOf().arrays.mostRows) {
     std::string names;
     std::string marks;
     for (std::size_t column = 0; column < columns.size(); ++column) {
@@ -47,7 +47,7 @@ bool ArrayInsert::Expect(std::size_t rows) {
 
 ArrayInsert::Reply ArrayInsert::Send(std::span<const ado::Cell> cells) {
     for (std::size_t i = 0; i < parameters_.size(); ++i) {
-        parameters_[i].Take(cells, written_[i], used_.size(), connection_->IsSqlite());
+        parameters_[i].Take(cells, written_[i], used_.size(), connection_->EngineOf());
         parameters_[i].Bind(statement_, static_cast<SQLUSMALLINT>(i + 1));
     }
     std::ranges::fill(states_, kUntold);

@@ -16,7 +16,6 @@ namespace mersola::odbc {
 
 class ArrayInsert {
   public:
-    static constexpr std::size_t kMostRows = 1000;
     static constexpr SQLUSMALLINT kUntold = 0xFFFF;
 
     struct Reply {

@@ -54,8 +54,9 @@ BlockRows::Column BlockRows::Describe(SQLUSMALLINT number) const {
         default:
             break;
     }
-    // SQLite's driver makes widths up, and its wide form does not know all characters.
-    if (statement_->Of().IsSqlite()) return {.form = Form::Utf8, .type = SQL_C_CHAR, .width = 0};
+    // A driver that prefers this form may make widths up.
+    if (statement_->EngineOf().textForm == TextForm::Utf8)
+        return {.form = Form::Utf8, .type = SQL_C_CHAR, .width = 0};
     const SQLLEN most = std::max(statement_->ColumnNumber(number, SQL_DESC_LENGTH),
                                  statement_->ColumnNumber(number, SQL_DESC_DISPLAY_SIZE));
     const bool bounded = most > 0 && most <= kMostBounded;

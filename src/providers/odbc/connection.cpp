@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "engines/engines.h"
 #include "wide_text.h"
 
 namespace mersola::odbc {
@@ -46,8 +47,12 @@ Connection::Connection(const ConnectText& connect, long loginSeconds, long comma
                                          SQL_DRIVER_NOPROMPT)))
         throw ConnectFailure(DiagnosesOf(SQL_HANDLE_DBC, Get()));
     open_ = true;
-    dbms_ = Info(SQL_DBMS_NAME);
-    sqlite_ = dbms_ == "SQLite";
+    const std::string name = Info(SQL_DBMS_NAME);
+    engine_ = FindEngine(name);
+    if (!engine_) {
+        Disconnect();
+        throw _com_error(E_FAIL, UnknownEngine(name).c_str(), kSource);
+    }
     Set(SQL_ATTR_TXN_ISOLATION, SQL_TXN_READ_COMMITTED);
 }
 
@@ -57,20 +62,18 @@ Connection::~Connection() {
 
 void Connection::Disconnect() {
     if (!std::exchange(open_, false)) return;
-    if (std::exchange(inTransaction_, false) && !sqlite_)
+    if (std::exchange(inTransaction_, false) && !RunsTransactions())
         SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_ROLLBACK);
     SQLDisconnect(Get());
 }
 
 void Connection::Begin() {
-    // A transaction is begun to write in. SQLite's driver would take the write lock only with the
-    // first change, and that fails at once when somebody else wrote in between.
-    sqlite_ ? Run("BEGIN IMMEDIATE") : SetAutocommit(false);
+    RunsTransactions() ? Run(engine_->begin) : SetAutocommit(false);
     inTransaction_ = true;
 }
 
 void Connection::Commit() {
-    if (sqlite_) {
+    if (RunsTransactions()) {
         Run("COMMIT");
         inTransaction_ = false;
     } else {
@@ -80,7 +83,7 @@ void Connection::Commit() {
 }
 
 void Connection::Rollback() {
-    if (sqlite_) {
+    if (RunsTransactions()) {
         inTransaction_ = false;
         try {
             Run("ROLLBACK");
@@ -165,7 +168,7 @@ void Statement::Point(SQLINTEGER attribute, void* where) const {
 }
 
 void Statement::Execute(std::string_view sql) const {
-    if (connection_->IsSqlite()) {  // its driver cannot take all characters in the wide form
+    if (EngineOf().textForm == TextForm::Utf8) {
         std::string text(sql);
         return Check(SQLExecDirect(statement_, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS));
     }
@@ -173,7 +176,7 @@ void Statement::Execute(std::string_view sql) const {
 }
 
 void Statement::Prepare(std::string_view sql) const {
-    if (connection_->IsSqlite()) {
+    if (EngineOf().textForm == TextForm::Utf8) {
         std::string text(sql);
         return Check(SQLPrepare(statement_, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS));
     }

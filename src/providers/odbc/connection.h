@@ -34,7 +34,8 @@ class Handle {
 /// Rollback.
 class Connection {
   public:
-    /// Opens a connection. Time-outs are in seconds; 0 waits without end.
+    /// Opens a connection. Time-outs are in seconds; 0 waits without end. Raises for an engine that
+    /// is not known, too.
     Connection(const ConnectText& connect, long loginSeconds, long commandSeconds);
     ~Connection();
 
@@ -42,9 +43,7 @@ class Connection {
     void Disconnect();
     bool IsOpen() const { return open_; }
     SQLHDBC Get() const { return connection_.Get(); }
-    const std::string& DbmsName() const { return dbms_; }
-    /// The source is SQLite, and not SQL Server.
-    bool IsSqlite() const { return sqlite_; }
+    const Engine& EngineOf() const { return *engine_; }
     long CommandSeconds() const { return commandSeconds_; }
 
     bool InTransaction() const { return inTransaction_; }
@@ -57,21 +56,22 @@ class Connection {
     /// Raises what the handle's first diagnostic record says, unless the code is a success.
     void Check(SQLRETURN code, SQLSMALLINT type, SQLHANDLE handle) const;
     std::vector<Diagnosis> DiagnosesOf(SQLSMALLINT type, SQLHANDLE handle) const {
-        return Diagnoses(type, handle, secrets_);
+        return Diagnoses(type, handle, secrets_, engine_);
     }
 
   private:
     void Set(SQLINTEGER attribute, SQLULEN value);
     std::string Info(SQLUSMALLINT which) const;
     void SetAutocommit(bool on);
+    /// In the engine's own words, or by what ODBC has for it.
+    bool RunsTransactions() const { return engine_->begin != nullptr; }
     void LeaveTransaction();
 
     Handle environment_;
     Handle connection_;
     Secrets secrets_;
-    std::string dbms_;
+    const Engine* engine_ = nullptr;  // until it is told
     long commandSeconds_;
-    bool sqlite_ = false;
     bool open_ = false;
     bool inTransaction_ = false;
 };
@@ -85,7 +85,7 @@ class Statement {
     Statement& operator=(Statement&&) = delete;
 
     SQLHSTMT Get() const { return statement_; }
-    const Connection& Of() const { return *connection_; }
+    const Engine& EngineOf() const { return connection_->EngineOf(); }
     /// Sets an attribute. False when the driver refuses it, or takes another value instead.
     bool Set(SQLINTEGER attribute, SQLULEN value) const;
     void Point(SQLINTEGER attribute, void* where) const;

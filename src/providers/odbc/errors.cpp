@@ -1,4 +1,4 @@
-// The one place that knows what SQLSTATEs and native error numbers mean.
+// What SQLSTATEs mean. The engines' own numbers, their descriptions know.
 #include "errors.h"
 
 #include <algorithm>
@@ -8,30 +8,14 @@
 #include <utility>
 
 #include "ado/engine_error.h"
+#include "engines/engines.h"
 #include "wide_text.h"
 
 namespace mersola::odbc {
 namespace {
 
-// SQL Server's numbers.
-constexpr int kNoSuchObject = 208;
-constexpr int kDuplicateRow = 2601;
-constexpr int kDuplicateKey = 2627;
-constexpr int kLogInFailed = 18456;
-constexpr int kNoSuchDatabase = 4060;  // comes beside a log-in that failed for it
-constexpr int kLockTimeOut = 1222;
 // FreeTDS's own number.
 constexpr int kLogInBrokenOff = 20002;
-// Values that a column cannot hold, which not every driver gives a SQLSTATE of class 22.
-constexpr std::array kRefusals{220, 232, 245, 2601, 2627, 2628, 8114, 8115, 8152};
-
-// SQLite's codes, which its driver hands over as native errors.
-constexpr int kSqliteError = 1;
-constexpr int kSqliteBusy = 5;
-constexpr int kSqliteLocked = 6;
-constexpr int kSqliteTooBig = 18;
-constexpr int kSqliteConstraint = 19;
-constexpr int kSqliteMismatch = 20;
 
 bool IsWordCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || (c & 0x80) != 0;
@@ -53,54 +37,29 @@ void Hide(std::string& text, const std::string& secret, bool asWord) {
     }
 }
 
-// Takes the names in brackets off the front; true when SQLite's is among them.
-bool TakeNames(std::string& words) {
-    bool sqlite = false;
+// Takes the names in brackets off the front, and tells the engine that is among them.
+const Engine* TakeNames(std::string& words) {
+    const Engine* marked = nullptr;
     while (words.starts_with('[')) {
         const auto end = words.find(']');
         if (end == std::string::npos) break;
-        sqlite |= std::string_view(words).substr(1, end - 1) == "SQLite";
+        const auto name = std::string_view(words).substr(1, end - 1);
+        for (const Engine* engine : kEngines) {
+            if (engine->mark == name) marked = engine;
+        }
         words.erase(0, end + 1);
     }
-    return sqlite;
+    return marked;
 }
 
-bool IsDuplicate(const Diagnosis& diagnosis) {
-    if (diagnosis.sqlite) {
-        return (diagnosis.native & 0xFF) == kSqliteConstraint &&
-               diagnosis.words.starts_with("UNIQUE constraint");
-    }
-    return diagnosis.native == kDuplicateRow || diagnosis.native == kDuplicateKey;
-}
-
-HRESULT SqliteCode(const Diagnosis& diagnosis) {
-    switch (diagnosis.native & 0xFF) {
-        case kSqliteConstraint:
-        case kSqliteMismatch:
-        case kSqliteTooBig:
-            return DB_E_INTEGRITYVIOLATION;
-        case kSqliteBusy:
-        case kSqliteLocked:
-            return DB_E_ABORTLIMITREACHED;
-        case kSqliteError:
-            return diagnosis.words.starts_with("no such table") ? DB_E_NOTABLE
-                                                                : DB_E_ERRORSINCOMMAND;
-        default:
-            return E_FAIL;
-    }
-}
-
-HRESULT CodeFor(const Diagnosis& diagnosis) {
-    const std::string& state = diagnosis.state;
-    if (diagnosis.sqlite && state == "HY000") return SqliteCode(diagnosis);
-    if (diagnosis.native == kNoSuchObject || state == "42S02") return DB_E_NOTABLE;
-    if (diagnosis.native == kLogInFailed || diagnosis.native == kNoSuchDatabase || state == "28000")
-        return DB_SEC_E_AUTH_FAILED;
-    if (diagnosis.native == kLockTimeOut || state == "HYT00" || state == "HYT01")
-        return DB_E_ABORTLIMITREACHED;
-    if (state.starts_with("23") || IsDuplicate(diagnosis)) return DB_E_INTEGRITYVIOLATION;
-    if (state.starts_with("42")) return DB_E_ERRORSINCOMMAND;
-    return E_FAIL;
+Fault FaultOf(std::string_view state) {
+    if (state == "42S02") return Fault::NoTable;
+    if (state == "28000") return Fault::LogIn;
+    if (state == "HYT00" || state == "HYT01") return Fault::Busy;
+    if (state.starts_with("22")) return Fault::Value;
+    if (state.starts_with("23")) return Fault::Constraint;
+    if (state.starts_with("42")) return Fault::Statement;
+    return Fault::Other;
 }
 
 }  // namespace
@@ -113,17 +72,18 @@ std::string Secrets::Hidden(std::string text) const {
     return text;
 }
 
-bool Diagnosis::IsRefusal() const {
-    if (sqlite) return SqliteCode(*this) == DB_E_INTEGRITYVIOLATION;
-    return state.starts_with("23") || state.starts_with("22") ||
-           std::ranges::find(kRefusals, native) != kRefusals.end();
+Fault Diagnosis::About() const {
+    const Fault told = engine ? engine->faultOf({state, native, words}) : Fault::Other;
+    return told == Fault::Other ? FaultOf(state) : told;
 }
 
 _com_error Diagnosis::Translated() const {
-    return ado::EngineError(CodeFor(*this), words, kSource, IsDuplicate(*this));
+    const Fault about = About();
+    return ado::EngineError(about == Fault::Value ? FaultOf(state) : about, words, kSource);
 }
 
-std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets) {
+std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets,
+                                 const Engine* engine) {
     std::vector<Diagnosis> diagnoses;
     WideText text(1024);
     for (SQLSMALLINT number = 1;; ++number) {
@@ -138,7 +98,8 @@ std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secre
             std::min(static_cast<std::size_t>(std::max<int>(length, 0)), text.size() - 1);
         diagnosis.state = Utf8(std::span(state).first(5));
         diagnosis.words = secrets.Hidden(Utf8(std::span(text).first(told)));
-        diagnosis.sqlite = TakeNames(diagnosis.words);
+        const Engine* const marked = TakeNames(diagnosis.words);
+        diagnosis.engine = engine ? engine : marked;
         diagnoses.push_back(std::move(diagnosis));
     }
     // A warning may have come before what went wrong.
@@ -146,9 +107,9 @@ std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secre
         std::stable_partition(diagnoses.begin(), diagnoses.end(), matches);
     };
     putFirst([](const Diagnosis& each) { return !each.IsWarning(); });
-    putFirst([](const Diagnosis& each) { return each.native == kNoSuchDatabase; });
+    putFirst([](const Diagnosis& each) { return each.About() == Fault::NoDatabase; });
     if (diagnoses.empty())
-        diagnoses.push_back({"HY000", 0, "The driver failed and gives no reason", false});
+        diagnoses.push_back({"HY000", 0, "The driver failed and gives no reason", engine});
     return diagnoses;
 }
 

@@ -10,6 +10,8 @@
 
 #include <mersola/platform/com_error.h>
 
+#include "engines/engine.h"
+
 namespace mersola::odbc {
 
 inline constexpr const char* kSource = "ODBC";
@@ -34,19 +36,21 @@ class Secrets {
 struct Diagnosis {
     std::string state;  // SQLSTATE
     SQLINTEGER native = 0;
-    std::string words;  // the driver's words, without the names in brackets in front
-    bool sqlite = false;
+    std::string words;               // the driver's words, without the names in brackets in front
+    const Engine* engine = nullptr;  // null where it is not known
 
     /// Whether the record is only a warning.
     bool IsWarning() const { return state.starts_with("01"); }
-    /// Whether a row was refused for what it holds. Other rows may still be stored then.
-    bool IsRefusal() const;
+    /// What the record is about.
+    Fault About() const;
     /// As a COM error.
     _com_error Translated() const;
 };
 
-/// The records of a handle, the most important one first. The list is never empty.
-std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets);
+/// The records of a handle, the most important one first. The list is never empty. Where `engine`
+/// is null, the names in brackets tell the engine.
+std::vector<Diagnosis> Diagnoses(SQLSMALLINT type, SQLHANDLE handle, const Secrets& secrets,
+                                 const Engine* engine);
 
 /// The error that says why a connection could not be opened, chosen from all that the driver said.
 _com_error ConnectFailure(const std::vector<Diagnosis>& diagnoses);

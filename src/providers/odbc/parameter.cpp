@@ -13,8 +13,6 @@ using ado::Cell;
 using ado::CellKind;
 
 constexpr std::size_t kNumberLength = 32;
-constexpr std::size_t kWidestVarchar =
-    4000;  // characters, beyond which SQL Server has another type
 
 struct Profile {
     bool text = false;
@@ -54,7 +52,9 @@ std::string_view Digits(Number number, std::span<char> digits) {
 }  // namespace
 
 void Parameter::Take(std::span<const Cell> cells, std::size_t column, std::size_t width,
-                     bool utf8) {
+                     const Engine& engine) {
+    const bool utf8 = engine.textForm == TextForm::Utf8;
+    mostVarchar_ = engine.mostVarchar;
     const Profile profile = ProfileOf(cells, column, width);
     const std::size_t rows = cells.size() / width;
     if (rows > rows_) {
@@ -150,7 +150,7 @@ void Parameter::Bind(const Statement& statement, SQLUSMALLINT number) {
             break;
         case Form::Wide:
             type = SQL_C_WCHAR;
-            sqlType = characters > kWidestVarchar ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
+            sqlType = characters > mostVarchar_ ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
             size = characters;
             break;
     }

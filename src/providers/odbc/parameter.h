@@ -16,7 +16,8 @@ namespace mersola::odbc {
 class Parameter {
   public:
     /// Takes the values of the column `column` of all rows. Each row has `width` cells.
-    void Take(std::span<const ado::Cell> cells, std::size_t column, std::size_t width, bool utf8);
+    void Take(std::span<const ado::Cell> cells, std::size_t column, std::size_t width,
+              const Engine& engine);
     /// Binds the parameter, unless it is bound already.
     void Bind(const Statement& statement, SQLUSMALLINT number);
     std::size_t Bytes() const { return values_.size(); }
@@ -30,7 +31,8 @@ class Parameter {
 
     Form form_ = Form::Integer;
     std::size_t width_ = 0;  // bytes of one value
-    std::size_t rows_ = 0;   // the number of rows that there is room for
+    std::size_t mostVarchar_ = 0;
+    std::size_t rows_ = 0;  // the number of rows that there is room for
     std::vector<char> values_;
     std::vector<SQLLEN> lengths_;
     WideText wide_;

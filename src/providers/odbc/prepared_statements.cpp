@@ -60,7 +60,7 @@ std::shared_ptr<PreparedStatements::Entry> PreparedStatements::Prepare(std::stri
 void PreparedStatements::Run(Entry& entry, const Shape& shape) const {
     const auto& values = shape.Values();
     for (std::size_t i = 0; i < values.size(); ++i) {
-        entry.parameters[i].Take(values, i, values.size(), connection_->IsSqlite());
+        entry.parameters[i].Take(values, i, values.size(), connection_->EngineOf());
         entry.parameters[i].Bind(*entry.statement, static_cast<SQLUSMALLINT>(i + 1));
     }
     entry.statement->ExecutePrepared();

@@ -1,4 +1,4 @@
-// Running statements: to SQL Server as they stand, to SQLite through the translator.
+// Running statements: as they stand, or through the translator.
 #include "session.h"
 
 #include "block_rows.h"
@@ -14,7 +14,7 @@ Connection& Session::Open() const {
 std::string_view Session::TextFor(std::string_view sql) try {
     // The server would run a second statement; the translator finds it, whatever the dialect.
     const auto translation = translator_.Translate(sql, dialect::Literals::InPlace);
-    if (!connection_->IsSqlite()) return sql;
+    if (connection_->EngineOf().language == Language::SqlServer) return sql;
     return translation.noOperation ? std::string_view() : translation.text;
 } catch (const dialect::SyntaxError& error) {
     throw _com_error(DB_E_ERRORSINCOMMAND, error.what(), kSource);

@@ -24,7 +24,7 @@ class Session : public ado::ProviderSession {
     void Begin() override;
     void Commit() override;
     void Rollback() override;
-    std::string DbmsName() const override { return connection_->DbmsName(); }
+    std::string DbmsName() const override { return std::string(connection_->EngineOf().name); }
 
   private:
     Connection& Open() const;

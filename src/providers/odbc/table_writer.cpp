@@ -10,18 +10,18 @@ namespace {
 
 using ado::Cell;
 
-constexpr std::size_t kTextBytesOfTrip = std::size_t{16} << 20;
-
 // A batch in progress. Its end undoes what was not committed. Inside the caller's transaction it is
-// a savepoint where the source is SQLite. On a server, the caller's rollback undoes it.
+// a savepoint where the engine has one. Elsewhere, the caller's rollback undoes it.
 class BatchTransaction {
   public:
     explicit BatchTransaction(Connection& connection)
-        : connection_(connection), nested_(connection.InTransaction()) {
+        : connection_(connection),
+          savepoint_(connection.EngineOf().savepoint),
+          nested_(connection.InTransaction()) {
         if (!nested_) {
             connection_.Begin();
-        } else if (connection_.IsSqlite()) {
-            connection_.Run("SAVEPOINT batch");
+        } else if (savepoint_) {
+            connection_.Run(savepoint_->set);
         }
     }
     ~BatchTransaction() {
@@ -29,9 +29,9 @@ class BatchTransaction {
         try {
             if (!nested_) {
                 connection_.Rollback();
-            } else if (connection_.IsSqlite()) {
-                connection_.Run("ROLLBACK TO batch");
-                connection_.Run("RELEASE batch");
+            } else if (savepoint_) {
+                connection_.Run(savepoint_->goBack);
+                connection_.Run(savepoint_->release);
             }
         } catch (const _com_error&) {
             // The caller hears of the error that made the batch fail.
@@ -40,10 +40,10 @@ class BatchTransaction {
     BatchTransaction(const BatchTransaction&) = delete;
     BatchTransaction& operator=(const BatchTransaction&) = delete;
 
-    /// Undoes what was done, and begins anew. Only where the source is SQLite.
+    /// Undoes what was done, and begins anew. Only where there are savepoints.
     void Restart() {
         if (nested_) {
-            connection_.Run("ROLLBACK TO batch");
+            connection_.Run(savepoint_->goBack);
         } else {
             connection_.Rollback();
             connection_.Begin();
@@ -52,21 +52,22 @@ class BatchTransaction {
     void Commit() {
         if (!nested_) {
             connection_.Commit();
-        } else if (connection_.IsSqlite()) {
-            connection_.Run("RELEASE batch");
+        } else if (savepoint_) {
+            connection_.Run(savepoint_->release);
         }
         done_ = true;
     }
 
   private:
     Connection& connection_;
+    const Savepoint* savepoint_;
     bool nested_;
     bool done_ = false;
 };
 
 void RaiseUnlessRefused(const std::vector<Diagnosis>& diagnoses) {
     for (const Diagnosis& diagnosis : diagnoses) {
-        if (!diagnosis.IsWarning() && !diagnosis.IsRefusal()) throw diagnosis.Translated();
+        if (!diagnosis.IsWarning() && !IsRefusal(diagnosis.About())) throw diagnosis.Translated();
     }
 }
 
@@ -137,12 +138,13 @@ void TableWriter::WriteRows(std::span<const Cell> cells, ado::BatchOutcome& outc
 }
 
 std::size_t TableWriter::RowsOfChunk(std::span<const Cell> cells) const {
-    const auto chunk = cells.first(std::min(cells.size(), ArrayInsert::kMostRows * used_.size()));
+    const Arrays& arrays = connection_->EngineOf().arrays;
+    const auto chunk = cells.first(std::min(cells.size(), arrays.mostRows * used_.size()));
     std::size_t longest = 1;
     for (const Cell& cell : chunk) {
         if (cell.kind == ado::CellKind::Text) longest = std::max<std::size_t>(longest, cell.length);
     }
-    return std::clamp<std::size_t>(kTextBytesOfTrip / longest, 1, chunk.size() / used_.size());
+    return std::clamp<std::size_t>(arrays.mostTextBytes / longest, 1, chunk.size() / used_.size());
 }
 
 std::optional<std::size_t> TableWriter::WriteArray(std::span<const Cell> cells,
@@ -154,9 +156,8 @@ std::optional<std::size_t> TableWriter::WriteArray(std::span<const Cell> cells,
     }
     const ArrayInsert::Reply reply = insert_->Send(cells);
     RaiseUnlessRefused(reply.diagnoses);
-    // SQLite's driver stops at the first row that is refused, and does not report which one that
-    // was.
-    if (connection_->IsSqlite()) return reply.success ? std::optional(rows) : std::nullopt;
+    if (!connection_->EngineOf().arrays.tellsRows)
+        return reply.success ? std::optional(rows) : std::nullopt;
     if (reply.states.empty()) {
         if (reply.success) return rows;
         throw reply.diagnoses.front().Translated();

@@ -123,9 +123,7 @@ std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
 }
 
 void Session::Begin() {
-    // A transaction is begun to write in. Taking the write lock now waits for it; taking it after a
-    // read would fail at once when somebody else wrote in between.
-    Execute(sqlite3_db_readonly(db_.get(), "main") == 1 ? "BEGIN" : "BEGIN IMMEDIATE");
+    Execute(sqlite3_db_readonly(db_.get(), "main") == 1 ? "BEGIN" : kSqlite.begin);
 }
 
 void Session::Commit() {

@@ -11,6 +11,7 @@
 #include "ado/provider.h"
 #include "checkpoints.h"
 #include "dialect/translator.h"
+#include "engines/sqlite.h"
 #include "patience.h"
 #include "statement_cache.h"
 
@@ -35,7 +36,7 @@ class Session : public ado::ProviderSession {
     void Begin() override;
     void Commit() override;
     void Rollback() override;
-    std::string DbmsName() const override { return "SQLite"; }
+    std::string DbmsName() const override { return std::string(kSqlite.name); }
 
   private:
     Patience patience_;  // declared before the database, which calls them until it is closed

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "dialect/characters.h"
+#include "engines/sqlite.h"
 #include "errors.h"
 
 namespace mersola::sqlite {
@@ -31,22 +32,24 @@ bool IsUtf8(const ado::Cell& cell) {
 class BatchTransaction {
   public:
     explicit BatchTransaction(sqlite3* db) : db_(db), nested_(!sqlite3_get_autocommit(db)) {
-        Run(db_, nested_ ? "SAVEPOINT batch" : "BEGIN IMMEDIATE");
+        Run(db_, nested_ ? kSavepoint.set : kSqlite.begin);
     }
     ~BatchTransaction() {
         if (done_ || sqlite3_get_autocommit(db_)) return;
-        sqlite3_exec(db_, nested_ ? "ROLLBACK TO batch; RELEASE batch" : "ROLLBACK", nullptr,
-                     nullptr, nullptr);
+        Undo(nested_ ? kSavepoint.goBack : "ROLLBACK");
+        if (nested_) Undo(kSavepoint.release);
     }
     BatchTransaction(const BatchTransaction&) = delete;
     BatchTransaction& operator=(const BatchTransaction&) = delete;
 
     void Commit() {
-        Run(db_, nested_ ? "RELEASE batch" : "COMMIT");
+        Run(db_, nested_ ? kSavepoint.release : "COMMIT");
         done_ = true;
     }
 
   private:
+    void Undo(const char* sql) const { sqlite3_exec(db_, sql, nullptr, nullptr, nullptr); }
+
     sqlite3* db_;
     bool nested_;
     bool done_ = false;
