@@ -1,4 +1,4 @@
-// What ends a command, and how its line is written.
+// The exception that ends a command, and how lines for the user are written.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace mersola::tool {
 
-/// Says in one line what happened and what to do about it.
+/// Ends a command. It says in one line what happened and what to do about it.
 class Failure : public std::runtime_error {
   public:
     explicit Failure(const std::string& line, int status = 1)
@@ -21,8 +21,8 @@ class Failure : public std::runtime_error {
     int status_;
 };
 
-/// The text with a question mark for each control character and for what is no UTF-8: fit for a
-/// line on a terminal.
+/// The text, fit for a line on a terminal: a question mark replaces each control character and each
+/// byte that is not UTF-8.
 std::string Printable(std::string_view text);
 
 /// The text, or as much of its beginning as `most` bytes hold and an ellipsis: what a file brings
@@ -35,12 +35,12 @@ std::string Quoted(std::string_view text);
 /// The text as a word of a shell's command, between quotes where it needs them.
 std::string ShellWord(std::string_view text);
 
-/// Raises Failure when something written to `out` was lost: a silent one, as of any program that is
-/// ended by the pipe, when whoever read the program's output has seen enough.
+/// Raises Failure when something that was written to `out` is lost. When whoever read the output
+/// has seen enough, the failure is silent, as of any program that the pipe ends.
 void RequireWritten(std::ostream& out);
 
-/// Writes what was done, lines that end. That stays done when they are lost: then raises a Failure
-/// that says it, with the status of success.
+/// Writes lines that say what was done. The work stays done when they are lost: it then raises a
+/// Failure that holds them, with the status of success.
 void TellDone(std::ostream& out, const std::string& lines);
 
 }  // namespace mersola::tool

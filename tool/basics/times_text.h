@@ -20,13 +20,14 @@ std::optional<CTimeSpanEx> ParsePeriod(std::string_view text);
 /// with a blank or a T before the hour. Nothing for any other text or for what is no date.
 std::optional<CTimeEx> ParseTime(std::string_view text);
 
-/// The same, or a date alone: its midnight.
+/// Reads what ParseTime reads, or a date alone, which stands for its midnight.
 std::optional<CTimeEx> ParseTimeOrDate(std::string_view text);
 
-/// In the largest unit that needs no fraction, as ParsePeriod reads it: "15 min".
+/// The length in the largest unit that needs no fraction, in a form that ParsePeriod reads: "15
+/// min".
 std::string PeriodText(const CTimeSpanEx& span);
 
-/// As ParseTime reads it, to the millisecond; "unknown" for an invalid time.
+/// The time to the millisecond, in a form that ParseTime reads; "unknown" for an invalid time.
 std::string TimeText(const CTimeEx& time);
 
 /// The whole text as a number, whatever the locale; nothing for any other text.

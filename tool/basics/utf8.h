@@ -6,8 +6,8 @@
 
 namespace mersola::tool {
 
-/// Takes the first character off a text that is not empty. Nothing where none begins: then one byte
-/// is taken.
+/// Takes the first character off a text that is not empty. Where the text begins with no character,
+/// it gives nothing and takes one byte off.
 std::optional<char32_t> TakeCharacter(std::string_view& text);
 
 bool IsUtf8(std::string_view text);

@@ -8,10 +8,10 @@
 
 namespace mersola::tool {
 
-/// Takes what is written beside its place, and moves it there once it is whole; a file that was
-/// there before is replaced. Without that nothing is left behind, and what was there is as it was,
-/// also when SIGINT or SIGTERM comes, which the next operation raises. A pipe or a device cannot be
-/// replaced: it takes what is written at once. Every operation raises Failure.
+/// Writes into a file beside its place, and moves that file there once it is whole. A file that was
+/// there before is replaced. If it never becomes whole, nothing is left behind, and the earlier
+/// file is as it was, even when SIGINT or SIGTERM comes, which the next operation raises. A pipe or
+/// a device cannot be replaced: it takes at once what is written. Every operation raises Failure.
 class WholeFile {
   public:
     explicit WholeFile(const std::string& path);
@@ -21,7 +21,7 @@ class WholeFile {
 
     void Write(std::string_view contents);
 
-    /// To be called when all is written.
+    /// Puts the file in its place. Call it when all is written.
     void Finish();
 
   private:

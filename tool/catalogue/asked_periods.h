@@ -10,7 +10,8 @@
 
 namespace mersola::tool {
 
-/// The number of a period, or a time: then the first period that begins at that time or later.
+/// A number stands for that period, and a time for the first period that begins at that time or
+/// later.
 using PeriodOrTime = std::variant<std::int32_t, CTimeEx>;
 
 /// Nothing for any other text.
@@ -18,7 +19,7 @@ std::optional<PeriodOrTime> ParsePeriodOrTime(const std::string& text);
 
 struct AskedPeriods {
     std::optional<PeriodOrTime> from;
-    std::optional<CTimeEx> to;          ///< they begin before this time
+    std::optional<CTimeEx> to;          ///< only periods that begin before this time
     std::optional<std::int64_t> count;  ///< how many; not along with `to`
 
     bool HasTime() const { return to || (from && std::holds_alternative<CTimeEx>(*from)); }
@@ -26,7 +27,7 @@ struct AskedPeriods {
 
 /// When the periods of a report are.
 struct PeriodClock {
-    CTimeEx origin;    ///< of period 0
+    CTimeEx origin;    ///< when period 0 begins
     CTimeSpanEx real;  ///< length of a period
 
     CTimeEx At(std::int64_t period) const {
@@ -36,11 +37,11 @@ struct PeriodClock {
 
 struct PeriodBounds {
     std::int64_t first;
-    std::optional<std::int64_t> end;  ///< the first one behind; left open when nothing is asked
+    std::optional<std::int64_t> end;  ///< the first period behind; nothing without an end
 };
 
-/// What numbers that stands for. Raises Failure when a time is asked for, and the report has none.
-/// `firstStored`: where the values begin.
+/// The numbers of the periods that were asked for. Raises Failure when a time is asked for and the
+/// report has none. `firstStored` is the period in which the values begin.
 PeriodBounds BoundsOf(const AskedPeriods& asked, const PeriodClock& clock,
                       std::int64_t firstStored);
 

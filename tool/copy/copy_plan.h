@@ -1,4 +1,4 @@
-// What a copy is to bring over: measurements with their reports, matched by name.
+// Plans what a copy brings over: measurements with their reports, matched by name.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ struct CopiedReport {
     Row row;                               ///< in the source
     bool isStored = false;                 ///< in the target
     Cell storedRealLength;                 ///< in the target
-    std::optional<std::int32_t> fromKey;   ///< of the values in the source,
-    std::optional<std::int32_t> toKey;     ///< and in the target
+    std::optional<std::int32_t> fromKey;   ///< the key of the values in the source
+    std::optional<std::int32_t> toKey;     ///< the key of the values in the target
     bool isKeyNew = false;                 ///< to the target
     std::optional<CopiedPeriods> periods;  ///< none when there are no values
     std::set<FunctionAndChannel> functions;

@@ -17,7 +17,8 @@
 
 namespace mersola::tool {
 
-/// What the target can never take as the source has it: the same command would fail again.
+/// Raised for what the target can never take as the source has it: the same command would fail
+/// again.
 class Unplaceable : public Failure {
     using Failure::Failure;
 };
@@ -32,13 +33,13 @@ class Side {
     Mersola& Store() { return *store_; }
 
     void Run(const std::string& statement);
-    /// All of them or none.
+    /// Runs all statements or none.
     void RunTogether(const std::vector<std::string>& statements);
 
     void ForEachRow(const std::string& query, const std::function<void(_Recordset&)>& each);
     /// All columns of the table that the query brings; a column that is not there reads as null.
     std::vector<Row> Rows(const std::string& query, StoredTable table);
-    /// The same, one after the other.
+    /// Hands out the rows that Rows would return, one after the other.
     void ForEachRow(const std::string& query, StoredTable table,
                     const std::function<void(Row&)>& each);
     /// The first field of the first row, nothing when there is none or a null.

@@ -24,8 +24,9 @@ struct Dialect {
 /// Whether a record has the columns that the file must have.
 using IsHeading = std::function<bool(std::span<const std::string>)>;
 
-/// `separator`, `heading`: what is known of it. The first record with the columns that there must
-/// be is taken for the heading, and if there is none the first of the widest.
+/// Guesses the dialect from the first lines; `separator` and `heading` are given where they are
+/// known. The first record that has all columns that must be there is taken for the heading, and if
+/// there is none, the first of the widest records.
 Dialect GuessDialect(const std::string& beginning, std::optional<char> separator,
                      std::optional<std::size_t> heading, const IsHeading& isHeading);
 
@@ -35,7 +36,7 @@ bool GuessDecimalComma(std::span<const std::string> numbers);
 
 /// The separator that a text names on the command line: itself, or comma, semicolon, tab.
 std::optional<char> ParseSeparator(const std::string& text);
-/// What is said of it, as "semicolons".
+/// The name of the separator in messages, as "semicolons".
 std::string DescribeSeparator(char separator);
 
 }  // namespace mersola::tool

@@ -37,7 +37,8 @@ enum CsvColumn : std::size_t {
     kReadColumns
 };
 
-/// Of those that imports know, and of those that exports write.
+/// The names of the columns that imports read. The first kCsvColumns of them are those that exports
+/// write.
 inline constexpr std::array<std::string_view, kReadColumns> kReadNames{
     "Instrument", "Measurement", "Report", "Length", "Period", "Time",
     "Channel",    "Function",    "Band",   "Value",  "Status", "Date"};

@@ -17,8 +17,8 @@ namespace mersola::tool {
 struct PlotOptions : SelectionOptions {
     DatabaseArgument database;
     std::vector<std::string> functions;  ///< names or numbers; LAeq and Leq when there are none
-    std::optional<CTimeEx> from;         ///< the periods that overlap the time from then,
-    std::optional<CTimeEx> to;           ///< and up to then
+    std::optional<CTimeEx> from;         ///< only periods that end after this time
+    std::optional<CTimeEx> to;           ///< only periods that begin before this time
     int width = 1200;                    ///< this and the next: in pixels
     int height = 720;
     std::string file;  ///< where to put the picture; PictureFormOf tells its form

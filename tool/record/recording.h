@@ -23,27 +23,29 @@ namespace mersola::tool {
 /// raises Failure or _com_error; what was stored before stays.
 class Recording {
   public:
-    /// Checks that the measurement can be recorded as asked and writes nothing. `bands`: those that
-    /// are measured, at least one.
+    /// Checks that the measurement can be recorded as asked, and writes nothing. `bands` are those
+    /// that are measured, at least one.
     Recording(Mersola& store, const RecordOptions& options, std::span<const acoustics::Band> bands,
               int channels);
 
-    /// Stores the next period, all of it or nothing; `levels`: one for each channel. What a
-    /// function has there already stays, and nothing is put beside it. The first period registers
-    /// the measurement with it.
+    /// Stores the next period, all of it or nothing. `levels` has one item for each channel. Values
+    /// that a function has in the period already stay, and nothing is put beside them. The first
+    /// period registers the measurement with it.
     void Store(std::span<const acoustics::PeriodLevels> levels);
 
-    /// Closes the marker that is open. To be called once a period is stored.
+    /// Closes the marker that is open. Call it once a period is stored.
     void Finish();
 
     int PeriodsStored() const { return stored_; }
-    /// Those in which all was stored before, and kept,
+    /// The periods in which all was stored before; it was kept.
     const PeriodRanges& Kept() const { return kept_; }
-    /// and those in which functions were, which were kept, and others were added.
+    /// The periods in which some functions were stored before; these were kept, and others were
+    /// added.
     const PeriodRanges& Completed() const { return completed_; }
 
-    /// Whether the measurement was there before; then, once a period is stored, the number of this
-    /// recording's first period and its time in the measurement.
+    /// Whether the measurement was there before this recording. If it was, and once a period is
+    /// stored, the other two give the number of this recording's first period and its time in the
+    /// measurement.
     bool IsResumed() const { return isResumed_; }
     int FirstPeriod() const { return firstPeriod_; }
     CTimeEx StartOfFirstPeriod() const;

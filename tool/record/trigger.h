@@ -20,9 +20,9 @@ namespace mersola::tool {
 /// other text.
 std::optional<TriggerOptions> ParseTrigger(std::string_view text);
 
-/// Opens a marker with the first period in which any channel exceeds the limit, and closes it where
-/// the level fell, once it has stayed down for the hold time. Every operation but the first raises
-/// Failure or _com_error.
+/// Opens a marker with the first period in which any channel exceeds the limit. Closes it where the
+/// level fell, once the level has stayed down for the hold time. Every operation but the
+/// constructor raises Failure or _com_error; that one raises Failure only.
 class Trigger {
   public:
     /// Raises Failure when the function or band is not measured. `percentages` as recorded.
@@ -38,19 +38,19 @@ class Trigger {
         bool isResumed;
     };
 
-    /// To be called once the measurement is registered. Closes the markers that an interrupted
-    /// recording left open, but for those that this one meets again.
+    /// Call it once the measurement is registered. It closes the markers that an interrupted
+    /// recording left open, except those that this recording meets again.
     void Begin(const Place& place, std::span<const PercentileFunction> percentiles);
 
-    /// The next period, counted from the recording's first.
+    /// Takes the levels of the next period, which is counted from the recording's first one.
     void Add(int period, std::span<const acoustics::PeriodLevels> levels);
 
-    /// The recording ends, after so many periods.
+    /// Ends the recording after so many periods.
     void Finish(int periods);
 
     int Markers() const { return markers_; }
 
-    /// What it watches, once it was begun.
+    /// The function and the band that the trigger watches, after Begin.
     int Function() const { return marker_.funcId; }
     int Band() const { return marker_.frqId; }
     double LevelOf(const acoustics::PeriodLevels& levels) const { return levelOf_(levels); }

@@ -46,12 +46,12 @@ struct MarkersOptions {
     DatabaseArgument database;
     std::string instrument;  ///< this and the next: a name or a number
     std::string measurement;
-    std::string report;              ///< whose periods; a number, the first report when empty
-    std::optional<CTimeEx> from;     ///< those that start from then on,
-    std::optional<CTimeEx> to;       ///< and before
-    std::optional<Periods> periods;  ///< those that start in them; not along with a time
+    std::string report;  ///< the report of `periods`: a number; the first report when empty
+    std::optional<CTimeEx> from;     ///< only markers that start at this time or later
+    std::optional<CTimeEx> to;       ///< only markers that start before this time
+    std::optional<Periods> periods;  ///< only markers that start in them; not along with a time
     std::string type;                ///< of the trigger condition; all when empty
-    bool isOpen = false;             ///< those that were not closed, and no others
+    bool isOpen = false;             ///< only markers that were not closed
     bool csv = false;
 };
 
