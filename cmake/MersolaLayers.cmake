@@ -1,6 +1,7 @@
-# How the library is put together: one target for each layer. A layer finds the FACE of the layers
-# it SEES and nothing else, so that an include against the grain does not compile. Headers of
-# another folder are included with that folder ("ado/provider.h"), those of the own folder by name.
+# How the library is put together: each layer is one target. A layer finds the FACE of the layers
+# that it SEES and nothing else, so that an include in the wrong direction does not compile. A
+# header of another folder is included with that folder ("ado/provider.h"), and one of the own
+# folder by its name.
 
 add_library(mersola_options INTERFACE)
 target_compile_features(mersola_options INTERFACE cxx_std_20)

@@ -1,6 +1,6 @@
 -- One row for each instrument.
 CREATE TABLE Groups (
-    GroupId   INTEGER NOT NULL PRIMARY KEY,  -- identifier, chosen by the recorder
+    GroupId   INTEGER NOT NULL PRIMARY KEY,  -- identifier, numbered by the library
     GroupName TEXT COLLATE NOCASE UNIQUE,    -- instruments are looked up by it
     Info      TEXT COLLATE NOCASE,           -- description
     Type      TEXT COLLATE NOCASE,           -- list: what kind of instrument it is

@@ -1,4 +1,4 @@
-// Work done by a process of its own, which may be killed.
+// Does work in a process of its own, which may be killed.
 #pragma once
 
 #include <sys/types.h>
@@ -13,7 +13,7 @@ namespace mersola::test {
 /// Runs `work` in a forked process. What it acknowledges is read here until it ends.
 class Child {
   public:
-    /// Tells the parent one line; what was told counts even when the process is killed next.
+    /// Sends one line to the parent. What was sent counts even when the process is killed next.
     using Acknowledge = std::function<void(const std::string&)>;
     /// The result is the process's exit status.
     explicit Child(const std::function<int(const Acknowledge&)>& work);
@@ -21,11 +21,12 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    /// Sends it a signal; SIGKILL ends it at once.
+    /// Sends the process a signal. SIGKILL ends it at once.
     void Kill(int signal = SIGKILL) const;
-    /// Waits for its end; 128 + the signal for a killed one.
+    /// Waits for the end of the process, and returns its exit status, or 128 + the signal when it
+    /// was killed.
     int Wait();
-    /// All that was acknowledged; call after Wait.
+    /// All lines that were acknowledged. Call it after Wait.
     std::vector<std::string> Acknowledged() const;
 
   private:

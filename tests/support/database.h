@@ -1,4 +1,4 @@
-// Databases for tests: laid out, empty, and gone with the test.
+// Databases for tests. They are laid out and empty, and go away with the test.
 #pragma once
 
 #include <string>
@@ -29,7 +29,7 @@ class Database {
     /// Why the engine cannot be tested here; empty when it can.
     const std::string& Missing() const { return missing_; }
     const Engine& EngineOf() const;
-    /// What a stored number is when it is read: SQLite's ODBC driver knows 15 digits of it.
+    /// A stored number as it is read: SQLite's ODBC driver keeps 15 digits of it.
     double AsRead(double value) const;
     /// The connection string, `extra` appended.
     std::string ConnectString(const std::string& extra = "") const;

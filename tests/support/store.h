@@ -1,4 +1,4 @@
-// A Mersola whose state tests can look at, and what they register again and again.
+// A Mersola whose state tests can look at, and what tests register again and again.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// A provider that passes everything on to another one, notes the statements, and fails where told
-// to.
+// A provider that passes everything on to another one, notes the statements, and fails where a test
+// tells it to.
 #pragma once
 
 #include <functional>
@@ -16,7 +16,7 @@ struct Watch {
     std::vector<std::string> statements;
     /// Asked before each statement; true makes it raise `error` instead of running.
     std::function<bool(std::string_view)> fails;
-    /// What the engine calls itself; its own name where it is empty.
+    /// The name that the engine gives as its own; when it is empty, the true one.
     std::string dbmsName;
     _com_error error{DB_E_ERRORSINCOMMAND, "told to fail", "Watched"};
 
@@ -29,7 +29,7 @@ struct Watch {
     }
 };
 
-/// Appended to a connection string, has its database watched.
+/// A connection string with this at its end has its database watched.
 inline constexpr const char* kWatched = ";Provider=Watched";
 
 Watch& TheWatch();
