@@ -11,14 +11,14 @@ namespace mersola {
 /// What an engine's message is about.
 enum class Fault {
     Other,
-    Statement,   ///< that the engine cannot run
-    NoTable,     ///< of that name
+    Statement,   ///< a statement that the engine cannot run
+    NoTable,     ///< there is no table of that name
     Duplicate,   ///< a primary or unique key that is stored already
-    Constraint,  ///< another one that a row violates
-    Value,       ///< which its column cannot hold
-    Busy,        ///< nothing done before the time-out
-    LogIn,       ///< refused
-    NoDatabase,  ///< that the log-in asked for
+    Constraint,  ///< another constraint that a row violates
+    Value,       ///< a value that its column cannot hold
+    Busy,        ///< the time-out passed before anything was done
+    LogIn,       ///< the log-in was refused
+    NoDatabase,  ///< there is no database that the log-in asked for
 };
 
 /// Whether a row was refused for what it holds, so that other rows may still be stored.
@@ -58,7 +58,7 @@ struct Arrays {
 /// What the columns of its layout hold.
 struct Columns {
     int integerBits = 32;
-    bool onlyFinite = true;       ///< numbers
+    bool onlyFinite = true;       ///< whether numbers must be finite
     std::size_t mostStatus = 64;  ///< letters of a status; 0 without end
     bool onlyWestern = true;      ///< letters of a status, up to U+00FF
 };
@@ -72,7 +72,7 @@ struct Engine {
     /// Its folder in schema/.
     std::string_view layout;
 
-    /// What statements are in when they reach the engine.
+    /// The language of statements when they reach the engine.
     Language language = Language::SqlServer;
     /// The statement that begins a transaction to write in; null where the ODBC driver is told to
     /// leave commits to the program.

@@ -111,7 +111,7 @@ class RandomRecorder {
 
     // What is recorded.
     std::string measurement_;  // instrument and measurement
-    std::string place_;        // and report
+    std::string place_;        // instrument, measurement and report
     InstrumentInfo instrument_;
     MeasurementInfo registered_;
     int report_ = 1;

@@ -53,8 +53,8 @@ struct Choice {
 /// Raises Failure, which lists the choices, when there is none. `what`: their kind, as "report".
 std::int32_t Choose(const char* what, const std::string& asked, const std::vector<Choice>& choices);
 
-/// The same for an instrument, and for a measurement of it; the instrument becomes the selected
-/// one.
+/// Choose an instrument, and a measurement of an instrument, as Choose does; the instrument becomes
+/// the selected one.
 std::int32_t ChooseInstrument(Mersola& store, const std::string& asked);
 std::int32_t ChooseMeasurement(Mersola& store, std::int32_t groupId, const std::string& asked);
 

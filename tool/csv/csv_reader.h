@@ -42,9 +42,9 @@ class CsvReader {
     std::string line_;
     std::vector<std::string> fields_;  // more of them than count_, so that their room is used again
     std::size_t count_ = 0;
-    std::size_t start_ = 0;  // line of the record,
-    std::size_t size_ = 0;   // and its bytes
-    bool isInside_ = false;  // of a record that goes on in the next line
+    std::size_t start_ = 0;  // line where the record begins
+    std::size_t size_ = 0;   // bytes of the record
+    bool isInside_ = false;  // in a record that goes on in the next line
     bool isWhole_ = false;
     bool isOverrun_ = false;
 };

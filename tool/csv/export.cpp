@@ -31,8 +31,8 @@ struct ExportedReport {
     std::string instrument, measurement;  // labels
     CTimeEx start;
     std::int32_t id;
-    CTimeSpanEx length;  // of a period, nominal and
-    CTimeSpanEx real;    // measured
+    CTimeSpanEx length;  // nominal length of a period
+    CTimeSpanEx real;    // measured length of a period
     std::int32_t key;    // of its values
 };
 

@@ -361,8 +361,8 @@ class Importer {
     ImportedValues values_;
     std::shared_ptr<SeenValues> seen_ = std::make_shared<SeenValues>();
     std::optional<ImportedColumns> columns_;
-    ImportedReport* report_ = nullptr;  // of the last row,
-    std::string reportNamed_;           // and how it was named
+    ImportedReport* report_ = nullptr;  // the report of the last row
+    std::string reportNamed_;           // how the last row named its report
     Remembered function_, band_;
     std::vector<ImportedValue> row_;
     std::int64_t empty_ = 0;

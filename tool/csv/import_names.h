@@ -66,7 +66,7 @@ class ImportedKind {
 
     /// What a row of the file means, by name or number; a new name is added.
     std::int32_t Find(const std::string& text);
-    /// The same for a number in the file.
+    /// What a number in the file means.
     std::int32_t Find(std::int32_t number);
     /// The band of that frequency, however its name is spelt; a new one is added, under its own
     /// number where that is free.

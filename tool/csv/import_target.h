@@ -48,11 +48,11 @@ struct AskedReport {
     std::string instrument;
     std::string measurement;
     std::string report;
-    std::string lengthText;              ///< of a period, in the row; where that is empty,
-    std::optional<CTimeSpanEx> length;   ///< this one holds
+    std::string lengthText;              ///< length of a period, as the row has it
+    std::optional<CTimeSpanEx> length;   ///< length of a period, if lengthText is empty
     std::optional<CTimeEx> start;        ///< of the measurement
-    std::function<CTimeEx()> time;       ///< gives that of a period, in the row; may be empty
-    std::optional<std::int32_t> period;  ///< which has this number
+    std::function<CTimeEx()> time;       ///< gives the time of the row's period; may be empty
+    std::optional<std::int32_t> period;  ///< number of the row's period
 
     /// Raises Failure when the row's is no length.
     std::optional<CTimeSpanEx> Length() const;
@@ -112,9 +112,9 @@ class ImportTarget {
     ImportedKind functions_, bands_;
     ImportedNames instruments_;
     std::map<std::int32_t, ImportedNames> measurements_;  // by instrument
-    std::set<MeasurementKey> told_;                       // the file tells of their settings,
-    std::set<MeasurementKey> brought_;                    // and these are new
-    std::map<ReportKey, std::int32_t> periods_;           // that a report has in the end
+    std::set<MeasurementKey> told_;                       // the file has their settings
+    std::set<MeasurementKey> brought_;                    // those of told_ that are new
+    std::map<ReportKey, std::int32_t> periods_;  // the periods that each report has in the end
     std::map<ReportKey, std::set<std::pair<std::int32_t, std::int32_t>>> listed_;
     std::map<ReportKey, std::shared_ptr<ImportedReport>> reports_;
     std::map<std::string, std::int64_t> markers_;  // how many the file had

@@ -32,7 +32,7 @@ class Database {
     bool IsFile() const { return isFile_; }
     const std::string& File() const { return file_; }
 
-    /// The same with its SQLite file in another place; it keeps its name.
+    /// This database, with its SQLite file in another place; it keeps its name.
     Database At(const std::string& file) const;
 
     /// Connects, whether it is laid out or not. With Access::Read a SQLite file is not changed in

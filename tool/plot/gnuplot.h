@@ -19,7 +19,7 @@ std::string WithoutUnknownGlyphs(std::string_view script);
 /// what goes beyond `width` characters an ellipsis.
 std::string GnuplotText(std::string_view text, std::size_t width);
 
-/// The same for the label of a tick, where per cent signs would count.
+/// The text as GnuplotText gives it, but for the label of a tick, where per cent signs would count.
 std::string GnuplotTick(std::string_view text, std::size_t width);
 
 /// The text without what no picture can hold, cut as above.

@@ -33,7 +33,7 @@ class SoundFile {
 
     std::string path_;
     std::unique_ptr<Handle> handle_;
-    bool isCutShort_ = false;  // and its frames are those that are left
+    bool isCutShort_ = false;  // the file ends early; Frames gives what is left
     std::int64_t read_ = 0;
     std::vector<double> interleaved_;
     std::vector<std::vector<double>> channels_;

@@ -59,7 +59,7 @@ class MERSOLA_EXPORT _com_error : public std::exception {
   public:
     /// An empty text stands for one that is not known.
     explicit _com_error(HRESULT code, CString description = CString(), CString source = CString());
-    /// The same, with what IsDuplicate answers.
+    /// Makes an error for which IsDuplicate gives `isDuplicate`.
     _com_error(HRESULT code, CString description, CString source, bool isDuplicate);
 
     /// The result code.
