@@ -10,6 +10,8 @@ namespace {
 class Reading : public Contract {
   protected:
     void SetUp() override {
+        Contract::SetUp();
+        if (IsSkipped() || HasFatalFailure()) return;
         database.Run({
             "INSERT INTO Groups VALUES (1,'One','about','Alarm,3','station,x')",
             "INSERT INTO Groups VALUES (2,'Two',NULL,'Station,1',NULL)",
@@ -179,6 +181,34 @@ TEST_P(Reading, FillsABlockWithWhatIsStoredAndTheRestAsMissing) {
     EXPECT_EQ(list.GetNext(at).Value, -100);
 }
 
+TEST_P(Reading, FillsABlockOfMoreRowsThanARecordsetHolds) {
+    constexpr int first = 10, periods = 1000, bands = 2;  // every seventh value is not stored
+    auto batch = _Recordset::CreateInstance();
+    batch->Open("MEASUREDVALUES", store.m_connection, adOpenForwardOnly, adLockBatchOptimistic,
+                adCmdUnknown);
+    std::vector<float> expected;
+    for (int i = 0; i < periods * bands; ++i) {
+        expected.push_back(i % 7 == 0 ? -100 : static_cast<float>(i) / 4);
+        if (i % 7 == 0) continue;
+        batch->AddNew();
+        batch->Fields("MeasValueId").Put(7);
+        batch->Fields("PeriodNo").Put(first + i / bands);
+        batch->Fields("Channel").Put(1);
+        batch->Fields("FuncId").Put(5);
+        batch->Fields("FrqId").Put(30 + i % bands);
+        batch->Fields("Value").Put(i / 4.0);
+        batch->Fields("Status").Put(std::string_view(i % 5 == 0 ? "O" : ""));
+    }
+    batch->UpdateBatch();
+    SelectFirst(store);
+    std::vector<float> values(expected.size());
+    std::vector<char> status(expected.size(), '?');
+    EXPECT_EQ(store.GetData(values.data(), first, periods, 30, bands, status.data()), periods);
+    EXPECT_EQ(values, expected);
+    for (std::size_t i = 0; i < status.size(); ++i)
+        ASSERT_EQ(status[i], i % 7 == 0 ? 'A' : i % 5 == 0 ? 'O' : '\0') << i;
+}
+
 TEST_P(Reading, FailsOnNumbersBeyond32BitsAndWrapsNone) {
     if (database.EngineOf().columns.integerBits == 32)
         GTEST_SKIP() << "its columns hold no such number";
@@ -282,20 +312,26 @@ TEST_P(Reading, CatchesWhatTheEngineRaises) {
     CString text = "kept";
     long n = 0;
     float value = 0;
-    EXPECT_EQ(store.GetInstruments(instruments) + store.GetInstrumentsAndAlarms(instruments), 0);
-    EXPECT_EQ(store.locateInstrumentId("One") + store.locateMeasurementId(1, "later"), -2);
-    EXPECT_EQ(store._GetInstrument(1, instrument, nullptr) + store.Get_InstrumentState(text), 0);
+    EXPECT_EQ(store.GetInstruments(instruments), 0);
+    EXPECT_EQ(store.GetInstrumentsAndAlarms(instruments), 0);
+    EXPECT_EQ(store.locateInstrumentId("One"), -1);
+    EXPECT_EQ(store.locateMeasurementId(1, "later"), -1);
+    EXPECT_EQ(store._GetInstrument(1, instrument, nullptr), 0);
+    EXPECT_EQ(store.Get_InstrumentState(text), 0);
     EXPECT_EQ(text, "kept");
-    EXPECT_EQ(store.GetMeasurements(measurements) + store.GetReports(reports) +
-                  store.GetFunctions(functions),
-              0);
-    EXPECT_EQ(store.SetReport(2) + store.SetMeasurement(2) + store.SetMeasurement(-3), 0);
+    EXPECT_EQ(store.GetMeasurements(measurements), 0);
+    EXPECT_EQ(store.GetReports(reports), 0);
+    EXPECT_EQ(store.GetFunctions(functions), 0);
+    EXPECT_EQ(store.SetReport(2), 0);
+    EXPECT_EQ(store.SetMeasurement(2), 0);
+    EXPECT_EQ(store.SetMeasurement(-3), 0);
     EXPECT_EQ(store.m_MeasId, 2);
     EXPECT_EQ(store.GetFunctionName(5), "");
     EXPECT_EQ(store.GetData(&value, 0, 1, 20, 1), -1);
     EXPECT_EQ(value, -100);
-    EXPECT_EQ(store.GetAllDataByPeriod(0, 9, list) + store.Get_nPrds(n) + store.GetFirstPeriod(n),
-              0);
+    EXPECT_EQ(store.GetAllDataByPeriod(0, 9, list), 0);
+    EXPECT_EQ(store.Get_nPrds(n), 0);
+    EXPECT_EQ(store.GetFirstPeriod(n), 0);
     EXPECT_EQ(store.GetPercentiles(percentiles), 0);
 }
 

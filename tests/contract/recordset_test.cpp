@@ -98,6 +98,37 @@ TEST_P(RecordsetTest, KeepsItsSnapshotWhileTheTableChanges) {
     }
 }
 
+TEST_P(RecordsetTest, StreamsOnWhenTheStatementsTextIsGone) {
+    Fill(2000);
+    Run("UPDATE MeasuredValues SET Status='Ok'");
+    CString sql("SELECT PeriodNo FROM MeasuredValues WHERE Status='Ok'");  // not sorted first
+    auto rows = _Recordset::CreateInstance();
+    rows->Open(sql, connection, adOpenKeyset, adLockOptimistic, adCmdText);
+    sql.Replace('O', '?');  // where it stands, as whatever comes into its memory does
+    int count = 0;
+    for (; !rows->EndOfFile(); rows->MoveNext())
+        ++count;
+    EXPECT_EQ(count, 2000);
+}
+
+TEST_P(RecordsetTest, AnswersMoreShapesOfStatementsThanAreKeptPrepared) {
+    constexpr int shapes = 100;
+    Fill(3 * shapes);
+    for (int run = 0; run < 3; ++run) {
+        for (int i = 0; i < shapes; ++i) {
+            const int shape = run == 1 ? shapes - 1 - i : i;
+            const int period = run * shapes + shape;
+            const std::string name = "Column" + std::to_string(shape);
+            const auto rows = Run(("SELECT PeriodNo AS " + name +
+                                   " FROM MeasuredValues WHERE PeriodNo=" + std::to_string(period))
+                                      .c_str());
+            ASSERT_EQ(rows->Fields(name.c_str()).Long(), period) << name;
+            rows->MoveNext();
+            ASSERT_TRUE(rows->EndOfFile()) << name;
+        }
+    }
+}
+
 TEST_P(RecordsetTest, GoesBackToTheFirstRowUnlessItIsGone) {
     Fill(2000);
     auto rows = Run("SELECT PeriodNo FROM MeasuredValues ORDER BY PeriodNo");

@@ -74,6 +74,22 @@ TEST_P(SessionTest, IsNotConnectedWhenTheFirstStatementFails) {
     EXPECT_EQ(TheWatch().statements.back(), "SET TRANSACTION ISOLATION LEVEL READ COMMITTED");
 }
 
+TEST_P(SessionTest, MayRecordAfterASuccessfulConnectAlone) {
+    Store store(database.WatchedString());
+    store.m_Valid = false;
+    EXPECT_TRUE(store.dbConnect());
+    EXPECT_TRUE(store.m_Valid);
+    TheWatch().FailOn("SET TRANSACTION");
+    EXPECT_FALSE(store.dbConnect());
+    EXPECT_FALSE(store.m_Valid);
+    TheWatch().Reset();
+    EXPECT_TRUE(store.dbConnect());
+    EXPECT_TRUE(store.m_Valid);
+    store.getConnection()->Close();
+    EXPECT_THROW(store.dbConnect(), _com_error);
+    EXPECT_FALSE(store.m_Valid);
+}
+
 TEST_P(SessionTest, SharesAConnectionByAssignmentAndClosesItForAll) {
     Store first(database.ConnectString());
     {
