@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include <mersola/engine.h>
 #include <mersola/platform/com_error.h>
 
 #include "basics/failure.h"
@@ -67,6 +68,15 @@ std::string Hidden(std::string line, const std::vector<Revealing>& revealing) {
     return line;
 }
 
+std::string Versions() {
+    std::string text = std::string("mersola " MERSOLA_VERSION "\nSQLite ") + SqliteVersion();
+    text += SqliteHasLogFault()
+                ? ", which can lose rows (the WAL-reset bug, repaired in 3.51.3, 3.50.7 and "
+                  "3.44.6); see docs/administration.md"
+                : ", without the WAL-reset bug of earlier versions";
+    return text;
+}
+
 }  // namespace
 
 int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
@@ -81,7 +91,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     };
     const bool isOnTerminal = &err == &std::cerr && isatty(STDERR_FILENO) == 1;
     CLI::App app(kPurpose, "mersola");
-    app.set_version_flag("--version", "mersola " MERSOLA_VERSION, "Show the version");
+    app.set_version_flag("--version", Versions(), "Show the version, and SQLite's");
     app.set_help_flag("-h,--help", "Show this help");
     app.require_subcommand(1);
     app.footer(

@@ -98,7 +98,6 @@ TEST_F(Log, StaysShortBesideReadersThatTakeTurnsWithoutAGap) {
 }
 
 TEST_F(Log, IsStartedAnewOnlyWhileNobodyCheckpoints) {
-    if (!sqlite::GuardedVfs()) GTEST_SKIP() << "this SQLite needs no guard";
     const auto isStartedAnewByACommit = [&] {
         recorder.dbExecute("PRAGMA wal_checkpoint(RESTART)");
         const std::string before = Generation();

@@ -469,6 +469,19 @@ TEST_F(RecordingTool, TellsWrongUsageFromFailure) {
     }
 }
 
+TEST_F(Tool, TellsOfTheEnginesFault) {
+    const bool hasFault = SqliteHasLogFault();
+    const std::string engine = std::string("\nSQLite ") + SqliteVersion();
+    EXPECT_NE(RunWords({"--version"}).out.find(engine + (hasFault ? ", which can" : ", without")),
+              std::string::npos);
+    const std::string advice = "docs/administration.md";
+    EXPECT_EQ(RunWords({"check", db_}).err, "");
+    const Mersola other(nullptr, nullptr, ("Provider=SQLite;Data Source=" + db_).c_str(), 5);
+    const Outcome outcome = RunWords({"check", db_});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err.find(advice) != std::string::npos, hasFault) << outcome.err;
+}
+
 TEST_F(RecordingTool, TellsWhenItsOutputIsLost) {
     for (const Words& words : {Words{"list", db_}, Words{"--help"}}) {
         std::ofstream full("/dev/full");

@@ -16,6 +16,13 @@ namespace {
 
 constexpr std::chrono::seconds kOneRecorderStep{1};
 
+void WarnOfEngine(const Database& database, std::ostream& err) {
+    err << "mersola: warning: others have " << database.Name()
+        << " open, or had when one was killed, and SQLite " << SqliteVersion()
+        << " can lose what was committed where two programs without mersola take part; see "
+           "docs/administration.md\n";
+}
+
 // What SQLite finds wrong with its file, at most so many things.
 std::vector<std::string> Damages(Mersola& store, int most) {
     std::vector<std::string> damages;
@@ -129,13 +136,14 @@ std::string Places::Report(std::int32_t groupId, std::int32_t measId, std::int32
     return Measurement(groupId, measId) + ", report " + std::to_string(reportId);
 }
 
-bool Check(const DatabaseArgument& argument, std::ostream& out) {
+bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& err) {
     const Database database(argument);
     database.RequireThere();
     Snapshot snapshot(database);  // what is recorded meanwhile stays out of view
     Mersola& store = snapshot.Store();
     Findings findings(out);
     if (database.IsFile()) {
+        if (snapshot.WasInUse() && SqliteHasLogFault()) WarnOfEngine(database, err);
         for (const std::string& damage : Damages(store))
             findings.Add("file", damage);
     }

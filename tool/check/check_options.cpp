@@ -11,7 +11,7 @@ void AddCheck(CLI::App& app, const Streams& streams, int& status) {
     const auto given = std::make_shared<DatabaseArgument>();
     Command command(app, "check", "Find what must never be in a database");
     AddDatabase(command, *given);
-    command.Run([=, &status] { status = Check(*given, streams.out) ? 0 : 1; });
+    command.Run([=, &status] { status = Check(*given, streams.out, streams.err) ? 0 : 1; });
     command.Footer(
         "A line for each finding, and a last one with their number; the exit status is 1 if there "
         "is any.\n"

@@ -21,6 +21,9 @@ class Snapshot {
 
     Mersola& Store() { return *store_; }
 
+    /// Whether a SQLite file was in use before, or had been when a program was killed.
+    bool WasInUse() const { return hadLog_; }
+
     /// From here on the store reads what is there now.
     void End() { transaction_.reset(); }
 

@@ -107,7 +107,7 @@ class Vfs {
 }  // namespace
 
 const char* GuardedVfs() {
-    return HasLogFault(sqlite3_libversion_number()) ? Vfs::Instance().Name() : nullptr;
+    return Vfs::Instance().Name();
 }
 
 }  // namespace mersola::sqlite

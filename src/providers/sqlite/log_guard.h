@@ -18,8 +18,8 @@ constexpr bool HasLogFault(int version) {
 
 /// The name of a VFS to open databases with: the default one, but a connection starts the log anew
 /// only while nobody checkpoints, and a checkpoint that asks for the write lock does not go on
-/// without it. Checkpoints of others then do no harm unless others also write. Null, which stands
-/// for the default, where this SQLite does not have the fault.
+/// without it. Checkpoints of others then do no harm unless others also write. It serves with every
+/// SQLite: the fault is in whoever checkpoints, and others may have an older one.
 const char* GuardedVfs();
 
 }  // namespace mersola::sqlite
