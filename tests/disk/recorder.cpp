@@ -6,6 +6,8 @@
 
 #include <sqlite3.h>
 
+#include "support/power_cut_vfs.h"
+
 namespace mersola::test {
 namespace {
 
@@ -267,9 +269,14 @@ bool RandomRecorder::Step() {
     return false;
 }
 
+// A duplicate is told of once, when all others are stored: nothing is pending then.
+bool RandomRecorder::Send() {
+    return store_->PutDataEnd(batch_) || (isRefused_ && store_->PutDataEnd(batch_));
+}
+
 bool RandomRecorder::SendAgain() {
     if (!batch_) return true;
-    const bool isDone = store_->PutDataEnd(batch_);
+    const bool isDone = Send();
     batch_ = nullptr;
     return Done(isDone);
 }
@@ -336,12 +343,12 @@ bool RandomRecorder::WriteBatch() {
     batch_ = store_->PutDataStart(nullptr);
     if (!batch_) return false;
     const bool isNested = isInTransaction_;
-    bool isRefused = false;
+    isRefused_ = false;
     if (!isNested) history_.Begin();
     for (long period = period_; period < period_ + periods; ++period) {
         for (int band = 0; band < kBands; ++band) {
             const double value = static_cast<double>(++values_) / 2;
-            isRefused |= history_.Now().contains(ValueKey(period, band));
+            isRefused_ |= history_.Now().contains(ValueKey(period, band));
             ExpectValue(period, band, value);
             long next = 0;
             if (!store_->PutDataRelative(value, "", static_cast<int>(period), band % kFunctions + 1,
@@ -350,9 +357,7 @@ bool RandomRecorder::WriteBatch() {
         }
     }
     if (!isNested) history_.End(true);
-    const bool isSent = store_->PutDataEnd(batch_);
-    // One that holds a duplicate is told to be sent by a second, empty one.
-    if (!isSent && !(isRefused && store_->PutDataEnd(batch_))) {
+    if (!Send()) {
         if (isNested) batch_ = nullptr;
         return false;
     }
@@ -409,8 +414,9 @@ bool RandomRecorder::WriteTransaction() {
     isInTransaction_ = true;
     history_.Begin();
     bool isDone = true;
+    // Of a count that could not be raised nobody is told, and the rest may still be committed.
     for (long step = 0; isDone && step < steps; ++step)
-        isDone = Record();
+        isDone = Record() && !Disk::Instance().HasFailed();
     // What was not committed may still be, where the commit itself fails.
     history_.End(isDone && commits);
     if (!isDone) return false;

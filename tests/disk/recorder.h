@@ -83,6 +83,7 @@ class RandomRecorder {
     bool Record();
     bool WriteValue();
     bool WriteBatch();
+    bool Send();
     bool WriteMarker();
     bool CloseMarker();
     bool WriteTransaction();
@@ -120,7 +121,8 @@ class RandomRecorder {
     long period_ = 0;
     bool isInTransaction_ = false;
     std::vector<OpenMarker> openMarkers_;
-    _RecordsetPtr batch_;  // that could not be sent
+    _RecordsetPtr batch_;     // that could not be sent
+    bool isRefused_ = false;  // it holds a value that is stored already
 
     long values_ = 0;
     long markers_ = 0;

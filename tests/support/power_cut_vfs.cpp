@@ -330,6 +330,7 @@ void Disk::Fail(const Fault& fault) {
 
 void Disk::Heal() {
     fault_ = {};
+    hasFailed_ = false;
     shrunk_ = -1;
 }
 

@@ -71,7 +71,7 @@ class Disk {
     void SwallowSyncs(bool swallows) { swallowsSyncs_ = swallows; }
 
     void Fail(const Fault& fault);
-    /// Whether the fault has shown.
+    /// Whether the fault has shown since.
     bool HasFailed() const { return hasFailed_; }
     void Heal();
     /// Files seem to end after so many bytes while they are read; -1: they do not.

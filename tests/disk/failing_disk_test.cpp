@@ -1,0 +1,169 @@
+// Disks that fail and get well again: each failure is told, and nothing acknowledged is lost.
+// MERSOLA_TEST_SEED and MERSOLA_TEST_SECONDS serve as for power cuts.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "laid_out.h"
+#include "recorder.h"
+#include "support/database.h"
+
+namespace mersola::test {
+namespace {
+
+using Operation = Disk::Operation;
+
+constexpr int kSteps = 15;
+constexpr int kMostOperations = 3000;
+constexpr int kMostInShort = 150;
+constexpr std::uint64_t kShortSeed = 37;  // a history of 216 writes
+constexpr int kPages = 4096;
+
+struct Failing {
+    const char* name;
+    Disk::Fault fault;
+    int stride;  // not every single one of what there are thousands of
+};
+
+// What went wrong when the so manieth operation failed, or nothing. `isOver`: the history has
+// fewer.
+std::string FaultOf(Disk::Fault fault, int first, std::uint64_t seed, bool& isOver) {
+    const ShownMessages messages;
+    const LaidOut database;
+    Disk& disk = Disk::Instance();
+    RandomRecorder recorder(database.ConnectString(), seed);
+    fault.first = first;
+    disk.Fail(fault);
+    bool isWorking = recorder.Start();
+    int step = 0;
+    for (; isWorking && !disk.HasFailed() && step < kSteps; ++step)
+        isWorking = recorder.Step();
+    const bool hasFailed = disk.HasFailed();
+    isOver = !hasFailed;
+    if (!isWorking && !hasFailed) return "the recorder stopped while nothing failed";
+    disk.Heal();
+    if (!recorder.SendAgain()) return "a batch that was sent again did not arrive";
+    // While the recorder is still connected, and its log not yet moved.
+    std::string wrong = recorder.Written().Settle(ContentsOf(database.Path()), true);
+    if (!wrong.empty()) return "at once, " + wrong;
+    // Another process would find what is on the disk, without anything that this one keeps.
+    for (step = 0, isWorking = recorder.Start(); isWorking && step < kSteps; ++step)
+        isWorking = recorder.Step();
+    if (!isWorking || !recorder.StartAll()) return "the recorder could not go on";
+    recorder.Stop();
+    wrong = recorder.Written().Settle(ContentsOf(database.Path()), true);
+    return wrong.empty() ? database.Findings() : "in the end, " + wrong;
+}
+
+class FailingDisk : public testing::TestWithParam<Failing> {};
+
+TEST_P(FailingDisk, LosesNothingAcknowledgedWhicheverOperationFails) {
+    const Failing& failing = GetParam();
+    bool isOver = false;
+    const auto faultOf = [&](std::uint64_t seed) {
+        const int first = static_cast<int>(std::mt19937_64(seed)() % kMostInShort + 1);
+        return FaultOf(failing.fault, first, seed, isOver);
+    };
+    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
+        EXPECT_EQ(faultOf(std::strtoull(seed, nullptr, 10)), "");
+        return;
+    }
+    if (const char* seconds = std::getenv("MERSOLA_TEST_SECONDS")) {
+        const auto end =
+            std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(seconds));
+        const std::uint64_t first = std::uint64_t{std::random_device()()} << 16;
+        std::uint64_t seed = first;
+        for (; std::chrono::steady_clock::now() < end; ++seed)
+            ASSERT_EQ(faultOf(seed), "") << "MERSOLA_TEST_SEED=" << seed << " repeats this";
+        std::cout << seed - first << " seeds from " << first << " on\n";
+        return;
+    }
+    int tried = 0;
+    for (int first = 1; !isOver && first < kMostOperations; first += failing.stride, ++tried) {
+        EXPECT_EQ(FaultOf(failing.fault, first, kShortSeed, isOver), "")
+            << "at the operation " << first;
+    }
+    EXPECT_TRUE(isOver);
+    EXPECT_GT(tried, 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, FailingDisk,
+    testing::Values(Failing{"Reads", {Operation::Read, 0, SQLITE_IOERR_READ}, 1},
+                    Failing{"OneRead", {Operation::Read, 0, SQLITE_IOERR_READ, true}, 1},
+                    Failing{"Writes", {Operation::Write, 0, SQLITE_IOERR_WRITE}, 3},
+                    Failing{"OneWrite", {Operation::Write, 0, SQLITE_IOERR_WRITE, true, true}, 3},
+                    Failing{"Syncs", {Operation::Sync, 0, SQLITE_IOERR_FSYNC}, 1},
+                    Failing{"OneSync", {Operation::Sync, 0, SQLITE_IOERR_FSYNC, true}, 1},
+                    Failing{"Room", {Operation::Write, 0, SQLITE_FULL, false, true}, 1},
+                    Failing{"RoomOnce", {Operation::Write, 0, SQLITE_FULL, true}, 3}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+// What cannot be read is told, and never taken for what nobody recorded.
+TEST(ShrunkenFile, GivesWhatIsStoredOrTellsThatItCannot) {
+    const LaidOut database;
+    Disk& disk = Disk::Instance();
+    constexpr int kPeriods = 2000;
+    std::vector<float> values(kPeriods);
+    const auto connected = [&](const char* mode = "") {
+        return Mersola("", "", (database.ConnectString() + mode).c_str(), 5);
+    };
+    const auto select = [](Mersola& store) {
+        store.SetInstrument(1);
+        store.SetChannel(1);
+        store.SetFunction(1);
+        return store.SetMeasurement(1) && store.SetReport(1);
+    };
+    {
+        Mersola store = connected();
+        InstrumentInfo instrument;
+        instrument.GroupName = "pier";
+        MeasurementInfo measurement;
+        measurement.MeasName = "noise";
+        measurement.StartAt = CTimeEx::GetCurrentTime();
+        ReportInfo report;
+        report.ReportId = 1;
+        report.PeriodLen = CTimeSpanEx(1000);
+        ASSERT_TRUE(store.PutInstrument(nullptr, instrument));
+        ASSERT_TRUE(store.PutMeasurement(nullptr, instrument.GroupId, measurement));
+        ASSERT_TRUE(store.PutReport(nullptr, report) && store.PutFunction(nullptr, 1, 1));
+        const auto batch = store.PutDataStart(nullptr);
+        long next = 0;
+        for (int period = 0; period < kPeriods; ++period)
+            store.PutDataRelative(period, "", period, 1, 1, 30, true, next, true, batch);
+        ASSERT_TRUE(store.PutDataEnd(batch));
+        ASSERT_TRUE(store.PutPeriodsRelative(nullptr, kPeriods));
+    }
+    const auto size = static_cast<std::int64_t>(std::filesystem::file_size(database.Path()));
+    int refused = 0;
+    for (std::int64_t end = 0; end < size; end += kPages / 2) {
+        const ShownMessages messages;
+        for (const bool isAlready : {true, false}) {  // when the database is opened
+            if (isAlready) disk.Shrink(end);
+            Mersola store = connected(";Mode=Read");
+            bool isRead = store.isConnected() && select(store);
+            disk.Shrink(end);
+            isRead = isRead && store.GetData(values.data(), 0, kPeriods, 30, 1) == kPeriods;
+            disk.Shrink(-1);
+            refused += !isRead;
+            for (int period = 0; isRead && period < kPeriods; ++period)
+                ASSERT_EQ(values[static_cast<std::size_t>(period)], period) << "cut at " << end;
+        }
+    }
+    EXPECT_GT(refused, 10);
+    Mersola store = connected();
+    EXPECT_TRUE(select(store));
+    EXPECT_EQ(store.GetData(values.data(), 0, kPeriods, 30, 1), kPeriods);
+    EXPECT_EQ(values.back(), kPeriods - 1);
+    EXPECT_EQ(database.Findings(), "");
+}
+
+}  // namespace
+}  // namespace mersola::test
