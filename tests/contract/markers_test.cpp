@@ -188,20 +188,6 @@ TEST_P(MarkersTest, FailAsEachOperationPromises) {
     EXPECT_EQ(database.Ask("SELECT count(*) FROM Markers"), "0");
 }
 
-TEST_P(MarkersTest, HaveTheirColumnsAndNoOther) {
-    const auto columnsOf = [&](const char* table) {
-        const auto rows = store.dbExecute(CString("SELECT * FROM ") + table);
-        std::string names;
-        for (int column = 0; column < rows->FieldCount(); ++column)
-            names += (column ? "," : "") + std::string(rows->FieldName(column).View());
-        return names;
-    };
-    EXPECT_EQ(columnsOf("Markers"),
-              "GroupId,MeasId,Path,Start,Stop,MarkerId,MarkerType,TriggerCondition,funcId,frqId,"
-              "inProgess,ExtMarkerType,Color");
-    EXPECT_EQ(columnsOf("VersionHistory"), "Date,Version,Info");
-}
-
 TEST_P(MarkersTest, AreGivenInTheirOrderAlsoFromADatabaseThatNumbersThem) {
     for (const bool isNumbered : {false, true}) {
         if (isNumbered) database.NumberRows();

@@ -9,6 +9,7 @@
 #include "engines/engines.h"
 #include "odbc/connection.h"
 #include "schema/schema.h"
+#include "schema/tables.h"
 #include "watched_provider.h"
 
 namespace mersola::test {
@@ -96,11 +97,8 @@ void Database::NumberRows() const {
 }
 
 void Database::DropTables() const {
-    for (const char* table :
-         {"Groups", "Measurements", "Reports", "MeasValueMap", "MeasuredFunctions",
-          "MeasuredValues", "Markers", "FuncNameMap", "FrqNameMap", "VersionHistory"}) {
-        TryToRun(std::string("DROP TABLE ") + table);
-    }
+    for (const StoredTable table : kStoredTables)
+        TryToRun(std::string("DROP TABLE ") + NameOf(table));
 }
 
 void Database::TryToRun(const std::string& statement) const {

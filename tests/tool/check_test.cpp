@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "recording_fixture.h"
+#include "schema/tables.h"
 #include "support/watched_provider.h"
 
 namespace mersola::tool {
@@ -128,10 +129,8 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
             << outcome.out;
     }
     Words tables;
-    for (const char* each :
-         {"Groups", "Measurements", "Reports", "MeasValueMap", "Markers", "MeasuredFunctions",
-          "MeasuredValues", "FuncNameMap", "FrqNameMap", "VersionHistory"})
-        tables.push_back(std::string("DROP TABLE ") + each);
+    for (const StoredTable each : kStoredTables)
+        tables.push_back(std::string("DROP TABLE ") + NameOf(each));
     EXPECT_NE(CheckAfter(tables).err.find("no tables for measurements"), std::string::npos);
 }
 

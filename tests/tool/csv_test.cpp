@@ -17,6 +17,7 @@
 #include "csv/csv_lines.h"
 #include "csv/csv_reader.h"
 #include "recording_fixture.h"
+#include "schema/tables.h"
 
 namespace mersola::tool {
 namespace {
@@ -91,12 +92,11 @@ class Csv : public RecordingTool {
     static Words Dump(const std::string& db) {
         Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=\"" + db + "\"").c_str(), 5);
         Words dump;
-        for (const char* table :
-             {"Groups", "Measurements", "Reports", "MeasValueMap", "MeasuredFunctions",
-              "MeasuredValues", "FuncNameMap", "FrqNameMap", "Markers"}) {
-            const auto rows = store.dbExecute((std::string("SELECT * FROM ") + table).c_str());
+        for (const StoredTable table : kStoredTables) {
+            if (table == StoredTable::VersionHistory) continue;
+            const auto rows = store.dbExecute(CString("SELECT * FROM ") + NameOf(table));
             for (; !rows->EndOfFile(); rows->MoveNext()) {
-                std::string row = table;
+                std::string row = NameOf(table);
                 for (int i = 0; i < rows->FieldCount(); ++i) {
                     const AdoField field = rows->Fields(i);
                     row += "|" + (field.IsNull() ? "null" : std::string(field.Text()));

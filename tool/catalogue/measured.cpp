@@ -5,6 +5,7 @@
 
 #include "basics/times_text.h"
 #include "database/query.h"
+#include "database/stored_row.h"
 
 namespace mersola::tool {
 namespace {
@@ -18,7 +19,8 @@ std::int32_t NamedFunction(Mersola& store, const std::string& name) {
                             "SELECT MAX(FuncId) FROM (SELECT FuncId FROM FuncNameMap UNION ALL "
                             "SELECT FuncId FROM MeasuredFunctions) Known");
     const std::int32_t id = std::max<std::int32_t>(last->Fields(0).Long(), kL90) + 1;
-    Query(store, "INSERT INTO FuncNameMap (FuncId,FuncName) VALUES (%d,'%s')", id, name.c_str());
+    const Row row{{"FuncId", id}, {"FuncName", name}};
+    store.dbExecute(CString(InsertOf(StoredTable::FuncNameMap, row)));
     return id;
 }
 

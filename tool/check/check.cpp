@@ -86,13 +86,11 @@ Layout::Layout(Mersola& store, Findings& findings) {
             isThere = true;
             bool isWhole = true;
             for (const StoredColumn& column : ColumnsOf(table)) {
-                const bool isFound = ColumnIn(*rows, column.name).has_value();
-                const bool isOptional = std::string_view(column.name) == "MinPeriod";
-                if (isOptional) hasMinPeriod_ = isFound;
-                isWhole &= isFound || isOptional;
-                if (!isFound)
-                    faults.emplace_back(name, std::string("has no column ") + column.name +
-                                                  "; programs that need it fail");
+                if (ColumnIn(*rows, column.name)) continue;
+                isWhole &= column.mayBeMissing;
+                missing_.emplace(table, column.name);
+                faults.emplace_back(name, std::string("has no column ") + column.name +
+                                              "; programs that need it fail");
             }
             if (isWhole) whole_.insert(table);
         } catch (const _com_error& error) {

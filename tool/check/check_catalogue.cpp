@@ -1,6 +1,5 @@
 // Checks of everything but the values: owners, names, texts, markers.
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "basics/failure.h"
@@ -15,59 +14,43 @@ namespace {
 
 using enum StoredTable;
 
-// Columns that name one row together.
-struct Key {
+// What it does to readers that a key stands in several rows, for each key of the table in turn.
+struct Repeats {
     StoredTable table;
-    std::vector<const char*> columns;
-    const char* consequence;
+    std::vector<const char*> consequences;
 };
 
-const Key kKeys[] = {
-    {Groups, {"GroupId"}, "readers find the first one"},
-    {Groups, {"GroupName"}, "readers find the first one"},
-    {Measurements, {"GroupId", "MeasId"}, "readers find the first one"},
-    {Measurements, {"GroupId", "MeasName"}, "readers find the first one"},
-    {Reports, {"GroupId", "MeasId", "ReportId"}, "readers find the first one"},
-    {MeasValueMap, {"GroupId", "MeasId", "ReportId"}, "values under the other keys are not read"},
-    {MeasValueMap, {"MeasValueId"}, "two reports read and write the same values"},
-    {MeasuredFunctions,
-     {"GroupId", "MeasId", "ReportId", "FuncId", "Channel"},
-     "the function is listed twice"},
-    {FuncNameMap, {"FuncId"}, "readers show the first name"},
-    {FrqNameMap, {"FrqId"}, "readers show the first name"},
-    {MeasuredValues,
-     {"MeasValueId", "Channel", "FuncId", "PeriodNo", "FrqId"},
-     "readers show either value"}};
+const Repeats kRepeats[] = {
+    {Groups, {"readers find the first one", "readers find the first one"}},
+    {Measurements, {"readers find the first one", "readers find the first one"}},
+    {Reports, {"readers find the first one"}},
+    {MeasValueMap,
+     {"values under the other keys are not read", "two reports read and write the same values"}},
+    {MeasuredFunctions, {"the function is listed twice"}},
+    {FuncNameMap, {"readers show the first name"}},
+    {FrqNameMap, {"readers show the first name"}},
+    {MeasuredValues, {"readers show either value"}}};
 
-std::string Listed(std::span<const char* const> columns, const std::string& prefix = "") {
+std::string Joined(StoredKey key, const std::string& prefix = "") {
     std::string list;
-    for (const char* column : columns)
+    for (const char* column : key)
         list += (list.empty() ? "" : ",") + prefix + column;
     return list;
 }
 
-// Rows that belong to a row of another table, by the columns that both have.
+// Rows that belong to a row of another table, by its primary key.
 struct Ownership {
     StoredTable owned;
     StoredTable owner;
-    std::vector<const char*> columns;
     const char* fault;
 };
 
 const Ownership kOwnerships[] = {
-    {Measurements, Groups, {"GroupId"}, "has measurements, and is not there"},
-    {Reports, Measurements, {"GroupId", "MeasId"}, "has reports, and is not there"},
-    {MeasValueMap,
-     Reports,
-     {"GroupId", "MeasId", "ReportId"},
-     "has a key for values, and is not there"},
-    {MeasuredFunctions,
-     Reports,
-     {"GroupId", "MeasId", "ReportId"},
-     "has functions, and is not there"},
-    {Reports,
-     MeasValueMap,
-     {"GroupId", "MeasId", "ReportId"},
+    {Measurements, Groups, "has measurements, and is not there"},
+    {Reports, Measurements, "has reports, and is not there"},
+    {MeasValueMap, Reports, "has a key for values, and is not there"},
+    {MeasuredFunctions, Reports, "has functions, and is not there"},
+    {Reports, MeasValueMap,
      "has no key for its values; a recorder that goes on with it gives it one"}};
 
 std::string PlaceOf(_Recordset& row, std::size_t columns, const Places& places) {
@@ -102,23 +85,26 @@ std::string Unreadable(const char* column, const CString& text, const char* kind
 }  // namespace
 
 void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings) {
-    for (const Key& key : kKeys) {
-        if (!layout.Has(key.table)) continue;
-        const std::string columns = Listed(key.columns);
-        for (_Recordset& row :
-             Rows(store,
-                  "SELECT %s,COUNT(*) FROM %s WHERE %s IS NOT NULL GROUP BY %s "
-                  "HAVING COUNT(*)>1",
-                  columns.c_str(), NameOf(key.table), key.columns.back(), columns.c_str())) {
-            std::string where = std::string("table ") + NameOf(key.table);
-            int field = 0;
-            for (const char* column : key.columns) {
-                where += (field == 0 ? ", " : " and ") + std::string(column) + " " +
-                         Printable(row.Fields(field).Text().View());
-                ++field;
+    for (const auto& [table, consequences] : kRepeats) {
+        if (!layout.Has(table)) continue;
+        for (std::size_t i = 0; const StoredKey& key : KeysOf(table)) {
+            const std::string consequence = consequences.at(i++);
+            const std::string columns = Joined(key);
+            for (_Recordset& row :
+                 Rows(store,
+                      "SELECT %s,COUNT(*) FROM %s WHERE %s IS NOT NULL GROUP BY %s "
+                      "HAVING COUNT(*)>1",
+                      columns.c_str(), NameOf(table), key.back(), columns.c_str())) {
+                std::string where = std::string("table ") + NameOf(table);
+                int field = 0;
+                for (const char* column : key) {
+                    where += (field == 0 ? ", " : " and ") + std::string(column) + " " +
+                             Printable(row.Fields(field).Text().View());
+                    ++field;
+                }
+                findings.Add(where, "stands in " + Counted(row.Fields(field).Long(), "row") + "; " +
+                                        consequence);
             }
-            findings.Add(where, "stands in " + Counted(row.Fields(field).Long(), "row") + "; " +
-                                    key.consequence);
         }
     }
 }
@@ -129,7 +115,7 @@ void CheckTexts(Mersola& store, const Layout& layout, Findings& findings) {
         for (_Recordset& row : Rows(store, "SELECT * FROM %s", NameOf(table))) {
             for (const StoredColumn& column : ColumnsOf(table)) {
                 const auto position = ColumnIn(row, column.name);
-                if (column.kind != StoredColumn::Text || !position) continue;
+                if (!column.HoldsText() || !position) continue;
                 const CString text = row.Fields(*position).Text();
                 if (!IsUtf8(text.View()))
                     findings.Add(
@@ -144,16 +130,17 @@ void CheckTexts(Mersola& store, const Layout& layout, Findings& findings) {
 void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Findings& findings) {
     for (const Ownership& each : kOwnerships) {
         if (!layout.Has(each.owned, each.owner)) continue;
+        const StoredKey key = KeysOf(each.owner).front();
         std::string same;
-        for (const char* column : each.columns)
+        for (const char* column : key)
             same += std::string(same.empty() ? "" : " AND ") + "a." + column + "=b." + column;
-        const std::string columns = Listed(each.columns, "a.");
+        const std::string columns = Joined(key, "a.");
         for (_Recordset& row : Rows(store,
                                     "SELECT %s FROM %s a WHERE NOT EXISTS (SELECT * FROM %s b "
                                     "WHERE %s) GROUP BY %s ORDER BY %s",
                                     columns.c_str(), NameOf(each.owned), NameOf(each.owner),
                                     same.c_str(), columns.c_str(), columns.c_str()))
-            findings.Add(PlaceOf(row, each.columns.size(), places), each.fault);
+            findings.Add(PlaceOf(row, key.size(), places), each.fault);
     }
     if (!layout.Has(MeasuredFunctions, FuncNameMap)) return;
     for (_Recordset& row :

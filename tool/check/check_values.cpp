@@ -135,7 +135,7 @@ ValuesChecked CheckValues(Mersola& store, const Layout& layout, const Places& pl
         sum.last = std::max(sum.last, each.last);
     }
     if (!layout.Has(MeasValueMap, Reports)) return checked;
-    const auto reports = ReadKeys(store, layout.HasMinPeriod());
+    const auto reports = ReadKeys(store, layout.HasColumn(Reports, "MinPeriod"));
     for (const auto& [key, sum] : sums) {
         const auto found = reports.find(key);
         if (found == reports.end())

@@ -6,13 +6,14 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
 
 #include <mersola/mersola.h>
 
-#include "database/stored_tables.h"
+#include "schema/tables.h"
 
 namespace mersola::tool {
 
@@ -48,12 +49,14 @@ class Layout {
     bool Has(Tables... tables) const {
         return (... && whole_.contains(tables));
     }
-    /// Reports of older databases do not have it.
-    bool HasMinPeriod() const { return hasMinPeriod_; }
+    /// Whether a column is there that may be missing; its table has to be one that `Has` names.
+    bool HasColumn(StoredTable table, std::string_view name) const {
+        return !missing_.contains({table, name});
+    }
 
   private:
     std::set<StoredTable> whole_;
-    bool hasMinPeriod_ = false;
+    std::set<std::pair<StoredTable, std::string_view>> missing_;
 };
 
 /// The names of instruments and measurements, for people.

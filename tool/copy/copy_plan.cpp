@@ -185,8 +185,6 @@ void AddMeasurement(const CopiedMeasurement& measurement, std::vector<std::strin
 
 void AddReport(const CopiedMeasurement& measurement, const CopiedReport& report,
                std::vector<std::string>& statements) {
-    const std::string place =
-        Statement("%d,%d,%d", measurement.toGroup, measurement.toMeas, report.Id());
     const Cell& realLength = report.row.at("RealPeriodLen");
     if (!report.isStored) {
         Row row = report.row;
@@ -201,12 +199,17 @@ void AddReport(const CopiedMeasurement& measurement, const CopiedReport& report,
     }
     if (report.isKeyNew)
         statements.push_back(
-            "INSERT INTO MeasValueMap (GroupId,MeasId,ReportId,MeasValueId) VALUES (" + place +
-            Statement(",%d)", report.toKey.value()));
+            InsertOf(StoredTable::MeasValueMap, {{"GroupId", measurement.toGroup},
+                                                 {"MeasId", measurement.toMeas},
+                                                 {"ReportId", report.Id()},
+                                                 {"MeasValueId", report.toKey.value()}}));
     for (const auto& [function, channel] : report.missing)
         statements.push_back(
-            "INSERT INTO MeasuredFunctions (GroupId,MeasId,ReportId,FuncId,Channel) VALUES (" +
-            place + Statement(",%d,%d)", function, channel));
+            InsertOf(StoredTable::MeasuredFunctions, {{"GroupId", measurement.toGroup},
+                                                      {"MeasId", measurement.toMeas},
+                                                      {"ReportId", report.Id()},
+                                                      {"FuncId", function},
+                                                      {"Channel", channel}}));
 }
 
 }  // namespace

@@ -6,16 +6,11 @@
 namespace mersola::tool {
 namespace {
 
-Cell CellOf(const AdoField& field, StoredColumn::Kind kind) {
+Cell CellOf(const AdoField& field, const StoredColumn& column) {
     if (field.IsNull()) return {};
-    switch (kind) {
-        case StoredColumn::Integer:
-            return field.Long();
-        case StoredColumn::Real:
-            return field.Double();
-        default:
-            return std::string(field.Text().View());
-    }
+    if (column.HoldsText()) return std::string(field.Text().View());
+    if (column.kind == StoredColumn::Integer) return field.Long();
+    return field.Double();
 }
 
 }  // namespace
@@ -53,7 +48,7 @@ void Side::ForEachRow(const std::string& query, StoredTable table,
         Row row;
         for (std::size_t i = 0; i < columns.size(); ++i)
             row[columns[i].name] =
-                positions[i] ? CellOf(rows.Fields(*positions[i]), columns[i].kind) : Cell();
+                positions[i] ? CellOf(rows.Fields(*positions[i]), columns[i]) : Cell();
         each(row);
     });
 }

@@ -18,8 +18,8 @@
 #include "csv_format.h"
 #include "database/query.h"
 #include "database/snapshot.h"
-#include "database/stored_tables.h"
 #include "labels.h"
+#include "schema/tables.h"
 
 namespace mersola::tool {
 namespace {

@@ -64,14 +64,10 @@ Row RowIn(StoredTable table, Fields fields) {
         if (equals == field.npos)
             throw Failure(Quoted(Excerpt(field)) + " stands where column=text is expected");
         const std::string name = field.substr(0, equals);
-        const auto columns = ColumnsOf(table);
-        const auto column =
-            std::ranges::find(columns, std::string_view(name),
-                              [](const auto& each) { return std::string_view(each.name); });
-        if (column == columns.end()) continue;
+        const StoredColumn* const column = FindColumn(table, name);
+        if (!column) continue;
         const std::string text = field.substr(equals + 1);
-        const bool isText = column->kind == StoredColumn::Text;
-        record[name] = CellFrom(*column, isText ? text : Excerpt(text));
+        record[name] = CellFrom(*column, column->HoldsText() ? text : Excerpt(text));
     }
     return record;
 }

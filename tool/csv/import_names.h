@@ -13,7 +13,6 @@
 
 #include "bands/bands.h"
 #include "database/stored_row.h"
-#include "database/stored_tables.h"
 #include "labels.h"
 
 namespace mersola::tool {

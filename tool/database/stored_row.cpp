@@ -47,7 +47,7 @@ std::string TextIn(const Row& row, std::string_view column) {
 
 Cell CellFrom(const StoredColumn& column, const std::string& text) {
     const std::string shown = std::string(column.name) + " " + Quoted(text);
-    if (column.kind == StoredColumn::Text) return text;
+    if (column.HoldsText()) return text;
     if (column.kind == StoredColumn::Integer) {
         if (const auto number = ParseNumber<std::int32_t>(text)) return *number;
         throw Failure(shown + " is no whole number");

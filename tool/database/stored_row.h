@@ -11,7 +11,7 @@
 
 #include <mersola/mersola.h>
 
-#include "stored_tables.h"
+#include "schema/tables.h"
 
 namespace mersola::tool {
 
