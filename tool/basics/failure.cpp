@@ -27,7 +27,7 @@ std::string Printable(std::string_view text) {
 
 std::string Excerpt(std::string_view text, std::size_t most) {
     if (text.size() <= most) return std::string(text);
-    while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80)
+    while (most > 0 && ContinuesCharacter(text[most]))
         --most;  // a character stays whole
     return std::string(text.substr(0, most)) + "\u2026";
 }

@@ -1,8 +1,8 @@
 // Reading UTF-8, strictly: what one program takes for a character, another must not refuse.
 #include "utf8.h"
 
+#include <algorithm>
 #include <array>
-#include <cstddef>
 
 namespace mersola::tool {
 
@@ -13,7 +13,7 @@ std::optional<char32_t> TakeCharacter(std::string_view& text) {
     char32_t code = size == 1 ? byte(0) : byte(0) & (0x7FU >> size);
     bool isGood = size <= text.size() && (size == 1 || byte(0) >= 0xC0) && byte(0) < 0xF8;
     for (std::size_t i = 1; isGood && i < size; ++i) {
-        isGood = (byte(i) & 0xC0) == 0x80;
+        isGood = ContinuesCharacter(text[i]);
         code = code << 6 | (byte(i) & 0x3FU);
     }
     isGood = isGood && code >= kLeast[size] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
@@ -29,6 +29,11 @@ bool IsUtf8(std::string_view text) {
             return false;
     }
     return true;
+}
+
+std::size_t CountCharacters(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char byte) { return !ContinuesCharacter(byte); }));
 }
 
 }  // namespace mersola::tool

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/utf8.h"
 #include "database/open_database.h"
 #include "database/query.h"
@@ -128,7 +129,7 @@ void RequireText(const char* what, const std::string& text) {
 std::int32_t Choose(const char* what, const std::string& asked,
                     const std::vector<Choice>& choices) {
     auto found = std::ranges::find_if(
-        choices, [&](const Choice& choice) { return CompareNoCase(choice.name, asked) == 0; });
+        choices, [&](const Choice& choice) { return IsSameName(choice.name, asked); });
     if (found == choices.end())
         found = std::ranges::find_if(
             choices, [&](const Choice& choice) { return std::to_string(choice.id) == asked; });

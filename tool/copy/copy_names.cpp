@@ -5,6 +5,7 @@
 #include <set>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 
 namespace mersola::tool {
 namespace {
@@ -23,10 +24,6 @@ Names NamesIn(Side& side, StoredTable table) {
 
 std::string InsertOfName(StoredTable table, std::int32_t number, const std::string& name) {
     return InsertOf(table, {{ColumnsOf(table)[0].name, number}, {ColumnsOf(table)[1].name, name}});
-}
-
-bool IsSame(const std::string& left, const std::string& right) {
-    return CompareNoCase(left, right) == 0;
 }
 
 // Beyond all that name or measure a function.
@@ -59,7 +56,7 @@ void CopiedNames::PlanFunctions(Side& from, Side& to) {
     std::vector<std::pair<std::int32_t, std::string>> renumbered;
     for (const auto& [number, name] : wanted) {
         const auto there = stored.find(number);
-        if (there != stored.end() && !IsSame(there->second, name)) {
+        if (there != stored.end() && !IsSameName(there->second, name)) {
             renumbered.emplace_back(number, name);
             continue;
         }
@@ -80,7 +77,7 @@ void CopiedNames::PlanFunctions(Side& from, Side& to) {
     std::int32_t next = renumbered.empty() ? 0 : FirstFree(from, to);
     for (const auto& [number, name] : renumbered) {
         const auto own = std::ranges::find_if(stored, [&, &wantedName = name](const auto& each) {
-            return IsSame(each.second, wantedName) && !taken.contains(each.first);
+            return IsSameName(each.second, wantedName) && !taken.contains(each.first);
         });
         const std::int32_t target = own != stored.end() ? own->first : next++;
         if (own == stored.end())
@@ -100,7 +97,7 @@ void CopiedNames::PlanBands(Side& from, Side& to) {
         const auto there = stored.find(number);
         if (there == stored.end())
             inserts_.push_back(InsertOfName(StoredTable::FrqNameMap, number, name));
-        else if (!IsSame(there->second, name))
+        else if (!IsSameName(there->second, name))
             differences_.push_back("band " + std::to_string(number) + " " + Quoted(name) +
                                    " goes by the name " + Quoted(there->second));
     }

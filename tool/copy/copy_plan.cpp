@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/times_text.h"
 #include "catalogue/catalogue.h"
 
@@ -25,7 +26,7 @@ constexpr const char* kSettings[]{"Info",     "Fullscale", "Sensitivity",
 // agree on the case of every letter, nor on blanks at the end.
 void RequireOwnName(const std::string& title, const std::string& name, const std::string& stored,
                     const Side& to) {
-    if (CompareNoCase(name, stored) == 0) return;
+    if (IsSameName(name, stored)) return;
     throw Unplaceable(title + " cannot be in " + to.Name() + " beside " + Quoted(stored) +
                       ", which is the same name there; give one of them another name");
 }

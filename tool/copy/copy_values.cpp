@@ -9,6 +9,7 @@
 
 #include "basics/failure.h"
 #include "basics/times_text.h"
+#include "basics/utf8.h"
 
 namespace mersola::tool {
 namespace {
@@ -104,19 +105,12 @@ std::string Place(const StoredValue& value) {
            ", function " + std::to_string(value.function) + ", band " + std::to_string(value.band);
 }
 
-struct StatusSize {
-    std::size_t letters = 0;
-    bool western = true;  // U+00FF at most
-};
-
-StatusSize Measure(const std::string& utf8) {
-    StatusSize size;
-    for (const char c : utf8) {
-        const auto byte = static_cast<unsigned char>(c);
-        if ((byte & 0xC0) != 0x80) ++size.letters;
-        if (byte > 0xC3) size.western = false;
+bool IsWestern(std::string_view text) {
+    constexpr char32_t last = 0xFF;
+    while (!text.empty()) {
+        if (TakeCharacter(text).value_or(last + 1) > last) return false;
     }
-    return size;
+    return true;
 }
 
 std::string Shown(const StoredValue& value) {
@@ -172,11 +166,10 @@ class Writer {
             if (columns_.onlyFinite && each.value && !std::isfinite(*each.value))
                 Refuse(each, "no infinite value");
             if (!each.status) continue;
-            const auto [length, western] = Measure(*each.status);
-            if (columns_.mostStatus > 0 && length > columns_.mostStatus)
+            if (columns_.mostStatus > 0 && CountCharacters(*each.status) > columns_.mostStatus)
                 Refuse(each, "no status of more than " + std::to_string(columns_.mostStatus) +
                                  " letters");
-            if (columns_.onlyWestern && !western)
+            if (columns_.onlyWestern && !IsWestern(*each.status))
                 Refuse(each, "only Western European letters in a status");
         }
     }

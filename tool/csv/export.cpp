@@ -11,6 +11,7 @@
 
 #include "basics/csv_text.h"
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/times_text.h"
 #include "basics/whole_file.h"
 #include "catalogue/catalogue.h"
@@ -246,7 +247,7 @@ void Exporter::WriteHeader() {
         for (const auto& [band, position] : columns_) {
             const std::string label = bands_.Of(band);
             const bool isTaken = std::ranges::any_of(
-                kReadNames, [&](std::string_view name) { return CompareNoCase(name, label) == 0; });
+                kReadNames, [&](std::string_view name) { return IsSameName(name, label); });
             header.push_back(isTaken ? "#" + std::to_string(band) : label);
         }
     }

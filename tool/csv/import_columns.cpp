@@ -4,21 +4,18 @@
 #include <algorithm>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/times_text.h"
 #include "import_times.h"
 
 namespace mersola::tool {
 namespace {
 
-bool IsSame(std::string_view left, std::string_view right) {
-    return CompareNoCase(left, right) == 0;
-}
-
 constexpr std::size_t kLongestList = 300;  // bytes
 
 std::optional<CsvColumn> ColumnNamed(std::string_view name) {
-    const auto found =
-        std::ranges::find_if(kReadNames, [&](std::string_view each) { return IsSame(each, name); });
+    const auto found = std::ranges::find_if(
+        kReadNames, [&](std::string_view each) { return IsSameName(each, name); });
     if (found == kReadNames.end()) return std::nullopt;
     return static_cast<CsvColumn>(found - kReadNames.begin());
 }
@@ -34,7 +31,8 @@ std::pair<std::string, std::string> NameAndHeading(const std::string& text) {
 
 bool ImportedColumns::AreIn(std::span<const std::string> header, const ImportOptions& options) {
     const auto has = [&](std::string_view name) {
-        return std::ranges::any_of(header, [&](const auto& each) { return IsSame(each, name); });
+        return std::ranges::any_of(header,
+                                   [&](const auto& each) { return IsSameName(each, name); });
     };
     bool hasTime = has("Time") || has("Date") || has("Period");
     for (const auto& each : options.columns) {
@@ -162,7 +160,7 @@ void ImportedColumns::Require(const ImportOptions& options) const {
 }
 
 std::optional<std::size_t> ImportedColumns::FindPosition(std::string_view name) const {
-    const auto isNamed = [&](const std::string& each) { return IsSame(each, name); };
+    const auto isNamed = [&](const std::string& each) { return IsSameName(each, name); };
     const auto found = std::ranges::find_if(header_, isNamed);
     if (found == header_.end()) return std::nullopt;
     if (std::any_of(std::next(found), header_.end(), isNamed))

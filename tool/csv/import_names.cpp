@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/times_text.h"
 #include "database/query.h"
 
@@ -68,7 +69,7 @@ void ImportedKind::Register(Row record) {
     // Two that have one name in the file stay two.
     const auto isFree = [&](std::int32_t each) { return !names_.IsTaken(each); };
     const bool isSame = names_.Stored().Contains(number) && isFree(number) &&
-                        CompareNoCase(names_.Stored().NameOf(number), stored) == 0;
+                        IsSameName(names_.Stored().NameOf(number), stored);
     std::optional<std::int32_t> id = isSame ? number : FindStored(stored, isFree);
     if (!id) {
         id = names_.Stored().Contains(number) ? Free() : number;

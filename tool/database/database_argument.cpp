@@ -8,6 +8,7 @@
 #include <mersola/platform/text.h>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 
 namespace mersola::tool {
 namespace {
@@ -27,7 +28,7 @@ std::string_view Trimmed(std::string_view text) {
 
 bool IsAmong(std::string_view key, std::span<const std::string_view> keys) {
     return std::any_of(keys.begin(), keys.end(),
-                       [&](std::string_view each) { return CompareNoCase(each, key) == 0; });
+                       [&](std::string_view each) { return IsSameName(each, key); });
 }
 
 struct Part {

@@ -8,6 +8,8 @@
 
 #include <mersola/mersola.h>
 
+#include "basics/names.h"
+
 namespace mersola::tool {
 
 template <class... Arguments>
@@ -57,7 +59,7 @@ class Rows {
 /// databases that were laid out long ago.
 inline std::optional<int> ColumnIn(const _Recordset& rows, std::string_view name) {
     for (int i = 0; i < rows.FieldCount(); ++i) {
-        if (CompareNoCase(rows.FieldName(i).View(), name) == 0) return i;
+        if (IsSameName(rows.FieldName(i).View(), name)) return i;
     }
     return std::nullopt;
 }

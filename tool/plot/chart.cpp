@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "basics/times_text.h"
+#include "basics/utf8.h"
 #include "gnuplot.h"
 #include "time_axis.h"
 #include "value_axis.h"
@@ -145,9 +146,7 @@ class Drawing {
         for (const Span& span : spans_) {
             std::string name = Shortened(span.name, 24);
             if (span.others > 0) name += " (+" + std::to_string(span.others) + ")";
-            const auto characters = std::ranges::count_if(
-                name, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
-            const double size = static_cast<double>(characters) * kCharacter * kText;
+            const double size = static_cast<double>(CountCharacters(name)) * kCharacter * kText;
             const double x = std::min(PixelsAt(span.start), width_ - size - 4);
             if (x < free || name == before) continue;
             Label(name, x, y, 40, kInk);

@@ -4,6 +4,7 @@
 
 #include "bands/bands.h"
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/progress.h"
 #include "basics/times_text.h"
 #include "basics/whole_file.h"
@@ -112,9 +113,8 @@ class Chooser {
     // The preferred function, or else the first, that has a line or spectra.
     void TakeFirst(const char* preferred, bool isLine) {
         auto functions = chosen_.functions;
-        std::stable_partition(functions.begin(), functions.end(), [&](const auto& each) {
-            return CompareNoCase(each.name, preferred) == 0;
-        });
+        std::stable_partition(functions.begin(), functions.end(),
+                              [&](const auto& each) { return IsSameName(each.name, preferred); });
         for (const MeasuredFunction& function : functions) {
             auto bands = BandsOf(function);
             if (bands.empty() || (bands.front() == kBroadband) != isLine) continue;
@@ -175,7 +175,7 @@ void ReadValues(Mersola& store, const Content& content, const Range& periods, st
 }
 
 // The recording without its folders, whichever system wrote the path, and without its ending.
-std::string NameOf(const MarkerInfo& marker) {
+std::string RecordingName(const MarkerInfo& marker) {
     const std::string path(marker.Path);
     const std::string name = path.substr(path.find_last_of("/\\") + 1);
     const auto dot = name.rfind('.');
@@ -199,7 +199,7 @@ std::vector<ChartEvent> ReadEvents(Mersola& store, const CTimeEx& start, const C
         const bool isOpen = marker.inProgess != 0;
         if (isOpen || !CTimeEx::FromText(marker.Stop, to)) to = isOpen ? end : from;
         const ChartEvent event{std::max(seconds(from), 0.0), std::min(seconds(to), length),
-                               NameOf(marker) + (isOpen ? " (open)" : "")};
+                               RecordingName(marker) + (isOpen ? " (open)" : "")};
         const bool isBefore = seconds(to) < 0 || (seconds(to) == 0 && seconds(from) < 0);
         if (!isBefore && event.start < length) events.push_back(event);
     }

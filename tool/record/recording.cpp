@@ -51,8 +51,7 @@ Recording::Recording(Mersola& store, const RecordOptions& options,
 }
 
 void Recording::CheckStart() const {
-    constexpr int kMostDays = 3650;
-    if (std::abs((CTimeEx::GetCurrentTime() - Start()).GetDays()) >= kMostDays)
+    if (std::abs((CTimeEx::GetCurrentTime() - Start()).GetDays()) >= kMostDaysFromNow)
         throw Failure("the start " + TimeText(Start()) +
                       " is ten years or more from now; give another --start");
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "basics/failure.h"
+#include "basics/names.h"
 #include "basics/times_text.h"
 #include "catalogue/catalogue.h"
 #include "database/open_database.h"
@@ -26,10 +27,6 @@ constexpr BandFunction kBandFunctions[] = {{kLeq, &acoustics::PeriodLevels::leq}
 
 std::string_view NameOf(FunctionId id) {
     return std::ranges::find(kFunctions, id, &Function::id)->name;
-}
-
-bool IsSame(std::string_view left, std::string_view right) {
-    return CompareNoCase(left, right) == 0;
 }
 
 void Require(bool done, const char* what, const Mersola& store) {
@@ -75,14 +72,14 @@ Trigger::Trigger(Mersola& store, const RecordOptions& options,
     ListText condition;
     condition.AddPair("type", kLevelMarker);
     const auto percentile = std::ranges::find_if(percentages, [&](float percentage) {
-        return IsSame(asked.function, "L" + NumberText(percentage));
+        return IsSameName(asked.function, "L" + NumberText(percentage));
     });
     marker_.frqId = kBroadband;
     if (percentile != percentages.end()) {
         percentile_ = static_cast<std::size_t>(percentile - percentages.begin());
         levelOf_ = [at = *percentile_](const auto& levels) { return levels.exceeded[at]; };
         condition.AddPair("function", ("L" + NumberText(*percentile)).c_str());
-    } else if (IsSame(asked.function, NameOf(kLaeq))) {
+    } else if (IsSameName(asked.function, NameOf(kLaeq))) {
         marker_.funcId = kLaeq;
         levelOf_ = [](const auto& levels) { return levels.laeq; };
         condition.AddPair("function", std::string(NameOf(kLaeq)).c_str());
@@ -103,14 +100,15 @@ Trigger::Trigger(Mersola& store, const RecordOptions& options,
 }
 
 void Trigger::ChooseBand(const TriggerOptions& asked, std::span<const acoustics::Band> bands) {
-    const auto function = std::ranges::find_if(
-        kBandFunctions, [&](const auto& each) { return IsSame(asked.function, NameOf(each.id)); });
+    const auto function = std::ranges::find_if(kBandFunctions, [&](const auto& each) {
+        return IsSameName(asked.function, NameOf(each.id));
+    });
     if (function == std::end(kBandFunctions))
         throw Failure(
             "the function " + Quoted(asked.function) +
             " is not measured; give --trigger LAeq, a percentile, or a band as Leq[1 kHz]");
     const auto band = std::ranges::find_if(
-        bands, [&](const auto& each) { return IsSame(asked.band, each.name); });
+        bands, [&](const auto& each) { return IsSameName(asked.band, each.name); });
     if (band == bands.end())
         throw Failure("there is no band " + Quoted(asked.band) + " for " + Quoted(asked.function) +
                       "; give one from " + std::string(bands.front().name) + " to " +

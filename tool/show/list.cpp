@@ -17,7 +17,7 @@
 namespace mersola::tool {
 namespace {
 
-std::string NameOf(const CString& name, int id) {
+std::string NameAndNumber(const CString& name, int id) {
     return Printable(name.View()) + " (" + std::to_string(id) + ")";
 }
 
@@ -167,8 +167,8 @@ void ListMeasurements(const Catalogue& catalogue, std::int32_t instrument, std::
     for (auto each = first; each != last; ++each) {
         const MeasurementInfo& measurement = each->second;
         const std::pair place(instrument, measurement.MeasId);
-        out << "  measurement " << NameOf(measurement.MeasName, measurement.MeasId) << ", started "
-            << TimeText(measurement.StartAt) << '\n';
+        out << "  measurement " << NameAndNumber(measurement.MeasName, measurement.MeasId)
+            << ", started " << TimeText(measurement.StartAt) << '\n';
         const auto percentiles = catalogue.percentiles.find(place);
         ListSettings(measurement,
                      percentiles == catalogue.percentiles.end() ? "" : percentiles->second, out);
@@ -199,7 +199,7 @@ void ListChain(Mersola& store, const InstrumentInfo& instrument, std::ostream& o
             << " of " << PeriodText(report.length);
         for (const ChainMember& member : report.members)
             out << "\n      periods " << member.first << " to " << member.first + member.count - 1
-                << ": " << NameOf(member.name.c_str(), member.measId);
+                << ": " << NameAndNumber(member.name.c_str(), member.measId);
         ListFunctions(report.functions, out);
     }
     RequireWritten(out);
@@ -214,7 +214,7 @@ void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out
         out << "The database holds no instruments yet. Fill it with: mersola record\n";
     const Catalogue catalogue = isContinuous ? Catalogue() : ReadCatalogue(*store);
     for (const InstrumentInfo& instrument : instruments) {
-        out << "instrument " << NameOf(instrument.GroupName, instrument.GroupId)
+        out << "instrument " << NameAndNumber(instrument.GroupName, instrument.GroupId)
             << KindOf(instrument) << '\n';
         if (isContinuous)
             ListChain(*store, instrument, out);
