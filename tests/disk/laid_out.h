@@ -37,19 +37,21 @@ class LaidOut {
         return "Provider=SQLite;Synchronous=" + synchronous + ";Data Source={" + Path() + "}";
     }
 
-    /// The findings, but for markers that a recorder which was stopped left open.
+    /// The findings, but for markers that a recorder which was stopped left open, and for the
+    /// warning that others have the file open: after a cut its log is still there, as if they had.
     std::string Findings() const {
         const std::string path = Path();
         const char* words[] = {"mersola", "check", path.c_str()};
         std::ostringstream out;
         std::ostringstream err;
         const int status = tool::RunTool(3, words, out, err);
-        std::string findings = err.str();
+        std::string findings;
         if (status > 1) findings += "status " + std::to_string(status) + "\n";
-        std::istringstream lines(out.str());
+        std::istringstream lines(err.str() + out.str());
         for (std::string line; std::getline(lines, line);) {
             const auto has = [&](const char* part) { return line.find(part) != line.npos; };
-            if (!has(" is open; ") && !line.starts_with("remark: ") && !has(" checked"))
+            if (!has(" is open; ") && !has("warning: others have ") &&
+                !line.starts_with("remark: ") && !has(" checked"))
                 findings += line + "\n";
         }
         return findings;
