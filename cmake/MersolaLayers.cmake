@@ -20,6 +20,10 @@ if(MERSOLA_SANITIZE)
                                                      -fno-omit-frame-pointer)
     target_link_options(mersola_options INTERFACE -fsanitize=${MERSOLA_SANITIZE})
 endif()
+if(MERSOLA_FUZZ)  # the programs alone bring libFuzzer, and its main()
+    target_compile_options(mersola_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(mersola_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # The public headers, which every layer may include as <mersola/...>.
 add_library(mersola_headers INTERFACE)

@@ -120,13 +120,20 @@ std::string ShellText(const DatabaseArgument& database) {
     return text;
 }
 
+// Quotes and braces of other values hide nothing: drivers differ in those that they know, and one
+// may not be closed.
 std::string WithoutPassword(std::string_view text) {
     std::string shown;
-    for (const Part& part : Parts(text)) {
-        auto key = part.key;
+    while (!text.empty()) {
+        const auto end = std::min(text.find_first_of("=;"), text.size() - 1);
+        const std::string_view before = text.substr(0, end + 1);
+        text.remove_prefix(before.size());
+        shown += before;
+        std::string_view key = Trimmed(before.substr(0, end));
         key.remove_prefix(std::min(key.find_first_not_of('-'), key.size()));  // a wrong option
-        shown += part.before;
-        shown += IsAmong(key, kPasswordKeys) ? "***" : part.value;
+        if (before.back() != '=' || !IsAmong(key, kPasswordKeys)) continue;
+        shown += "***";
+        text.remove_prefix(EndOfValue(text));
     }
     return shown;
 }
