@@ -160,8 +160,10 @@ TEST_F(Checked, SaysWhatSqliteFindsInADamagedFileAndHowToSaveTheRest) {
     std::ofstream(damaged) << contents.replace((page - 1) * kPage, kPage, kPage, '\xA5');
     const Outcome outcome = RunWords({"check", damaged});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out.find("file: Page " + std::to_string(page)), 0U)
-        << outcome.out << outcome.err;
+    EXPECT_EQ(outcome.out.find("file: "), 0U) << outcome.out << outcome.err;
+    // Versions of SQLite begin this line differently.
+    EXPECT_NE(outcome.out.find("age " + std::to_string(page) + ": "), std::string::npos)
+        << outcome.out;
 
     // The command that it gives, run as it stands.
     const auto command = outcome.out.find("\n  ") + 1;
