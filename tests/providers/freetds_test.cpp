@@ -21,8 +21,7 @@ class FreeTds : public testing::Test {
     void SetUp() override {
         const auto drivers = odbc::InstalledDrivers();
         if (std::ranges::find(drivers, "FreeTDS") != drivers.end()) return;
-        const char* required = std::getenv("MERSOLA_REQUIRE_ALL_PROVIDERS");
-        if (required && std::string_view(required) == "1") FAIL() << "FreeTDS is not installed";
+        if (IsRequired(false)) FAIL() << "FreeTDS's driver is not installed";
         GTEST_SKIP() << "FreeTDS's driver is not installed (Debian: tdsodbc)";
     }
 

@@ -45,7 +45,9 @@ std::string WhyMissing(const Target& target) {
 }  // namespace
 
 Database::Database(const std::string& name)
-    : target_(std::ranges::find(kTargets, name, &Target::name)), missing_(WhyMissing(*target_)) {
+    : target_(std::ranges::find(kTargets, name, &Target::name)),
+      needsServer_(target_->variable != nullptr),
+      missing_(WhyMissing(*target_)) {
     if (!missing_.empty()) target_ = kTargets;  // for what is set up before the test is skipped
     if (IsServer()) {
         DropTables();
@@ -145,6 +147,12 @@ std::string Database::Ask(const std::string& statement) const {
     _Recordset rows;
     rows.Open(statement, connection, adOpenKeyset, adLockOptimistic, adCmdText);
     return rows.EndOfFile() ? std::string() : std::string(rows.Fields(0).Text().View());
+}
+
+bool IsRequired(bool needsServer) {
+    const char* given = std::getenv("MERSOLA_REQUIRE_ALL_PROVIDERS");
+    const std::string_view required = given ? given : "";
+    return required == "1" || (required == "drivers" && !needsServer);
 }
 
 std::vector<std::string> Engines() {

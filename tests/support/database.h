@@ -28,6 +28,8 @@ class Database {
 
     /// Why the engine cannot be tested here; empty when it can.
     const std::string& Missing() const { return missing_; }
+    /// Whether the engine that was asked for is a server, also where it is missing.
+    bool NeedsServer() const { return needsServer_; }
     const Engine& EngineOf() const;
     /// A stored number as it is read: SQLite's ODBC driver keeps 15 digits of it.
     double AsRead(double value) const;
@@ -52,12 +54,17 @@ class Database {
     void Run(const std::vector<std::string>& statements, const std::string& connectString) const;
 
     const Target* target_;
+    bool needsServer_;
     std::string missing_;
     TemporaryFolder folder_;
 };
 
 /// The names of the databases that the contract is tested on.
 std::vector<std::string> Engines();
+
+/// Whether it is a failure that something cannot be tested here. MERSOLA_REQUIRE_ALL_PROVIDERS says
+/// so: `1` for everything, `drivers` for what needs no server; scripts/test says `drivers`.
+bool IsRequired(bool needsServer);
 
 /// Catches what AfxMessageBox shows while it lives.
 class ShownMessages {

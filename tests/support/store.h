@@ -100,8 +100,7 @@ class Contract : public testing::TestWithParam<std::string> {
 
     void SetUp() override {
         if (database.Missing().empty()) return;
-        const char* required = std::getenv("MERSOLA_REQUIRE_ALL_PROVIDERS");
-        if (required && std::string_view(required) == "1") FAIL() << database.Missing();
+        if (IsRequired(database.NeedsServer())) FAIL() << database.Missing();
         GTEST_SKIP() << GetParam() << " is not tested: " << database.Missing();
     }
 

@@ -280,7 +280,8 @@ TEST_F(Copying, RefusesAnEngineThatIsNotKnown) {
 TEST_F(Copying, GoesThroughOdbcAndBack) {
     const std::string odbc = "Driver={SQLite3};Database=" + (folder_ / "odbc.db").string();
     const Outcome init = RunWords({"init", odbc});
-    if (init.err.find("an't open lib") != init.err.npos) GTEST_SKIP() << "no driver: " << init.err;
+    if (init.err.find("an't open lib") != init.err.npos && !test::IsRequired(false))
+        GTEST_SKIP() << "no driver: " << init.err;
     ASSERT_EQ(init.status, 0) << init.err;
     EXPECT_NE(RunWords({"init", odbc}).err.find("a table Groups already"), std::string::npos);
     In(from_, {"UPDATE MeasuredValues SET Value=60.5 WHERE PeriodNo=300"});
