@@ -375,7 +375,8 @@ bool RandomRecorder::WriteMarker() {
         marker.GroupId = instrument_.GroupId;
         marker.MeasId = registered_.MeasId;
         marker.MarkerId = static_cast<int>(++markers_);
-        marker.Path = std::string(isLong ? kLongPath : 1 + Draw(200), 'p').c_str();
+        marker.Path =
+            std::string(isLong ? kLongPath : static_cast<std::size_t>(1 + Draw(200)), 'p').c_str();
         const CTimeEx start = registered_.StartAt + CTimeSpanEx(period_ * 1000);
         marker.Start = marker.Stop = start.ToText();
         marker.inProgess = !isLong;

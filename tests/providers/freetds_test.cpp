@@ -166,8 +166,8 @@ TEST_F(RoundTrips, AreOneForAStatementWhichIsPreparedWhenItIsRepeated) {
         EXPECT_THROW(ask("UPDATE refused SET a=" + std::to_string(number)), _com_error);
         return server.Heard().size();
     };
-    for (const std::size_t requests : {1, 1, 1, 3, 1})  // the plan is given up, too
-        EXPECT_EQ(refused(static_cast<int>(requests)), requests);
+    for (const int requests : {1, 1, 1, 3, 1})  // the plan is given up, too
+        EXPECT_EQ(refused(requests), static_cast<std::size_t>(requests));
 }
 
 TEST_F(RoundTrips, OverATimeOutLoseTheConnectionOnlyWhereTheServerDoesNotAnswer) {
