@@ -19,7 +19,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersolaConfig.cmake
         DESTINATION ${config_folder} COMPONENT development)
 
 file(RELATIVE_PATH from_pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-set(pkgconfig_needs odbc)
+set(pkgconfig_needs "odbc libzstd libxxhash")
 if(NOT MERSOLA_SQLITE_AMALGAMATION)
     string(PREPEND pkgconfig_needs "sqlite3 ")
 endif()
