@@ -80,6 +80,8 @@ struct Engine {
     /// For a batch inside the caller's transaction. Null where such a batch can only be undone by
     /// the caller's rollback.
     const Savepoint* savepoint = nullptr;
+    /// Whether a database is one file of tables, views and numbers that anybody may have made.
+    bool isFile = false;
     /// Whether whoever writes keeps all others from writing.
     bool hasOneWriter = false;
     /// Whether readers wait for whoever writes what they read.

@@ -46,6 +46,7 @@ inline constexpr Engine kSqlite{
     // wrote in between. The ODBC driver by itself takes it with the first change only.
     .begin = "BEGIN IMMEDIATE",
     .savepoint = &sqlite::kSavepoint,
+    .isFile = true,
     .hasOneWriter = true,
     // The driver's wide form does not know all characters.
     .textForm = TextForm::Utf8,

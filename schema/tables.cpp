@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "engines/format.h"
+
 namespace mersola {
 namespace {
 
@@ -72,32 +74,33 @@ constexpr StoredKey kMeasuredValuesKeys[] = {kValue};
 constexpr StoredColumn kVersionHistory[] = {{"Date", Text}, {"Version", Text}, {"Info", Text}};
 
 struct Layout {
-    const char* name;
     std::span<const StoredColumn> columns;
     std::span<const StoredKey> keys;
 };
 
 // In the order of StoredTable.
 constexpr std::array<Layout, kStoredTables.size()> kLayouts{
-    {{"FuncNameMap", kFuncNameMap, kFuncNameMapKeys},
-     {"FrqNameMap", kFrqNameMap, kFrqNameMapKeys},
-     {"Groups", kGroups, kGroupsKeys},
-     {"Measurements", kMeasurements, kMeasurementsKeys},
-     {"Reports", kReports, kReportsKeys},
-     {"MeasValueMap", kMeasValueMap, kMeasValueMapKeys},
-     {"MeasuredFunctions", kMeasuredFunctions, kMeasuredFunctionsKeys},
-     {"Markers", kMarkers, {}},
-     {"MeasuredValues", kMeasuredValues, kMeasuredValuesKeys},
-     {"VersionHistory", kVersionHistory, {}}}};
+    {{kFuncNameMap, kFuncNameMapKeys},
+     {kFrqNameMap, kFrqNameMapKeys},
+     {kGroups, kGroupsKeys},
+     {kMeasurements, kMeasurementsKeys},
+     {kReports, kReportsKeys},
+     {kMeasValueMap, kMeasValueMapKeys},
+     {kMeasuredFunctions, kMeasuredFunctionsKeys},
+     {kMarkers, {}},
+     {kMeasuredValues, kMeasuredValuesKeys},
+     {kVersionHistory, {}}}};
 
 const Layout& LayoutOf(StoredTable table) {
     return kLayouts[static_cast<std::size_t>(table)];
 }
 
+static_assert(kTableNames.size() == kStoredTables.size());
+
 }  // namespace
 
 const char* NameOf(StoredTable table) {
-    return LayoutOf(table).name;
+    return kTableNames[static_cast<std::size_t>(table)];
 }
 
 std::span<const StoredColumn> ColumnsOf(StoredTable table) {

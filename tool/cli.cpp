@@ -116,6 +116,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     AddImport(app, streams);
     int status = 0;  // of a command that did its work
     AddCheck(app, streams, status);
+    AddUpgrade(app, streams);
     AddVersion(app, streams);
     try {
         try {

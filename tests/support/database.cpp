@@ -78,7 +78,9 @@ double Database::AsRead(double value) const {
 
 void Database::LayOut() const {
     const auto& layout = SchemaStatements(EngineOf());
-    Run({layout.begin(), layout.end()}, IsServer() ? ConnectString() : FileString());
+    std::vector<std::string> statements(layout.begin(), layout.end());
+    if (!IsServer()) statements.insert(statements.begin(), "PRAGMA journal_mode=WAL");
+    Run(statements, IsServer() ? ConnectString() : FileString());
     for (const std::string_view option : SchemaOptions(EngineOf()))
         TryToRun(std::string(option));
 }

@@ -250,6 +250,7 @@ TEST_F(RecordingTool, ListsWhatThereIsAndSelectsByNameOrNumber) {
     Execute("DELETE FROM MeasuredValues WHERE PeriodNo<2");
     const Outcome list = RunWords({"list", db_});
     EXPECT_EQ(list.out,
+              "database of format 1, values in rows\n"
               "instrument Pier 4 (1), state 0,running\n"
               "  measurement noise (1), started 2026-11-15 10:00:00.000\n"
               "    third octaves from 25 Hz to 20000 Hz, full scale 1, sensitivity 1, percentiles "

@@ -12,6 +12,7 @@
 #include "basics/failure.h"
 #include "credentials.h"
 #include "engines/engines.h"
+#include "engines/format.h"
 #include "query.h"
 
 namespace mersola::tool {
@@ -117,6 +118,12 @@ std::unique_ptr<Mersola> Database::Connect(Access access) const {
                       "); to open it, even to read, you must be allowed to write to its folder, "
                       "unless a recorder has it open meanwhile");
     const std::string reason = messages.Reason();
+    if (reason.find(kIsTooNew) != reason.npos)
+        throw Failure(Name() + " cannot be opened (" + reason +
+                      "); use that version of mersola, or a later one");
+    if (reason.find(kIsNoTable) != reason.npos)
+        throw Failure(Name() + " cannot be opened (" + reason +
+                      "); the file is no database of mersola, or somebody has changed it");
     if (isFile_ && IsDamage(reason))
         throw Failure(Name() + " cannot be opened (" + reason +
                       "); the file is damaged: restore a backup, or save what is left as "

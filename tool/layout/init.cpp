@@ -1,10 +1,4 @@
 // mersola init: a new database.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <ostream>
@@ -12,54 +6,16 @@
 #include "bands/bands.h"
 #include "basics/failure.h"
 #include "catalogue/measured.h"
+#include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
 #include "engines/sqlite.h"
+#include "file_beside.h"
 #include "layout.h"
 #include "schema/schema.h"
 
 namespace mersola::tool {
 namespace {
-
-[[noreturn]] void RefuseToMake(const Database& database) {
-    throw Failure(database.Name() + " cannot be made (" + std::strerror(errno) +
-                  "); choose a folder that exists and that you may write to");
-}
-
-// A file beside the place of a new database, which goes away again with what SQLite made for it.
-class FileBeside {
-  public:
-    explicit FileBeside(const Database& database)
-        : path_(database.File() + "." + std::to_string(getpid()) + ".part") {
-        const int file = open(path_.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
-        if (file < 0) RefuseToMake(database);
-        close(file);
-    }
-    ~FileBeside() {
-        for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-            std::error_code ignored;
-            std::filesystem::remove(path_ + suffix, ignored);
-        }
-    }
-    FileBeside(const FileBeside&) = delete;
-    FileBeside& operator=(const FileBeside&) = delete;
-
-    const std::string& Path() const { return path_; }
-
-    // Whether it is in its place; not if there is something already.
-    bool Place(const Database& database) const {
-        const char* const target = database.File().c_str();
-        if (renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target, RENAME_NOREPLACE) == 0)
-            return true;
-        // Some file systems have no such renaming, others no links.
-        if (errno == EINVAL && link(path_.c_str(), target) == 0) return true;
-        if (errno != EEXIST) RefuseToMake(database);
-        return false;
-    }
-
-  private:
-    std::string path_;
-};
 
 // Whether there is something of that name. Raises Failure for what can be no database.
 bool IsThere(const std::string& path) {
@@ -129,13 +85,7 @@ void LayOut(
     AddName(store, bands, kBroadband, kBroadbandName);
     for (const auto& band : acoustics::AllBands())
         AddName(store, bands, band.number, band.name);
-    versionHistory version;
-    version.Version = "1";
-    version.Info = "Laid out by mersola " MERSOLA_VERSION;
-    version.Date = CTimeEx::GetCurrentTime().ToText();
-    if (store.AddVersion(nullptr, version) != 1)
-        throw Failure("the version history could not be written" + LastError(store) +
-                      "; try again");
+    MarkFormat(store, kRowsFormat, kLaidOutBy);
     transaction.Commit();
 }
 
@@ -151,13 +101,18 @@ void SetOptions(Mersola& store, const Engine& engine, std::ostream& err) {
     }
 }
 
+// Whoever opens a file that is laid out turns it into write-ahead mode.
+void KeepLog(const Database& database) {
+    database.Connect(Access::Write);
+}
+
 // A new file appears laid out or not at all. False if another program made one meanwhile.
 bool InitNewFile(const Database& database) {
-    const FileBeside file(database);
-    LayOut(*database.At(file.Path()).Connect(Access::Write), kSqlite);
-    if (std::filesystem::exists(file.Path() + "-wal"))  // would stay behind with what was laid out
-        throw Failure(database.Name() + " cannot be made; is the disk full?");
-    return file.Place(database);
+    const FileBeside file(database.File());
+    const Database beside = database.At(file.Path());
+    LayOut(*beside.Connect(Access::Write), kSqlite);
+    KeepLog(beside);
+    return file.Place(database.File());
 }
 
 void InitFile(const Database& database) {
@@ -165,6 +120,7 @@ void InitFile(const Database& database) {
     RequireEmpty(database);  // before another program's file is changed
     const auto requireStillEmpty = [&] { RequireEmpty(database); };
     LayOut(*database.Connect(Access::Write), kSqlite, requireStillEmpty);
+    KeepLog(database);
 }
 
 void InitServer(const Database& database, std::ostream& err) {

@@ -1,4 +1,4 @@
-// mersola init and mersola version.
+// mersola init, mersola upgrade and mersola version.
 #pragma once
 
 #include <iosfwd>
@@ -16,6 +16,17 @@ namespace mersola::tool {
 /// does not know of the layout's options is told on `err`, a line each, and is no failure.
 void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err);
 
+struct UpgradeOptions {
+    DatabaseArgument database;
+    bool isDryRun = false;
+    bool hasBackup = true;
+};
+
+/// Brings a database to the form that Init would lay out, forward only. A file is copied first, to
+/// a new file beside it. Every step is a transaction of its own: what a failure leaves undone, the
+/// next run does.
+void Upgrade(const UpgradeOptions& options, std::ostream& out);
+
 struct VersionOptions {
     DatabaseArgument database;
     std::optional<std::string> added;  ///< a version to append to the history first
@@ -27,6 +38,7 @@ void Version(const VersionOptions& options, std::ostream& out);
 
 /// Add the commands to the command line.
 void AddInit(CLI::App& app, const Streams& streams);
+void AddUpgrade(CLI::App& app, const Streams& streams);
 void AddVersion(CLI::App& app, const Streams& streams);
 
 }  // namespace mersola::tool

@@ -10,6 +10,7 @@
 #include "catalogue/catalogue.h"
 #include "catalogue/chain.h"
 #include "catalogue/measured.h"
+#include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
 #include "show.h"
@@ -209,6 +210,7 @@ void ListChain(Mersola& store, const InstrumentInfo& instrument, std::ostream& o
 
 void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out) {
     const auto store = OpenDatabase(database, Access::Read);
+    out << "database of " << FormatText(FormatOf(*store)) << '\n';
     const auto instruments = ReadInstruments(*store);
     if (instruments.IsEmpty())
         out << "The database holds no instruments yet. Fill it with: mersola record\n";

@@ -1,6 +1,8 @@
 // Opening ODBC data sources.
 #include "provider.h"
 
+#include "errors.h"
+#include "form/form.h"
 #include "session.h"
 
 namespace mersola::odbc {
@@ -9,9 +11,11 @@ namespace {
 class Provider : public ado::Provider {
   public:
     std::unique_ptr<ado::ProviderSession> Open(const ado::OpenRequest& request) override {
-        return std::make_unique<Session>(
+        auto session = std::make_unique<Session>(
             std::make_shared<Connection>(MakeConnectText(request, InstalledDrivers()),
                                          request.connectionTimeout, request.commandTimeout));
+        form::RequireReadable(*session, kSource);
+        return session;
     }
 };
 

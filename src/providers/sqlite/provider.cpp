@@ -8,6 +8,7 @@
 #include <string>
 
 #include "errors.h"
+#include "form/form.h"
 #include "log_guard.h"
 #include "session.h"
 
@@ -52,7 +53,12 @@ int Milliseconds(long seconds) {
     return static_cast<int>(seconds == 0 ? kMost : std::min(seconds, kMost)) * 1000;
 }
 
-void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
+void Run(sqlite3* db, const std::string& sql) {
+    Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
+}
+
+// Against files that somebody made in order to do harm, as SQLite's makers advise.
+void Harden(sqlite3* db) {
     sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DEFENSIVE, 1,
                       nullptr);  // no statement can write the schema as a table
@@ -60,15 +66,13 @@ void Configure(sqlite3* db, bool readOnly, std::string_view synchronous) {
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);  // "name" is never a text
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
     sqlite3_limit(db, SQLITE_LIMIT_ATTACHED, 0);
-    const auto run = [db](const std::string& sql) {
-        Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
-    };
-    run("SELECT count(*) FROM sqlite_schema");  // this finds out whether the file is a database
-    if (!readOnly) {
-        run("PRAGMA journal_mode=WAL");
-        run("PRAGMA journal_size_limit=" + std::to_string(kLogLimit));
-    }
-    run("PRAGMA synchronous=" + std::string(synchronous));
+    Run(db, "PRAGMA cell_size_check=ON");
+    Run(db, "PRAGMA mmap_size=0");
+}
+
+void KeepLog(sqlite3* db) {
+    Run(db, "PRAGMA journal_mode=WAL");
+    Run(db, "PRAGMA journal_size_limit=" + std::to_string(kLogLimit));
 }
 
 class Provider : public ado::Provider {
@@ -91,8 +95,16 @@ class Provider : public ado::Provider {
         Check(db.get(), code);
         const int patience = Milliseconds(request.commandTimeout);
         sqlite3_busy_timeout(db.get(), patience);  // until the session has its own
-        Configure(db.get(), sqlite3_db_readonly(db.get(), "main") == 1, synchronous);
-        return std::make_unique<Session>(std::move(db), std::chrono::milliseconds(patience));
+        Harden(db.get());
+        Run(db.get(), "PRAGMA synchronous=" + std::string(synchronous));
+        sqlite3* const handle = db.get();
+        auto session =
+            std::make_unique<Session>(std::move(db), std::chrono::milliseconds(patience));
+        // A file without our tables stays as it is: another program's, and also an empty one, which
+        // may be about to become another program's.
+        if (form::RequireReadable(*session, kSource) && sqlite3_db_readonly(handle, "main") == 0)
+            KeepLog(handle);
+        return session;
     }
 };
 

@@ -28,6 +28,23 @@ void Bind(sqlite3* db, sqlite3_stmt* statement, int index, const dialect::Litera
     }
 }
 
+// VACUUM attaches a file by itself, which no other statement may.
+class Attaching {
+  public:
+    Attaching(sqlite3* db, std::string_view statement)
+        : db_(ado::EqualNoCase(statement.substr(0, 6), "VACUUM") ? db : nullptr) {
+        if (db_) sqlite3_limit(db_, SQLITE_LIMIT_ATTACHED, 1);
+    }
+    ~Attaching() {
+        if (db_) sqlite3_limit(db_, SQLITE_LIMIT_ATTACHED, 0);
+    }
+    Attaching(const Attaching&) = delete;
+    Attaching& operator=(const Attaching&) = delete;
+
+  private:
+    sqlite3* db_;
+};
+
 // A statement while it runs. It goes back to the cache whatever happens.
 class RunningStatement {
   public:
@@ -112,6 +129,7 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
         Bind(db_.get(), statement.Get(), ++index, literal, keeping);
     }
     if (givesRows) return std::make_unique<Rows>(std::move(statement));
+    const Attaching attaching(db_.get(), translation.text);
     statement.Step();
     return nullptr;
 } catch (const dialect::SyntaxError& error) {
