@@ -122,10 +122,10 @@ TEST_F(RecordingTool, SaysInWordsWhatTheVersionHistoryHolds) {
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         EXPECT_NE(outcome.out.find(words), std::string::npos) << outcome.out;
     };
-    says("Version '1' of 20");
+    says("Database of format 1, values in rows\nVersion '1' of 20");
     EXPECT_EQ(RunWords({"version", db_, "--add", "1.1"}).status, 0);
     const std::string all = RunWords({"version", db_}).out;
-    EXPECT_EQ(std::ranges::count(all, '\n'), 2) << all;
+    EXPECT_EQ(std::ranges::count(all, '\n'), 3) << all;
     EXPECT_LT(all.find("'1'"), all.find("\nVersion '1.1' of 20")) << all;
     Execute("DELETE FROM VersionHistory");
     says("history is empty");

@@ -7,6 +7,7 @@
 #include "basics/failure.h"
 #include "basics/times_text.h"
 #include "check.h"
+#include "database/format.h"
 #include "database/query.h"
 #include "database/snapshot.h"
 #include "findings.h"
@@ -151,6 +152,8 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
         return false;
     }
     const Layout layout(store, findings);
+    if (database.IsFile() && !FormatOf(store).isMarked)
+        findings.Remark("file", "is not marked with its format; mersola upgrade marks it");
     const Places places(store, layout);
     CheckInstruments(store, layout, places, findings);
     CheckMeasurements(store, layout, places, findings);

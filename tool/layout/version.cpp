@@ -4,6 +4,7 @@
 #include "basics/failure.h"
 #include "basics/times_text.h"
 #include "catalogue/catalogue.h"
+#include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
 #include "layout.h"
@@ -47,6 +48,7 @@ void Version(const VersionOptions& options, std::ostream& out) {
     versionHistory first;
     switch (store->GetVersion(nullptr, first)) {
         case 1:
+            out << "Database of " << FormatText(FormatOf(*store)) << '\n';
             for (_Recordset& row : Rows(*store, "SELECT * FROM VersionHistory"))
                 Tell(row, out);
             break;
