@@ -74,9 +74,11 @@ struct Engine {
 
     /// The language of statements when they reach the engine.
     Language language = Language::SqlServer;
-    /// The statement that begins a transaction to write in; null where the ODBC driver is told to
-    /// leave commits to the program.
-    const char* begin = nullptr;
+    /// The statements that begin a transaction to write in, and undo it. Through ODBC they go as
+    /// any other, so that the command time-out holds for them: what drivers have of their own for
+    /// transactions waits for a silent server without end.
+    const char* begin = "BEGIN";
+    const char* rollback = "ROLLBACK";
     /// For a batch inside the caller's transaction. Null where such a batch can only be undone by
     /// the caller's rollback.
     const Savepoint* savepoint = nullptr;

@@ -39,6 +39,9 @@ inline constexpr Engine kSqlServer{
     .name = "Microsoft SQL Server",
     .mark = "SQL Server",
     .layout = "sqlserver",
+    .begin = "BEGIN TRANSACTION",
+    // After some errors the server has undone it by itself.
+    .rollback = "IF @@TRANCOUNT > 0 ROLLBACK TRANSACTION",
     .readersWait = true,
     .faultOf = sqlserver::FaultOf,
 };

@@ -185,7 +185,7 @@ TEST_P(Continuous, AnswersEveryRunningPeriodAsTheModelDoes) {
     reader.SetChannel(1);
     reader.SetFunction(1);
     int joined = 0;
-    for (int group = 1; group <= 2000 && !HasFailure(); ++group) {
+    for (int group = 1; group <= database.Fewer(2000) && !HasFailure(); ++group) {
         SCOPED_TRACE("chain " + std::to_string(group));
         const Model model = MakeModel(random);
         StoreModel(model, group, random);
@@ -235,7 +235,7 @@ TEST_P(Continuous, AnswersEveryRunningPeriodAsTheModelDoes) {
             }
         }
     }
-    EXPECT_GT(joined, 1000);
+    EXPECT_GT(joined, database.Fewer(1000));
 }
 
 TEST_P(Continuous, CountsAcrossTheGapAndGrowsWithTheRecorder) {

@@ -111,7 +111,7 @@ class RoundTrips : public FreeTds {
     _ConnectionPtr connection = _Connection::CreateInstance();
 };
 
-TEST_F(RoundTrips, AreFourForABatchAlsoWhenItIsOpenedAnew) {
+TEST_F(RoundTrips, AreThreeForABatchAlsoWhenItIsOpenedAnew) {
     const auto store = [&](int period, const char* status) {
         const auto batch = _Recordset::CreateInstance();
         batch->Open("MeasuredValues", connection, adOpenForwardOnly, adLockBatchOptimistic,
@@ -125,11 +125,11 @@ TEST_F(RoundTrips, AreFourForABatchAlsoWhenItIsOpenedAnew) {
         batch->UpdateBatch();
         return server.Heard();
     };
-    EXPECT_EQ(store(1, "A").size(), 6U) << "the columns, and the plan";
-    EXPECT_THAT(store(2, "A"),
-                ElementsAre("begin", "calls 3 execute [1, 2, -0.5, 'A']", "commit", "rollback"));
-    EXPECT_EQ(store(3, nullptr).size(), 5U) << "a plan for other columns";
-    EXPECT_EQ(store(4, "A").size(), 4U);
+    EXPECT_EQ(store(1, "A").size(), 5U) << "the columns, and the plan";
+    EXPECT_THAT(store(2, "A"), ElementsAre("batch BEGIN TRANSACTION",
+                                           "calls 3 execute [1, 2, -0.5, 'A']", "batch COMMIT"));
+    EXPECT_EQ(store(3, nullptr).size(), 4U) << "a plan for other columns";
+    EXPECT_EQ(store(4, "A").size(), 3U);
     Run(connection, "ALTER TABLE MeasuredValues ADD Remark int");
     server.Heard();
     EXPECT_THAT(store(5, "A").front(), HasSubstr("SELECT"));

@@ -224,7 +224,7 @@ TEST_P(OdbcTest, GivesUpWaitingForAnotherWriterAndGoesOn) {
     EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "1");
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, OdbcTest, testing::Values("ODBC", "SQLServer"),
+INSTANTIATE_TEST_SUITE_P(Engines, OdbcTest, testing::Values("ODBC", "FreeTDS", "SQLServer"),
                          [](const auto& test) { return test.param; });
 
 // Cuts every connection of this process that goes over the network.
@@ -277,7 +277,7 @@ TEST_P(ServerTest, TellsOfARefusedLogInWithoutUserOrPassword) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, ServerTest, testing::Values("SQLServer"),
+INSTANTIATE_TEST_SUITE_P(Engines, ServerTest, testing::Values("FreeTDS", "SQLServer"),
                          [](const auto& test) { return test.param; });
 
 }  // namespace

@@ -21,6 +21,7 @@ struct Target {
     const char* variable;     // of the environment: a connection string; null for a file
     const char* driver;       // of ODBC, for a file; null for the library's own provider
     const char* numberedKey;  // a column's type
+    bool speaksTds = false;   // reaches its file through a server
 };
 
 namespace {
@@ -28,6 +29,7 @@ namespace {
 constexpr Target kTargets[]{
     {"SQLite", kSqlite, nullptr, nullptr, "INTEGER PRIMARY KEY"},
     {"ODBC", kSqlite, nullptr, "SQLite3", "INTEGER PRIMARY KEY"},
+    {"FreeTDS", kSqlServer, nullptr, "FreeTDS", "int IDENTITY NOT NULL PRIMARY KEY", true},
     {"SQLServer", kSqlServer, "MERSOLA_TEST_SQLSERVER", nullptr,
      "int IDENTITY NOT NULL PRIMARY KEY"},
 };
@@ -54,6 +56,7 @@ Database::Database(const std::string& name)
     } else {
         std::ofstream(Path()).close();
     }
+    if (target_->speaksTds) server_ = std::make_unique<TdsServer>(std::vector{Path()});
     LayOut();
 }
 
@@ -70,7 +73,7 @@ bool Database::IsServer() const {
 }
 
 double Database::AsRead(double value) const {
-    if (!target_->driver) return value;
+    if (!target_->driver || server_) return value;
     char digits[32];
     std::snprintf(digits, sizeof digits, "%.15g", value);
     return std::strtod(digits, nullptr);
@@ -79,8 +82,9 @@ double Database::AsRead(double value) const {
 void Database::LayOut() const {
     const auto& layout = SchemaStatements(EngineOf());
     std::vector<std::string> statements(layout.begin(), layout.end());
-    if (!IsServer()) statements.insert(statements.begin(), "PRAGMA journal_mode=WAL");
-    Run(statements, IsServer() ? ConnectString() : FileString());
+    const bool served = IsServer() || server_;
+    if (!served) statements.insert(statements.begin(), "PRAGMA journal_mode=WAL");
+    Run(statements, served ? ConnectString() : FileString());
     for (const std::string_view option : SchemaOptions(EngineOf()))
         TryToRun(std::string(option));
 }
@@ -121,6 +125,9 @@ std::string Database::FileString() const {
 std::string Database::ConnectString(const std::string& extra) const {
     if (IsServer()) return std::string(std::getenv(target_->variable)) + ";" + extra;
     if (!target_->driver) return FileString() + extra;
+    if (server_)
+        return "Provider=MSOLEDBSQL;Driver={FreeTDS};Data Source=127.0.0.1," + Port() +
+               ";UID=me;PWD=x;" + extra;
     return std::string("Driver={") + target_->driver + "};SyncPragma=NORMAL;Database=" + Path() +
            ";" + extra;
 }

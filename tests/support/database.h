@@ -1,12 +1,14 @@
 // Databases for tests. They are laid out and empty, and go away with the test.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <mersola/mersola.h>
 
 #include "engines/engine.h"
+#include "tds_server.h"
 #include "temporary_folder.h"
 
 namespace mersola::test {
@@ -16,6 +18,8 @@ struct Target;
 /// A laid-out database of one engine, reached in one way.
 ///   SQLite     a file of its own, through the library's own provider
 ///   ODBC       such a file through SQLite's ODBC driver
+///   FreeTDS    such a file through FreeTDS's driver and a server of our own that speaks TDS: what
+///              the driver does is as on SQL Server, and what the server does is nearly so
 ///   SQLServer  the database that the connection string in MERSOLA_TEST_SQLSERVER names. It LOSES
 ///              the ten tables of the schema: they are dropped, laid out anew for each test, and
 ///              dropped in the end.
@@ -33,6 +37,10 @@ class Database {
     const Engine& EngineOf() const;
     /// A stored number as it is read: SQLite's ODBC driver keeps 15 digits of it.
     double AsRead(double value) const;
+    /// So many, or a tenth of them where each statement takes long.
+    int Fewer(int count) const { return server_ ? count / 10 : count; }
+    /// Where the server of our own listens. Only for FreeTDS.
+    std::string Port() const { return server_->Port(); }
     /// The connection string, `extra` appended.
     std::string ConnectString(const std::string& extra = "") const;
     /// The same database, watched: see watched_provider.h.
@@ -57,6 +65,7 @@ class Database {
     bool needsServer_;
     std::string missing_;
     TemporaryFolder folder_;
+    std::unique_ptr<TdsServer> server_;
 };
 
 /// The names of the databases that the contract is tested on.

@@ -14,10 +14,9 @@
 
 namespace mersola::test {
 
-TdsServer::TdsServer(const std::vector<std::string>& certificateAndKey) {
+TdsServer::TdsServer(std::vector<std::string> words) {
     const std::string heard = (folder_ / "heard").string();
-    std::vector<std::string> words{"python3", MERSOLA_TDS_SERVER};
-    words.insert(words.end(), certificateAndKey.begin(), certificateAndKey.end());
+    words.insert(words.begin(), {"python3", MERSOLA_TDS_SERVER});
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());

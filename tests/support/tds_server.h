@@ -13,8 +13,8 @@ namespace mersola::test {
 /// A process of its own, see tds_server.py; gone with its owner.
 class TdsServer {
   public:
-    /// With the files of a certificate and its key it takes encrypted connections.
-    explicit TdsServer(const std::vector<std::string>& certificateAndKey = {});
+    /// `words`: the files of a certificate and its key, for encrypted connections; or a database.
+    explicit TdsServer(std::vector<std::string> words = {});
     ~TdsServer();
     TdsServer(const TdsServer&) = delete;
     TdsServer& operator=(const TdsServer&) = delete;

@@ -62,67 +62,45 @@ Connection::~Connection() {
 
 void Connection::Disconnect() {
     if (!std::exchange(open_, false)) return;
-    if (std::exchange(inTransaction_, false) && !RunsTransactions())
-        SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_ROLLBACK);
+    if (std::exchange(inTransaction_, false)) {
+        try {
+            Run(engine_->rollback);  // a server would do it some time later
+        } catch (const _com_error&) {
+            // The end of the connection undoes it.
+        }
+    }
     SQLDisconnect(Get());
 }
 
 void Connection::Begin() {
-    RunsTransactions() ? Run(engine_->begin) : SetAutocommit(false);
+    Run(engine_->begin);
     inTransaction_ = true;
 }
 
 void Connection::Commit() {
-    if (RunsTransactions()) {
-        Run("COMMIT");
-        inTransaction_ = false;
-    } else {
-        Check(SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_COMMIT), SQL_HANDLE_DBC, Get());
-        LeaveTransaction();
-    }
+    Run("COMMIT");
+    inTransaction_ = false;
 }
 
 void Connection::Rollback() {
-    if (RunsTransactions()) {
-        inTransaction_ = false;
-        try {
-            Run("ROLLBACK");
-        } catch (const _com_error& error) {
-            // After a grave error the engine has rolled back by itself.
-            if (error.Error() != DB_E_ERRORSINCOMMAND) throw;
-        }
-        return;
-    }
-    const SQLRETURN code = SQLEndTran(SQL_HANDLE_DBC, Get(), SQL_ROLLBACK);
-    if (SQL_SUCCEEDED(code)) return LeaveTransaction();
-    const _com_error error = DiagnosesOf(SQL_HANDLE_DBC, Get()).front().Translated();
-    Disconnect();  // this ends the transaction for certain
-    throw _com_error(error);
-}
-
-void Connection::LeaveTransaction() {
     inTransaction_ = false;
     try {
-        SetAutocommit(true);
-    } catch (...) {
-        // Statements that come next would silently wait for a commit. Without a connection, they
-        // fail.
-        Disconnect();
+        Run(engine_->rollback);
+    } catch (const _com_error& error) {
+        // After a grave error the engine has rolled back by itself.
+        if (error.Error() == DB_E_ERRORSINCOMMAND) return;
+        Disconnect();  // this ends the transaction for certain
         throw;
     }
 }
 
 void Connection::Run(const char* sql) const {
     const Handle statement(SQL_HANDLE_STMT, Get());
+    SQLSetStmtAttr(statement.Get(), SQL_ATTR_QUERY_TIMEOUT,
+                   AsPointer(static_cast<SQLULEN>(commandSeconds_)), 0);
     std::string text(sql);
     Check(SQLExecDirect(statement.Get(), reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS),
           SQL_HANDLE_STMT, statement.Get());
-}
-
-void Connection::SetAutocommit(bool on) {
-    Check(SQLSetConnectAttr(Get(), SQL_ATTR_AUTOCOMMIT,
-                            AsPointer(on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF), 0),
-          SQL_HANDLE_DBC, Get());
 }
 
 void Connection::Set(SQLINTEGER attribute, SQLULEN value) {
@@ -140,6 +118,17 @@ std::string Connection::Info(SQLUSMALLINT which) const {
 void Connection::Check(SQLRETURN code, SQLSMALLINT type, SQLHANDLE handle) const {
     if (SQL_SUCCEEDED(code) || code == SQL_NO_DATA) return;
     throw DiagnosesOf(type, handle).front().Translated();
+}
+
+std::vector<Diagnosis> Connection::DiagnosesOf(SQLSMALLINT type, SQLHANDLE handle) const {
+    auto diagnoses = Diagnoses(type, handle, secrets_, engine_);
+    SQLUINTEGER dead = SQL_CD_FALSE;
+    if (Diagnosis& first = diagnoses.front();
+        open_ && first.state == "HY000" &&
+        SQL_SUCCEEDED(SQLGetConnectAttr(Get(), SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+        dead == SQL_CD_TRUE)
+        first.words = "The connection was lost: " + first.words;  // drivers may know no words
+    return diagnoses;
 }
 
 Statement::Statement(std::shared_ptr<const Connection> connection)

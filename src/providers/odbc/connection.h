@@ -55,17 +55,11 @@ class Connection {
 
     /// Raises what the handle's first diagnostic record says, unless the code is a success.
     void Check(SQLRETURN code, SQLSMALLINT type, SQLHANDLE handle) const;
-    std::vector<Diagnosis> DiagnosesOf(SQLSMALLINT type, SQLHANDLE handle) const {
-        return Diagnoses(type, handle, secrets_, engine_);
-    }
+    std::vector<Diagnosis> DiagnosesOf(SQLSMALLINT type, SQLHANDLE handle) const;
 
   private:
     void Set(SQLINTEGER attribute, SQLULEN value);
     std::string Info(SQLUSMALLINT which) const;
-    void SetAutocommit(bool on);
-    /// In the engine's own words, or by what ODBC has for it.
-    bool RunsTransactions() const { return engine_->begin != nullptr; }
-    void LeaveTransaction();
 
     Handle environment_;
     Handle connection_;
