@@ -80,7 +80,7 @@ Tables TablesIn(ado::ProviderSession& session) {
         "SELECT name,type,sql FROM sqlite_master WHERE type IN ('table','view') AND name COLLATE "
         "NOCASE IN (";
     for (const char* name : kTableNames)
-        statement.append(name == kTableNames.front() ? "'" : ",'").append(name).append("'");
+        statement.append(statement.ends_with('(') ? "'" : ",'").append(name).append("'");
     Tables tables;
     for (const auto rows = session.Execute(statement + ")"); rows && rows->Next();) {
         const std::string name(TextOf(rows->At(0))), sql(TextOf(rows->At(2)));
