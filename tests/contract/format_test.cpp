@@ -6,7 +6,10 @@
 #include <fstream>
 #include <iterator>
 
+#include "ado/provider_registry.h"
+#include "engines/engines.h"
 #include "engines/format.h"
+#include "form/form.h"
 
 namespace mersola::test {
 namespace {
@@ -54,6 +57,36 @@ TEST_P(FormatTest, OfALaterVersionIsRefusedWithBothNumbersAndItsWriter) {
 }
 
 INSTANTIATE_ON_EVERY_ENGINE(FormatTest);
+
+// There is no server in most runs; a session that calls itself one is asked the same.
+TEST(ServerFormat, IsReadFromTheHistoryOrNotAtAll) {
+    const Database database("SQLite");
+    TheWatch().Reset();
+    const std::string text = database.WatchedString();
+    const ado::ConnectionString properties(text);
+    const auto session =
+        ado::FindProvider("Watched")->Open({.properties = properties, .user = "", .password = ""});
+    TheWatch().dbmsName = kSqlServer.name;
+    const auto open = [&] { form::RequireReadable(*session, "test"); };
+    EXPECT_NO_THROW(open()) << "an empty history";
+    EXPECT_EQ(TheWatch().statements.size(), 1U) << "one round trip";
+    for (const char* version : {"of the station", "99999999999", "-7", "7.5", ""})
+        database.Run({std::string("INSERT INTO VersionHistory (Version,Info) VALUES ('") + version +
+                      "','Laid out by mersola 1.0')"});
+    EXPECT_NO_THROW(open());
+    database.Run(
+        {"INSERT INTO VersionHistory (Version,Info) VALUES ('7','Laid out by mersola 9')",
+         "INSERT INTO VersionHistory (Version,Info) VALUES ('1','Laid out by mersola 1.0')"});
+    try {
+        open();
+        ADD_FAILURE() << "a newer format";
+    } catch (const _com_error& error) {
+        EXPECT_STREQ(error.what(), TooNew(7, "9").c_str());
+    }
+    TheWatch().FailOn("VersionHistory");
+    EXPECT_NO_THROW(open()) << "not everybody may read it";
+    TheWatch().Reset();
+}
 
 class FileFormat : public FormatTest {
   protected:
