@@ -5,27 +5,24 @@
 
 #include <xxhash.h>
 
-#include "block.h"
+#include "bytes.h"
 
 namespace mersola::packed {
 namespace {
 
-void PutLittle(std::uint64_t number, std::size_t size, unsigned char* at) {
-    for (std::size_t i = 0; i < size; ++i)
-        at[i] = static_cast<unsigned char>(number >> (8 * i));
-}
+using Sum = std::array<std::byte, kChecksumSize>;
 
-/// The bytes' hash, seeded with the key's: so none need be copied together.
-std::array<unsigned char, kChecksumSize> Checksum(const Key& key, const void* bytes,
-                                                  std::size_t size) {
-    std::array<unsigned char, 16> text;
-    const std::int32_t parts[] = {key.measValueId, key.channel, key.funcId, key.number};
-    for (std::size_t i = 0; i < 4; ++i) {
-        PutLittle(static_cast<std::uint32_t>(parts[i]), 4, text.data() + 4 * i);
+Sum Checksum(const Key& key, const void* bytes, std::size_t size) {
+    std::array<std::byte, 28> text;  // the key, and what the bytes come to
+    std::byte* at = text.data();
+    for (const std::int32_t part : {static_cast<std::int32_t>(key.content), key.measValueId,
+                                    key.channel, key.funcId, key.number}) {
+        StoreLittle(static_cast<std::uint32_t>(part), at, 4);
+        at += 4;
     }
-    const auto seed = XXH3_64bits(text.data(), text.size());
-    std::array<unsigned char, kChecksumSize> sum;
-    PutLittle(XXH3_64bits_withSeed(bytes, size, seed), sum.size(), sum.data());
+    StoreLittle(XXH3_64bits(bytes, size), at);
+    Sum sum;
+    StoreLittle(XXH3_64bits(text.data(), text.size()), sum.data());
     return sum;
 }
 

@@ -8,8 +8,11 @@
 
 namespace mersola::packed {
 
+enum class Content : std::int32_t { kBlock = 1, kSummary = 2, kPeriodRow = 3 };
+
 /// What the stored bytes belong to. They are refused anywhere else.
 struct Key {
+    Content content;
     std::int32_t measValueId;
     std::int32_t channel;
     std::int32_t funcId;

@@ -22,6 +22,10 @@ struct BandSummary {
     double energyMean = 0;  // of levels in dB
 };
 
+/// Encodes the summary of a block, of which the values may have been rounded.
+void EncodeSummary(const Series& series, const SeriesBlock& block, std::span<const double> values,
+                   std::string& summary);
+
 /// Decodes the summary that EncodeBlock made for this series and the block that the period lies
 /// in: one for each band, ascending. Raises DamagedBlock.
 void DecodeSummary(const Series& series, std::int32_t period, std::span<const std::byte> data,
