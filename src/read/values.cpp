@@ -1,9 +1,11 @@
 // Blocks and lists of measured values.
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include <mersola/mersola.h>
 
+#include "ado/block_reader.h"
 #include "session/statement.h"
 #include "stretches.h"
 
@@ -22,9 +24,60 @@ bool IsInvalid(char status) {
     return status == 'A';
 }
 
-double ValueIn(const AdoField& field) {
-    const double value = field.Double();
-    return value == 0 && field.IsNull() ? kMissing : value;  // a null reads as 0
+double ValueIn(const ado::Column& column, std::size_t row) {
+    const double value = column.Double(row);
+    return value == 0 && column.IsNull(row) ? kMissing : value;  // a null reads as 0
+}
+
+// The block that GetData fills.
+struct CallersBlock {
+    float* values;
+    char* status;  // null when it is not asked for
+    int firstPeriod;
+    int nPeriods;
+    int firstFrq;
+    int nFrq;
+
+    void Put(int periodNo, int frqId, char mark, float value) const {
+        const int period = periodNo - firstPeriod;
+        if (period >= nPeriods) return;
+        const auto index = static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq) +
+                           static_cast<std::size_t>(frqId - firstFrq);
+        if (status) status[index] = mark;
+        values[index] = value;
+    }
+};
+
+// Puts rows where they belong, each with whatever conversion it needs.
+void PutAny(const ado::BlockReader& rows, const CallersBlock& block) {
+    const ado::Column& value = rows.At(kValue);
+    for (std::size_t row = 0; row < rows.Rows(); ++row) {
+        const char mark = rows.At(kStatus).FirstCharacter(row);
+        block.Put(rows.At(kPeriodNo).Long(row), rows.At(kFrqId).Long(row), mark,
+                  IsInvalid(mark) ? kMissing : static_cast<float>(ValueIn(value, row)));
+    }
+}
+
+// Puts rows whose columns are numbers and texts, as providers that hand out many rows at a time
+// have them. False when there are others. It is a function by itself, and takes a copy of the
+// block, so that all of it has its place in registers.
+[[gnu::noinline]] bool PutPlain(const ado::BlockReader& rows, const CallersBlock block) {
+    using Integers = ado::Plain<std::int64_t>;
+    using Reals = ado::Plain<double>;
+    using Texts = ado::Plain<std::string_view>;
+    if (!Integers::Is(rows.At(kPeriodNo)) || !Integers::Is(rows.At(kFrqId)) ||
+        !Reals::Is(rows.At(kValue)) || !Texts::Is(rows.At(kStatus)))
+        return false;
+    const Integers periodNo(rows.At(kPeriodNo)), frqId(rows.At(kFrqId));
+    const Reals value(rows.At(kValue));
+    const Texts status(rows.At(kStatus));
+    const std::size_t count = rows.Rows();
+    for (std::size_t row = 0; row < count; ++row) {
+        const char mark = status[row].empty() ? '\0' : status[row].front();
+        block.Put(ado::LongIn(periodNo[row]), ado::LongIn(frqId[row]), mark,
+                  IsInvalid(mark) ? kMissing : static_cast<float>(value[row]));
+    }
+    return true;
 }
 
 void FillMissing(float* values, int nPeriods, int nFrq, char* status) {
@@ -71,23 +124,18 @@ int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq
     const auto endFrq = identifier(long{firstFrq} + nFrq);
     if (!endPeriod || !endFrq) return kReadFailed;
     try {
-        const auto rows = dbExecute(formatted(
-            "SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and FuncId=%d and "
-            "PeriodNo>=%d "
-            "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
-            m_MeasValueId, m_channel, m_function, firstPeriod, *endPeriod, firstFrq, *endFrq));
-        const AdoField periodNo = rows->Fields(kPeriodNo);
-        const AdoField frqId = rows->Fields(kFrqId);
-        const AdoField value = rows->Fields(kValue);
-        const AdoField rowStatus = rows->Fields(kStatus);
-        for (; !rows->EndOfFile(); rows->MoveNext()) {
-            const int period = periodNo.Long() - firstPeriod;
-            if (period >= nPeriods) continue;
-            const auto index = static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq) +
-                               static_cast<std::size_t>(frqId.Long() - firstFrq);
-            const char mark = rowStatus.FirstCharacter();
-            if (status) status[index] = mark;
-            values[index] = IsInvalid(mark) ? kMissing : static_cast<float>(ValueIn(value));
+        auto blocks = readStatement(
+            m_connection,
+            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and "
+                      "FuncId=%d and "
+                      "PeriodNo>=%d "
+                      "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
+                      m_MeasValueId, m_channel, m_function, firstPeriod, *endPeriod, firstFrq,
+                      *endFrq));
+        blocks.Position(kStatus);
+        const CallersBlock block{values, status, firstPeriod, nPeriods, firstFrq, nFrq};
+        while (blocks.Next()) {
+            if (!PutPlain(blocks, block)) PutAny(blocks, block);
         }
         return nPeriods;
     } catch (const _com_error&) {
@@ -100,23 +148,29 @@ int Mersola::GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, f
     const auto endPeriod = identifier(long{firstPeriod} + nPeriods);
     if (!endPeriod) return 0;
     try {
-        const auto rows = dbExecute(formatted(
-            "SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and PeriodNo>=%d and "
-            "PeriodNo<%d ORDER BY PeriodNo,FrqId",
-            m_MeasValueId, m_channel, firstPeriod, *endPeriod));
-        if (!rows) return 0;
-        const AdoField funcId = rows->Fields("FuncId");
-        const AdoField periodNo = rows->Fields("PeriodNo");
-        const AdoField frqId = rows->Fields("FrqId");
-        const AdoField value = rows->Fields("Value");
-        const AdoField status = rows->Fields("Status");
-        for (; !rows->EndOfFile(); rows->MoveNext(), ++appended) {
-            funcData data;
-            data.FuncId = funcId.Long();
-            data.PeriodNo = periodNo.Long();
-            data.FrqId = frqId.Long();
-            data.Value = IsInvalid(status.FirstCharacter()) ? kMissing : ValueIn(value);
-            out.AddTail(data);
+        if (!m_connection) return 0;
+        auto blocks = readStatement(
+            m_connection,
+            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and "
+                      "PeriodNo>=%d and "
+                      "PeriodNo<%d ORDER BY PeriodNo,FrqId",
+                      m_MeasValueId, m_channel, firstPeriod, *endPeriod));
+        const int funcIdAt = blocks.Position("FuncId");
+        const int periodNoAt = blocks.Position("PeriodNo");
+        const int frqIdAt = blocks.Position("FrqId");
+        const int valueAt = blocks.Position("Value");
+        const int statusAt = blocks.Position("Status");
+        while (blocks.Next()) {
+            const ado::Column value = blocks.At(valueAt);
+            for (std::size_t row = 0; row < blocks.Rows(); ++row, ++appended) {
+                funcData data;
+                data.FuncId = blocks.At(funcIdAt).Long(row);
+                data.PeriodNo = blocks.At(periodNoAt).Long(row);
+                data.FrqId = blocks.At(frqIdAt).Long(row);
+                const char mark = blocks.At(statusAt).FirstCharacter(row);
+                data.Value = IsInvalid(mark) ? kMissing : ValueIn(value, row);
+                out.AddTail(data);
+            }
         }
     } catch (const _com_error&) {
         // What was read before stays in the list.

@@ -1,4 +1,5 @@
 // Writing measured values, one statement each or in batches.
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -7,6 +8,7 @@
 
 #include <mersola/mersola.h>
 
+#include "ado/batch_row.h"
 #include "session/statement.h"
 #include "session/trace.h"
 
@@ -57,14 +59,14 @@ bool Storable(double& value, const CString& status) {
 }
 
 void AddTo(_Recordset& batch, const ValueRow& row) {
-    batch.AddNew();
-    batch.Fields("MeasValueId").Put(row.measValueId);
-    batch.Fields("PeriodNo").Put(row.periodNo);
-    batch.Fields("Channel").Put(row.channel);
-    batch.Fields("Value").Put(row.value);
-    batch.Fields("Status").Put(row.status.View());
-    batch.Fields("FrqId").Put(row.frqId);
-    batch.Fields("FuncId").Put(row.funcId);
+    static constexpr std::array<std::string_view, 7> kColumns{
+        "MeasValueId", "PeriodNo", "Channel", "Value", "Status", "FrqId", "FuncId"};
+    using ado::Cell;
+    ado::AddRow(
+        batch, kColumns,
+        std::array{Cell::Integer(row.measValueId), Cell::Integer(row.periodNo),
+                   Cell::Integer(row.channel), Cell::Real(row.value), Cell::Text(row.status.View()),
+                   Cell::Integer(row.frqId), Cell::Integer(row.funcId)});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <ctime>
 
+#include "ado/block_reader.h"
 #include "log.h"
 #include "trace.h"
 
@@ -44,6 +45,13 @@ _RecordsetPtr runStatement(const _ConnectionPtr& connection, const CString& sql,
     rows->PutLockType(adLockBatchOptimistic);
     TraceTime("-->\t", sql.GetString());
     rows->Open(sql, connection, adOpenKeyset, adLockOptimistic, adCmdText);
+    TraceTime("\n", "");
+    return rows;
+}
+
+ado::BlockReader readStatement(const _ConnectionPtr& connection, const CString& sql) {
+    TraceTime("-->\t", sql.GetString());
+    ado::BlockReader rows(connection, sql.View());
     TraceTime("\n", "");
     return rows;
 }

@@ -8,6 +8,10 @@
 #include <mersola/platform/ado.h>
 #include <mersola/platform/text.h>
 
+namespace mersola::ado {
+class BlockReader;
+}
+
 namespace mersola {
 
 /// A text as an SQL literal: it stands between single quotes, and nothing in it is changed.
@@ -25,6 +29,10 @@ inline std::optional<int> identifier(long value) {
 /// Runs one statement and returns its rows. With `logged`, the statement is written to the log file
 /// first. Raises _com_error when the statement fails.
 _RecordsetPtr runStatement(const _ConnectionPtr& connection, const CString& sql, bool logged);
+
+/// Runs one statement whose rows are read once, as many at a time as the provider hands out. Raises
+/// _com_error when the statement fails.
+ado::BlockReader readStatement(const _ConnectionPtr& connection, const CString& sql);
 
 /// Whether the recordset has a row to read. If it has, the recordset stands on the first one.
 bool atFirstRow(const _RecordsetPtr& rows);

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 
+#include "ado/block_reader.h"
 #include "engines/engines.h"
 #include "odbc/connect_text.h"
 #include "odbc/errors.h"
@@ -193,6 +194,31 @@ TEST_P(OdbcTest, TakesTextsThatGrowAndBringsThemBackWhole) {
         texts.erase(rows.Fields(1).Long());
     }
     EXPECT_TRUE(texts.empty());
+}
+
+TEST_P(OdbcTest, HandsOutColumnsOfManyRowsWithTheirNulls) {
+    const auto batch = Batch("MEASUREDVALUES");
+    constexpr int kRows = 2500;
+    for (int period = 0; period < kRows; ++period)
+        Add(*batch, period, period % 7 == 0 ? "\xC3\xB6" : "");
+    batch->UpdateBatch();
+    // SQLite's driver binds no texts, so that only a server hands out many of them at once.
+    const bool many = database.NeedsServer();
+    ado::BlockReader blocks(connection, "SELECT PeriodNo,Value" +
+                                            std::string(many ? ",Status" : "") +
+                                            " FROM MeasuredValues ORDER BY PeriodNo");
+    int period = 0, reads = 0;
+    for (; blocks.Next(); ++reads) {
+        for (std::size_t row = 0; row < blocks.Rows(); ++row, ++period) {
+            ASSERT_EQ(blocks.At(0).Long(row), period);
+            ASSERT_EQ(blocks.At(1).IsNull(row), period % 3 == 0);
+            ASSERT_EQ(blocks.At(1).Double(row), period % 3 == 0 ? 0 : 0.5 * period);
+            if (!many) continue;
+            ASSERT_EQ(blocks.At(2).At(row).View(), period % 7 == 0 ? "\xC3\xB6" : "");
+        }
+    }
+    EXPECT_EQ(period, kRows);
+    EXPECT_EQ(reads, 3);
 }
 
 TEST_P(OdbcTest, LeavesOutAColumnThatNumbersItself) {

@@ -54,6 +54,7 @@ struct AdoError {
 namespace mersola::ado {
 struct Cell;
 struct ConnectionState;
+struct Internals;
 struct RecordsetState;
 }  // namespace mersola::ado
 
@@ -105,6 +106,7 @@ class MERSOLA_EXPORT _Connection : public std::enable_shared_from_this<_Connecti
 
   private:
     friend class _Recordset;
+    friend struct mersola::ado::Internals;
     std::unique_ptr<mersola::ado::ConnectionState> state_;
 };
 
@@ -205,5 +207,6 @@ class MERSOLA_EXPORT _Recordset {
 
   private:
     friend class AdoField;
+    friend struct mersola::ado::Internals;
     std::unique_ptr<mersola::ado::RecordsetState> state_;
 };

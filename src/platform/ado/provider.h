@@ -13,43 +13,11 @@
 
 #include <mersola/platform/com_error.h>
 
+#include "cell.h"
+#include "column_block.h"
 #include "connection_string.h"
 
 namespace mersola::ado {
-
-enum class CellKind : std::uint32_t { Null, Integer, Real, Text };
-
-/// One value of a row. It does not own its text, which lives as long as the row.
-struct Cell {
-    CellKind kind = CellKind::Null;
-    std::uint32_t length = 0;  // length of the text in bytes
-    union {
-        std::int64_t integer = 0;
-        double real;
-        const char* text;
-    };
-
-    static Cell Integer(std::int64_t value) {
-        Cell cell;
-        cell.kind = CellKind::Integer;
-        cell.integer = value;
-        return cell;
-    }
-    static Cell Real(double value) {
-        Cell cell;
-        cell.kind = CellKind::Real;
-        cell.real = value;
-        return cell;
-    }
-    static Cell Text(std::string_view value) {
-        Cell cell;
-        cell.kind = CellKind::Text;
-        cell.length = static_cast<std::uint32_t>(value.size());
-        cell.text = value.data();
-        return cell;
-    }
-    std::string_view View() const { return {text, length}; }
-};
 
 /// The rows of one statement, read forward only. Destroying it ends the statement.
 class RowSource {
@@ -60,6 +28,11 @@ class RowSource {
     virtual bool Next() = 0;
     /// A value of the current row. It is valid until the next call of Next.
     virtual Cell At(int column) const = 0;
+    /// Moves past the rows of `block` and hands out the next ones; false when there is no more.
+    /// Whoever reads blocks never calls Next. The first call takes an empty block, and each call
+    /// the block of the call before, which is valid until then. Where rows come one by one, so do
+    /// blocks.
+    virtual bool NextBlock(ColumnBlock& block);
 };
 
 /// The result of a batch whose rows reached the engine.

@@ -4,12 +4,21 @@
 #include <algorithm>
 #include <cctype>
 #include <new>
+#include <utility>
 
 #include "state.h"
 
 using namespace mersola::ado;
 
 namespace mersola::ado {
+
+RecordsetState::~RecordsetState() {
+    EndStream();
+    // Recorders open a batch a period. Memory of this size would go back to the system each time.
+    if (!writer) return;
+    pending.Clear(columns.size());
+    connectionState->spare = std::move(pending);
+}
 
 void RecordsetState::Start(std::unique_ptr<RowSource> rows) {
     bool more = rows->Next();
@@ -49,7 +58,7 @@ Cell RecordsetState::CellInMemory(int column) const {
 
 void RecordsetState::KeepRest() {
     if (rowsGone) {
-        held.Clear();
+        held.Clear(columns.size());
         firstHeld = sourceRow;
     }
     try {
@@ -102,6 +111,15 @@ void RecordsetState::RefuseRows() const {
     RequireOpen();
     throw _com_error(adErrIllegalOperation, "Rows can be added to a table only, not to a result",
                      kSource);
+}
+
+int RecordsetState::PositionOf(std::string_view name) {
+    const int column = IndexOf(name);
+    if (column < 0) {
+        throw _com_error(adErrItemNotFound,
+                         ("There is no field named " + std::string(name)).c_str(), kSource);
+    }
+    return column;
 }
 
 int RecordsetState::IndexOf(std::string_view name) {
@@ -172,7 +190,8 @@ void _Recordset::Open(const CString& source, const _ConnectionPtr& connection, C
         open();
         opened->writer = session.OpenTable(source.View());
         opened->columns = opened->writer->Columns();
-        opened->pending = RowBlock(opened->columns.size());
+        opened->pending = std::exchange(connectionState.spare, RowBlock());
+        opened->pending.Clear(opened->columns.size());
         opened->state = adStateOpen;
     } else {
         connectionState.Noting([&] {
@@ -217,12 +236,7 @@ void _Recordset::MoveNext() {
 
 AdoField _Recordset::Fields(std::string_view name) {
     state_->RequireOpen();
-    const int column = state_->IndexOf(name);
-    if (column < 0) {
-        throw _com_error(adErrItemNotFound,
-                         ("There is no field named " + std::string(name)).c_str(), kSource);
-    }
-    return {*this, column};
+    return {*this, state_->PositionOf(name)};
 }
 
 AdoField _Recordset::Fields(int position) {
@@ -251,7 +265,7 @@ void _Recordset::UpdateBatch(AffectEnum) {
     state_->connectionState->Idle();
     state_->connectionState->Noting([&] {
         const BatchOutcome outcome = state_->writer->Write(state_->pending.Cells());
-        state_->pending.Clear();
+        state_->pending.Clear(state_->columns.size());
         if (outcome.firstRefusal) throw _com_error(*outcome.firstRefusal);
     });
 }

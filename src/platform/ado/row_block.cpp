@@ -11,8 +11,11 @@ void RowBlock::AddRow(const RowSource& source) {
     }
 }
 
-void RowBlock::Clear() {
+void RowBlock::Clear(std::size_t columns) {
+    constexpr std::size_t kMostKept = 1 << 16;
+    columns_ = columns;
     cells_.clear();
+    if (cells_.capacity() > kMostKept) cells_.shrink_to_fit();
     if (texts_) texts_->release();
 }
 

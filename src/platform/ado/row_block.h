@@ -22,6 +22,13 @@ class RowBlock {
 
     /// Appends a row of nulls.
     void AddRow() { cells_.resize(cells_.size() + columns_); }
+    /// Appends a row with a value at each of `places`, and with nulls elsewhere.
+    void AddRow(std::span<const std::size_t> places, std::span<const Cell> values) {
+        AddRow();
+        Cell* const row = cells_.data() + (cells_.size() - columns_);
+        for (std::size_t i = 0; i < places.size(); ++i)
+            row[places[i]] = Owned(values[i]);
+    }
     /// Appends the row on which `source` stands.
     void AddRow(const RowSource& source);
     /// Sets a cell of the last row, and copies its text.
@@ -29,7 +36,8 @@ class RowBlock {
         cells_[cells_.size() - columns_ + column] = Owned(value);
     }
     Cell Last(std::size_t column) const { return cells_[cells_.size() - columns_ + column]; }
-    void Clear();
+    /// Forgets all rows; the next ones have that many columns. The memory stays, unless it is much.
+    void Clear(std::size_t columns);
 
   private:
     Cell Owned(Cell cell) {

@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <mersola/platform/ado.h>
@@ -21,6 +23,7 @@ struct ConnectionState {
     std::unique_ptr<ProviderSession> session;  // null while closed
     RecordsetState* streaming = nullptr;       // the only result that still reads from the engine
     std::vector<AdoError> errors;
+    RowBlock spare;  // the memory of the last batch, for the next one
 
     /// The session, when no result reads from it any more. Raises when the connection is closed.
     ProviderSession& Idle();
@@ -62,8 +65,10 @@ struct RecordsetState {
     // Adding: `writer` takes the rows that `pending` holds.
     std::unique_ptr<TableWriter> writer;
     RowBlock pending;
+    std::span<const std::string_view> filled;  // the columns of the last row that came as a whole
+    std::vector<std::size_t> places;           // where they lie
 
-    ~RecordsetState() { EndStream(); }
+    ~RecordsetState();
     void Start(std::unique_ptr<RowSource> rows);
     void MoveInSource();
     void MoveInMemory();
@@ -88,7 +93,16 @@ struct RecordsetState {
     [[noreturn]] void RefuseClosed() const;
     [[noreturn]] void RefuseColumn() const;
     [[noreturn]] void RefuseRows() const;
+    int PositionOf(std::string_view name);  // raises when there is none
+
+  private:
     int IndexOf(std::string_view name);  // -1 when there is none
+};
+
+/// The way from the public objects to what is behind them.
+struct Internals {
+    static ConnectionState& Of(const _Connection& connection) { return *connection.state_; }
+    static RecordsetState& Of(const _Recordset& recordset) { return *recordset.state_; }
 };
 
 inline constexpr const char* kSource = "mersola";

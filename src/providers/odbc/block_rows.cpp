@@ -12,6 +12,7 @@ constexpr std::size_t kBlockBytes = 256 * 1024;
 constexpr std::size_t kMostRows = 1000;
 // Characters; what is declared wider, or without a width, is not worth a place in every row.
 constexpr SQLLEN kMostBounded = 8000;
+constexpr std::size_t kMostBytes = 3;  // in UTF-8, of one wide character
 
 // The value that a driver wrote at `row`.
 template <class Value>
@@ -148,6 +149,13 @@ void BlockRows::FetchLong(SQLUSMALLINT number, Column& column) {
     }
 }
 
+std::span<const SQLWCHAR> BlockRows::UnitsAt(const Column& column, std::size_t row) const {
+    const auto size = static_cast<std::size_t>(std::max<SQLLEN>(column.lengths[row], 0));
+    if (column.width > 0 && size + sizeof(SQLWCHAR) > column.width)
+        throw _com_error(E_FAIL, "A text is longer than its column says", kSource);
+    return Units(column.values.data() + row * column.width, size);
+}
+
 ado::Cell BlockRows::At(int index) const {
     const Column& column = columns_[static_cast<std::size_t>(index)];
     const SQLLEN length = column.lengths[row_];
@@ -155,14 +163,58 @@ ado::Cell BlockRows::At(int index) const {
     if (column.form == Form::Integer)
         return ado::Cell::Integer(ValueAt<std::int64_t>(column.values, row_));
     if (column.form == Form::Real) return ado::Cell::Real(ValueAt<double>(column.values, row_));
-    const char* bytes = column.values.data() + row_ * column.width;
-    const std::size_t size = static_cast<std::size_t>(std::max<SQLLEN>(length, 0));
-    if (column.form == Form::Utf8) return ado::Cell::Text({bytes, size});
-    if (column.width > 0 && size + sizeof(SQLWCHAR) > column.width)
-        throw _com_error(E_FAIL, "A text is longer than its column says", kSource);
+    if (column.form == Form::Utf8) {
+        return ado::Cell::Text({column.values.data() + row_ * column.width,
+                                static_cast<std::size_t>(std::max<SQLLEN>(length, 0))});
+    }
     column.text.clear();
-    AppendUtf8(Units(bytes, size), column.text);
+    AppendUtf8(UnitsAt(column, row_), column.text);
     return ado::Cell::Text(column.text);
+}
+
+bool BlockRows::NextBlock(ado::ColumnBlock& block) {
+    if (states_.size() == 1) return RowSource::NextBlock(block);
+    Fetch();
+    block.rows = fetched_;
+    block.columns.clear();
+    for (Column& column : columns_)
+        block.columns.push_back(Whole(column));
+    return fetched_ > 0;
+}
+
+// A bound column as it lies there, behind the last fetch.
+ado::Column BlockRows::Whole(Column& column) const {
+    ado::Column whole;
+    const auto lengths = std::span(column.lengths).first(fetched_);
+    if (std::ranges::find(lengths, SQLLEN{SQL_NULL_DATA}) != lengths.end()) {
+        column.nulls.clear();
+        for (const SQLLEN length : lengths)
+            column.nulls.push_back(length == SQL_NULL_DATA);
+        whole.nulls = column.nulls.data();
+    }
+    whole.values = column.values.data();
+    whole.stride = static_cast<std::ptrdiff_t>(column.width);
+    if (column.form == Form::Integer || column.form == Form::Real) {
+        using Is = ado::Column::Form;
+        whole.form = column.form == Form::Integer ? Is::Integers : Is::Reals;
+        return whole;
+    }
+    // Only texts of a known width are bound, and these are wide.
+    std::size_t most = 0;
+    for (std::size_t row = 0; row < fetched_; ++row)
+        most += kMostBytes * UnitsAt(column, row).size();
+    column.text.clear();
+    column.text.reserve(most);
+    column.views.clear();
+    for (std::size_t row = 0; row < fetched_; ++row) {
+        const std::size_t start = column.text.size();
+        AppendUtf8(UnitsAt(column, row), column.text);
+        column.views.push_back(std::string_view(column.text).substr(start));
+    }
+    whole.form = ado::Column::Form::Texts;
+    whole.values = column.views.data();
+    whole.stride = sizeof(std::string_view);
+    return whole;
 }
 
 }  // namespace mersola::odbc

@@ -21,6 +21,7 @@ class BlockRows : public ado::RowSource {
     const std::vector<std::string>& Columns() const override { return names_; }
     bool Next() override;
     ado::Cell At(int column) const override;
+    bool NextBlock(ado::ColumnBlock& block) override;
 
   private:
     enum class Form { Integer, Real, Utf8, Wide };
@@ -32,12 +33,17 @@ class BlockRows : public ado::RowSource {
         std::vector<char> values{};
         std::vector<SQLLEN> lengths{};
         mutable std::string text{};  // the text of the current row, where it was converted
+        // Of a whole block: what is null, and the texts.
+        std::vector<std::uint8_t> nulls{};
+        std::vector<std::string_view> views{};
     };
 
     Column Describe(SQLUSMALLINT number) const;
     void Bind();
     void Fetch();
     void FetchLong(SQLUSMALLINT number, Column& column);
+    ado::Column Whole(Column& column) const;
+    std::span<const SQLWCHAR> UnitsAt(const Column& column, std::size_t row) const;
 
     std::vector<std::string> names_;
     std::vector<Column> columns_;
