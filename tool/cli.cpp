@@ -20,6 +20,7 @@
 #include "layout/layout.h"
 #include "plot/plot.h"
 #include "record/record.h"
+#include "salvage/salvage.h"
 #include "show/show.h"
 
 namespace mersola::tool {
@@ -116,6 +117,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     AddImport(app, streams);
     int status = 0;  // of a command that did its work
     AddCheck(app, streams, status);
+    AddSalvage(app, streams, status);
     AddUpgrade(app, streams);
     AddVersion(app, streams);
     try {

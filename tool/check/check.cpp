@@ -1,5 +1,6 @@
 // mersola check: what must never be in a database.
 #include <chrono>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <thread>
@@ -7,6 +8,7 @@
 #include "basics/failure.h"
 #include "basics/times_text.h"
 #include "check.h"
+#include "damage/known_places.h"
 #include "database/format.h"
 #include "database/query.h"
 #include "database/snapshot.h"
@@ -16,6 +18,7 @@ namespace mersola::tool {
 namespace {
 
 constexpr std::chrono::seconds kOneRecorderStep{1};
+constexpr std::size_t kMostParts = 20;  // rows of which a part is lost
 
 void WarnOfEngine(const Database& database, std::ostream& err) {
     err << "mersola: warning: others have " << database.Name()
@@ -49,11 +52,41 @@ std::vector<std::string> Damages(Mersola& store) {
     return {};
 }
 
+// What of the file's tables cannot be read. The file must not be open any more.
+void TellAffected(const Database& database, Findings& findings) {
+    try {
+        Remains remains(database.File());
+        KnownPlaces places;
+        std::vector<std::string> parts;
+        remains.Read([&](const StoredTree& tree, Record& record) {
+            if (tree.table == StoredTable::MeasuredValues) return;
+            try {
+                places.Take(tree.table, RowOf(tree, record));
+                if (!IsWhole(record) && parts.size() < kMostParts)
+                    parts.push_back(LostPart(tree, record));
+            } catch (const Failure&) {
+                // Then a place has no name.
+            }
+        });
+        for (const std::string& line : remains.Faults())
+            findings.Add("file", line);
+        for (const TornTree& torn : remains.Torn())
+            findings.Add("file", TextOf(torn));
+        for (const std::string& line : parts)
+            findings.Add("file", line);
+        const auto isRead = [](const ValueKey&) { return false; };
+        for (const std::string& line : places.Lines(FindLostValues(remains, isRead)))
+            findings.Add("lost", line);
+    } catch (const Failure& failure) {
+        findings.Remark("what it concerns", failure.what());
+    }
+}
+
 void TellHowToSave(const Database& database, std::ostream& out) {
     out << "The file is damaged, and what it holds was not checked. Restore a backup, or save what "
-           "can be read:\n  sqlite3 "
+           "can be read:\n  mersola salvage "
         << ShellWord(database.File())
-        << " .dump | sed 's/^ROLLBACK; -- due to errors$/COMMIT;/' | sqlite3 saved.db\n"
+        << " saved.db\n"
            "docs/administration.md tells more, under Damaged files and Backup.\n";
 }
 
@@ -138,15 +171,17 @@ std::string Places::Report(std::int32_t groupId, std::int32_t measId, std::int32
 bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& err) {
     const Database database(argument);
     database.RequireThere();
-    Snapshot snapshot(database);  // what is recorded meanwhile stays out of view
-    Mersola& store = snapshot.Store();
+    std::optional<Snapshot> snapshot(database);  // what is recorded meanwhile stays out of view
+    Mersola& store = snapshot->Store();
     Findings findings(out);
     if (database.IsFile()) {
-        if (snapshot.WasInUse() && SqliteHasLogFault()) WarnOfEngine(database, err);
+        if (snapshot->WasInUse() && SqliteHasLogFault()) WarnOfEngine(database, err);
         for (const std::string& damage : Damages(store))
             findings.Add("file", damage);
     }
     if (findings.Count() > 0) {
+        snapshot.reset();
+        TellAffected(database, findings);
         TellHowToSave(database, out);
         Summarize(findings, 0, out);
         return false;
@@ -163,7 +198,7 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
     CheckMarkers(store, layout, places, findings);
     CheckTexts(store, layout, findings);
     const ValuesChecked checked = CheckValues(store, layout, places, findings);
-    snapshot.End();
+    snapshot->End();
     if (!checked.uncounted.empty()) {
         std::this_thread::sleep_for(kOneRecorderStep);
         CheckCounts(store, checked.uncounted, places, findings);

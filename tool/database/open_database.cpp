@@ -126,12 +126,12 @@ std::unique_ptr<Mersola> Database::Connect(Access access) const {
                       "); the file is no database of mersola, or somebody has changed it");
     if (isFile_ && IsDamage(reason))
         throw Failure(Name() + " cannot be opened (" + reason +
-                      "); the file is damaged: restore a backup, or save what is left as "
-                      "docs/administration.md tells");
+                      "); the file is damaged: restore a backup, or save what is left with: "
+                      "mersola salvage");
     if (isFile_ && reason.find("file is not a database") != reason.npos)
         throw Failure(Name() + " is no database (" + reason +
                       "); check the name; if it was one, its beginning is damaged: restore a "
-                      "backup");
+                      "backup, or save what is left with: mersola salvage");
     throw Failure(Name() + (isFile_
                                 ? " cannot be opened as a database (" + reason +
                                       "); check the name, your permissions and the free space"
@@ -190,8 +190,8 @@ bool IsDamage(std::string_view words) {
 }
 
 std::string AdviceOn(std::string_view words) {
-    return IsDamage(words) ? "the file is damaged: mersola check says what SQLite finds, and "
-                             "docs/administration.md how to save what is left"
+    return IsDamage(words) ? "the file is damaged: mersola check says what is lost, and mersola "
+                             "salvage saves what is left"
                            : "check that the database is whole and try again";
 }
 

@@ -102,21 +102,25 @@ void SetOptions(Mersola& store, const Engine& engine, std::ostream& err) {
 }
 
 // Whoever opens a file that is laid out turns it into write-ahead mode.
-void KeepLog(const Database& database) {
-    database.Connect(Access::Write);
+void KeepLog(
+    const Database& database, const std::function<void(Mersola&)>& use = [](Mersola&) {}) {
+    const auto store = database.Connect(Access::Write);
+    use(*store);
 }
 
-// A new file appears laid out or not at all. False if another program made one meanwhile.
-bool InitNewFile(const Database& database) {
+// A new file appears laid out and filled, or not at all. False if another program made one
+// meanwhile.
+bool MakeNewFile(
+    const Database& database, const std::function<void(Mersola&)>& fill = [](Mersola&) {}) {
     const FileBeside file(database.File());
     const Database beside = database.At(file.Path());
     LayOut(*beside.Connect(Access::Write), kSqlite);
-    KeepLog(beside);
+    KeepLog(beside, fill);
     return file.Place(database.File());
 }
 
 void InitFile(const Database& database) {
-    if (!IsThere(database.File()) && InitNewFile(database)) return;
+    if (!IsThere(database.File()) && MakeNewFile(database)) return;
     RequireEmpty(database);  // before another program's file is changed
     const auto requireStillEmpty = [&] { RequireEmpty(database); };
     LayOut(*database.Connect(Access::Write), kSqlite, requireStillEmpty);
@@ -132,6 +136,11 @@ void InitServer(const Database& database, std::ostream& err) {
 }
 
 }  // namespace
+
+void MakeFile(const Database& database, const std::function<void(Mersola&)>& fill) {
+    if (IsThere(database.File()) || !MakeNewFile(database, fill))
+        throw Failure(database.Name() + " exists already; choose another name");
+}
 
 void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err) {
     const Database database(argument);

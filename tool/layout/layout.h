@@ -1,11 +1,12 @@
 // mersola init, mersola upgrade and mersola version.
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 #include <optional>
 #include <string>
 
-#include "database/database_argument.h"
+#include "database/open_database.h"
 #include "options/streams.h"
 
 namespace mersola::tool {
@@ -26,6 +27,10 @@ struct UpgradeOptions {
 /// a new file beside it. Every step is a transaction of its own: what a failure leaves undone, the
 /// next run does.
 void Upgrade(const UpgradeOptions& options, std::ostream& out);
+
+/// Lays out a new SQLite file, lets `fill` write into it, and puts it in its place. Raises Failure,
+/// and what `fill` raises; there is no new file then. Something of that name is not touched.
+void MakeFile(const Database& database, const std::function<void(Mersola&)>& fill);
 
 struct VersionOptions {
     DatabaseArgument database;

@@ -1,0 +1,216 @@
+// What is saved of a file with each of its pages damaged in turn, and of a damaged log.
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <set>
+
+#include "schema/tables.h"
+#include "tool_fixture.h"
+
+namespace mersola::tool {
+namespace {
+
+constexpr std::size_t kPage = 4096;
+
+using Rows = std::multiset<std::string>;
+
+class Salvaged : public Tool {
+  protected:
+    // Two measurements with markers, long texts, and pages that hold what was deleted.
+    Salvaged() {
+        Mersola store = Connected();
+        const auto run = [&](const std::string& sql) { store.dbExecute(sql.c_str()); };
+        run("PRAGMA secure_delete=OFF");
+        const std::string time = ",'2026,11,15,10,00,01,000'";
+        store.BeginTrans();
+        run("INSERT INTO Groups VALUES (1,'Pier 4','" + std::string(9000, 'x') + "','Sound','on')");
+        for (const char* meas : {"1", "2", "3"}) {
+            const std::string id = std::string("1,") + meas;
+            run("INSERT INTO Measurements VALUES (" + id + ",'noise" + meas +
+                "','',3,1,1,20,20000,'2026,11,15,10,00,00,000','10')");
+            run("INSERT INTO Reports VALUES (" + id + ",1,'00,00,00,00,125','NOT_SET',30,0,1)");
+            run("INSERT INTO MeasValueMap VALUES (" + id + ",1," + meas + ")");
+            run("INSERT INTO MeasuredFunctions VALUES (" + id + ",1,1,1)");
+            for (int marker = 0; marker < 40; ++marker)
+                run("INSERT INTO Markers (GroupId,MeasId,Path,MarkerId,Start,Stop) VALUES (" + id +
+                    ",'" + std::string(150, 'p') + "'," + std::to_string(marker) + time + time +
+                    ")");
+            AddValues(store, meas, 0, 30);
+        }
+        store.CommitTrans();
+        run("DELETE FROM MeasuredValues WHERE MeasValueId=3 AND PeriodNo<25");
+        run("DELETE FROM Markers WHERE MeasId=3");
+    }
+
+    static void AddValues(Mersola& store, const std::string& key, int first, int end) {
+        for (int period = first; period < end; ++period) {
+            for (int band = 14; band < 34; ++band)
+                store.dbExecute(("INSERT INTO MeasuredValues VALUES (" + key + "," +
+                                 std::to_string(period) + ",1,1," + std::to_string(band) + "," +
+                                 std::to_string(period * 100 + band) + ".5,'')")
+                                    .c_str());
+        }
+    }
+
+    // The rows of all tables but the history, each with its table.
+    static Rows RowsOf(const std::string& path, const char* only = nullptr) {
+        Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=\"" + path + "\"").c_str(),
+                      5);
+        Rows rows;
+        for (const StoredTable table : kStoredTables) {
+            const std::string name = NameOf(table);
+            if (table == StoredTable::VersionHistory || (only && name != only)) continue;
+            const auto found = store.dbExecute(("SELECT * FROM " + name).c_str());
+            for (; !found->EndOfFile(); found->MoveNext()) {
+                std::string row = name;
+                for (int i = 0; i < found->FieldCount(); ++i)
+                    row += "|" + std::string(found->Fields(i).IsNull()
+                                                 ? "null"
+                                                 : found->Fields(i).Text().GetString());
+                rows.insert(row);
+            }
+        }
+        return rows;
+    }
+    static Rows ValuesOf(const std::string& path) { return RowsOf(path, "MeasuredValues"); }
+
+    // Into new_; the damaged file stays as it is, with nothing beside it.
+    Outcome Salvage(const std::string& damaged) {
+        std::filesystem::remove(new_);
+        const std::string before = Contents(damaged), log = Contents(damaged + "-wal");
+        const Outcome outcome = RunWords({"salvage", damaged, new_});
+        EXPECT_EQ(Contents(damaged), before);
+        EXPECT_EQ(Contents(damaged + "-wal"), log);
+        EXPECT_FALSE(std::filesystem::exists(damaged + "-shm"));
+        return outcome;
+    }
+    Outcome SalvageOf(const std::string& contents) {
+        std::ofstream(damaged_, std::ios::binary) << contents;
+        return Salvage(damaged_);
+    }
+
+    // Nothing false, and what the last line says of the values is so. Returns how many are lost.
+    std::size_t LostOf(const Outcome& outcome, const Rows& before) {
+        const Rows after = ValuesOf(new_);
+        EXPECT_TRUE(std::ranges::includes(before, after)) << outcome.out;
+        const std::size_t lost = before.size() - after.size();
+        EXPECT_NE(outcome.out.find(std::to_string(after.size()) + " values read, "),
+                  std::string::npos)
+            << outcome.out;
+        if (outcome.out.find("at least") == std::string::npos)
+            EXPECT_NE(outcome.out.find(" " + std::to_string(lost) + " lost, 0 rows put aside"),
+                      std::string::npos)
+                << outcome.out;
+        if (lost > 0) EXPECT_EQ(outcome.status, 1);
+        return lost;
+    }
+
+    std::string damaged_ = folder_ / "damaged.db", new_ = folder_ / "new.db";
+};
+
+TEST_F(Salvaged, HoldsAllThatACopyHoldsWhereNothingIsDamaged) {
+    const Outcome outcome = Salvage(db_);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "1300 values read, 0 lost, 0 rows put aside\n");
+    const std::string copy = folder_ / "copy.db";
+    EXPECT_EQ(RunWords({"init", copy}).status, 0);
+    EXPECT_EQ(RunWords({"copy", db_, copy}).status, 0);
+    EXPECT_EQ(RowsOf(new_), RowsOf(copy));
+    EXPECT_NE(RunWords({"version", new_}).out.find("Salvaged by mersola"), std::string::npos);
+    EXPECT_EQ(RunWords({"check", new_}).status, 0);
+}
+
+TEST_F(Salvaged, LosesNoMoreThanThePageThatIsDamaged) {
+    const std::string whole = Contents(db_);
+    const Rows before = ValuesOf(db_);
+    std::mt19937 random(1);
+    std::map<std::string, int> told;
+    std::size_t lost = 0;
+    for (std::size_t page = 0; page < whole.size() / kPage; ++page) {
+        SCOPED_TRACE("page " + std::to_string(page + 1));
+        std::string contents = whole;
+        const bool isZeroed = page % 3 == 0;
+        for (std::size_t i = page % 3 == 1 ? kPage / 2 : 0; i < kPage; ++i)
+            contents[page * kPage + i] = static_cast<char>(isZeroed ? 0 : random());
+        const Outcome outcome = SalvageOf(contents);
+        lost += LostOf(outcome, before);
+        for (const char* words :
+             {"header of the file", "schema is damaged",
+              "table MeasuredValues: ", "index PeriodsOfReport: ", "lost PeriodLen", "lost Info",
+              "markers lost", "lost: instrument 'Pier 4' (1), measurement"})
+            told[words] += outcome.out.find(words) != std::string::npos;
+        // Whatever was lost, what was saved can be read.
+        const std::string found = RunWords({"check", new_}).out;
+        for (const char* fault : {"belongs to no report", "does not list it", "is not there"})
+            EXPECT_EQ(found.find(fault), std::string::npos) << found;
+    }
+    // Every value lies on one page.
+    EXPECT_EQ(lost, before.size());
+    for (const auto& [words, times] : told)
+        EXPECT_GT(times, 0) << words;
+}
+
+TEST_F(Salvaged, HoldsWhatIsBeforeTheEndOfAFileThatWasCutOff) {
+    const std::string whole = Contents(db_);
+    const Outcome outcome = SalvageOf(whole.substr(0, whole.size() / kPage / 2 * kPage + 100));
+    const std::size_t lost = LostOf(outcome, ValuesOf(db_));
+    EXPECT_GT(lost, 0U);
+    EXPECT_LT(lost, ValuesOf(db_).size());
+    EXPECT_NE(outcome.out.find("file: the file ends after "), std::string::npos) << outcome.out;
+}
+
+TEST_F(Salvaged, HoldsTheCommitsOfTheLogUpToWhereItIsDamaged) {
+    Mersola recorder = Connected();
+    for (int period = 30; period < 60; ++period) {
+        recorder.BeginTrans();
+        AddValues(recorder, "1", period, period + 1);
+        recorder.CommitTrans();
+    }
+    for (const char* suffix : {"", "-wal"})
+        std::filesystem::copy_file(db_ + suffix, damaged_ + suffix);
+    const std::string log = Contents(damaged_ + "-wal");
+    const Rows before = ValuesOf(db_);
+
+    EXPECT_EQ(Salvage(damaged_).status, 0);
+    EXPECT_EQ(ValuesOf(new_), before);
+
+    // In the middle commits are behind it; at the end it may be one that never was.
+    for (const std::size_t at : {log.size() / 2, log.size() - 10}) {
+        std::string torn = log;
+        for (std::size_t i = 0; i < 8; ++i)
+            torn[at + i] = static_cast<char>(~torn[at + i]);
+        std::ofstream(damaged_ + "-wal", std::ios::binary) << torn;
+        const Outcome outcome = Salvage(damaged_);
+        const bool hasMore = at < log.size() - 10;
+        EXPECT_EQ(outcome.status, hasMore ? 1 : 0);
+        EXPECT_EQ(outcome.out.find("file: the log is damaged at its page ") != std::string::npos,
+                  hasMore)
+            << outcome.out;
+        const Rows after = ValuesOf(new_);
+        EXPECT_TRUE(std::ranges::includes(before, after));
+        EXPECT_GE(after.size(), hasMore ? 1400U : 1880U);
+        EXPECT_LT(after.size(), before.size());
+    }
+}
+
+TEST_F(Salvaged, RefusesWhatItCannotReadSafely) {
+    const auto refuses = [&](const std::string& damaged, const std::string& saved,
+                             const std::string& reason) {
+        const Outcome outcome = RunWords({"salvage", damaged, saved});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.err.find(reason), std::string::npos) << outcome.err;
+        EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
+    };
+    refuses(db_, db_, "exists already");
+    refuses(folder_ / "none.db", new_, "not there");
+    refuses(folder_ / "", new_, "is no file");
+    std::ofstream(damaged_) << std::string(3 * kPage, 'a');
+    refuses(damaged_, new_, "nothing of measurements");
+    std::ofstream(damaged_ + "-journal") << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+    refuses(damaged_, new_, "its journal");
+    EXPECT_FALSE(std::filesystem::exists(new_));
+}
+
+}  // namespace
+}  // namespace mersola::tool
