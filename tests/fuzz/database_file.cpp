@@ -1,33 +1,34 @@
-// A database file from somebody else: it is listed, read, checked and exported, or refused.
+// A database file from somebody else, or the log beside it: it is listed, read, checked, exported
+// and brought up to date, or refused.
+#include <iterator>
 #include <string_view>
 #include <vector>
 
 #include <mersola/mersola.h>
 
+#include "check/check.h"
+#include "csv/csv_commands.h"
+#include "layout/layout.h"
 #include "property.h"
+#include "show/show.h"
 #include "tool_runs.h"
 
 namespace mersola::fuzz {
 namespace {
 
-// The input is the file, or says which bytes of a good one to change: three for the place, and the
-// new one. A place behind the end cuts the file off instead, at a page of 512 bytes.
-std::string FileOf(std::string_view input) {
-    static const std::string good = GoodDatabase();
-    if (input.starts_with("SQLite format 3")) return std::string(input);
-    std::string file = good;
+// Changes bytes: three say where, and one what it becomes. A place behind the end cuts off
+// instead, at a page of 512 bytes.
+void Change(std::string& bytes, std::string_view changes) {
     const auto byte = [&](std::size_t i) {
-        return static_cast<std::size_t>(static_cast<unsigned char>(input[i]));
+        return static_cast<std::size_t>(static_cast<unsigned char>(changes[i]));
     };
-    for (; input.size() >= 4; input.remove_prefix(4)) {
+    for (; changes.size() >= 4 && !bytes.empty(); changes.remove_prefix(4)) {
         const std::size_t at = byte(0) | byte(1) << 8 | byte(2) << 16;
-        if (at < file.size())
-            file[at] = input[3];
+        if (at < bytes.size())
+            bytes[at] = changes[3];
         else
-            file.resize(at % (file.size() / 512 + 1) * 512);
-        if (file.empty()) break;
+            bytes.resize(at % (bytes.size() / 512 + 1) * 512);
     }
-    return file;
 }
 
 // As a program reads that was linked with the library.
@@ -78,6 +79,13 @@ void ReadAll(Mersola& store) {
     }
 }
 
+void Export(const tool::DatabaseArgument& file, bool isWide, std::ostream& out) {
+    tool::ExportOptions options;
+    options.database = file;
+    options.isWide = isWide;
+    tool::Export(options, out);
+}
+
 void Read(const std::string& path) {
     const auto before = SetMessageBoxHandler([](const char*, unsigned) {});
     try {
@@ -89,20 +97,62 @@ void Read(const std::string& path) {
     SetMessageBoxHandler(before);
 }
 
+using Command = void (*)(const tool::DatabaseArgument& file, std::ostream& out);
+
+// What somebody does with the file. One for each input: a database takes long to be opened.
+constexpr Command kCommands[] = {
+    [](const tool::DatabaseArgument& file, std::ostream&) { Read(file.text); },
+    [](const tool::DatabaseArgument& file, std::ostream& out) { tool::List(file, false, out); },
+    [](const tool::DatabaseArgument& file, std::ostream& out) {
+        tool::ValuesOptions options;
+        options.instrument = options.measurement = "1";
+        options.allFunctions = true;
+        options.database = file;
+        tool::Values(options, out);
+    },
+    [](const tool::DatabaseArgument& file, std::ostream& out) {
+        tool::MarkersOptions options;
+        options.instrument = options.measurement = "1";
+        options.database = file;
+        tool::ShowMarkers(options, out);
+    },
+    [](const tool::DatabaseArgument& file, std::ostream& out) {
+        tool::GapsOptions options;
+        options.instrument = "1";
+        options.database = file;
+        tool::Gaps(options, out);
+    },
+    [](const tool::DatabaseArgument& file, std::ostream& out) { Export(file, false, out); },
+    [](const tool::DatabaseArgument& file, std::ostream& out) { Export(file, true, out); },
+    [](const tool::DatabaseArgument& file, std::ostream& out) { tool::Check(file, out, out); },
+    [](const tool::DatabaseArgument& file, std::ostream& out) {
+        tool::UpgradeOptions options;
+        options.database = file;
+        options.hasBackup = false;
+        tool::Upgrade(options, out);
+    },
+};
+
 void Check(std::string_view input) {
     static const ScratchFile file("input.db");
-    file.Write(FileOf(input));
-    Read(file.Path());
-    Run("list", {file.Path()});
-    for (const char* measurement : {"1", "2"}) {
-        const std::vector<std::string> which{file.Path(), "--instrument", "1", "--measurement",
-                                             measurement};
-        Run("values", which);
-        Run("markers", which);
-    }
-    Run("gaps", {file.Path(), "--instrument", "1"});
-    Run("export", {file.Path()});
-    Run("check", {file.Path()});
+    static const std::string good = GoodDatabase();
+    static const FileAndLog logged = GoodDatabaseWithLog();
+    if (input.empty()) return;
+    // The first byte says what the others change, and what is done then. They may be the file, too.
+    const auto choice = static_cast<unsigned char>(input[0]);
+    input.remove_prefix(1);
+    const bool isLog = (choice & 1) != 0;
+    std::string changed = isLog ? logged.log : good;
+    if (input.starts_with("SQLite format 3"))
+        changed = input;
+    else
+        Change(changed, input);
+    if (isLog && (choice & 2) != 0) Seal(changed);
+    file.Write(isLog ? logged.file : changed, isLog ? changed : "");
+    const Outcome outcome = Run([&](std::ostream& out) {
+        kCommands[choice / 4 % std::size(kCommands)](file.Database(), out);
+    });
+    Require(outcome.status == 0 || !input.empty(), "a good file is read", outcome.out);
 }
 
 }  // namespace

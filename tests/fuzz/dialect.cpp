@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "dialect/translator.h"
+#include "odbc/shape.h"
 #include "property.h"
 
 namespace mersola::fuzz {
@@ -87,6 +88,16 @@ bool IsPossible(const std::string& translated) {
     return translated.find("\npossible") != translated.npos;
 }
 
+// A server gets the shape of a statement. The engine takes a parameter wherever it takes the value.
+void CheckShape(const std::string& sql) {
+    const odbc::Shape shape(sql);
+    const Prepared before = Prepare(sql), after = Prepare(shape.Text());
+    Require(!before.isPossible || after.isPossible, "a shape makes nothing impossible",
+            shape.Text());
+    Require(!after.isPossible || after.parameters == static_cast<int>(shape.Values().size()),
+            "a shape has as many parameters as values", shape.Text());
+}
+
 void Check(std::string_view sql) {
     static Translator experienced;  // which remembers what it met before
     Translator fresh;
@@ -99,6 +110,7 @@ void Check(std::string_view sql) {
     Require(lifted.empty() == inPlace.empty(), "both modes refuse the same", sql);
     Require(IsPossible(lifted) || !IsPossible(inPlace), "lifting makes nothing impossible",
             lifted + '\n' + inPlace);
+    if (!inPlace.empty()) CheckShape(std::string(fresh.Translate(sql, Literals::InPlace).text));
 }
 
 }  // namespace

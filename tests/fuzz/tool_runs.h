@@ -2,9 +2,11 @@
 // folder.
 #pragma once
 
+#include <functional>
+#include <iosfwd>
 #include <string>
-#include <vector>
 
+#include "database/database_argument.h"
 #include "support/temporary_folder.h"
 
 namespace mersola::fuzz {
@@ -14,12 +16,19 @@ struct Outcome {
     std::string out;
 };
 
-/// Requires of the command what each one promises: 0 or 1, and one line for a failure, which is
-/// none that nobody expected.
-Outcome Run(const std::string& command, const std::vector<std::string>& words);
+/// Requires of the command that it fails as commands do, with words that somebody chose. Parsing a
+/// command line would take longer than what it asks for.
+Outcome Run(const std::function<void(std::ostream& out)>& command);
 
 /// The bytes of a database that has rows in all its tables.
 std::string GoodDatabase();
+/// The same, some of them in the log alone.
+struct FileAndLog {
+    std::string file, log;
+};
+FileAndLog GoodDatabaseWithLog();
+/// Makes the sums fit what a log holds, so that SQLite takes it for true.
+void Seal(std::string& log);
 /// The bytes of one that was laid out, and no more.
 std::string EmptyDatabase();
 
@@ -29,8 +38,14 @@ class ScratchFile {
     explicit ScratchFile(const std::string& name);
 
     const std::string& Path() const { return path_; }
+    /// The file as a database.
+    tool::DatabaseArgument Database() const {
+        tool::DatabaseArgument database;
+        database.text = path_;
+        return database;
+    }
     /// What SQLite keeps beside the file goes.
-    void Write(const std::string& bytes) const;
+    void Write(const std::string& bytes, const std::string& log = "") const;
 
   private:
     std::string path_;

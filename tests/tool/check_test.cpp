@@ -193,10 +193,11 @@ TEST_F(Checked, SaysWhichValuesADamagedPageHeldAndHowToSaveTheRest) {
 }
 
 TEST_F(Checked, LetsARecorderCountAPeriodThatItHasJustStored) {
-    Execute("UPDATE Reports SET noOfPeriods=487");
-    std::thread recorder([this] {
+    Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + db_).c_str(), 5);
+    store.dbExecute("UPDATE Reports SET noOfPeriods=487");
+    std::thread recorder([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        Execute("UPDATE Reports SET noOfPeriods=488");
+        store.dbExecute("UPDATE Reports SET noOfPeriods=488");
     });
     const Outcome outcome = RunWords({"check", db_});
     recorder.join();
