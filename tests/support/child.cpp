@@ -37,6 +37,12 @@ void Child::Kill(int signal) const {
     kill(process_, signal);
 }
 
+bool Child::HasEnded() const {
+    siginfo_t ended{};
+    return waitid(P_PID, static_cast<id_t>(process_), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           ended.si_pid != 0;
+}
+
 int Child::Wait() {
     char buffer[4096];
     for (ssize_t count = 0; (count = read(pipe_, buffer, sizeof buffer)) > 0;) {

@@ -23,6 +23,9 @@ class Child {
 
     /// Sends the process a signal. SIGKILL ends it at once.
     void Kill(int signal = SIGKILL) const;
+    /// Whether the process is over. Wait does not wait then.
+    bool HasEnded() const;
+    pid_t Id() const { return process_; }
     /// Waits for the end of the process, and returns its exit status, or 128 + the signal when it
     /// was killed.
     int Wait();
