@@ -201,7 +201,7 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
     snapshot->End();
     if (!checked.uncounted.empty()) {
         // Nobody else has the file: nobody is about to count.
-        if (!database.IsFile() || snapshot.WasInUse())
+        if (!database.IsFile() || snapshot->WasInUse())
             std::this_thread::sleep_for(kOneRecorderStep);
         CheckCounts(store, checked.uncounted, places, findings);
     }
