@@ -62,7 +62,7 @@ install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR
 install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev development)
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev COMPONENT development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev COMPONENT development
-        FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
+        FILES_MATCHING PATTERN *.md PATTERN *.py PATTERN *.svg PATTERN *.png)
 if(MERSOLA_BUILD_TOOL)
     install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/mersola tool)
 endif()
