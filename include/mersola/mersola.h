@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include <mersola/constants.h>
 #include <mersola/crypter.h>
+#include <mersola/deletion.h>
 #include <mersola/engine.h>
 #include <mersola/list_text.h>
 #include <mersola/platform/ado.h>
@@ -18,6 +20,10 @@
 #include <mersola/platform/text.h>
 #include <mersola/records.h>
 #include <mersola/times.h>
+
+namespace mersola {
+class Deletion;
+}
 
 /// Stores and reads the data of monitoring instruments in one database.
 ///
@@ -235,9 +241,11 @@ class MERSOLA_EXPORT Mersola {
     int GetStoredPeriods(long& first, long& last);
 
     /// Find the first stored period; it is -1, with result 0, when there is none. The first two
-    /// forms compute it from the values and remember it until they are asked for another key. The
-    /// last form reads the lower bound that is kept with the report, if one is; it does not use
-    /// `extra`. They are not for the continuous view.
+    /// forms compute it from the values and remember it until they are asked for another key, or
+    /// until the object sees that the values there have gone: when it deletes, selects the report
+    /// anew, reads its lower bound, or reads that period and finds nothing. The last form reads the
+    /// lower bound that is kept with the report, if one is; it does not use `extra`. They are not
+    /// for the continuous view.
     int GetFirstPeriod(long& first);
     int GetFirstPeriod(long& first, long measValueId, const _ConnectionPtr& connection);
     int GetFirstPeriod(long& first, long groupId, long measId, long reportId, long extra,
@@ -431,11 +439,66 @@ class MERSOLA_EXPORT Mersola {
     /// The result is 0 outside the view.
     int GetContinuousMeasurements(CArray<MeasurementInfo, MeasurementInfo&>& out);
 
-    /// Loads the chain anew when it has gained or lost measurements. The selected report type stays
-    /// selected if the chain still has it. When the chain cannot be read as one any more, the
-    /// object returns to the normal view with no measurement selected, and the result is true all
-    /// the same. Raises _com_error.
+    /// Loads the chain anew when it has gained or lost measurements, or both. The selected report
+    /// type stays selected if the chain still has it. When the chain cannot be read as one any
+    /// more, the object returns to the normal view with no measurement selected, and the result is
+    /// true all the same. Raises _com_error.
     bool refreshContinuousData();
+
+    // ---- Deletion ------------------------------------------------------------------------------
+    //
+    // Rules for all of these operations:
+    // - They work in short transactions, with pauses, beside recorders and readers. Inside a
+    //   transaction of the caller's they are refused.
+    // - The result is 1 when all is deleted that was asked for, also when there was nothing left.
+    //   It is 0 when the deletion was stopped or refused, or a statement failed. What was deleted
+    //   by then stays so, and calling the operation again goes on. It is the same after a kill:
+    //   what is left always has its owner, down to the instrument.
+    // - What they do, and which recording files they leave, goes to the log file.
+    // - A SQLite file gives the freed room back to the system, unless it was made without that;
+    //   `mersola upgrade` changes such a file.
+    // - Readers find missing values, and never a failure. What an object has selected or remembers
+    //   stays; an identifier or key that was deleted may be given to something else later.
+
+    /// Deletes an instrument with its measurements, and all that belongs to them. No recorder may
+    /// work on it: what that writes afterwards has no owner. An identifier below 0 is refused.
+    int deleteInstrument(const _ConnectionPtr& connection, long groupId,
+                         const mersola::DeletionOptions& options = {});
+
+    /// Deletes one measurement of an instrument in the same way.
+    int deleteMeasurement(const _ConnectionPtr& connection, long groupId, long measId,
+                          const mersola::DeletionOptions& options = {});
+
+    /// Delete what is older than `before`, a local time, from all instruments or from one. A
+    /// measurement whose last period has ended by then goes whole. Of one that reaches past it, the
+    /// values of the periods that have ended by then go, and so do the markers that have; open
+    /// markers stay. `MinPeriod` of its reports rises with each piece. `noOfPeriods` and `StartAt`
+    /// stay, so that all periods keep their numbers.
+    ///
+    /// A measurement that is being recorded never goes whole. It counts as such while its last
+    /// period, or its start, is less than an hour or less than two of its periods behind the clock.
+    /// The period that its recorder is at stays as well, also when `before` lies in the future.
+    ///
+    /// A measurement stays as it is where its start cannot be read, and so does a report where the
+    /// length of its periods cannot. An invalid time and an instrument below 0 are refused.
+    int deleteOldMeasurements(const _ConnectionPtr& connection, const CTimeEx& before,
+                              const mersola::DeletionOptions& options = {});
+    int deleteOldMeasurements(const _ConnectionPtr& connection, long groupId, const CTimeEx& before,
+                              const mersola::DeletionOptions& options = {});
+
+    /// Lists from which measurements deleteOldMeasurements would delete now, in the order of their
+    /// starts, and changes nothing. A groupId of -1 means all instruments. `out` is emptied first.
+    int GetOldMeasurements(const _ConnectionPtr& connection, long groupId, const CTimeEx& before,
+                           CArray<mersola::OldMeasurement, mersola::OldMeasurement&>& out);
+
+    /// Deletes the values of a measurement in the periods that begin from `from` on and before
+    /// `to`, of one channel and function or, where these are -1, of every one. The measurement, its
+    /// reports, functions and markers stay, and so does `MinPeriod`. It is the way to take back
+    /// what was recorded or imported wrongly. An invalid time is refused, and so is a measurement
+    /// whose times cannot be read.
+    int deleteValues(const _ConnectionPtr& connection, long groupId, long measId,
+                     const CTimeEx& from, const CTimeEx& to, long channel, long funcId,
+                     const mersola::DeletionOptions& options = {});
 
     // ---- Version history -----------------------------------------------------------------------
 
@@ -587,6 +650,13 @@ class MERSOLA_EXPORT Mersola {
     bool tryMeasMap(const _ConnectionPtr& connection, int reportId, std::int32_t& measValueId);
     bool updateReport(const _ConnectionPtr& connection, const CString& update);
     CTimeEx recordedPeriodStart(long period) const;
+
+    // Steps of the deletions.
+    int runDeletion(const _ConnectionPtr& connection, const mersola::DeletionOptions& options,
+                    const CString& what, const std::function<void(mersola::Deletion&)>& work);
+    void noticeLowestPeriod(std::int32_t measValueId, std::int32_t lowest) {
+        if (measValueId == m_firstPrdMeasValueId && lowest > m_firstPrd) m_firstPrdValid = false;
+    }
 
     // Steps of the reading operations.
     struct Stretch;  // periods of one report
