@@ -3,6 +3,9 @@
 set(MERSOLA_SCHEMA_FILES
     groups measurements reports meas_value_map measured_functions measured_values measured_values_index
     markers markers_index func_name_map frq_name_map version_history)
+# Where the engine has a folder packed, these stand for measured_values and its index there.
+set(MERSOLA_SCHEMA_PACKED
+    packed/value_blocks packed/value_data packed/pending_values packed/measured_values)
 set(MERSOLA_SCHEMA_OPTIONS  # those that the engine has
     options/measured_values_locks options/markers_locks options/reports_locks
     options/measured_values_compression)
@@ -31,7 +34,12 @@ function(mersola_embed_schema output)
         endforeach()
         mersola_schema_texts(${engine} "${MERSOLA_SCHEMA_FILES}" statements)
         mersola_schema_texts(${engine} "${engine_options}" options)
-        string(APPEND layouts "{\"${engine}\", {\n${statements}}, {\n${options}}},\n")
+        set(packed "")
+        if(EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/packed")
+            string(REPLACE "measured_values;measured_values_index" "${MERSOLA_SCHEMA_PACKED}" files "${MERSOLA_SCHEMA_FILES}")
+            mersola_schema_texts(${engine} "${files}" packed)
+        endif()
+        string(APPEND layouts "{\"${engine}\", {\n${statements}}, {\n${packed}}, {\n${options}}},\n")
     endforeach()
     file(CONFIGURE OUTPUT "${output}" @ONLY CONTENT
 "// Made from the files in schema/.
@@ -43,29 +51,33 @@ function(mersola_embed_schema output)
 namespace mersola {
 namespace {
 
-struct Layout {
-    std::string_view folder;
-    std::vector<std::string_view> statements, options;
+struct Folder {
+    std::string_view name;
+    std::vector<std::string_view> statements, packed, options;
 };
 
-const Layout kLayouts[]{
+const Folder kFolders[]{
 @layouts@};
 
-const Layout& LayoutOf(const Engine& engine) {
-    for (const Layout& layout : kLayouts) {
-        if (layout.folder == engine.layout) return layout;
+const Folder& FolderOf(const Engine& engine) {
+    for (const Folder& folder : kFolders) {
+        if (folder.name == engine.layout) return folder;
     }
     throw std::logic_error(\"schema/ has no folder for \" + std::string(engine.name));
 }
 
 }  // namespace
 
-const std::vector<std::string_view>& SchemaStatements(const Engine& engine) {
-    return LayoutOf(engine).statements;
+const std::vector<std::string_view>& SchemaStatements(const Engine& engine, Layout layout) {
+    const Folder& folder = FolderOf(engine);
+    if (layout == Layout::Rows) return folder.statements;
+    if (folder.packed.empty())
+        throw std::logic_error(std::string(engine.name) + \" has no packed layout\");
+    return folder.packed;
 }
 
 const std::vector<std::string_view>& SchemaOptions(const Engine& engine) {
-    return LayoutOf(engine).options;
+    return FolderOf(engine).options;
 }
 
 }  // namespace mersola

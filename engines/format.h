@@ -16,8 +16,9 @@ inline constexpr std::int32_t kApplicationId = 0x6D657273;
 
 /// Formats are counted from 1 on. A database has the least one that says how to read it, so that
 /// older versions read all that they can.
-inline constexpr int kRowsFormat = 1;  ///< values are rows of MeasuredValues
-inline constexpr int kNewestFormat = kRowsFormat;
+inline constexpr int kRowsFormat = 1;    ///< values are rows of MeasuredValues
+inline constexpr int kPackedFormat = 2;  ///< values lie in blocks of periods
+inline constexpr int kNewestFormat = kPackedFormat;
 
 /// In the order of StoredTable.
 inline constexpr std::array kTableNames{

@@ -212,8 +212,14 @@ TEST_P(Reading, FillsABlockOfMoreRowsThanARecordsetHolds) {
 TEST_P(Reading, FailsOnNumbersBeyond32BitsAndWrapsNone) {
     if (database.EngineOf().columns.integerBits == 32)
         GTEST_SKIP() << "its columns hold no such number";
-    database.Run({"UPDATE Reports SET noOfPeriods=4294967297 WHERE ReportId=1",
-                  "INSERT INTO MeasuredValues VALUES (7,8589934592,1,5,20,1,'')"});
+    database.Run({"UPDATE Reports SET noOfPeriods=4294967297 WHERE ReportId=1"});
+    const std::vector<std::string> beyond{
+        "INSERT INTO MeasuredValues VALUES (7,8589934592,1,5,20,1,'')"};
+    if (GetParam() == "SQLitePacked") {
+        EXPECT_THROW(database.Run(beyond), _com_error) << "blocks hold 32 bits";
+    } else {
+        database.Run(beyond);
+    }
     store.SetInstrument(1);
     store.SetMeasurement(1);
     EXPECT_EQ(store.SetReport(1), 0);

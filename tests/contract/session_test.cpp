@@ -209,7 +209,7 @@ TEST_P(FileTest, LosesNothingWhenTheDatabaseIsFull) {
               std::to_string(500 * (periods + 1)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, FileTest, testing::Values("SQLite"),
+INSTANTIATE_TEST_SUITE_P(Engines, FileTest, testing::Values("SQLite", "SQLitePacked"),
                          [](const auto& test) { return test.param; });
 
 // A transaction of SQLite's keeps all other writers out.
@@ -238,7 +238,7 @@ TEST_P(LockTest, FailsCleanlyOnALockedDatabaseAndRecovers) {
     EXPECT_EQ(Values(store, 0, 2), (std::vector<float>{1, 5}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, LockTest, testing::Values("SQLite", "ODBC"),
+INSTANTIATE_TEST_SUITE_P(Engines, LockTest, testing::Values("SQLite", "SQLitePacked", "ODBC"),
                          [](const auto& test) { return test.param; });
 
 TEST(DiagnosticsLog, WritesOneLineForEachMessage) {

@@ -22,12 +22,19 @@ struct Target {
     const char* driver;       // of ODBC, for a file; null for the library's own provider
     const char* numberedKey;  // a column's type
     bool speaksTds = false;   // reaches its file through a server
+    Layout layout = Layout::Rows;
 };
 
 namespace {
 
 constexpr Target kTargets[]{
     {"SQLite", kSqlite, nullptr, nullptr, "INTEGER PRIMARY KEY"},
+    {.name = "SQLitePacked",
+     .engine = kSqlite,
+     .variable = nullptr,
+     .driver = nullptr,
+     .numberedKey = "INTEGER PRIMARY KEY",
+     .layout = Layout::Packed},
     {"ODBC", kSqlite, nullptr, "SQLite3", "INTEGER PRIMARY KEY"},
     {"FreeTDS", kSqlServer, nullptr, "FreeTDS", "int IDENTITY NOT NULL PRIMARY KEY", true},
     {"SQLServer", kSqlServer, "MERSOLA_TEST_SQLSERVER", nullptr,
@@ -80,7 +87,7 @@ double Database::AsRead(double value) const {
 }
 
 void Database::LayOut() const {
-    const auto& layout = SchemaStatements(EngineOf());
+    const auto& layout = SchemaStatements(EngineOf(), target_->layout);
     std::vector<std::string> statements(layout.begin(), layout.end());
     const bool served = IsServer() || server_;
     if (!served) statements.insert(statements.begin(), "PRAGMA journal_mode=WAL");
@@ -94,7 +101,7 @@ void Database::NumberRows() const {
     for (const auto& [table, column] :
          {std::pair("Markers", " MarkerKey"), std::pair("VersionHistory", " VersionKey")}) {
         const std::string head = std::string("CREATE TABLE ") + table + " (";
-        for (const auto statement : SchemaStatements(EngineOf())) {
+        for (const auto statement : SchemaStatements(EngineOf(), target_->layout)) {
             std::string numbered(statement);
             const auto at = numbered.find(head);
             if (at == numbered.npos) continue;

@@ -17,6 +17,7 @@ struct Target;
 
 /// A laid-out database of one engine, reached in one way.
 ///   SQLite     a file of its own, through the library's own provider
+///   SQLitePacked  the same in the layout of blocks
 ///   ODBC       such a file through SQLite's ODBC driver
 ///   FreeTDS    such a file through FreeTDS's driver and a server of our own that speaks TDS: what
 ///              the driver does is as on SQL Server, and what the server does is nearly so

@@ -10,6 +10,7 @@
 #include "errors.h"
 #include "form/form.h"
 #include "log_guard.h"
+#include "packed/module.h"
 #include "session.h"
 
 namespace mersola::sqlite {
@@ -96,6 +97,7 @@ class Provider : public ado::Provider {
         const int patience = Milliseconds(request.commandTimeout);
         sqlite3_busy_timeout(db.get(), patience);  // until the session has its own
         Harden(db.get());
+        Check(db.get(), packed::RegisterModule(db.get()));
         Run(db.get(), "PRAGMA synchronous=" + std::string(synchronous));
         sqlite3* const handle = db.get();
         auto session =

@@ -1,0 +1,21 @@
+// The virtual table mersola_values, as which MeasuredValues of a packed database is read and
+// written.
+#pragma once
+
+#include "api.h"
+
+namespace mersola::packed {
+
+class Store;
+
+inline constexpr const char* kModule = "mersola_values";
+
+/// Makes the module known on a connection. Returns SQLite's result code.
+int RegisterModule(sqlite3* db);
+
+/// The store behind MeasuredValues of a connection's main database. Null while no statement has
+/// named that table yet, and where it is a table of rows. The store goes with the connection, and
+/// whenever SQLite reads the schema anew, so that it is to be asked for before each use.
+Store* StoreOf(sqlite3* db);
+
+}  // namespace mersola::packed

@@ -1,0 +1,128 @@
+// The texts of the statements. @ stands for the database's name.
+#include "statements.h"
+
+#include <utility>
+
+namespace mersola::packed {
+namespace {
+
+constexpr std::array<const char*, static_cast<std::size_t>(Sql::Count)> kTexts{
+    "SELECT Data FROM @.PendingValues WHERE MeasValueId=?1 AND PeriodNo=?2",
+    "SELECT PeriodNo, Data FROM @.PendingValues WHERE MeasValueId=?1 AND PeriodNo BETWEEN ?2 AND "
+    "?3 ORDER BY PeriodNo",
+    "INSERT OR REPLACE INTO @.PendingValues (MeasValueId, PeriodNo, Data) VALUES (?1, ?2, ?3)",
+    "DELETE FROM @.PendingValues WHERE MeasValueId=?1 AND PeriodNo BETWEEN ?2 AND ?3",
+    "SELECT PeriodNo FROM @.PendingValues WHERE MeasValueId=?1 AND PeriodNo>=?2 ORDER BY PeriodNo "
+    "LIMIT 1",
+    "SELECT PeriodNo FROM @.PendingValues WHERE MeasValueId=?1 AND PeriodNo<=?2 ORDER BY PeriodNo "
+    "DESC LIMIT 1",
+    "SELECT count(*) FROM @.PendingValues WHERE MeasValueId=?1",
+    "SELECT PeriodNo>>7 FROM @.PendingValues WHERE MeasValueId=?1 GROUP BY 1 ORDER BY count(*) "
+    "DESC LIMIT 1",
+    "SELECT MeasValueId FROM @.PendingValues WHERE MeasValueId>=?1 ORDER BY MeasValueId LIMIT 1",
+    "SELECT FirstPeriod, LastPeriod, DataId FROM @.ValueBlocks WHERE MeasValueId=?1 AND Channel=?2 "
+    "AND FuncId=?3 AND FirstPeriod BETWEEN ?4 AND ?5",
+    "SELECT FirstPeriod, LastPeriod, Data FROM @.ValueBlocks b LEFT JOIN @.ValueData d ON "
+    "d.DataId=b.DataId WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND FirstPeriod BETWEEN "
+    "?4 AND ?5 ORDER BY FirstPeriod",
+    "SELECT FirstPeriod FROM @.ValueBlocks WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND "
+    "FirstPeriod>=?4 ORDER BY FirstPeriod LIMIT 1",
+    "SELECT FirstPeriod, LastPeriod FROM @.ValueBlocks WHERE MeasValueId=?1 AND Channel=?2 AND "
+    "FuncId=?3 AND FirstPeriod<=?4 ORDER BY FirstPeriod DESC LIMIT 1",
+    "SELECT Channel, FuncId FROM @.ValueBlocks WHERE MeasValueId=?1 AND (Channel, FuncId)>(?2, ?3) "
+    "ORDER BY Channel, FuncId LIMIT 1",
+    "SELECT MeasValueId FROM @.ValueBlocks WHERE MeasValueId>=?1 ORDER BY MeasValueId LIMIT 1",
+    "INSERT INTO @.ValueBlocks (MeasValueId, Channel, FuncId, FirstPeriod, LastPeriod, DataId, "
+    "Summary) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
+    "DELETE FROM @.ValueBlocks WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND FirstPeriod "
+    "BETWEEN ?4 AND ?5",
+    "SELECT Data FROM @.ValueData WHERE DataId=?1",
+    "INSERT INTO @.ValueData (Data) VALUES (?1)",
+    "UPDATE @.ValueData SET Data=?2 WHERE DataId=?1",
+    "DELETE FROM @.ValueData WHERE DataId=?1",
+    "DELETE FROM @.ValueData WHERE DataId IN (SELECT DataId FROM @.ValueBlocks WHERE "
+    "MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND FirstPeriod BETWEEN ?4 AND ?5)",
+    "SELECT 1 FROM @.sqlite_schema",
+};
+
+std::string WithSchema(std::string_view text, const std::string& schema) {
+    std::string name = "\"";
+    for (const char c : schema)
+        name += c == '"' ? "\"\"" : std::string(1, c);
+    name += '"';
+    std::string filled;
+    for (const char c : text) {
+        if (c == '@') {
+            filled += name;
+        } else {
+            filled += c;
+        }
+    }
+    return filled;
+}
+
+}  // namespace
+
+bool Statement::Step() {
+    const int code = sqlite3_step(statement_);
+    if (code == SQLITE_ROW) return true;
+    if (code == SQLITE_DONE) return false;
+    sqlite3* db = sqlite3_db_handle(statement_);
+    const Failure failure(sqlite3_extended_errcode(db), sqlite3_errmsg(db));
+    Reset();
+    throw failure;
+}
+
+std::span<const std::byte> Statement::Blob(int column) {
+    const void* bytes = sqlite3_column_blob(statement_, column);
+    return {static_cast<const std::byte*>(bytes),
+            static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+Statements::Lease Statements::Take(Sql which) {
+    auto& idle = idle_[static_cast<std::size_t>(which)];
+    if (!idle.empty()) {
+        Lease lease(shared_from_this(), which, std::move(idle.back()));
+        idle.pop_back();
+        return lease;
+    }
+    const std::string text = WithSchema(kTexts[static_cast<std::size_t>(which)], schema_);
+    sqlite3_stmt* prepared = nullptr;
+    const int code =
+        sqlite3_prepare_v3(db_, text.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+    if (code != SQLITE_OK) throw Failure(sqlite3_extended_errcode(db_), sqlite3_errmsg(db_));
+    return {shared_from_this(), which, std::make_unique<Statement>(prepared)};
+}
+
+Statements::Lease& Statements::Lease::operator=(Lease&& other) noexcept {
+    Return();
+    owner_ = std::move(other.owner_);
+    which_ = other.which_;
+    statement_ = std::move(other.statement_);
+    return *this;
+}
+
+void Statements::Lease::Return() {
+    if (!statement_) return;
+    statement_->Reset();
+    owner_->idle_[static_cast<std::size_t>(which_)].push_back(std::move(statement_));
+    owner_.reset();
+}
+
+void RaiseDamage(const Series& series, std::int32_t block, const char* why) {
+    const std::int64_t first = std::int64_t{block} * kBlockPeriods;
+    throw Failure(SQLITE_CORRUPT_VTAB,
+                  "the values of MeasValueId " + std::to_string(series.measValueId) + ", channel " +
+                      std::to_string(series.channel) + ", function " +
+                      std::to_string(series.funcId) + ", periods " + std::to_string(first) +
+                      " to " + std::to_string(first + kBlockPeriods - 1) +
+                      " cannot be read: " + why);
+}
+
+void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why) {
+    throw Failure(SQLITE_CORRUPT_VTAB, "the values of MeasValueId " + std::to_string(measValueId) +
+                                           ", period " + std::to_string(period) +
+                                           " cannot be read: " + why);
+}
+
+}  // namespace mersola::packed

@@ -1,0 +1,143 @@
+// The statements on the tables of a packed database, prepared once and lent to whoever needs them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "api.h"
+#include "block.h"
+
+namespace mersola::packed {
+
+/// Why something failed: SQLite's (extended) result code, and words.
+struct Failure : std::runtime_error {
+    Failure(int failed, const std::string& words) : std::runtime_error(words), code(failed) {}
+    int code;
+};
+
+enum class Sql {
+    PendingRow,
+    PendingRows,
+    PutPending,
+    DropPending,
+    OldestPending,
+    NewestPending,
+    CountPending,
+    FullestBlock,
+    NextPendingReport,
+    SealedRow,
+    SealedRows,
+    FirstSealed,
+    LastSealed,
+    NextSeries,
+    NextSealedReport,
+    PutBlock,
+    DropBlock,
+    BlockData,
+    AddData,
+    SetData,
+    DropData,
+    DropBlockData,
+    Pin,
+    Count
+};
+
+/// A prepared statement, used from Bind to Reset.
+class Statement {
+  public:
+    explicit Statement(sqlite3_stmt* statement) : statement_(statement) {}
+    ~Statement() { sqlite3_finalize(statement_); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    template <class... Values>
+    void Bind(const Values&... values) {
+        int index = 0;
+        (BindOne(++index, values), ...);
+    }
+    /// Whether there is a row. Raises what SQLite says.
+    bool Step();
+    void Run() {
+        Step();
+        Reset();
+    }
+    void Reset() { sqlite3_reset(statement_); }
+
+    bool IsNull(int column) { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
+    std::int64_t Integer(int column) { return sqlite3_column_int64(statement_, column); }
+    std::int32_t Int32(int column) { return static_cast<std::int32_t>(Integer(column)); }
+    std::span<const std::byte> Blob(int column);
+
+  private:
+    void BindOne(int index, std::int64_t value) { sqlite3_bind_int64(statement_, index, value); }
+    /// Not copied: it must stay until the statement is reset.
+    void BindOne(int index, const std::string& bytes) {
+        sqlite3_bind_blob64(statement_, index, bytes.data(), bytes.size(), SQLITE_STATIC);
+    }
+
+    sqlite3_stmt* statement_;
+};
+
+/// Prepares each statement once and again for each further user at the same time.
+class Statements : public std::enable_shared_from_this<Statements> {
+  public:
+    /// `schema` names the attached database.
+    Statements(sqlite3* db, std::string schema) : db_(db), schema_(std::move(schema)) {}
+    Statements(const Statements&) = delete;
+    Statements& operator=(const Statements&) = delete;
+
+    class Lease {
+      public:
+        Lease() = default;
+        Lease(Lease&&) = default;
+        Lease& operator=(Lease&& other) noexcept;
+        ~Lease() { Return(); }
+
+        explicit operator bool() const { return statement_ != nullptr; }
+        Statement* operator->() const { return statement_.get(); }
+
+      private:
+        friend class Statements;
+        Lease(std::shared_ptr<Statements> owner, Sql which, std::unique_ptr<Statement> statement)
+            : owner_(std::move(owner)), which_(which), statement_(std::move(statement)) {}
+        void Return();
+
+        std::shared_ptr<Statements> owner_;
+        Sql which_ = Sql::Count;
+        std::unique_ptr<Statement> statement_;
+    };
+
+    Lease Take(Sql which);
+    template <class... Values>
+    Lease Take(Sql which, const Values&... values) {
+        Lease lease = Take(which);
+        lease->Bind(values...);
+        return lease;
+    }
+    template <class... Values>
+    void Run(Sql which, const Values&... values) {
+        Take(which, values...)->Run();
+    }
+
+    sqlite3* Db() const { return db_; }
+
+    /// Readers that are under way: what they have still to read must not move from table to table.
+    int readers = 0;
+
+  private:
+    sqlite3* db_;
+    std::string schema_;
+    std::array<std::vector<std::unique_ptr<Statement>>, static_cast<std::size_t>(Sql::Count)> idle_;
+};
+
+/// What is wrong with a block, in words that tell where it lies.
+[[noreturn]] void RaiseDamage(const Series& series, std::int32_t block, const char* why);
+[[noreturn]] void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why);
+
+}  // namespace mersola::packed
