@@ -7,10 +7,7 @@ namespace mersola::packed {
 
 SeriesReader::SeriesReader(std::shared_ptr<Statements> statements, const Series& series,
                            Range periods, Range bands)
-    : reading_(std::move(statements)),
-      series_(series),
-      periods_(periods),
-      bands_(bands) {
+    : reading_(std::move(statements)), series_(series), periods_(periods), bands_(bands) {
     if (periods.IsEmpty() || bands.IsEmpty()) return;
     const std::int64_t first = periods.first & ~std::int64_t{kBlockPeriods - 1};
     sealed_ = reading_->Take(Sql::SealedRows, series.measValueId, series.channel, series.funcId,
