@@ -19,9 +19,12 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersolaConfig.cmake
         DESTINATION ${config_folder} COMPONENT development)
 
 file(RELATIVE_PATH from_pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-set(pkgconfig_needs "odbc libzstd libxxhash")
-if(NOT MERSOLA_SQLITE_AMALGAMATION)
-    string(PREPEND pkgconfig_needs "sqlite3 ")
+set(pkgconfig_needs "")
+if(NOT BUILD_SHARED_LIBS)  # the shared library brings its own, and nobody needs their headers
+    set(pkgconfig_needs "odbc libzstd libxxhash")
+    if(NOT MERSOLA_SQLITE_AMALGAMATION)
+        string(PREPEND pkgconfig_needs "sqlite3 ")
+    endif()
 endif()
 configure_file(cmake/mersola.pc.in mersola.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mersola.pc
