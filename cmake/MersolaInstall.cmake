@@ -8,6 +8,8 @@ set(config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/mersola)
 install(TARGETS mersola mersola_headers EXPORT mersolaTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+# No library to link to, so that it lies apart.
+install(TARGETS mersola_values LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mersola COMPONENT runtime)
 install(DIRECTORY include/mersola DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(EXPORT mersolaTargets NAMESPACE mersola:: DESTINATION ${config_folder} COMPONENT development)
 
