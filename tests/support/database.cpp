@@ -132,11 +132,13 @@ std::string Database::FileString() const {
 std::string Database::ConnectString(const std::string& extra) const {
     if (IsServer()) return std::string(std::getenv(target_->variable)) + ";" + extra;
     if (!target_->driver) return FileString() + extra;
-    if (server_)
-        return "Provider=MSOLEDBSQL;Driver={FreeTDS};Data Source=127.0.0.1," + Port() +
-               ";UID=me;PWD=x;" + extra;
+    if (server_) return ConnectStringBy(server_->Port()) + extra;
     return std::string("Driver={") + target_->driver + "};SyncPragma=NORMAL;Database=" + Path() +
            ";" + extra;
+}
+
+std::string Database::ConnectStringBy(const std::string& port) const {
+    return "Provider=MSOLEDBSQL;Driver={FreeTDS};Data Source=127.0.0.1," + port + ";UID=me;PWD=x;";
 }
 
 std::string Database::WatchedString() const {

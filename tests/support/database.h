@@ -40,10 +40,12 @@ class Database {
     double AsRead(double value) const;
     /// So many, or a tenth of them where each statement takes long.
     int Fewer(int count) const { return server_ ? count / 10 : count; }
-    /// Where the server of our own listens. Only for FreeTDS.
-    std::string Port() const { return server_->Port(); }
     /// The connection string, `extra` appended.
     std::string ConnectString(const std::string& extra = "") const;
+    /// Where its server listens, for a Proxy; and the connection string by way of that. Only for a
+    /// server of our own.
+    std::string Address() const { return "127.0.0.1:" + server_->Port(); }
+    std::string ConnectStringBy(const std::string& port) const;
     /// The same database, watched: see watched_provider.h.
     std::string WatchedString() const;
     std::string Path() const { return (folder_ / "test.db").string(); }
