@@ -1,9 +1,14 @@
 // A recorder whose connection breaks, at any byte of it.
+//     MERSOLA_TEST_SEED=N       breaks as this seed says, as a failed test names it
+//     MERSOLA_TEST_SECONDS=N    breaks by new seeds for so long
 #include <array>
 #include <chrono>
-#include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <iostream>
 #include <optional>
+#include <random>
+#include <utility>
 
 #include "support/proxy.h"
 #include "support/store.h"
@@ -24,11 +29,13 @@ double Level(int period, int band) {
 /// Records as docs/recording.md shows, and begins anew after each failure.
 class Recorder {
   public:
-    Recorder(const std::string& connectString, std::string station)
-        : store_(connectString), station_(std::move(station)) {}
+    using Heard = std::function<void(int failures)>;
+
+    /// Tells `heard` of each failure.
+    Recorder(const std::string& connectString, std::string station, Heard heard = {})
+        : store_(connectString), station_(std::move(station)), heard_(std::move(heard)) {}
 
     int Failures() const { return failures_; }
-    Store& GetStore() { return store_; }
 
     /// False when the recorder does not get over a failure.
     bool RecordAll() {
@@ -74,9 +81,10 @@ class Recorder {
     }
 
     bool Reconnect() {
-        constexpr int kMost = 5;
+        constexpr int kMost = 10;
         long periods = 0;
         while (++failures_ <= kMost) {
+            if (heard_) heard_(failures_);
             if (store_.dbConnect()) return store_.Get_nPrds(periods), true;
         }
         return false;
@@ -85,6 +93,7 @@ class Recorder {
   private:
     Store store_;
     const std::string station_;
+    const Heard heard_;
     int failures_ = 0;
 };
 
@@ -96,12 +105,6 @@ class BrokenSession : public Contract {
     }
 
     std::string ConnectString() const { return database.ConnectStringBy(proxy->Port()); }
-
-    static std::string Station(int number) {
-        char name[32];
-        std::snprintf(name, sizeof name, "station %03d", number);
-        return name;
-    }
 
     /// What is missing of a recording, or should not be there; empty when nothing is.
     std::string Wrong(const std::string& station) const {
@@ -131,37 +134,46 @@ class BrokenSession : public Contract {
 };
 
 TEST_P(BrokenSession, LosesNothingAndStoresNothingTwiceAtWhateverByteItBreaks) {
-    ASSERT_TRUE(Recorder(ConnectString(), Station(0)).RecordAll());
-    ASSERT_EQ(Wrong(Station(0)), "");
-    constexpr std::size_t kPoints = 60;
+    ASSERT_TRUE(Recorder(ConnectString(), "station 0").RecordAll());
+    ASSERT_EQ(Wrong("station 0"), "");
+    const std::array lengths{proxy->Passed(Way::ToServer), proxy->Passed(Way::ToClient)};
     int run = 0, broken = 0;
-    for (const auto& [way, length] : {std::pair(Way::ToServer, proxy->Passed(Way::ToServer)),
-                                      std::pair(Way::ToClient, proxy->Passed(Way::ToClient))}) {
-        for (std::size_t point = 0; point < kPoints; ++point) {
-            const std::size_t at = length * point / kPoints;
-            const Fault fault = point % 2 ? Fault::Reset : Fault::Finish;
-            SCOPED_TRACE((way == Way::ToServer ? "to the server, byte " : "to the client, byte ") +
-                         std::to_string(at));
-            proxy->FailAfter(way, at, fault);
-            const std::string station = Station(++run);
-            {
-                Recorder recorder(ConnectString(), station);
-                EXPECT_TRUE(recorder.RecordAll());
-                broken += recorder.Failures() > 0;
-            }
-            EXPECT_EQ(Wrong(station), "");
-            if (HasFailure()) return;
-            proxy->Heal();
-        }
+    const auto faultOf = [&](std::uint64_t seed) {
+        std::mt19937_64 random(seed);
+        const auto breakSoon = [&] {
+            const auto way = random() % lengths.size();
+            proxy->FailAfter(Way(way), random() % lengths[way],
+                             random() % 2 ? Fault::Reset : Fault::Finish);
+        };
+        const std::string station = "station " + std::to_string(++run);
+        breakSoon();
+        Recorder recorder(ConnectString(), station, [&](int failures) {
+            if (failures < 3 && random() % 2) breakSoon();
+        });
+        const bool done = recorder.RecordAll();
+        proxy->Heal();
+        broken += recorder.Failures() > 0;
+        return done ? Wrong(station) : "the recorder could not go on";
+    };
+    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
+        EXPECT_EQ(faultOf(std::strtoull(seed, nullptr, 10)), "");
+        return;
     }
+    using Clock = std::chrono::steady_clock;
+    const char* seconds = std::getenv("MERSOLA_TEST_SECONDS");
+    const auto end = Clock::now() + std::chrono::seconds(seconds ? std::atoi(seconds) : 0);
+    const std::uint64_t first = seconds ? std::uint64_t{std::random_device()()} << 16 : 1;
+    constexpr int kSeeds = 100;
+    for (auto seed = first; seconds ? Clock::now() < end : run < kSeeds; ++seed)
+        ASSERT_EQ(faultOf(seed), "") << "MERSOLA_TEST_SEED=" << seed << " repeats this";
+    std::cout << run << " seeds from " << first << " on, broken in " << broken << '\n';
     EXPECT_GT(broken, run * 9 / 10) << "a later run may be shorter than the first one";
 }
 
 TEST_P(BrokenSession, WritesAgainWhateverBecameOfItsCommit) {
-    int number = 0;
     for (const auto& [way, stored] : {std::pair(Way::ToServer, "0"), {Way::ToClient, "1"}}) {
         Store store(ConnectString());
-        ASSERT_TRUE(Open(store, Measurement(Station(++number).c_str())));
+        ASSERT_TRUE(Open(store, Measurement(stored)));
         const std::string count = "SELECT count(*) FROM MeasuredValues WHERE MeasValueId=" +
                                   std::to_string(store.m_MeasValueId);
         store.BeginTrans();
@@ -230,7 +242,7 @@ TEST_P(BrokenSession, WaitsForASilentServerNoLongerThanItsTimeOutsAndThenGoesOn)
 
 TEST_P(BrokenSession, TakesASlowLineForNoLostOne) {
     proxy->Delay(std::chrono::milliseconds(20));
-    Recorder recorder(ConnectString(), Station(1));
+    Recorder recorder(ConnectString(), "station 1");
     EXPECT_TRUE(recorder.RecordAll());
     EXPECT_EQ(recorder.Failures(), 0);
 }
