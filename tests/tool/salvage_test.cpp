@@ -151,6 +151,26 @@ TEST_F(Salvaged, LosesNoMoreThanThePageThatIsDamaged) {
         EXPECT_GT(times, 0) << words;
 }
 
+TEST_F(Salvaged, GivesValuesAnOwnerWhereNobodyKnowsTheirs) {
+    std::string contents = Contents(db_);
+    {
+        Mersola store = Connected();
+        const auto roots = store.dbExecute(
+            "SELECT rootpage FROM sqlite_master WHERE tbl_name IN ('MeasValueMap','Groups')");
+        for (; !roots->EndOfFile(); roots->MoveNext())
+            contents.replace(static_cast<std::size_t>(roots->Fields(0).Long() - 1) * kPage, kPage,
+                             kPage, '\xff');
+    }
+    const Rows before = ValuesOf(db_);
+    const Outcome outcome = SalvageOf(contents);
+    EXPECT_EQ(LostOf(outcome, before), 0U);
+    EXPECT_EQ(outcome.status, 1);
+    const std::string list = RunWords({"list", new_}).out;
+    for (const char* name : {"instrument salvaged 1 (1)", "measurement noise1 (1)",
+                             "instrument salvaged 2 (2)", "measurement values under key 2 (2)"})
+        EXPECT_NE(list.find(name), std::string::npos) << list;
+}
+
 TEST_F(Salvaged, HoldsWhatIsBeforeTheEndOfAFileThatWasCutOff) {
     const std::string whole = Contents(db_);
     const Outcome outcome = SalvageOf(whole.substr(0, whole.size() / kPage / 2 * kPage + 100));
@@ -209,6 +229,11 @@ TEST_F(Salvaged, RefusesWhatItCannotReadSafely) {
     refuses(damaged_, new_, "nothing of measurements");
     std::ofstream(damaged_ + "-journal") << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
     refuses(damaged_, new_, "its journal");
+    // Another program would be the tool, or this one.
+    const Mersola user = Connected();
+    const std::string command = std::string(MERSOLA_TOOL) + " salvage \"" + db_ + "\" " + new_ +
+                                " 2>&1 | grep -q 'other programs have'";
+    EXPECT_EQ(std::system(command.c_str()), 0);
     EXPECT_FALSE(std::filesystem::exists(new_));
 }
 

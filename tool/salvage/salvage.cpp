@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <sstream>
 
 #include "basics/failure.h"
 #include "basics/interruption.h"
@@ -27,7 +28,6 @@ class Lines {
 
     void Add(const std::string& line) {
         if (count_++ < kMostLines) out_ << line << '\n';
-        RequireWritten(out_);
     }
     /// Tells how many there were beyond. Returns whether there were any at all.
     bool End() {
@@ -161,8 +161,10 @@ class Salvaging {
 
 bool Salvage(const std::string& damaged, const std::string& saved, std::ostream& out) {
     bool isWhole = false;
+    std::ostringstream lines;  // of something that is there only once the file is
     MakeFile(Database({.text = saved, .user = {}, .passwordFile = {}}),
-             [&](Mersola& store) { isWhole = Salvaging(damaged, out).Run(store); });
+             [&](Mersola& store) { isWhole = Salvaging(damaged, lines).Run(store); });
+    TellDone(out, lines.str());
     return isWhole;
 }
 
