@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "engines/sqlite.h"
-#include "schema/schema.h"
+#include "packed/module.h"
 #include "sqlite/errors.h"
 
 using namespace mersola::sqlite;
@@ -16,6 +16,7 @@ Database OpenDatabase(const std::string& path) {
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     Database db(opened);
     Check(db.get(), code);
+    Check(db.get(), mersola::packed::RegisterModule(db.get()));
     Run(db.get(), "PRAGMA journal_mode=WAL");
     Run(db.get(), "PRAGMA synchronous=FULL");
     return db;
@@ -25,8 +26,8 @@ void Run(sqlite3* db, const std::string& sql) {
     Check(db, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr));
 }
 
-void LayOut(sqlite3* db) {
-    for (const std::string_view statement : mersola::SchemaStatements(mersola::kSqlite))
+void LayOut(sqlite3* db, mersola::Layout layout) {
+    for (const std::string_view statement : mersola::SchemaStatements(mersola::kSqlite, layout))
         Run(db, std::string(statement));
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "schema/schema.h"
 #include "sqlite/session.h"
 #include "sqlite/statement_cache.h"
 #include "support/temporary_folder.h"
@@ -21,7 +22,7 @@ using mersola::test::TemporaryFolder;
 mersola::sqlite::Database OpenDatabase(const std::string& path);
 void Run(sqlite3* db, const std::string& sql);
 /// Lays out the tables of the schema.
-void LayOut(sqlite3* db);
+void LayOut(sqlite3* db, mersola::Layout layout = mersola::Layout::Rows);
 
 /// A value that looks like a level in dB.
 inline double Level(int period, int band) {

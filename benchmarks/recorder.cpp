@@ -11,9 +11,10 @@ void Require(bool done, const char* step) {
 
 }  // namespace
 
-Recorder::Recorder(const std::string& path, std::string connectString) {
-    if (!path.empty()) LayOut(OpenDatabase(path).get());
-    if (connectString.empty()) connectString = "Provider=SQLite;Data Source={" + path + "}";
+Recorder::Recorder(const std::string& path, std::string connectString, mersola::Layout layout) {
+    if (!path.empty()) LayOut(OpenDatabase(path).get(), layout);
+    if (connectString.find("Data Source") == std::string::npos && !path.empty())
+        connectString = "Provider=SQLite;Data Source={" + path + "}" + connectString;
     session_.Initialize(nullptr, nullptr, connectString.c_str(), -1);
     Require(session_.isConnected(), "the connection");
     InstrumentInfo instrument;

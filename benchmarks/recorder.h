@@ -8,10 +8,12 @@
 #include "database.h"
 
 /// Lays the database out in a new file and registers one report with every function on every
-/// channel. Where a connection string is given and no path, it names a database that is laid out.
+/// channel. Where a connection string is given and no path, it names a database that is laid out;
+/// where both are, the string comes behind what names the file.
 class Recorder {
   public:
-    explicit Recorder(const std::string& path, std::string connectString = {});
+    explicit Recorder(const std::string& path, std::string connectString = {},
+                      mersola::Layout layout = mersola::Layout::Rows);
 
     Mersola& Session() { return session_; }
     /// The key of the report's values.

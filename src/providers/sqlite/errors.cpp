@@ -17,7 +17,10 @@ Fault FaultOf(int code, std::string_view words) {
 }  // namespace
 
 _com_error Translated(sqlite3* db, int code) {
-    std::string words = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+    return Translated(code, db ? sqlite3_errmsg(db) : sqlite3_errstr(code));
+}
+
+_com_error Translated(int code, std::string words) {
     const Fault fault = FaultOf(code, words);
     if ((code & 0xFF) == SQLITE_BUSY)
         words += "; another program holds it, try again or raise the time-out";

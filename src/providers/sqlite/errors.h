@@ -14,6 +14,9 @@ inline constexpr const char* kSource = "SQLite";
 /// The COM error for SQLite's (extended) result code with the words that `db` has for it.
 _com_error Translated(sqlite3* db, int code);
 
+/// The same with words of its own.
+_com_error Translated(int code, std::string words);
+
 /// Raises what Translated gives, unless the code is a success.
 void Check(sqlite3* db, int code);
 

@@ -117,6 +117,7 @@ class Rows : public ado::RowSource {
 std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     const dialect::Translation translation = translator_.Translate(sql, dialect::Literals::Lifted);
     if (translation.noOperation) return nullptr;
+    if (auto rows = values_->Run(translation)) return std::move(*rows);
     RunningStatement statement(db_.get(), cache_, translation.text);
     const bool givesRows = sqlite3_column_count(statement.Get()) > 0;
     // When rows are read, the caller's text may be gone, so the literals are copied.
@@ -137,7 +138,7 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
 }
 
 std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
-    return std::make_unique<TableWriter>(db_.get(), table);
+    return std::make_unique<TableWriter>(db_.get(), table, values_);
 }
 
 void Session::Begin() {

@@ -12,6 +12,7 @@
 #include "checkpoints.h"
 #include "dialect/translator.h"
 #include "engines/sqlite.h"
+#include "packed_values.h"
 #include "patience.h"
 #include "statement_cache.h"
 
@@ -29,7 +30,8 @@ class Session : public ado::ProviderSession {
         : patience_(db.get(), patience),
           checkpoints_(db.get(), patience_),
           db_(std::move(db)),
-          cache_(db_.get()) {}
+          cache_(db_.get()),
+          values_(std::make_shared<PackedValues>(db_.get())) {}
 
     std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override;
     std::unique_ptr<ado::TableWriter> OpenTable(std::string_view table) override;
@@ -43,6 +45,7 @@ class Session : public ado::ProviderSession {
     Checkpoints checkpoints_;
     Database db_;
     StatementCache cache_;  // declared behind the database: its statements are finalized first
+    std::shared_ptr<PackedValues> values_;
     dialect::Translator translator_;
 };
 

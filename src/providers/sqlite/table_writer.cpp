@@ -1,10 +1,10 @@
-// A batch is one transaction, or a savepoint inside the caller's.
+// The rows of a batch, one after the other through one statement, or straight into a packed table.
 #include "table_writer.h"
 
 #include <algorithm>
 
+#include "batch_transaction.h"
 #include "dialect/characters.h"
-#include "engines/sqlite.h"
 #include "errors.h"
 
 namespace mersola::sqlite {
@@ -20,58 +20,36 @@ std::string Quoted(std::string_view name) {
     return quoted + '"';
 }
 
-void Run(sqlite3* db, const char* sql) {
-    Check(db, sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
-}
+constexpr std::string_view kValues = "\"MeasuredValues\"";
 
 bool IsUtf8(const ado::Cell& cell) {
     return cell.kind != ado::CellKind::Text || dialect::IsUtf8({cell.text, cell.length});
 }
 
-// A batch in progress. Its end undoes what was not committed.
-class BatchTransaction {
-  public:
-    explicit BatchTransaction(sqlite3* db) : db_(db), nested_(!sqlite3_get_autocommit(db)) {
-        Run(db_, nested_ ? kSavepoint.set : kSqlite.begin);
-    }
-    ~BatchTransaction() {
-        if (done_ || sqlite3_get_autocommit(db_)) return;
-        Undo(nested_ ? kSavepoint.goBack : "ROLLBACK");
-        if (nested_) Undo(kSavepoint.release);
-    }
-    BatchTransaction(const BatchTransaction&) = delete;
-    BatchTransaction& operator=(const BatchTransaction&) = delete;
-
-    void Commit() {
-        Run(db_, nested_ ? kSavepoint.release : "COMMIT");
-        done_ = true;
-    }
-
-  private:
-    void Undo(const char* sql) const { sqlite3_exec(db_, sql, nullptr, nullptr, nullptr); }
-
-    sqlite3* db_;
-    bool nested_;
-    bool done_ = false;
-};
-
 }  // namespace
 
-TableWriter::TableWriter(sqlite3* db, std::string_view table) : db_(db) {
-    const std::string name = Quoted(table);
-    const Statement layout = Prepare(db, "SELECT * FROM " + name);
+TableWriter::TableWriter(sqlite3* db, std::string_view table, std::shared_ptr<PackedValues> values)
+    : db_(db), name_(Quoted(table)) {
+    if (ado::EqualNoCase(name_, kValues)) values_ = std::move(values);
+    if (values_ && values_->IsPacked()) {
+        columns_.assign(packed::kColumnNames.begin(), packed::kColumnNames.end());
+        return;
+    }
+    const Statement layout = Prepare(db, "SELECT * FROM " + name_);
+    for (int column = 0; column < sqlite3_column_count(layout.get()); ++column)
+        columns_.emplace_back(sqlite3_column_name(layout.get(), column));
+    if (!std::ranges::equal(columns_, packed::kColumnNames)) values_ = nullptr;
+    PrepareInsert();
+}
+
+void TableWriter::PrepareInsert() {
     std::string names;
     std::string marks;
-    for (int column = 0; column < sqlite3_column_count(layout.get()); ++column) {
-        columns_.emplace_back(sqlite3_column_name(layout.get(), column));
-        if (column > 0) {
-            names += ',';
-            marks += ',';
-        }
-        names += Quoted(columns_.back());
-        marks += '?';
+    for (const std::string& column : columns_) {
+        names += (names.empty() ? "" : ",") + Quoted(column);
+        marks += marks.empty() ? "?" : ",?";
     }
-    insert_ = Prepare(db, "INSERT INTO " + name + "(" + names + ") VALUES (" + marks + ")");
+    insert_ = Prepare(db_, "INSERT INTO " + name_ + "(" + names + ") VALUES (" + marks + ")");
 }
 
 ado::BatchOutcome TableWriter::Write(std::span<const ado::Cell> cells) {
@@ -84,8 +62,10 @@ ado::BatchOutcome TableWriter::Write(std::span<const ado::Cell> cells) {
 ado::BatchOutcome TableWriter::InsertRows(std::span<const ado::Cell> cells) {
     ado::BatchOutcome outcome;
     const std::size_t width = columns_.size();
+    packed::Store* const store = values_ ? values_->TakePart() : nullptr;
     for (; !cells.empty(); cells = cells.subspan(width)) {
         const auto row = cells.first(width);
+        if (store && PackedValues::Insert(*store, row)) continue;
         const bool isText = std::ranges::all_of(row, IsUtf8);
         const int code = isText ? Insert(row) : SQLITE_CONSTRAINT;
         if (code == SQLITE_DONE) continue;
@@ -97,6 +77,7 @@ ado::BatchOutcome TableWriter::InsertRows(std::span<const ado::Cell> cells) {
 }
 
 int TableWriter::Insert(std::span<const ado::Cell> row) {
+    if (!insert_) PrepareInsert();
     sqlite3_stmt* insert = insert_.get();
     int index = 0;
     for (const ado::Cell& cell : row) {

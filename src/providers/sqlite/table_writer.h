@@ -1,6 +1,7 @@
 // Writes batches of rows into one table.
 #pragma once
 
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -9,14 +10,15 @@
 #include <sqlite3.h>
 
 #include "ado/provider.h"
+#include "packed_values.h"
 #include "statement_cache.h"
 
 namespace mersola::sqlite {
 
 class TableWriter : public ado::TableWriter {
   public:
-    /// Raises when the database has no such table.
-    TableWriter(sqlite3* db, std::string_view table);
+    /// Raises when the database has no such table. `values` stores what goes to a packed one.
+    TableWriter(sqlite3* db, std::string_view table, std::shared_ptr<PackedValues> values);
 
     const std::vector<std::string>& Columns() const override { return columns_; }
     ado::BatchOutcome Write(std::span<const ado::Cell> cells) override;
@@ -24,10 +26,13 @@ class TableWriter : public ado::TableWriter {
   private:
     ado::BatchOutcome InsertRows(std::span<const ado::Cell> cells);
     int Insert(std::span<const ado::Cell> row);
+    void PrepareInsert();
 
     sqlite3* db_;
+    std::string name_;                      // quoted
+    std::shared_ptr<PackedValues> values_;  // null where the table is another one
     std::vector<std::string> columns_;
-    Statement insert_;
+    Statement insert_;  // null until a row needs it
 };
 
 }  // namespace mersola::sqlite

@@ -131,6 +131,14 @@ int Connect(sqlite3* db, void*, int count, const char* const* texts, sqlite3_vta
     });
 }
 
+// SQLite takes a new table for one that takes part in the transaction already, and begins no other.
+int Create(sqlite3* db, void* context, int count, const char* const* texts, sqlite3_vtab** table,
+           char** words) {
+    const int code = Connect(db, context, count, texts, table, words);
+    if (code == SQLITE_OK) StoreIn(*table).Begin();
+    return code;
+}
+
 // The tables of blocks and pending rows stay when MeasuredValues is dropped.
 int Disconnect(sqlite3_vtab* table) {
     delete static_cast<Table*>(table);
@@ -279,7 +287,7 @@ int RollbackTo(sqlite3_vtab* table, int) {
 constexpr sqlite3_module MakeModule() {
     sqlite3_module module{};
     module.iVersion = 3;
-    module.xCreate = Connect;
+    module.xCreate = Create;
     module.xConnect = Connect;
     module.xBestIndex = BestIndex;
     module.xDisconnect = Disconnect;

@@ -60,6 +60,7 @@ class Store {
 
     /// Called by the virtual table as the transaction goes on.
     void Begin();
+    bool TakesPart() const { return inTransaction_; }  // values may be written
     void End();
     void Forget();  // rolled back, perhaps to a savepoint only
 

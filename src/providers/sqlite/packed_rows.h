@@ -1,0 +1,26 @@
+// Values of a packed database as blocks of columns.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "ado/provider.h"
+#include "packed/readers.h"
+
+namespace mersola::sqlite {
+
+/// All columns of the values of one series, by period and band.
+std::unique_ptr<ado::RowSource> SeriesRows(std::shared_ptr<packed::Statements> sources,
+                                           const packed::Series& series, packed::Range periods,
+                                           packed::Range bands);
+
+/// All columns of the values of one report, by period and band.
+std::unique_ptr<ado::RowSource> PeriodRows(std::shared_ptr<packed::Statements> sources,
+                                           std::int32_t measValueId,
+                                           const packed::PeriodReader::Selection& selection);
+
+/// One row of one column.
+std::unique_ptr<ado::RowSource> OnePeriod(std::string name, std::optional<std::int32_t> period);
+
+}  // namespace mersola::sqlite
