@@ -8,6 +8,9 @@
 namespace mersola::tool {
 namespace {
 
+constexpr const char* kResolutionArgument = "resolution=";
+constexpr const char* kRowsArgument = "rows=";
+
 Format FormatInHeader(Mersola& store) {
     const auto row = Query(store, kHeaderStatement);
     const auto id = row->Fields(0).Long();
@@ -32,8 +35,42 @@ Format FormatOf(Mersola& store) {
     return EngineOf(store).isFile ? FormatInHeader(store) : FormatInHistory(store);
 }
 
-std::string FormatText(const Format& format) {
-    return "format " + std::to_string(format.number) + ", values in rows" +
+std::string ValuesStatement(const Keeping& keeping) {
+    std::string arguments;
+    const auto add = [&](const char* name, const std::string& value) {
+        if (!value.empty()) arguments += (arguments.empty() ? "" : ",") + (name + value);
+    };
+    add(kResolutionArgument, keeping.resolution);
+    add(kRowsArgument, keeping.isConverted ? kRowsBeside : "");
+    return std::string("CREATE VIRTUAL TABLE MeasuredValues USING mersola_values") +
+           (arguments.empty() ? "" : "(" + arguments + ")");
+}
+
+Keeping KeepingOf(Mersola& store) {
+    Keeping keeping;
+    if (!EngineOf(store).isFile) return keeping;
+    const auto table =
+        Query(store, "SELECT sql FROM sqlite_master WHERE lower(name)='measuredvalues'");
+    if (table->EndOfFile()) return keeping;
+    const std::string text(table->Fields(0).Text().View());
+    if (text.find("mersola_values") == text.npos) return keeping;
+    keeping.layout = mersola::Layout::Packed;
+    keeping.isConverted = text.find(kRowsArgument) != text.npos;
+    if (const auto at = text.find(kResolutionArgument); at != text.npos) {
+        const auto from = at + std::string_view(kResolutionArgument).size();
+        keeping.resolution = text.substr(from, text.find_first_of(",)", from) - from);
+    }
+    return keeping;
+}
+
+std::string FormatText(Mersola& store) {
+    const Format format = FormatOf(store);
+    const Keeping keeping = KeepingOf(store);
+    return "format " + std::to_string(format.number) + ", values " +
+           (!keeping.IsPacked()   ? "in rows"
+            : keeping.isConverted ? "partly packed"
+                                  : "packed") +
+           (keeping.resolution.empty() ? "" : " in steps of " + Printable(keeping.resolution)) +
            (format.isMarked ? "" : ", not marked");
 }
 

@@ -6,14 +6,33 @@
 #include <mersola/mersola.h>
 
 #include "engines/format.h"
+#include "schema/schema.h"
 
 namespace mersola::tool {
+
+/// How a database keeps its values.
+struct Keeping {
+    mersola::Layout layout = mersola::Layout::Rows;
+    std::string resolution{};  ///< packed values are rounded to this step; empty: exact
+    bool isConverted = false;  ///< some are still rows, or rows again
+
+    bool IsPacked() const { return layout == mersola::Layout::Packed; }
+    int FormatNumber() const { return IsPacked() ? kPackedFormat : kRowsFormat; }
+};
+
+/// The table of rows that stands beside packed values while they are converted.
+inline constexpr const char* kRowsBeside = "MeasuredRows";
+
+/// The statement that makes MeasuredValues the table of packed values.
+std::string ValuesStatement(const Keeping& keeping);
 
 /// The format of a database that is laid out.
 Format FormatOf(Mersola& store);
 
-/// In a few words, with how the values lie.
-std::string FormatText(const Format& format);
+Keeping KeepingOf(Mersola& store);
+
+/// Both in a few words.
+std::string FormatText(Mersola& store);
 
 /// Marks a database as of this format, and adds a row to its version history: `deed` is one of the
 /// beginnings that engines/format.h has, and `more` stands behind mersola's version. To be called

@@ -74,18 +74,21 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
 
 // `check`: runs once no other program can write to a file any more.
 void LayOut(
-    Mersola& store, const Engine& engine, const std::function<void()>& check = [] {}) {
+    Mersola& store, const Engine& engine, const Keeping& keeping,
+    const std::function<void()>& check = [] {}) {
     Transaction transaction(store);
     check();
-    for (const auto statement : SchemaStatements(engine))
-        store.dbExecute(CString(statement));
+    for (const auto statement : SchemaStatements(engine, keeping.layout)) {
+        const bool isVirtual = statement.find("CREATE VIRTUAL TABLE") != statement.npos;
+        store.dbExecute(CString(isVirtual ? ValuesStatement(keeping) : std::string(statement)));
+    }
     for (const Function& function : kFunctions)
         AddName(store, "FuncNameMap (FuncId,FuncName)", function.id, function.name);
     constexpr const char* bands = "FrqNameMap (FrqId,FrqName)";
     AddName(store, bands, kBroadband, kBroadbandName);
     for (const auto& band : acoustics::AllBands())
         AddName(store, bands, band.number, band.name);
-    MarkFormat(store, kRowsFormat, kLaidOutBy);
+    MarkFormat(store, keeping.FormatNumber(), kLaidOutBy);
     transaction.Commit();
 }
 
@@ -111,19 +114,20 @@ void KeepLog(
 // A new file appears laid out and filled, or not at all. False if another program made one
 // meanwhile.
 bool MakeNewFile(
-    const Database& database, const std::function<void(Mersola&)>& fill = [](Mersola&) {}) {
+    const Database& database, const Keeping& keeping,
+    const std::function<void(Mersola&)>& fill = [](Mersola&) {}) {
     const FileBeside file(database.File());
     const Database beside = database.At(file.Path());
-    LayOut(*beside.Connect(Access::Write), kSqlite);
+    LayOut(*beside.Connect(Access::Write), kSqlite, keeping);
     KeepLog(beside, fill);
     return file.Place(database.File());
 }
 
-void InitFile(const Database& database) {
-    if (!IsThere(database.File()) && MakeNewFile(database)) return;
+void InitFile(const Database& database, const Keeping& keeping) {
+    if (!IsThere(database.File()) && MakeNewFile(database, keeping)) return;
     RequireEmpty(database);  // before another program's file is changed
     const auto requireStillEmpty = [&] { RequireEmpty(database); };
-    LayOut(*database.Connect(Access::Write), kSqlite, requireStillEmpty);
+    LayOut(*database.Connect(Access::Write), kSqlite, keeping, requireStillEmpty);
     KeepLog(database);
 }
 
@@ -131,21 +135,26 @@ void InitServer(const Database& database, std::ostream& err) {
     const auto store = database.Connect(Access::Write);
     const Engine& engine = EngineOf(*store);
     RequireNoTables(*store, engine, database);
-    LayOut(*store, engine);
+    LayOut(*store, engine, {});
     SetOptions(*store, engine, err);
 }
 
 }  // namespace
 
-void MakeFile(const Database& database, const std::function<void(Mersola&)>& fill) {
-    if (IsThere(database.File()) || !MakeNewFile(database, fill))
+void MakeFile(const Database& database, const Keeping& keeping,
+              const std::function<void(Mersola&)>& fill) {
+    if (IsThere(database.File()) || !MakeNewFile(database, keeping, fill))
         throw Failure(database.Name() + " exists already; choose another name");
 }
 
-void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err) {
+void Init(const DatabaseArgument& argument, const Keeping& keeping, std::ostream& out,
+          std::ostream& err) {
     const Database database(argument);
+    if (!database.IsFile() && keeping.IsPacked())
+        throw Failure(database.Name() +
+                      " is no SQLite file, and only such a file can be packed; leave out --layout");
     if (database.IsFile())
-        InitFile(database);
+        InitFile(database, keeping);
     else
         InitServer(database, err);
     TellDone(out, "The database " + database.Name() +

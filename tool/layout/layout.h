@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "database/format.h"
 #include "database/open_database.h"
 #include "options/streams.h"
 
@@ -14,8 +15,10 @@ namespace mersola::tool {
 /// Lays out a new file, an existing file that is an empty database, or what a connection string
 /// leads to, if none of the tables is there. On failure there is no new file, and anything else is
 /// as before; only that the output is lost comes when the database is laid out. What the server
-/// does not know of the layout's options is told on `err`, a line each, and is no failure.
-void Init(const DatabaseArgument& argument, std::ostream& out, std::ostream& err);
+/// does not know of the layout's options is told on `err`, a line each, and is no failure. Only a
+/// file can be packed.
+void Init(const DatabaseArgument& argument, const Keeping& keeping, std::ostream& out,
+          std::ostream& err);
 
 struct UpgradeOptions {
     DatabaseArgument database;
@@ -30,7 +33,8 @@ void Upgrade(const UpgradeOptions& options, std::ostream& out);
 
 /// Lays out a new SQLite file, lets `fill` write into it, and puts it in its place. Raises Failure,
 /// and what `fill` raises; there is no new file then. Something of that name is not touched.
-void MakeFile(const Database& database, const std::function<void(Mersola&)>& fill);
+void MakeFile(const Database& database, const Keeping& keeping,
+              const std::function<void(Mersola&)>& fill);
 
 struct VersionOptions {
     DatabaseArgument database;

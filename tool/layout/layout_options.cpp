@@ -2,20 +2,65 @@
 #include "layout.h"
 
 #include <memory>
+#include <optional>
+#include <string>
 
+#include "basics/times_text.h"
 #include "options/command_options.h"
 
 namespace mersola::tool {
+namespace {
+
+std::optional<mersola::Layout> ParseLayout(const std::string& text) {
+    if (text == "rows") return mersola::Layout::Rows;
+    if (text == "packed") return mersola::Layout::Packed;
+    return std::nullopt;
+}
+
+// A step as it is stored.
+std::optional<std::string> ParseResolution(const std::string& text) {
+    constexpr double most = 100;
+    constexpr std::size_t places = 6;
+    const auto point = text.find('.');
+    const bool isPlain = text.find_first_not_of("0123456789.") == text.npos &&
+                         (point == text.npos || text.size() - point - 1 <= places);
+    const auto step = isPlain ? ParseNumber<double>(text) : std::nullopt;
+    if (!step || *step <= 0 || *step > most) return std::nullopt;
+    return NumberText(*step);
+}
+
+Option AddResolution(Command& command, std::string& resolution) {
+    return command.Parsed("--resolution", resolution, ParseResolution,
+                          "a decimal above 0, up to 100, with up to six places",
+                          "Round packed values to this step, such as 0.01");
+}
+
+}  // namespace
 
 void AddInit(CLI::App& app, const Streams& streams) {
     Command command(app, "init", "Lay out a new database");
     auto database = std::make_shared<DatabaseArgument>();
+    const auto keeping = std::make_shared<Keeping>();
     AddDatabase(command, *database);
-    command.Run([=] { Init(*database, streams.out, streams.err); });
+    command
+        .Parsed("--layout", keeping->layout, ParseLayout, "rows or packed",
+                "How the values lie: rows, which every program reads, or packed, in a tenth of the "
+                "room")
+        .Default("rows");
+    AddResolution(command, keeping->resolution);
+    command.Run([=] {
+        if (!keeping->resolution.empty() && !keeping->IsPacked())
+            throw Failure(
+                "only packed values are rounded; add --layout packed, or leave out "
+                "--resolution",
+                2);
+        Init(*database, *keeping, streams.out, streams.err);
+    });
     command.Footer(
         "A file that exists is refused, unless it is an empty database, and a server's database "
         "that has\n"
-        "one of the tables.");
+        "one of the tables. Only a file can be packed; mersola pack and mersola unpack convert it "
+        "later.");
 }
 
 void AddUpgrade(CLI::App& app, const Streams& streams) {

@@ -35,7 +35,7 @@ bool LacksMark(Mersola& store, const Database& database) {
 }
 
 void Mark(Mersola& store, const char* what) {
-    MarkFormat(store, kRowsFormat, kUpgradedBy, std::string(": ") + what);
+    MarkFormat(store, KeepingOf(store).FormatNumber(), kUpgradedBy, std::string(": ") + what);
 }
 
 // In the order in which they are taken; later versions add theirs at the end.
@@ -83,7 +83,7 @@ void Upgrade(const UpgradeOptions& options, std::ostream& out) {
     const auto store = OpenDatabase(database, options.isDryRun ? Access::Read : Access::Write);
     const auto due = DueSteps(*store, database);
     if (due.empty()) {
-        out << database.Name() << " is of " << FormatText(FormatOf(*store))
+        out << database.Name() << " is of " << FormatText(*store)
             << "; there is nothing to upgrade.\n";
         return;
     }
@@ -92,8 +92,7 @@ void Upgrade(const UpgradeOptions& options, std::ostream& out) {
                       " cannot be copied from here; back it up with its own means, and then "
                       "upgrade it with --no-backup");
     if (options.isDryRun) {
-        out << database.Name() << " is of " << FormatText(FormatOf(*store))
-            << ". An upgrade would:\n";
+        out << database.Name() << " is of " << FormatText(*store) << ". An upgrade would:\n";
         if (options.hasBackup) out << "  copy it to a new file beside it\n";
         for (const Step* step : due)
             out << "  " << step->what << '\n';
@@ -108,7 +107,7 @@ void Upgrade(const UpgradeOptions& options, std::ostream& out) {
         transaction.Commit();
         out << "Done: " << step->what << ".\n" << std::flush;
     }
-    TellDone(out, database.Name() + " is of " + FormatText(FormatOf(*store)) + " now.\n");
+    TellDone(out, database.Name() + " is of " + FormatText(*store) + " now.\n");
 }
 
 }  // namespace mersola::tool

@@ -48,7 +48,7 @@ void Version(const VersionOptions& options, std::ostream& out) {
     versionHistory first;
     switch (store->GetVersion(nullptr, first)) {
         case 1:
-            out << "Database of " << FormatText(FormatOf(*store)) << '\n';
+            out << "Database of " << FormatText(*store) << '\n';
             for (_Recordset& row : Rows(*store, "SELECT * FROM VersionHistory"))
                 Tell(row, out);
             break;

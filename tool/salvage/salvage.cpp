@@ -162,7 +162,7 @@ class Salvaging {
 bool Salvage(const std::string& damaged, const std::string& saved, std::ostream& out) {
     bool isWhole = false;
     std::ostringstream lines;  // of something that is there only once the file is
-    MakeFile(Database({.text = saved, .user = {}, .passwordFile = {}}),
+    MakeFile(Database({.text = saved, .user = {}, .passwordFile = {}}), {},
              [&](Mersola& store) { isWhole = Salvaging(damaged, lines).Run(store); });
     TellDone(out, lines.str());
     return isWhole;

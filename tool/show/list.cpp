@@ -210,7 +210,7 @@ void ListChain(Mersola& store, const InstrumentInfo& instrument, std::ostream& o
 
 void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out) {
     const auto store = OpenDatabase(database, Access::Read);
-    out << "database of " << FormatText(FormatOf(*store)) << '\n';
+    out << "database of " << FormatText(*store) << '\n';
     const auto instruments = ReadInstruments(*store);
     if (instruments.IsEmpty())
         out << "The database holds no instruments yet. Fill it with: mersola record\n";
