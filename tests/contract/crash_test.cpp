@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "support/child.h"
+#include "support/installation.h"
 #include "support/store.h"
 
 namespace mersola::test {
@@ -131,103 +132,39 @@ TEST_P(Crash, LosesNothingAcknowledgedAtAnyMoment) {
     CheckAll(acknowledged);
 }
 
-// Records under a name of its own until the time is over, on a slow server for longer; returns 0
-// when nothing failed.
-int RecordUntil(const std::string& connectString, const char* name,
-                std::chrono::steady_clock::time_point end, const Child::Acknowledge& acknowledge) {
-    Store store(connectString);
-    InstrumentInfo instrument = Instrument(name);
-    MeasurementInfo measurement = Measurement();
-    ReportInfo report = Report(1, kLength);
-    for (int attempt = 0;; ++attempt) {
-        store.BeginTrans();  // identifiers are chosen and taken in one go
-        if (store.PutInstrument(nullptr, instrument) &&
-            store.PutMeasurement(nullptr, instrument.GroupId, measurement) &&
-            store.PutReport(nullptr, report) && store.PutFunction(nullptr, 1, 1)) {
-            store.CommitTrans();
-            break;
-        }
-        if (attempt == 20) return 2;
-        store.RollbackTrans();  // a server lets both choose, and refuses one of them
-    }
-    const _RecordsetPtr batch = store.PutDataStart(nullptr);
-    int period = 0;
-    for (; period < kLeastPeriods || std::chrono::steady_clock::now() < end; ++period) {
-        long next = 0;
-        for (int band = 0; band < 36; ++band) {
-            if (!store.PutDataRelative(ValueAt(period, band), "", period, 1, 1, band, false, next,
-                                       true, batch))
-                return 3;
-        }
-        if (!store.PutDataEnd(batch)) return 4;
-        if (!store.PutDataRelative(ValueAt(period, 36), "", period, 1, 1, 36, true, next, false,
-                                   nullptr))
-            return 5;
-    }
-    acknowledge(std::to_string(period));
-    return 0;
-}
-
-// Reads everything again and again; a period that is counted must be whole.
-int ReadUntil(const std::string& connectString, const char* name,
-              std::chrono::steady_clock::time_point end) {
-    Store store(connectString);
-    for (bool read = false; !read || std::chrono::steady_clock::now() < end;) {
-        if (std::chrono::steady_clock::now() > end + std::chrono::minutes(1)) return 7;
-        CArray<InstrumentInfo, InstrumentInfo&> instruments;
-        if (!store.GetInstruments(instruments)) return 2;
-        const long group = store.locateInstrumentId(name);
-        if (group < 0) continue;  // not registered yet
-        store.SetInstrument(group);
-        store.SetMeasurement(-1);
-        if (!store.SetMeasurement(store.locateMeasurementId(group, "noise"))) continue;
-        if (!store.SetReport(1)) return 3;
-        store.SetChannel(1);
-        store.SetFunction(1);
-        long count = 0;
-        if (!store.Get_nPrds(count)) return 4;
-        if (count == 0) continue;
-        std::vector<float> values(37 * 10);
-        const int first = std::max(0, static_cast<int>(count) - 10);
-        const int wanted = static_cast<int>(count) - first;
-        if (store.GetData(values.data(), first, wanted, 0, 37) != wanted) return 5;
-        for (int at = 0; at < wanted * 37; ++at) {
-            if (values[static_cast<std::size_t>(at)] !=
-                static_cast<float>(ValueAt(first + at / 37, at % 37)))
-                return 6;
-        }
-        read = true;
-    }
-    return 0;
-}
-
 TEST_P(Crash, ServesTwoRecordersAndThreeReadersAtOnce) {
     const char* asked = std::getenv("MERSOLA_TEST_SECONDS");
     const auto end =
         std::chrono::steady_clock::now() + std::chrono::seconds(asked ? std::atoi(asked) : 3);
-    std::vector<std::unique_ptr<Child>> recorders;
-    std::vector<std::unique_ptr<Child>> readers;
-    for (const char* name : {"one", "two"}) {
-        recorders.push_back(
-            std::make_unique<Child>([&, name](const Child::Acknowledge& acknowledge) {
-                return RecordUntil(database.ConnectString(), name, end, acknowledge);
-            }));
-    }
-    for (const char* name : {"one", "two", "one"}) {
-        readers.push_back(std::make_unique<Child>(
-            [&, name](const auto&) { return ReadUntil(database.ConnectString(), name, end); }));
-    }
-    for (const auto& reader : readers)
-        EXPECT_EQ(reader->Wait(), 0);
-    long periods = 0;
-    for (const auto& recorder : recorders) {
-        EXPECT_EQ(recorder->Wait(), 0);
-        for (const std::string& line : recorder->Acknowledged())
-            periods += std::stol(line);
-    }
-    EXPECT_GE(periods, 2 * kLeastPeriods);
-    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(periods * 37));
-    EXPECT_EQ(database.Ask("SELECT sum(noOfPeriods) FROM Reports"), std::to_string(periods));
+    const std::string text = database.ConnectString();
+    Installation& all = Installation::Shared(Pace::AtOnce);
+    std::vector<std::unique_ptr<Child>> programs;
+    const auto start = [&](auto work) {
+        programs.push_back(
+            std::make_unique<Child>([=](const auto&) { return static_cast<int>(work()); }));
+    };
+    start([&] { return Register(text); });
+    ASSERT_EQ(programs[0]->Wait(), 0);
+    programs.clear();
+    for (int station = 0; station < kStations; ++station)
+        start([&, station] { return Record(all, text, station, false); });
+    for (const std::uint64_t seed : {1, 2, 3})
+        start([&, seed] { return Read(all, text, seed, Connects::Once); });
+    const auto goesOn = [&] {
+        return std::ranges::all_of(programs, [](const auto& each) { return !each->HasEnded(); }) &&
+               (std::chrono::steady_clock::now() < end ||
+                std::ranges::any_of(all.stations, [](const Station& station) {
+                    return Load(station.counted) < kLeastPeriods;
+                }));
+    };
+    while (goesOn())
+        std::this_thread::sleep_for(50ms);
+    Set(all.ends, 1);
+    for (const auto& program : programs)
+        EXPECT_EQ(program->Wait(), 0);
+    EXPECT_EQ(Find(all, text), Result::Ended);
+    for (Station& station : all.stations)
+        EXPECT_GE(Load(station.counted), kLeastPeriods);
 }
 
 TEST_P(Crash, RegistersAndResumesAWholeInstallation) {

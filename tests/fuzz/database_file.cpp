@@ -1,5 +1,5 @@
 // A database file from somebody else, or the log beside it: it is listed, read, checked, exported
-// and brought up to date, or refused.
+// brought up to date and salvaged, or refused.
 #include <iterator>
 #include <string_view>
 #include <vector>
@@ -10,6 +10,7 @@
 #include "csv/csv_commands.h"
 #include "layout/layout.h"
 #include "property.h"
+#include "salvage/salvage.h"
 #include "show/show.h"
 #include "tool_runs.h"
 
@@ -86,12 +87,17 @@ void Export(const tool::DatabaseArgument& file, bool isWide, std::ostream& out) 
     tool::Export(options, out);
 }
 
-void Read(const std::string& path) {
+enum class How { Reading, Moving };
+
+// Whoever closes a file last moves its log into it.
+void Open(const std::string& path, How how) {
     const auto before = SetMessageBoxHandler([](const char*, unsigned) {});
     try {
-        Mersola store(nullptr, nullptr,
-                      ("Provider=SQLite;Mode=Read;Data Source={" + path + "}").c_str(), 5);
-        if (store.isConnected()) ReadAll(store);
+        const char* const mode = how == How::Reading ? ";Mode=Read" : "";
+        Mersola store(
+            nullptr, nullptr,
+            (std::string("Provider=SQLite") + mode + ";Data Source={" + path + "}").c_str(), 5);
+        if (store.isConnected() && how == How::Reading) ReadAll(store);
     } catch (const _com_error&) {
     }
     SetMessageBoxHandler(before);
@@ -101,7 +107,7 @@ using Command = void (*)(const tool::DatabaseArgument& file, std::ostream& out);
 
 // What somebody does with the file. One for each input: a database takes long to be opened.
 constexpr Command kCommands[] = {
-    [](const tool::DatabaseArgument& file, std::ostream&) { Read(file.text); },
+    [](const tool::DatabaseArgument& file, std::ostream&) { Open(file.text, How::Reading); },
     [](const tool::DatabaseArgument& file, std::ostream& out) { tool::List(file, false, out); },
     [](const tool::DatabaseArgument& file, std::ostream& out) {
         tool::ValuesOptions options;
@@ -124,12 +130,23 @@ constexpr Command kCommands[] = {
     },
     [](const tool::DatabaseArgument& file, std::ostream& out) { Export(file, false, out); },
     [](const tool::DatabaseArgument& file, std::ostream& out) { Export(file, true, out); },
-    [](const tool::DatabaseArgument& file, std::ostream& out) { tool::Check(file, out, out); },
+    [](const tool::DatabaseArgument& file, std::ostream& out) {
+        Open(file.text, How::Moving);  // beside a log check waits for a recorder
+        tool::Check(file, out, out);
+    },
     [](const tool::DatabaseArgument& file, std::ostream& out) {
         tool::UpgradeOptions options;
         options.database = file;
         options.hasBackup = false;
         tool::Upgrade(options, out);
+    },
+    [](const tool::DatabaseArgument& file, std::ostream& out) {
+        static const ScratchFile saved("saved.db");
+        saved.Remove();
+        tool::Salvage(file.text, saved.Path(), out);
+        const Outcome outcome =
+            Run([&](std::ostream& findings) { tool::Check(saved.Database(), findings, findings); });
+        Require(outcome.status == 0, "what was salvaged can be read", outcome.out);
     },
 };
 

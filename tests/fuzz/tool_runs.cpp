@@ -143,10 +143,14 @@ std::string EmptyDatabase() {
 
 ScratchFile::ScratchFile(const std::string& name) : path_(Folder() / name) {}
 
+void ScratchFile::Remove() const {
+    for (const char* each : {"", "-wal", "-shm", "-journal"})
+        std::filesystem::remove(path_ + each);
+}
+
 void ScratchFile::Write(const std::string& bytes, const std::string& log) const {
-    for (const char* beside : {"-wal", "-shm", "-journal"})
-        std::filesystem::remove(path_ + beside);
-    std::ofstream(path_, std::ios::binary | std::ios::trunc) << bytes;
+    Remove();
+    std::ofstream(path_, std::ios::binary) << bytes;
     if (!log.empty()) std::ofstream(path_ + "-wal", std::ios::binary) << log;
 }
 

@@ -44,6 +44,8 @@ class ScratchFile {
         database.text = path_;
         return database;
     }
+    /// With what SQLite keeps beside it.
+    void Remove() const;
     /// What SQLite keeps beside the file goes.
     void Write(const std::string& bytes, const std::string& log = "") const;
 

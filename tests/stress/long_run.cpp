@@ -39,9 +39,9 @@
 #include <thread>
 #include <vector>
 
-#include "installation.h"
 #include "support/child.h"
 #include "support/database.h"
+#include "support/installation.h"
 #include "tool/cli.h"
 
 namespace mersola::test {
@@ -430,7 +430,7 @@ class LongRun {
     std::mt19937_64 random_;
     SmallDisk disk_;
     const Database database_{"SQLite"}, copy_{"SQLite"};
-    Installation& all_ = Installation::Shared();
+    Installation& all_ = Installation::Shared(Pace::ByTheClock);
     std::list<Program> programs_;
     bool isFull_ = false;
     bool isFaulty_ = false;

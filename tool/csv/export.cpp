@@ -243,7 +243,8 @@ void Exporter::WriteHeader() {
     std::vector<std::string> header(kCsvNames.begin(), kCsvNames.end());
     if (options_.isWide) {
         std::erase(header, kCsvNames[kBandColumn]);
-        std::erase(header, kCsvNames[kValueColumn]);
+        // A file without a column for values could not be read again.
+        if (!columns_.empty()) std::erase(header, kCsvNames[kValueColumn]);
         for (const auto& [band, position] : columns_) {
             const std::string label = bands_.Of(band);
             const bool isTaken = std::ranges::any_of(

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/store.h"
+#include "store.h"
 
 namespace mersola::test {
 namespace {
@@ -225,11 +225,12 @@ void Raise(std::int64_t& number, std::int64_t value) {
     }
 }
 
-Installation& Installation::Shared() {
+Installation& Installation::Shared(Pace pace) {
     void* memory = mmap(nullptr, sizeof(Installation), PROT_READ | PROT_WRITE,
                         MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory == MAP_FAILED) std::abort();
     auto& all = *static_cast<Installation*>(memory);
+    all.pace = pace;
     all.begun = Milliseconds(Clock::now());
     Start();  // the same for all
     return all;
@@ -276,7 +277,8 @@ Result Record(Installation& all, const std::string& connectString, int number, b
     Recorder recorder(store, start, goesByTime);
     const auto begun = Clock::now();
     for (std::int64_t sequence = 0; Load(all.ends) == 0; ++sequence) {
-        std::this_thread::sleep_until(begun + std::chrono::milliseconds(sequence * kLength));
+        if (all.pace == Pace::ByTheClock)
+            std::this_thread::sleep_until(begun + std::chrono::milliseconds(sequence * kLength));
         const std::int64_t period = recorder.Period(sequence, all.Now());
         if (period < 0) continue;
         if (period >= Station::kMost) return Failed(store, name + " has recorded for too long");
@@ -326,7 +328,7 @@ Result Read(Installation& all, const std::string& connectString, std::uint64_t s
 }
 
 Result Find(Installation& all, const std::string& connectString) try {
-    Mersola store("", "", (connectString + ";Mode=Read").c_str(), kTimeOut);
+    Mersola store("", "", connectString.c_str(), kTimeOut);
     std::int64_t found = 0;
     for (int number = 0; number < kStations; ++number) {
         const _RecordsetPtr key =

@@ -1,5 +1,5 @@
-// The programs of an installation in a long run. Each is a process of its own; in memory that all
-// of them see stands what was written.
+// The programs of an installation, each a process of its own. In memory that all of them see stands
+// what was written.
 #pragma once
 
 #include <atomic>
@@ -11,7 +11,7 @@ namespace mersola::test {
 
 constexpr int kStations = 2;
 
-/// What a program of a long run returns.
+/// What a program returns.
 enum class Result { Ended = 0, Failed = 3 };
 
 /// A station's periods from the start of its measurement on.
@@ -31,10 +31,13 @@ struct Station {
     unsigned char states[kMost];
 };
 
-/// All zeros to begin with.
+/// How fast recorders go on.
+enum class Pace { ByTheClock, AtOnce };
+
+/// Where nothing else is said, all is 0 to begin with.
 struct Installation {
     /// Once, before the programs are started.
-    static Installation& Shared();
+    static Installation& Shared(Pace pace);
 
     /// The time on the programs' clock, in milliseconds from the start of both measurements on;
     /// that may lie before it.
@@ -42,6 +45,7 @@ struct Installation {
     /// Whether there was no room on the file system at any time from `start` on.
     bool WasFullSince(std::chrono::steady_clock::time_point start) const;
 
+    Pace pace;
     std::int64_t begun;      ///< of the steady clock, in milliseconds
     std::int64_t step;       ///< how far the clock was put forward, in milliseconds
     std::int64_t fullUntil;  ///< of the steady clock, in milliseconds; the maximum while it is full
@@ -58,9 +62,9 @@ void Raise(std::int64_t& number, std::int64_t value);
 /// Registers both stations at time 0.
 Result Register(const std::string& connectString);
 
-/// Stores the periods of a station as docs/recording.md shows it, eight a second. Where the program
-/// goes by time it writes the period that its clock says, which may be stored already; otherwise
-/// one after the other from its start on.
+/// Stores the periods of a station as docs/recording.md shows it, eight in a second of the clock.
+/// Where the program goes by time it writes the period that its clock says, which may be stored
+/// already; otherwise one after the other from its start on.
 Result Record(Installation& all, const std::string& connectString, int station, bool goesByTime);
 
 enum class Connects { Once, Always };
