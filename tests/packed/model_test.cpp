@@ -225,7 +225,14 @@ class Model {
             twins_.Reopen(connection);
             return {};
         }
-        return what <= 98 ? DeleteRange(connection) : Ends(connection);
+        if (what <= 97) return DeleteRange(connection);
+        if (what <= 98) return Ends(connection);
+        if (isRead) return {};
+        last_ = "convert";
+        std::string fault;
+        for (int i = Number(1, 6); i > 0 && fault.empty(); --i)
+            fault = twins_.Convert(connection);
+        return fault;
     }
 
     // The calls that stand for statements of the library.

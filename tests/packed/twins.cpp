@@ -167,6 +167,54 @@ void Twins::StopReading(int connection) {
     }
 }
 
+std::string Twins::Convert(int connection) {
+    sqlite3* const db = sides_[1].handles[connection];
+    const auto run = [db](const std::string& sql) {
+        return sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+    };
+    const auto table = [](const std::string& arguments) {
+        return "DROP TABLE MeasuredValues; CREATE VIRTUAL TABLE MeasuredValues USING "
+               "mersola_values(" +
+               arguments + ")";
+    };
+    // While the other one has begun to read, what is committed here would keep it from writing.
+    if (!sqlite3_get_autocommit(db) || !run("BEGIN IMMEDIATE")) return {};
+    std::string rows;
+    for (const std::string_view statement : SchemaStatements(kSqlite)) {
+        if (statement.find("CREATE TABLE MeasuredValues (") != statement.npos) rows = statement;
+    }
+    rows.replace(rows.find("MeasuredValues ("), 14, "MeasuredRows");
+    const auto some =
+        "SELECT mersola_" + std::string(stage_ == Stage::Packing ? "pack" : "unpack") + "(2000)";
+    std::int64_t moved = -1;
+    Stage next = stage_;
+    bool isDone = true;
+    if (stage_ == Stage::Packed) {
+        isDone = run(rows) && run(table("rows=MeasuredRows, into=rows"));
+        next = Stage::Unpacking;
+    } else {
+        sqlite3_stmt* statement = nullptr;
+        isDone = sqlite3_prepare_v2(db, some.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
+                 sqlite3_step(statement) == SQLITE_ROW;
+        if (isDone) moved = sqlite3_column_int64(statement, 0);
+        sqlite3_finalize(statement);
+    }
+    if (moved == 0 && stage_ == Stage::Unpacking) {
+        isDone = run(table("rows=MeasuredRows"));
+        next = Stage::Packing;
+    } else if (moved == 0) {
+        isDone = run("DROP TABLE MeasuredRows") && run(table(""));
+        next = Stage::Packed;
+    }
+    const std::string words = isDone ? "" : sqlite3_errmsg(db);
+    if (isDone && run("COMMIT")) {
+        stage_ = next;
+    } else {
+        run("ROLLBACK");
+    }
+    return words;
+}
+
 void Twins::Reopen(int connection) {
     StopReading(connection);
     for (Side& side : sides_) {

@@ -27,6 +27,9 @@ class Twins {
     /// Begins to read what is stored, in the order of the key, and reads on by a few rows.
     std::string ReadOn(int connection, int rows);
     void StopReading(int connection);
+    /// Takes a step on the way from blocks to rows or back, beside all others, unless somebody
+    /// holds the packed database. Returns what went wrong.
+    std::string Convert(int connection);
     /// Closes both handles of a connection, as they are, and opens new ones.
     void Reopen(int connection);
 
@@ -41,8 +44,12 @@ class Twins {
         sqlite3_stmt* readers[kConnections]{};
     };
 
+    enum class Stage { Packed, Unpacking, Packing };
+
     TemporaryFolder folder_;
     Side sides_[2];
+    Stage stage_ = Stage::Packed;
+    std::string arguments_;
 };
 
 }  // namespace mersola::test

@@ -1,6 +1,7 @@
 // What SQLite calls. No exception gets out: each becomes a result code and words.
 #include "module.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <exception>
@@ -51,8 +52,8 @@ Registry& TheRegistry() {
 }
 
 struct Table : sqlite3_vtab {
-    Table(sqlite3* connection, const std::string& schema, double resolution)
-        : sqlite3_vtab(), db(connection), store(connection, schema, resolution) {
+    Table(sqlite3* connection, const std::string& schema, Store::Options options)
+        : sqlite3_vtab(), db(connection), store(connection, schema, std::move(options)) {
         if (schema == "main") TheRegistry().Set(db, &store);
     }
     ~Table() { TheRegistry().Remove(db, &store); }
@@ -98,36 +99,39 @@ int Guarded(char** words, Action action) {
 }
 
 // What was said to CREATE VIRTUAL TABLE.
-struct Arguments {
-    double resolution = 0;
-};
-
-Arguments Parse(int count, const char* const* texts) {
-    Arguments arguments;
+Store::Options Parse(int count, const char* const* texts) {
+    Store::Options options;
     for (int i = 3; i < count; ++i) {  // behind the module, the schema and the table
         const std::string_view text = texts[i];
-        constexpr std::string_view kResolution = "resolution=";
-        if (text.starts_with(kResolution)) {
-            const char* end = text.data() + text.size();
-            const auto [rest, error] =
-                std::from_chars(text.data() + kResolution.size(), end, arguments.resolution);
-            if (error == std::errc() && rest == end && IsResolution(arguments.resolution)) continue;
+        const std::size_t equals = std::min(text.find('='), text.size());
+        const std::string_view name = text.substr(0, equals);
+        const std::string_view value = text.substr(std::min(equals + 1, text.size()));
+        const char* const end = value.data() + value.size();
+        if (name == "resolution") {
+            const auto [rest, error] = std::from_chars(value.data(), end, options.resolution);
+            if (error == std::errc() && rest == end && IsResolution(options.resolution)) continue;
+        } else if (name == "rows" && !value.empty()) {
+            options.rows = value;
+            continue;
+        } else if (text == "into=rows") {
+            options.intoRows = true;
+            continue;
         }
         throw Failure(SQLITE_ERROR,
                       std::string(kModule) + " knows no argument '" + std::string(text) + "'");
     }
-    return arguments;
+    return options;
 }
 
 int Connect(sqlite3* db, void*, int count, const char* const* texts, sqlite3_vtab** table,
             char** words) {
     return Guarded(words, [&] {
-        const Arguments arguments = Parse(count, texts);
+        const Store::Options options = Parse(count, texts);
         if (const int code = sqlite3_declare_vtab(db, kDeclaration); code != SQLITE_OK)
             throw Failure(code, sqlite3_errmsg(db));
         sqlite3_vtab_config(db, SQLITE_VTAB_CONSTRAINT_SUPPORT, 1);
         sqlite3_vtab_config(db, SQLITE_VTAB_INNOCUOUS);
-        *table = new Table(db, texts[1], arguments.resolution);
+        *table = new Table(db, texts[1], options);
     });
 }
 
@@ -312,10 +316,43 @@ constexpr sqlite3_module MakeModule() {
 
 constexpr sqlite3_module kMethods = MakeModule();
 
+using Move = std::int64_t (Store::*)(std::int64_t limit);
+
+// Within a transaction, which it makes write to the table.
+template <Move kMove>
+void MoveSome(sqlite3_context* context, int, sqlite3_value** values) {
+    sqlite3* const db = sqlite3_context_db_handle(context);
+    char* words = nullptr;
+    const int code = Guarded(&words, [&] {
+        if (sqlite3_get_autocommit(db))
+            throw Failure(SQLITE_MISUSE, "values are moved within a transaction only");
+        if (const int failed = sqlite3_exec(db, kTakePart, nullptr, nullptr, nullptr))
+            throw Failure(failed, sqlite3_errmsg(db));
+        Store* const store = TheRegistry().Find(db);
+        if (!store || !store->Sources()->HasRows())
+            throw Failure(SQLITE_ERROR, "there is no table of rows beside packed values");
+        sqlite3_result_int64(context, (store->*kMove)(sqlite3_value_int64(values[0])));
+    });
+    if (code == SQLITE_OK) return;
+    sqlite3_result_error(context, words ? words : sqlite3_errstr(code), -1);
+    sqlite3_result_error_code(context, code);
+    if (words) sqlite3_result_error(context, words, -1);
+    sqlite3_free(words);
+}
+
 }  // namespace
 
 int RegisterModule(sqlite3* db) {
-    return sqlite3_create_module_v2(db, kModule, &kMethods, nullptr, nullptr);
+    int code = sqlite3_create_module_v2(db, kModule, &kMethods, nullptr, nullptr);
+    constexpr int kFlags = SQLITE_UTF8 | SQLITE_DIRECTONLY;
+    const auto add = [&](const char* name, auto function) {
+        if (code == SQLITE_OK)
+            code = sqlite3_create_function_v2(db, name, 1, kFlags, nullptr, function, nullptr,
+                                              nullptr, nullptr);
+    };
+    add("mersola_pack", MoveSome<&Store::PackSome>);
+    add("mersola_unpack", MoveSome<&Store::UnpackSome>);
+    return code;
 }
 
 Store* StoreOf(sqlite3* db) {

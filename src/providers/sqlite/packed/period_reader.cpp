@@ -1,5 +1,6 @@
 // The blocks of all series side by side; of them and of pending rows each period is gathered.
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <tuple>
 
@@ -28,6 +29,7 @@ PeriodReader::PeriodReader(std::shared_ptr<Statements> statements, std::int32_t 
     ahead_.resize(series_.size());
     for (std::size_t i = 0; i < series_.size(); ++i)
         LookAhead(i, at_);
+    rowSeries_ = RowSeries(*reading_, measValueId, selection.channels, selection.functions);
 }
 
 // Finds the sealed block in which the series goes on, from this period on.
@@ -55,6 +57,11 @@ std::optional<std::int32_t> PeriodReader::NextBlock() {
     const auto row =
         reading_->Take(descending_ ? Sql::NewestPending : Sql::OldestPending, measValueId_, at_);
     if (row->Step()) consider(row->Int32(0));
+    for (const auto& [channel, funcId] : rowSeries_) {
+        const auto found = reading_->Take(descending_ ? Sql::LastRow : Sql::FirstRow, measValueId_,
+                                          channel, funcId, at_);
+        if (found->Step()) consider(found->Int32(0));
+    }
     return next;
 }
 
@@ -105,6 +112,47 @@ void PeriodReader::Load(std::int32_t block) {
             RaiseDamage(measValueId_, period, damaged.what());
         }
     }
+    if (!rowSeries_.empty()) AddRows(span);
+}
+
+// Rows stand with the pending values of their period, and over them.
+void PeriodReader::AddRows(Range periods) {
+    std::map<std::int32_t, std::map<ChannelAndFunction, PeriodRow>> rows;
+    for (const auto& [channel, funcId] : rowSeries_) {
+        RowStream stream(*reading_, {measValueId_, channel, funcId}, periods, selection_.bands);
+        while (!stream.AtEnd()) {
+            const std::int32_t period = stream.Period();
+            stream.Read(rows[period][{channel, funcId}]);
+        }
+    }
+    for (const auto& [period, bySeries] : rows) {
+        const auto end = pending_.begin() + static_cast<std::ptrdiff_t>(pendingCount_);
+        auto found = std::find_if(pending_.begin(), end,
+                                  [at = period](const auto& each) { return each.first == at; });
+        if (found == end) {
+            if (pending_.size() == pendingCount_) pending_.emplace_back();
+            found = pending_.begin() + static_cast<std::ptrdiff_t>(pendingCount_++);
+            found->first = period;
+            found->second = {};
+        }
+        PeriodRow merged;
+        StatusTable statuses;
+        const auto add = [&](const PeriodValue& value, const PeriodRow& from) {
+            merged.values.push_back(value);
+            merged.values.back().status = statuses.Index(View(from.statuses[value.status]));
+        };
+        for (const auto& [series, row] : bySeries)
+            for (const PeriodValue& value : row.values)
+                add(value, row);
+        const std::vector<PeriodValue> asRows = merged.values;
+        for (const PeriodValue& value : found->second.values)
+            if (!std::ranges::binary_search(asRows, value, Precedes)) add(value, found->second);
+        std::ranges::sort(merged.values, Precedes);
+        merged.statuses = statuses.Texts();
+        found->second = std::move(merged);
+    }
+    std::sort(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(pendingCount_),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
 }
 
 bool PeriodReader::Next() {

@@ -12,6 +12,7 @@
 #include "block.h"
 #include "overlay.h"
 #include "period_row.h"
+#include "row_stream.h"
 #include "series_list.h"
 #include "statements.h"
 
@@ -55,16 +56,18 @@ class SeriesReader {
   private:
     void ReadSealed(SeriesBlock& out);
     void CollectPending(std::int32_t block);
+    void CollectRows(std::int32_t block);
     bool NextPiece(SeriesBlock& out);
 
     Reading reading_;
     Series series_;
     Range periods_, bands_;
     Statements::Lease sealed_, pending_;
+    RowStream rows_;
     bool hasSealed_ = false;
     bool hasPending_ = false;
-    std::vector<PeriodRow> rows_;
-    std::vector<Run> runs_;
+    std::vector<PeriodRow> held_, heldRows_;  // what the runs refer to
+    std::vector<Run> runs_;                   // of a period, those that count more are behind
     // A block that is too thin to be laid out at once is handed out period by period.
     SeriesBlock thin_;
     std::optional<std::size_t> thinPeriod_;
@@ -105,6 +108,7 @@ class PeriodReader {
     void LookAhead(std::size_t index, std::int64_t from);
     std::optional<std::int32_t> NextBlock();
     void Load(std::int32_t block);
+    void AddRows(Range periods);
     bool Gather(std::int32_t period);
     void Sort();
 
@@ -112,6 +116,7 @@ class PeriodReader {
     std::int32_t measValueId_;
     Selection selection_;
     bool descending_;
+    std::vector<ChannelAndFunction> rowSeries_;       // that have rows
     std::vector<ChannelAndFunction> series_;          // that have sealed blocks
     std::vector<std::optional<std::int32_t>> ahead_;  // the period of the next sealed block of each
     std::int64_t at_;                                 // the next period to look at

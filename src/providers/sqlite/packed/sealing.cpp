@@ -59,8 +59,10 @@ void AddErased(std::int32_t period, const StagedPeriod& staged, Changes& changes
 
 void Store::Flush() {
     if (stage_.values == 0) return;
-    for (auto& [measValueId, report] : stage_.reports)
+    for (auto& [measValueId, report] : stage_.reports) {
+        if (statements_->HasRows()) FlushRows(measValueId, report);
         FlushReport(measValueId, report);
+    }
     for (auto& [measValueId, report] : stage_.reports)
         report.periods.clear();
     lastStaged_ = nullptr;
@@ -234,7 +236,7 @@ void Store::WriteSealed(const Series& series, std::int32_t block, const SeriesBl
             dropRow();
         }
     } else {
-        EncodeBlock(series, now, resolution_, data_, summary_);
+        EncodeBlock(series, now, options_.resolution, data_, summary_);
         std::int64_t dataId = before.dataId;
         if (before.exists) {
             statements_->Run(Sql::SetData, dataId, data_);
@@ -271,6 +273,8 @@ void Store::DeleteRange(std::int32_t measValueId, std::int32_t firstPeriod,
     const Range periods{firstPeriod, std::min(endPeriod - 1, kNewest)};
     if (periods.IsEmpty()) return;
     statements_->Run(Sql::DropPending, measValueId, periods.first, periods.last);
+    for (const auto& [channel, funcId] : RowSeries(*statements_, measValueId))
+        statements_->Run(Sql::DropRows, measValueId, channel, funcId, periods.first, periods.last);
     for (const auto& [channel, funcId] : SealedSeries(*statements_, measValueId)) {
         const Series series{measValueId, channel, funcId};
         // Blocks that the range cuts are read and written anew, those in between are dropped.

@@ -2,19 +2,22 @@
 #include "series_list.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "period_row.h"
 
 namespace mersola::packed {
 
-std::vector<ChannelAndFunction> SealedSeries(Statements& statements, std::int32_t measValueId,
-                                             Range channels, Range functions) {
+namespace {
+
+std::vector<ChannelAndFunction> Walk(Sql next, Statements& statements, std::int32_t measValueId,
+                                     Range channels, Range functions) {
     std::vector<ChannelAndFunction> found;
     if (channels.IsEmpty() || functions.IsEmpty()) return found;
     std::int64_t channel = channels.first;
     std::int64_t funcId = functions.first - 1;
     while (true) {
-        const auto row = statements.Take(Sql::NextSeries, measValueId, channel, funcId);
+        const auto row = statements.Take(next, measValueId, channel, funcId);
         if (!row->Step()) return found;
         channel = row->Int32(0);
         funcId = row->Int32(1);
@@ -30,12 +33,31 @@ std::vector<ChannelAndFunction> SealedSeries(Statements& statements, std::int32_
     }
 }
 
+}  // namespace
+
+std::vector<ChannelAndFunction> SealedSeries(Statements& statements, std::int32_t measValueId,
+                                             Range channels, Range functions) {
+    return Walk(Sql::NextSeries, statements, measValueId, channels, functions);
+}
+
+std::vector<ChannelAndFunction> RowSeries(Statements& statements, std::int32_t measValueId,
+                                          Range channels, Range functions) {
+    if (!statements.HasRows()) return {};
+    return Walk(Sql::NextRowSeries, statements, measValueId, channels, functions);
+}
+
 std::vector<ChannelAndFunction> StoredSeries(Statements& statements, std::int32_t measValueId,
                                              Range channels, Range functions, Range periods) {
     if (channels.IsOne() && functions.IsOne())
         return {{static_cast<std::int32_t>(channels.first),
                  static_cast<std::int32_t>(functions.first)}};
     auto found = SealedSeries(statements, measValueId, channels, functions);
+    if (statements.HasRows()) {
+        const auto rows = RowSeries(statements, measValueId, channels, functions);
+        std::vector<ChannelAndFunction> both;
+        std::ranges::set_union(found, rows, std::back_inserter(both));
+        found = std::move(both);
+    }
     const auto sealed = static_cast<std::ptrdiff_t>(found.size());
     const auto rows = statements.Take(Sql::PendingRows, measValueId, periods.first, periods.last);
     PeriodRow row;
@@ -62,7 +84,8 @@ std::vector<ChannelAndFunction> StoredSeries(Statements& statements, std::int32_
 
 std::optional<std::int32_t> NextReport(Statements& statements, std::int64_t measValueId) {
     std::optional<std::int32_t> next;
-    for (const Sql which : {Sql::NextPendingReport, Sql::NextSealedReport}) {
+    for (const Sql which : {Sql::NextPendingReport, Sql::NextSealedReport, Sql::NextRowReport}) {
+        if (which == Sql::NextRowReport && !statements.HasRows()) continue;
         const auto row = statements.Take(which, measValueId);
         if (row->Step()) next = std::min(next.value_or(row->Int32(0)), row->Int32(0));
     }

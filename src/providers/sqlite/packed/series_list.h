@@ -27,6 +27,9 @@ struct Range {
 /// The channels and functions that a report has sealed blocks of, ascending.
 std::vector<ChannelAndFunction> SealedSeries(Statements& statements, std::int32_t measValueId,
                                              Range channels = {}, Range functions = {});
+/// Those that it has rows of.
+std::vector<ChannelAndFunction> RowSeries(Statements& statements, std::int32_t measValueId,
+                                          Range channels = {}, Range functions = {});
 
 /// Those that have values at all within the periods, ascending. May name others.
 std::vector<ChannelAndFunction> StoredSeries(Statements& statements, std::int32_t measValueId,

@@ -1,5 +1,6 @@
 // Sealed blocks and pending rows come from two statements, both in the order of periods.
 #include <algorithm>
+#include <limits>
 
 #include "readers.h"
 
@@ -15,17 +16,17 @@ SeriesReader::SeriesReader(std::shared_ptr<Statements> statements, const Series&
     pending_ = reading_->Take(Sql::PendingRows, series.measValueId, periods.first, periods.last);
     hasSealed_ = sealed_->Step();
     hasPending_ = pending_->Step();
+    rows_ = RowStream(*reading_, series, periods, bands);
 }
 
 bool SeriesReader::Next(SeriesBlock& out) {
     if (thinPeriod_ && NextPiece(out)) return true;
-    while (hasSealed_ || hasPending_) {
-        std::int32_t block = 0;
-        if (hasSealed_ && hasPending_) {
-            block = BlockOf(std::min(sealed_->Int32(0), pending_->Int32(0)));
-        } else {
-            block = BlockOf(hasSealed_ ? sealed_->Int32(0) : pending_->Int32(0));
-        }
+    while (hasSealed_ || hasPending_ || !rows_.AtEnd()) {
+        std::int32_t next = std::numeric_limits<std::int32_t>::max();
+        if (hasSealed_) next = std::min(next, sealed_->Int32(0));
+        if (hasPending_) next = std::min(next, pending_->Int32(0));
+        if (!rows_.AtEnd()) next = std::min(next, rows_.Period());
+        const std::int32_t block = BlockOf(next);
         out.periods = 0;
         out.bands.clear();
         if (hasSealed_ && BlockOf(sealed_->Int32(0)) == block) {
@@ -36,6 +37,7 @@ bool SeriesReader::Next(SeriesBlock& out) {
         }
         runs_.clear();
         if (hasPending_ && BlockOf(pending_->Int32(0)) == block) CollectPending(block);
+        if (!rows_.AtEnd() && BlockOf(rows_.Period()) == block) CollectRows(block);
         if (!runs_.empty()) {
             if (!FitsBlock(out, runs_)) {
                 std::swap(thin_, out);
@@ -79,10 +81,10 @@ void SeriesReader::CollectPending(std::int32_t block) {
             [](const PeriodValue& value) { return std::int64_t{value.frqId}; });
         return std::span<const PeriodValue>(first, end);
     };
-    if (rows_.size() < kBlockPeriods) rows_.resize(kBlockPeriods);  // runs refer to them
+    if (held_.size() < kBlockPeriods) held_.resize(kBlockPeriods);
     for (; hasPending_ && BlockOf(pending_->Int32(0)) == block; hasPending_ = pending_->Step()) {
         const std::int32_t period = pending_->Int32(0);
-        PeriodRow& row = rows_[count];
+        PeriodRow& row = held_[count];
         try {
             DecodePeriod(series_, period, pending_->Blob(1), row);
         } catch (const DamagedBlock& damaged) {
@@ -95,6 +97,16 @@ void SeriesReader::CollectPending(std::int32_t block) {
     }
 }
 
+void SeriesReader::CollectRows(std::int32_t block) {
+    // What was collected before stays where it is: runs refer to it.
+    for (std::size_t at = 0; !rows_.AtEnd() && BlockOf(rows_.Period()) == block; ++at) {
+        if (heldRows_.size() < kBlockPeriods) heldRows_.resize(kBlockPeriods);
+        const std::int32_t period = rows_.Period();
+        rows_.Read(heldRows_[at]);
+        runs_.push_back({period, heldRows_[at].values, &heldRows_[at].statuses});
+    }
+}
+
 bool SeriesReader::NextPiece(SeriesBlock& out) {
     for (; *thinPeriod_ < kBlockPeriods; ++*thinPeriod_) {
         const auto place = static_cast<std::int32_t>(*thinPeriod_);
@@ -103,8 +115,8 @@ bool SeriesReader::NextPiece(SeriesBlock& out) {
         const std::int32_t period = block * kBlockPeriods + place;
         if (!periods_.Holds(period)) continue;
         out = ColumnOf(thin_, period);
-        const auto run = std::ranges::find(runs_, period, &Run::period);
-        if (run != runs_.end()) Overlay(out, {run, 1});
+        for (const Run& run : runs_)
+            if (run.period == period) Overlay(out, {&run, 1});
         if (out.bands.empty()) continue;
         ++*thinPeriod_;
         return true;

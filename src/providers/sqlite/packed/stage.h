@@ -35,6 +35,7 @@ struct ValueRow : ValueKey {
 struct StagedValue {
     PeriodValue value;
     bool isErased = false;
+    bool mayReplace = false;  // another value of the key may be stored
 };
 
 struct StagedPeriod {
@@ -46,6 +47,7 @@ struct StagedPeriod {
 /// What lies in the table of blocks for one series and block.
 struct SealedBlock {
     bool exists = false;
+    bool hasRows = false;  // in the table of rows, wherever in the block
     std::int32_t firstPeriod = 0;
     std::int32_t lastPeriod = 0;
     std::int64_t dataId = 0;

@@ -1,4 +1,4 @@
-// The texts of the statements. @ stands for the database's name.
+// The texts of the statements. @ stands for the database's name, # for the table of rows in it.
 #include "statements.h"
 
 #include <utility>
@@ -43,17 +43,43 @@ constexpr std::array<const char*, static_cast<std::size_t>(Sql::Count)> kTexts{
     "DELETE FROM @.ValueData WHERE DataId IN (SELECT DataId FROM @.ValueBlocks WHERE "
     "MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND FirstPeriod BETWEEN ?4 AND ?5)",
     "SELECT 1 FROM @.sqlite_schema",
+    "SELECT 1 FROM # WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND PeriodNo=?4 AND "
+    "FrqId=?5",
+    "SELECT 1 FROM # WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND PeriodNo BETWEEN ?4 "
+    "AND ?5 LIMIT 1",
+    "SELECT PeriodNo, FrqId, Value, Status FROM # WHERE MeasValueId=?1 AND Channel=?2 AND "
+    "FuncId=?3 AND PeriodNo BETWEEN ?4 AND ?5 ORDER BY PeriodNo, FrqId",
+    "INSERT OR REPLACE INTO # (MeasValueId, Channel, FuncId, PeriodNo, FrqId, Value, Status) "
+    "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
+    "INSERT OR IGNORE INTO # (MeasValueId, Channel, FuncId, PeriodNo, FrqId, Value, Status) "
+    "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
+    "DELETE FROM # WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND PeriodNo=?4 AND "
+    "FrqId=?5",
+    "DELETE FROM # WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND PeriodNo BETWEEN ?4 AND "
+    "?5",
+    "SELECT PeriodNo FROM # WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND PeriodNo>=?4 "
+    "ORDER BY PeriodNo LIMIT 1",
+    "SELECT PeriodNo FROM # WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND PeriodNo<=?4 "
+    "ORDER BY PeriodNo DESC LIMIT 1",
+    "SELECT Channel, FuncId FROM # WHERE MeasValueId=?1 AND (Channel, FuncId)>(?2, ?3) ORDER BY "
+    "Channel, FuncId LIMIT 1",
+    "SELECT MeasValueId FROM # WHERE MeasValueId>=?1 ORDER BY MeasValueId LIMIT 1",
 };
 
-std::string WithSchema(std::string_view text, const std::string& schema) {
-    std::string name = "\"";
-    for (const char c : schema)
-        name += c == '"' ? "\"\"" : std::string(1, c);
-    name += '"';
+std::string Quoted(const std::string& name) {
+    std::string quoted = "\"";
+    for (const char c : name)
+        quoted += c == '"' ? "\"\"" : std::string(1, c);
+    return quoted + '"';
+}
+
+std::string WithNames(std::string_view text, const std::string& schema, const std::string& rows) {
     std::string filled;
     for (const char c : text) {
         if (c == '@') {
-            filled += name;
+            filled += Quoted(schema);
+        } else if (c == '#') {
+            filled += Quoted(schema) + '.' + Quoted(rows);
         } else {
             filled += c;
         }
@@ -73,6 +99,13 @@ bool Statement::Step() {
     throw failure;
 }
 
+std::optional<std::string_view> Statement::Text(int column) {
+    if (IsNull(column)) return std::nullopt;
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+    return std::string_view(text,
+                            static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+}
+
 std::span<const std::byte> Statement::Blob(int column) {
     const void* bytes = sqlite3_column_blob(statement_, column);
     return {static_cast<const std::byte*>(bytes),
@@ -86,7 +119,7 @@ Statements::Lease Statements::Take(Sql which) {
         idle.pop_back();
         return lease;
     }
-    const std::string text = WithSchema(kTexts[static_cast<std::size_t>(which)], schema_);
+    const std::string text = WithNames(kTexts[static_cast<std::size_t>(which)], schema_, rows_);
     sqlite3_stmt* prepared = nullptr;
     const int code =
         sqlite3_prepare_v3(db_, text.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "api.h"
@@ -45,6 +48,18 @@ enum class Sql {
     DropData,
     DropBlockData,
     Pin,
+    // of a table of rows beside the blocks
+    HasRow,
+    HasRows,
+    Rows,
+    PutRow,
+    AddRow,
+    DropRow,
+    DropRows,
+    FirstRow,
+    LastRow,
+    NextRowSeries,
+    NextRowReport,
     Count
 };
 
@@ -71,11 +86,24 @@ class Statement {
 
     bool IsNull(int column) { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
     std::int64_t Integer(int column) { return sqlite3_column_int64(statement_, column); }
+    double Real(int column) { return sqlite3_column_double(statement_, column); }
+    /// Valid until the next step.
+    std::optional<std::string_view> Text(int column);
     std::int32_t Int32(int column) { return static_cast<std::int32_t>(Integer(column)); }
     std::span<const std::byte> Blob(int column);
 
   private:
-    void BindOne(int index, std::int64_t value) { sqlite3_bind_int64(statement_, index, value); }
+    void BindOne(int index, std::nullptr_t) { sqlite3_bind_null(statement_, index); }
+    void BindOne(int index, double value) { sqlite3_bind_double(statement_, index, value); }
+    void BindOne(int index, const std::optional<std::string>& text) {
+        if (!text) return BindOne(index, nullptr);
+        sqlite3_bind_text64(statement_, index, text->data(), text->size(), SQLITE_STATIC,
+                            SQLITE_UTF8);
+    }
+    void BindOne(int index, std::integral auto value) { BindInteger(index, value); }
+    void BindInteger(int index, std::int64_t value) {
+        sqlite3_bind_int64(statement_, index, value);
+    }
     /// Not copied: it must stay until the statement is reset.
     void BindOne(int index, const std::string& bytes) {
         sqlite3_bind_blob64(statement_, index, bytes.data(), bytes.size(), SQLITE_STATIC);
@@ -87,8 +115,9 @@ class Statement {
 /// Prepares each statement once and again for each further user at the same time.
 class Statements : public std::enable_shared_from_this<Statements> {
   public:
-    /// `schema` names the attached database.
-    Statements(sqlite3* db, std::string schema) : db_(db), schema_(std::move(schema)) {}
+    /// `schema` names the attached database, and `rows` a table of rows in it; empty without one.
+    Statements(sqlite3* db, std::string schema, std::string rows)
+        : db_(db), schema_(std::move(schema)), rows_(std::move(rows)) {}
     Statements(const Statements&) = delete;
     Statements& operator=(const Statements&) = delete;
 
@@ -126,13 +155,15 @@ class Statements : public std::enable_shared_from_this<Statements> {
     }
 
     sqlite3* Db() const { return db_; }
+    /// Whether values may also lie in a table of rows.
+    bool HasRows() const { return !rows_.empty(); }
 
     /// Readers that are under way: what they have still to read must not move from table to table.
     int readers = 0;
 
   private:
     sqlite3* db_;
-    std::string schema_;
+    std::string schema_, rows_;
     std::array<std::vector<std::unique_ptr<Statement>>, static_cast<std::size_t>(Sql::Count)> idle_;
 };
 

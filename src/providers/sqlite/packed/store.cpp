@@ -28,8 +28,9 @@ PeriodValue KeyIn(const ValueKey& key) {
 
 }  // namespace
 
-Store::Store(sqlite3* db, const std::string& schema, double resolution)
-    : statements_(std::make_shared<Statements>(db, schema)), resolution_(resolution) {}
+Store::Store(sqlite3* db, const std::string& schema, Options options)
+    : statements_(std::make_shared<Statements>(db, schema, options.rows)),
+      options_(std::move(options)) {}
 
 Store::~Store() = default;
 
@@ -74,6 +75,12 @@ void Store::RequireTransaction() const {
         throw Failure(SQLITE_MISUSE, "values are written outside of a transaction");
 }
 
+void Store::RequireUnread() const {
+    RequireTransaction();
+    if (statements_->readers > 0)
+        throw Failure(SQLITE_LOCKED, "the values are being read on this connection");
+}
+
 StagedPeriod& Store::PeriodAt(std::int32_t measValueId, std::int32_t period) {
     if (lastStaged_ && lastPeriod_ == period && lastReport_ == measValueId) return *lastStaged_;
     StagedPeriod& found = stage_.reports[measValueId].periods[period];
@@ -109,6 +116,11 @@ SealedBlock& Store::SealedAt(const Series& series, std::int32_t block) {
                                  .dataId = row->Integer(2),
                                  .decoded = nullptr};
             }
+            found->second.hasRows = statements_->HasRows() &&
+                                    statements_
+                                        ->Take(Sql::HasRows, series.measValueId, series.channel,
+                                               series.funcId, first, first + kBlockPeriods - 1)
+                                        ->Step();
         } catch (...) {
             sealed.erase(found);
             throw;
@@ -138,10 +150,15 @@ const SeriesBlock& Store::Decoded(const Series& series, std::int32_t block, Seal
     return *(sealed.decoded = std::move(decoded));
 }
 
-bool Store::IsSealed(const ValueKey& key) {
+bool Store::IsSettled(const ValueKey& key) {
     const Series series = key.SeriesOf();
     const std::int32_t block = BlockOf(key.periodNo);
     SealedBlock& sealed = SealedAt(series, block);
+    if (sealed.hasRows &&
+        statements_
+            ->Take(Sql::HasRow, key.measValueId, key.channel, key.funcId, key.periodNo, key.frqId)
+            ->Step())
+        return true;
     if (!sealed.exists || key.periodNo < sealed.firstPeriod || key.periodNo > sealed.lastPeriod)
         return false;
     const SeriesBlock& values = Decoded(series, block, sealed);
@@ -155,7 +172,8 @@ bool Store::IsSealed(const ValueKey& key) {
 }
 
 bool Store::IsStored(const ValueKey& key, StagedPeriod& period) {
-    return std::ranges::binary_search(period.pending.values, KeyIn(key), Precedes) || IsSealed(key);
+    return std::ranges::binary_search(period.pending.values, KeyIn(key), Precedes) ||
+           IsSettled(key);
 }
 
 bool Store::Insert(const ValueRow& row, bool replace) {
@@ -172,13 +190,13 @@ bool Store::Insert(const ValueRow& row, bool replace) {
         if (SameKey(at->value, value)) {
             if (!at->isErased && !replace) return false;
             value.status = stage_.statuses.Index(row.status);
-            *at = {value, false};
+            *at = {value, false, true};
             return true;
         }
     }
     if (!replace && IsStored(row, period)) return false;
     value.status = stage_.statuses.Index(row.status);
-    values.insert(at, {value, false});
+    values.insert(at, {value, false, replace});
     ++stage_.values;
     return true;
 }
@@ -192,7 +210,7 @@ bool Store::Erase(const ValueKey& key) {
     const auto at = std::lower_bound(values.begin(), values.end(), value, StagedPrecedes);
     if (at != values.end() && SameKey(at->value, value)) return !std::exchange(at->isErased, true);
     if (!IsStored(key, period)) return false;
-    values.insert(at, {value, true});
+    values.insert(at, {value, true, true});
     ++stage_.values;
     return true;
 }
@@ -213,6 +231,10 @@ std::optional<std::int32_t> Store::FirstPeriod(std::int32_t measValueId) {
         const auto row = statements_->Take(Sql::FirstSealed, measValueId, channel, funcId, kOldest);
         if (row->Step()) first = std::min(first.value_or(row->Int32(0)), row->Int32(0));
     }
+    for (const auto& [channel, funcId] : RowSeries(*statements_, measValueId)) {
+        const auto found = Ask(Sql::FirstRow, measValueId, channel, funcId, kOldest);
+        if (found) first = std::min(first.value_or(*found), *found);
+    }
     return first;
 }
 
@@ -222,6 +244,10 @@ std::optional<std::int32_t> Store::LastPeriod(std::int32_t measValueId) {
     for (const auto& [channel, funcId] : SealedSeries(*statements_, measValueId)) {
         const auto row = statements_->Take(Sql::LastSealed, measValueId, channel, funcId, kNewest);
         if (row->Step()) last = std::max(last.value_or(row->Int32(1)), row->Int32(1));
+    }
+    for (const auto& [channel, funcId] : RowSeries(*statements_, measValueId)) {
+        const auto found = Ask(Sql::LastRow, measValueId, channel, funcId, kNewest);
+        if (found) last = std::max(last.value_or(*found), *found);
     }
     return last;
 }

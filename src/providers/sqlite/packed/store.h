@@ -32,8 +32,14 @@ inline constexpr std::int64_t kNewest = std::numeric_limits<std::int32_t>::max()
 /// was staged may have been flushed.
 class Store {
   public:
-    /// `resolution` is the step to which values are rounded as they are sealed; 0 keeps them.
-    Store(sqlite3* db, const std::string& schema, double resolution);
+    struct Options {
+        double resolution =
+            0;             ///< values are rounded to this step as they are sealed; 0 keeps them
+        std::string rows;  ///< a table of rows in which there are values, too; empty: none
+        bool intoRows = false;  ///< whether values that are written become rows there
+    };
+
+    Store(sqlite3* db, const std::string& schema, Options options);
     ~Store();
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
@@ -51,6 +57,11 @@ class Store {
     /// Deletes a report's values from the first period up to and without the end. Blocks that lie
     /// within are not even read.
     void DeleteRange(std::int32_t measValueId, std::int32_t firstPeriod, std::int64_t endPeriod);
+
+    /// Moves at least so many values, if there are so many, from rows into blocks or the other way
+    /// round. Returns how many; 0 when all are moved. As Insert, only within a transaction.
+    std::int64_t PackSome(std::int64_t limit);
+    std::int64_t UnpackSome(std::int64_t limit);
 
     /// The first and the last period of a report in which there is a value. Flushes.
     std::optional<std::int32_t> FirstPeriod(std::int32_t measValueId);
@@ -87,10 +98,18 @@ class Store {
     SealedBlock& SealedAt(const Series& series, std::int32_t block);
     const SeriesBlock& Decoded(const Series& series, std::int32_t block, SealedBlock& sealed);
     bool IsStored(const ValueKey& key, StagedPeriod& period);
-    bool IsSealed(const ValueKey& key);
+    bool IsSettled(const ValueKey& key);  // sealed, or a row
     void RequireTransaction() const;
+    /// Also that nobody on the connection is reading what is to be moved.
+    void RequireUnread() const;
 
     using Periods = std::map<std::int32_t, StagedPeriod>;
+    void FlushRows(std::int32_t measValueId, StagedReport& report);
+    void PutRow(Sql how, const Series& series, std::int32_t period, const PeriodValue& value,
+                const Status& status);
+    std::int64_t PackBlock(const Series& series, std::int32_t block);
+    std::int64_t UnpackPeriod(std::int32_t measValueId);
+    std::int64_t UnpackBlock(const Series& series);
     void FlushReport(std::int32_t measValueId, StagedReport& report);
     void MergePeriod(std::int32_t measValueId, std::int32_t period, const StagedPeriod& staged);
     void EraseSealed(std::int32_t measValueId, std::int32_t block, const Changes& changes);
@@ -113,7 +132,7 @@ class Store {
     void ForgetReport(std::int32_t measValueId);
 
     std::shared_ptr<Statements> statements_;
-    double resolution_;
+    Options options_;
     bool inTransaction_ = false;
     Stage stage_;
     // What the last value went to: most go to the same again.
