@@ -25,7 +25,7 @@ Extent Union(const SeriesBlock& block, std::span<const Run> runs) {
     Extent all;
     if (block.periods > 0 && !block.bands.empty()) {
         all.first = block.firstPeriod;
-        all.last = block.firstPeriod + block.periods - 1;
+        all.last = block.firstPeriod + (block.periods - 1);
         all.bands = block.bands;
     }
     std::vector<std::int32_t> both;

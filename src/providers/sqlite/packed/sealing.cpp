@@ -249,7 +249,8 @@ void Store::WriteSealed(const Series& series, std::int32_t block, const SeriesBl
             sqlite3_set_last_insert_rowid(db, rowid);  // as the program knows it
         }
         statements_->Run(Sql::PutBlock, series.measValueId, series.channel, series.funcId,
-                         now.firstPeriod, now.firstPeriod + now.periods - 1, dataId, summary_);
+                         now.firstPeriod, std::int64_t{now.firstPeriod} + now.periods - 1, dataId,
+                         summary_);
     }
     ForgetSealed(series, block);
 }
@@ -257,8 +258,8 @@ void Store::WriteSealed(const Series& series, std::int32_t block, const SeriesBl
 void Store::ErasePeriods(const Series& series, std::int32_t block, Range periods) {
     const SeriesBlock& before = Decoded(series, block, SealedAt(series, block));
     std::vector<Erased> erased;
-    for (std::int32_t period = before.firstPeriod; period < before.firstPeriod + before.periods;
-         ++period) {
+    for (int column = 0; column < before.periods; ++column) {
+        const std::int32_t period = before.firstPeriod + column;
         if (!periods.Holds(period)) continue;
         for (const std::int32_t band : before.bands)
             erased.push_back({period, band});
