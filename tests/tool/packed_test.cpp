@@ -47,5 +47,53 @@ TEST_F(Packed, TakesCopiesOfRowsAndGivesThemBackBitForBit) {
     EXPECT_THAT(RunWords({"check", packed_}).out, EndsWith("; 10 values were checked\n"));
 }
 
+class DamagedBlocks : public Packed {
+  protected:
+    DamagedBlocks() {
+        Mersola store(nullptr, nullptr, ConnectString().c_str(), 5);
+        store.dbExecute("INSERT INTO Groups (GroupId,GroupName) VALUES (1,'Pier')");
+        store.dbExecute(
+            "INSERT INTO Measurements (GroupId,MeasId,MeasName,StartAt) VALUES "
+            "(1,1,'noise','2026,11,15,10,00,00,000')");
+        store.dbExecute(
+            "INSERT INTO Reports (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen,noOfPeriods) "
+            "VALUES (1,1,1,'00,00,00,01,000','NOT_SET',400)");
+        store.dbExecute("INSERT INTO MeasValueMap VALUES (1,1,1,1)");
+        store.dbExecute(
+            "INSERT INTO MeasuredFunctions (GroupId,MeasId,ReportId,FuncId,Channel) VALUES "
+            "(1,1,1,1,1),(1,1,1,2,1)");
+        store.dbExecute(
+            "WITH RECURSIVE p(n) AS (SELECT 0 UNION ALL SELECT n+1 FROM p WHERE n<399) INSERT INTO "
+            "MeasuredValues SELECT 1,n,1,FuncId,0,n+0.5*FuncId,NULL FROM p,MeasuredFunctions");
+    }
+    std::string ConnectString() const { return "Provider=SQLite;Data Source={" + packed_ + "}"; }
+    void Change(const char* statement) const {
+        Mersola(nullptr, nullptr, ConnectString().c_str(), 5).dbExecute(statement);
+    }
+};
+
+TEST_F(DamagedBlocks, AreNamedByCheckWhichReadsTheRest) {
+    EXPECT_EQ(RunWords({"check", packed_}).out, "0 findings; 800 values were checked\n");
+    Change(
+        "UPDATE ValueData SET Data=CAST(x'ff'||substr(Data,2) AS BLOB) WHERE DataId="
+        "(SELECT DataId FROM ValueBlocks WHERE FuncId=2 AND FirstPeriod=128)");
+    Change("UPDATE PendingValues SET Data=x'01' WHERE PeriodNo=390");
+    Change("UPDATE ValueBlocks SET Summary=x'01' WHERE FuncId=1 AND FirstPeriod=0");
+    Change("DELETE FROM FrqNameMap WHERE FrqId=0");
+    const Outcome checked = RunWords({"check", packed_});
+    EXPECT_EQ(checked.status, 1);
+    EXPECT_THAT(checked.out,
+                HasSubstr("instrument 'Pier' (1), measurement 'noise' (1), report 1, channel 1, "
+                          "function 'LAeq' (2), periods 128 to 255, 2026-11-15 10:02:08.000 to "
+                          "2026-11-15 10:04:16.000: the values cannot be read: "));
+    EXPECT_THAT(checked.out, HasSubstr("report 1, all functions, period 390, "));
+    EXPECT_THAT(checked.out, HasSubstr("periods 0 to 127, 2026-11-15 10:00:00.000 to 2026-11-15 "
+                                       "10:02:08.000: their summary is damaged"));
+    EXPECT_THAT(checked.out, HasSubstr("remark: band 0: no name"));
+    EXPECT_THAT(checked.out, HasSubstr("\n  mersola salvage "));
+    EXPECT_THAT(checked.out, EndsWith("3 findings, 1 remark; 670 values were checked\n"));
+    EXPECT_THAT(RunWords({"export", packed_}).err, HasSubstr("mersola check says what is lost"));
+}
+
 }  // namespace
 }  // namespace mersola::tool

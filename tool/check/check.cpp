@@ -82,9 +82,9 @@ void TellAffected(const Database& database, Findings& findings) {
     }
 }
 
-void TellHowToSave(const Database& database, std::ostream& out) {
-    out << "The file is damaged, and what it holds was not checked. Restore a backup, or save what "
-           "can be read:\n  mersola salvage "
+void TellHowToSave(const Database& database, const char* unchecked, std::ostream& out) {
+    out << "The file is damaged, and " << unchecked
+        << " was not checked. Restore a backup, or save what can be read:\n  mersola salvage "
         << ShellWord(database.File())
         << " saved.db\n"
            "docs/administration.md tells more, under Damaged files and Backup.\n";
@@ -182,7 +182,7 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
     if (findings.Count() > 0) {
         snapshot.reset();
         TellAffected(database, findings);
-        TellHowToSave(database, out);
+        TellHowToSave(database, "what it holds", out);
         Summarize(findings, 0, out);
         return false;
     }
@@ -194,10 +194,13 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
     CheckMeasurements(store, layout, places, findings);
     CheckReports(store, layout, places, findings);
     CheckOwners(store, layout, places, findings);
-    CheckRepeats(store, layout, findings);
+    const bool isPacked = database.IsFile() && KeepingOf(store).IsPacked();
+    CheckRepeats(store, layout, isPacked, findings);
     CheckMarkers(store, layout, places, findings);
     CheckTexts(store, layout, findings);
-    const ValuesChecked checked = CheckValues(store, layout, places, findings);
+    const auto unread =
+        isPacked ? CheckBlocks(store, layout, findings) : std::vector<UnreadValues>();
+    const ValuesChecked checked = CheckValues(store, layout, places, unread, findings);
     snapshot->End();
     if (!checked.uncounted.empty()) {
         // Nobody else has the file: nobody is about to count.
@@ -205,6 +208,7 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
             std::this_thread::sleep_for(kOneRecorderStep);
         CheckCounts(store, checked.uncounted, places, findings);
     }
+    if (!unread.empty()) TellHowToSave(database, "what the lines above name", out);
     Summarize(findings, checked.values, out);
     return findings.Count() == 0;
 }

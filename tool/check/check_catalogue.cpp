@@ -84,9 +84,9 @@ std::string Unreadable(const char* column, const CString& text, const char* kind
 
 }  // namespace
 
-void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings) {
+void CheckRepeats(Mersola& store, const Layout& layout, bool isPacked, Findings& findings) {
     for (const auto& [table, consequences] : kRepeats) {
-        if (!layout.Has(table)) continue;
+        if (!layout.Has(table) || (isPacked && table == MeasuredValues)) continue;
         for (std::size_t i = 0; const StoredKey& key : KeysOf(table)) {
             const std::string consequence = consequences.at(i++);
             const std::string columns = Joined(key);

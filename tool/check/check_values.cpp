@@ -29,17 +29,37 @@ struct KeyedReport {
     std::int32_t periods, minPeriod;
 };
 
+// Two parts of one series.
+Series Sum(const Series& a, const Series& b) {
+    Series sum = a;
+    sum.values += b.values;
+    sum.numbers += b.numbers;
+    sum.first = std::min(a.first, b.first);
+    sum.last = std::max(a.last, b.last);
+    sum.least = std::min(a.least, b.least);
+    sum.most = std::max(a.most, b.most);
+    return sum;
+}
+
 // One pass over the values, in the order of their key.
-std::vector<Series> ReadSeries(Mersola& store) {
+std::vector<Series> ReadSeries(Mersola& store, const std::vector<std::string>& parts) {
     std::vector<Series> series;
-    for (_Recordset& row :
-         Rows(store,
-              "SELECT MeasValueId,Channel,FuncId,COUNT(*),COUNT(Value),MIN(PeriodNo),"
-              "MAX(PeriodNo),MIN(Value),MAX(Value) FROM MeasuredValues "
-              "GROUP BY MeasValueId,Channel,FuncId ORDER BY MeasValueId,Channel,FuncId"))
-        series.push_back({row.Fields(0).Long(), row.Fields(1).Long(), row.Fields(2).Long(),
-                          row.Fields(3).Long(), row.Fields(4).Long(), row.Fields(5).Long(),
-                          row.Fields(6).Long(), row.Fields(7).Double(), row.Fields(8).Double()});
+    for (const std::string& part : parts) {
+        for (_Recordset& row :
+             Rows(store,
+                  "SELECT MeasValueId,Channel,FuncId,COUNT(*),COUNT(Value),MIN(PeriodNo),"
+                  "MAX(PeriodNo),MIN(Value),MAX(Value) FROM MeasuredValues%s "
+                  "GROUP BY MeasValueId,Channel,FuncId ORDER BY MeasValueId,Channel,FuncId",
+                  part.c_str())) {
+            const Series each{row.Fields(0).Long(), row.Fields(1).Long(),   row.Fields(2).Long(),
+                              row.Fields(3).Long(), row.Fields(4).Long(),   row.Fields(5).Long(),
+                              row.Fields(6).Long(), row.Fields(7).Double(), row.Fields(8).Double()};
+            if (!series.empty() && series.back().Id() == each.Id())
+                series.back() = Sum(series.back(), each);
+            else
+                series.push_back(each);
+        }
+    }
     return series;
 }
 
@@ -98,14 +118,17 @@ void CheckSeries(const Series& series, const std::string& where, const KeyedRepo
         findings.Add(where, "has values that are not finite");
 }
 
-void CheckBands(Mersola& store, Findings& findings) {
+void CheckBands(Mersola& store, const std::vector<std::string>& parts, Findings& findings) {
+    std::set<std::int32_t> bands;
+    for (const std::string& part : parts) {
+        for (_Recordset& row :
+             Rows(store, "SELECT DISTINCT FrqId FROM MeasuredValues%s", part.c_str()))
+            bands.insert(row.Fields(0).Long());
+    }
+    for (_Recordset& row : Rows(store, "SELECT FrqId FROM FrqNameMap WHERE FrqName<>''"))
+        bands.erase(row.Fields(0).Long());
     std::vector<std::pair<std::int32_t, std::int32_t>> nameless;  // from one band to another
-    for (_Recordset& row :
-         Rows(store,
-              "SELECT DISTINCT v.FrqId FROM MeasuredValues v WHERE v.FrqId NOT IN (SELECT "
-              "n.FrqId FROM FrqNameMap n WHERE n.FrqId IS NOT NULL AND n.FrqName<>'') "
-              "ORDER BY v.FrqId")) {
-        const std::int32_t band = row.Fields(0).Long();
+    for (const std::int32_t band : bands) {
         if (!nameless.empty() && nameless.back().second == band - 1)
             nameless.back().second = band;
         else
@@ -121,12 +144,13 @@ void CheckBands(Mersola& store, Findings& findings) {
 }  // namespace
 
 ValuesChecked CheckValues(Mersola& store, const Layout& layout, const Places& places,
-                          Findings& findings) {
+                          const std::vector<UnreadValues>& unread, Findings& findings) {
     ValuesChecked checked;
     if (!layout.Has(MeasuredValues)) return checked;
-    if (layout.Has(FrqNameMap)) CheckBands(store, findings);
+    const auto parts = ReadableValues(store, unread);
+    if (layout.Has(FrqNameMap)) CheckBands(store, parts, findings);
     // The values first: whose they are is registered before them, also while this reads.
-    const std::vector<Series> series = ReadSeries(store);
+    const std::vector<Series> series = ReadSeries(store, parts);
     std::map<std::int32_t, Series> sums;  // by key
     for (const Series& each : series) {
         checked.values += each.values;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -74,7 +75,7 @@ class Places {
 };
 
 /// Each looks at one kind of thing and reads the tables that it needs, if they are there.
-void CheckRepeats(Mersola& store, const Layout& layout, Findings& findings);
+void CheckRepeats(Mersola& store, const Layout& layout, bool isPacked, Findings& findings);
 void CheckTexts(Mersola& store, const Layout& layout, Findings& findings);
 void CheckOwners(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
 void CheckInstruments(Mersola& store, const Layout& layout, const Places& places,
@@ -83,6 +84,19 @@ void CheckMeasurements(Mersola& store, const Layout& layout, const Places& place
                        Findings& findings);
 void CheckReports(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
 void CheckMarkers(Mersola& store, const Layout& layout, const Places& places, Findings& findings);
+
+/// Packed values that cannot be read: of one channel and function, or of all of a report.
+struct UnreadValues {
+    std::int32_t key;
+    std::optional<std::pair<std::int32_t, std::int32_t>> series;
+    std::int32_t first, last;  // periods
+};
+
+/// Decodes all packed values.
+std::vector<UnreadValues> CheckBlocks(Mersola& store, const Layout& layout, Findings& findings);
+
+/// Conditions behind MeasuredValues under which all the other values are found, each once.
+std::vector<std::string> ReadableValues(Mersola& store, const std::vector<UnreadValues>& unread);
 
 /// A report that has values behind the last period that it counts.
 struct Uncounted {
@@ -97,9 +111,9 @@ struct ValuesChecked {
     std::vector<Uncounted> uncounted;
 };
 
-/// Reads the values once.
+/// Reads the values once, but for those that cannot be read.
 ValuesChecked CheckValues(Mersola& store, const Layout& layout, const Places& places,
-                          Findings& findings);
+                          const std::vector<UnreadValues>& unread, Findings& findings);
 
 /// Looks again at what `checked` holds: a recorder counts a period right after it has stored it.
 void CheckCounts(Mersola& store, const std::vector<Uncounted>& uncounted, const Places& places,

@@ -78,13 +78,16 @@ std::vector<std::string> KnownPlaces::Lines(const ValueLosses& losses) const {
     return lines;
 }
 
+std::string KnownPlaces::Report(std::int32_t key) const {
+    const auto report = reports_.find(key);
+    return report == reports_.end() ? "value key " + std::to_string(key)
+                                    : Measurement(report->second.group, report->second.meas) +
+                                          ", report " + std::to_string(report->second.report);
+}
+
 std::string KnownPlaces::Series(std::int32_t key, std::int32_t channel,
                                 std::int32_t function) const {
-    const auto report = reports_.find(key);
-    return (report == reports_.end() ? "value key " + std::to_string(key)
-                                     : Measurement(report->second.group, report->second.meas) +
-                                           ", report " + std::to_string(report->second.report)) +
-           ", channel " + std::to_string(channel) + ", " +
+    return Report(key) + ", channel " + std::to_string(channel) + ", " +
            Named("function", NameIn(functions_, function), function);
 }
 
@@ -105,18 +108,19 @@ std::string KnownPlaces::Period(std::int32_t key, std::int32_t period) const {
     return "period " + std::to_string(period) + ", " + Time(key, period);
 }
 
+std::string KnownPlaces::Periods(std::int32_t key, std::int32_t first, std::int32_t last) const {
+    return first == last ? Period(key, first)
+                         : "periods " + std::to_string(first) + " to " + std::to_string(last) +
+                               ", " + Time(key, first) + " to " + Time(key, std::int64_t{last} + 1);
+}
+
 std::string KnownPlaces::Text(const LostValues& lost) const {
     const std::string bands =
         lost.firstBand == lost.lastBand
             ? Named("band", NameIn(bands_, lost.firstBand), lost.firstBand)
             : "bands " + std::to_string(lost.firstBand) + " to " + std::to_string(lost.lastBand);
     return Series(lost.key, lost.channel, lost.function) + ", " + bands + ": " +
-           Counted(lost.values, "value") + " in " +
-           (lost.first == lost.last
-                ? Period(lost.key, lost.first)
-                : "periods " + std::to_string(lost.first) + " to " + std::to_string(lost.last) +
-                      ", " + Time(lost.key, lost.first) + " to " +
-                      Time(lost.key, std::int64_t{lost.last} + 1));
+           Counted(lost.values, "value") + " in " + Periods(lost.key, lost.first, lost.last);
 }
 
 std::string KnownPlaces::Text(const UnknownValues& lost) const {

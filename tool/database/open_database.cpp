@@ -186,7 +186,9 @@ std::string LastError(const Mersola& store) {
 }
 
 bool IsDamage(std::string_view words) {
-    return words.find("database disk image is malformed") != words.npos;
+    return words.find("database disk image is malformed") != words.npos ||
+           (words.starts_with("the values of MeasValueId ") &&
+            words.find(" cannot be read: ") != words.npos);
 }
 
 std::string AdviceOn(std::string_view words) {

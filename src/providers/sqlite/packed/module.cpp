@@ -12,6 +12,7 @@
 #include <string>
 
 #include "cursor.h"
+#include "functions.h"
 #include "row_rules.h"
 #include "store.h"
 
@@ -352,7 +353,7 @@ int RegisterModule(sqlite3* db) {
     };
     add("mersola_pack", MoveSome<&Store::PackSome>);
     add("mersola_unpack", MoveSome<&Store::UnpackSome>);
-    return code;
+    return code == SQLITE_OK ? RegisterFunctions(db) : code;
 }
 
 Store* StoreOf(sqlite3* db) {
