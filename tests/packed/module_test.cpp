@@ -1,0 +1,72 @@
+// What the virtual table does that a table of rows does not.
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "twins.h"
+
+namespace mersola::test {
+namespace {
+
+using testing::HasSubstr;
+
+class PackedTable : public testing::Test {
+  protected:
+    // The first field of a statement's first row, or why there is none.
+    std::string Ask(const std::string& sql) {
+        sqlite3* const db = twins_.Packed(0);
+        sqlite3_stmt* statement = nullptr;
+        sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr);
+        code_ = sqlite3_step(statement);
+        std::string answer;
+        if (code_ == SQLITE_ROW) {
+            answer = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+        } else if (code_ != SQLITE_DONE) {
+            answer = sqlite3_errmsg(db);
+        }
+        sqlite3_finalize(statement);
+        return answer;
+    }
+    void Record(const std::string& value) {
+        ASSERT_EQ(Ask("WITH RECURSIVE p(n) AS (VALUES(0) UNION ALL SELECT n+1 FROM p WHERE n<599) "
+                      "INSERT INTO MeasuredValues SELECT 7,n,1,5,20," +
+                      value + ",'' FROM p"),
+                  "");
+    }
+
+    Twins twins_{"resolution=0.01"};
+    int code_ = SQLITE_OK;
+};
+
+TEST_F(PackedTable, TellsWhichPeriodsCannotBeReadAndReadsTheOthers) {
+    Record("n");
+    Ask("UPDATE ValueData SET Data=(SELECT Data FROM ValueData WHERE DataId=1) WHERE DataId=2");
+    Ask("DELETE FROM ValueData WHERE DataId=3");
+    Ask("UPDATE PendingValues SET Data=zeroblob(9) WHERE PeriodNo=590");
+    const std::string sum = "SELECT sum(Value) FROM MeasuredValues WHERE PeriodNo BETWEEN ";
+    EXPECT_EQ(Ask(sum + "0 AND 127"), "8128.0");
+    EXPECT_EQ(Ask(sum + "384 AND 511"), "57280.0");
+    EXPECT_THAT(Ask(sum + "0 AND 130"),
+                HasSubstr("MeasValueId 7, channel 1, function 5, periods 128 to 255"));
+    EXPECT_EQ(code_, SQLITE_CORRUPT_VTAB);
+    EXPECT_THAT(Ask(sum + "300 AND 300"), HasSubstr("periods 256 to 383"));
+    EXPECT_THAT(Ask(sum + "590 AND 590"), HasSubstr("MeasValueId 7, period 590"));
+    EXPECT_THAT(Ask("INSERT INTO MeasuredValues VALUES (7,200,1,5,20,1,'')"),
+                HasSubstr("periods 128 to 255"))
+        << "whether it is stored already, nobody knows";
+}
+
+TEST_F(PackedTable, RoundsWhatItSealsToItsResolution) {
+    Record("CASE n WHEN 3 THEN -100 WHEN 4 THEN 9e999 ELSE n/7.0 END");
+    const std::string rounded =
+        "SELECT count(*) FROM MeasuredValues WHERE Value=round(Value,2) AND PeriodNo";
+    EXPECT_EQ(Ask(rounded + "<512"), "512");
+    EXPECT_EQ(Ask(rounded + " BETWEEN 581 AND 587"), "1") << "pending values are as they came";
+    EXPECT_EQ(Ask("SELECT Value FROM MeasuredValues WHERE PeriodNo=3"), "-100.0");
+    EXPECT_EQ(Ask("SELECT Value FROM MeasuredValues WHERE PeriodNo=4"), "Inf");
+    EXPECT_THAT(Ask("CREATE VIRTUAL TABLE other USING mersola_values(resolution=0.0000001)"),
+                HasSubstr("knows no argument 'resolution=0.0000001'"));
+}
+
+}  // namespace
+}  // namespace mersola::test
