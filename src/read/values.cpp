@@ -38,6 +38,13 @@ struct CallersBlock {
     int firstFrq;
     int nFrq;
 
+    /// The values of a period; null when it lies behind the last.
+    float* At(int periodNo) const {
+        const int period = periodNo - firstPeriod;
+        return period < nPeriods
+                   ? values + static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq)
+                   : nullptr;
+    }
     void Put(int periodNo, int frqId, char mark, float value) const {
         const int period = periodNo - firstPeriod;
         if (period >= nPeriods) return;
@@ -72,8 +79,20 @@ void PutAny(const ado::BlockReader& rows, const CallersBlock& block) {
     const Reals value(rows.At(kValue));
     const Texts status(rows.At(kStatus));
     const std::size_t count = rows.Rows();
+    const auto markOf = [&](std::size_t row) {
+        return status[row].empty() ? '\0' : status[row].front();
+    };
+    if (!block.status && periodNo.IsOne() && status.IsOne()) {  // as packed blocks mostly come
+        const char mark = markOf(0);
+        if (IsInvalid(mark)) return true;
+        float* const period = block.At(ado::LongIn(periodNo[0]));
+        if (!period) return true;
+        for (std::size_t row = 0; row < count; ++row)
+            period[ado::LongIn(frqId[row]) - block.firstFrq] = static_cast<float>(value[row]);
+        return true;
+    }
     for (std::size_t row = 0; row < count; ++row) {
-        const char mark = status[row].empty() ? '\0' : status[row].front();
+        const char mark = markOf(row);
         block.Put(ado::LongIn(periodNo[row]), ado::LongIn(frqId[row]), mark,
                   IsInvalid(mark) ? kMissing : static_cast<float>(value[row]));
     }

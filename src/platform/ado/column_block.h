@@ -44,6 +44,7 @@ class Plain {
     static bool Is(const Column& column) { return column.form == kForm && !column.nulls; }
     explicit Plain(const Column& column)
         : values_(static_cast<const char*>(column.values)), stride_(column.stride) {}
+    bool IsOne() const { return stride_ == 0; }
     const T& operator[](std::size_t row) const {
         return *reinterpret_cast<const T*>(values_ + static_cast<std::ptrdiff_t>(row) * stride_);
     }

@@ -134,32 +134,38 @@ bool PackedValues::Delete(const packed::Ranges& ranges) {
     return true;
 }
 
-// A store outlives its table as long as statements are prepared that name that one.
-bool PackedValues::IsPackedInSnapshot() {
+// A store outlives its table as long as statements are prepared that name that one, so that the
+// latest store may be that of an earlier table.
+packed::Store* PackedValues::StoreInSnapshot() {
     if (!schemaVersion_) schemaVersion_ = Prepare(db_, "PRAGMA schema_version");
     const int code = sqlite3_step(schemaVersion_.get());
     const std::int64_t version =
         code == SQLITE_ROW ? sqlite3_column_int64(schemaVersion_.get(), 0) : -1;
     sqlite3_reset(schemaVersion_.get());
     Check(db_, code);
-    if (version == seenVersion_) return wasPacked_;
+    if (version == seenVersion_ && (!seenStore_ || seenStore_ == packed::StoreOf(db_)))
+        return seenStore_;
+    Prepare(db_, "SELECT 1 FROM MeasuredValues");  // has the table make its store
     const Statement table =
         Prepare(db_,
                 "SELECT 1 FROM sqlite_schema WHERE type='table' AND name='MeasuredValues' AND sql "
                 "LIKE 'CREATE VIRTUAL TABLE%'");
     const int found = sqlite3_step(table.get());
     Check(db_, found);
-    seenVersion_ = version;
-    return wasPacked_ = found == SQLITE_ROW;
+    // What this connection changes itself may be rolled back, and its number given to other
+    // changes.
+    seenVersion_ = sqlite3_get_autocommit(db_) ? version : -1;
+    return seenStore_ = found == SQLITE_ROW ? packed::StoreOf(db_) : nullptr;
 }
 
 std::unique_ptr<ado::RowSource> PackedValues::Read(const ValueStatement& statement,
                                                    const packed::Ranges& ranges) {
-    packed::Store* const store = packed::StoreOf(db_);
+    packed::Store* store = packed::StoreOf(db_);
     if (store->TakesPart()) store->Flush();
+    const packed::Reading reading(store->Sources());  // the snapshot of what follows
+    store = StoreInSnapshot();
+    if (!store) return nullptr;
     const auto sources = store->Sources();
-    const packed::Reading reading(sources);  // the snapshot of what follows
-    if (packed::StoreOf(db_) != store || !IsPackedInSnapshot()) return nullptr;
     const auto& periods = ranges[packed::kPeriodNo];
     const auto& channels = ranges[packed::kChannel];
     const auto& functions = ranges[packed::kFuncId];

@@ -38,14 +38,14 @@ class PackedValues {
     bool Delete(const packed::Ranges& ranges);
     std::unique_ptr<ado::RowSource> Read(const ValueStatement& statement,
                                          const packed::Ranges& ranges);
-    bool IsPackedInSnapshot();
+    packed::Store* StoreInSnapshot();
 
     sqlite3* db_;
     ValueStatements statements_;
     Statement takePart_, schemaVersion_;
-    // What was found out last, and of which version of the schema.
+    // What was found out last, and of which version of the schema. The store is null for rows.
     std::int64_t seenVersion_ = -1;
-    bool wasPacked_ = false;
+    packed::Store* seenStore_ = nullptr;
 };
 
 }  // namespace mersola::sqlite
