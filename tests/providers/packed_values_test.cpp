@@ -212,64 +212,100 @@ TEST_F(PackedValues, AreWhatRowsAreWhateverStatementsComeInWhateverOrder) {
     }
 }
 
-// Converts the database as another program does it, beside the connection that is open.
-void Convert(const std::string& path, Layout from, Layout to) {
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
-    packed::RegisterModule(db);
-    const auto run = [db](const std::string& sql) {
-        EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
-            << sqlite3_errmsg(db) << " in " << sql;
-    };
-    run("CREATE TEMP TABLE kept AS SELECT * FROM MeasuredValues");
-    run("BEGIN IMMEDIATE");
-    run("DROP TABLE MeasuredValues");
-    if (from == Layout::Packed)
-        for (const char* table : {"PendingValues", "ValueBlocks", "ValueData"})
-            run(std::string("DROP TABLE ") + table);
-    for (const std::string_view sql : SchemaStatements(kSqlite, to)) {
-        for (const char* name :
-             {" MeasuredValues", " PendingValues", " ValueBlocks", " ValueData"}) {
-            const auto at = sql.find(name);
-            if (at != sql.npos && sql.find("CREATE") < at && sql.find("CREATE") + 30 > at)
-                run(std::string(sql));
-        }
+// Brings a packed database a step further on the way to rows and back, as another program does it.
+class Conversion {
+  public:
+    explicit Conversion(const std::string& path) {
+        EXPECT_EQ(sqlite3_open(path.c_str(), &db_), SQLITE_OK);
+        packed::RegisterModule(db_);
     }
-    run("INSERT INTO MeasuredValues SELECT * FROM kept");
-    run("COMMIT");
-    sqlite3_close(db);
-}
+    ~Conversion() { sqlite3_close(db_); }
+
+    void Run(const std::string& sql) {
+        EXPECT_EQ(sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+            << sqlite3_errmsg(db_) << " in " << sql;
+    }
+    void Step() {
+        const std::string table(Statement("CREATE TABLE MeasuredValues", Layout::Rows));
+        const auto drop = [this](std::initializer_list<const char*> tables) {
+            for (const char* each : tables)
+                Run(std::string("DROP TABLE ") + each);
+        };
+        const auto useRows = [this](const char* more) {
+            Run("CREATE VIRTUAL TABLE MeasuredValues USING mersola_values(rows=MeasuredRows" +
+                std::string(more) + ")");
+        };
+        Run("BEGIN IMMEDIATE");
+        switch (step_++ % 4) {
+            case 0:
+                drop({"MeasuredValues"});
+                Run(table);
+                Run("ALTER TABLE MeasuredValues RENAME TO MeasuredRows");
+                useRows(",into=rows");
+                break;
+            case 1:
+                Run("SELECT mersola_unpack(1000000)");
+                drop({"MeasuredValues", "PendingValues", "ValueBlocks", "ValueData"});
+                Run("ALTER TABLE MeasuredRows RENAME TO MeasuredValues");
+                break;
+            case 2:
+                Run("ALTER TABLE MeasuredValues RENAME TO MeasuredRows");
+                for (const char* each : {"PendingValues", "ValueBlocks", "ValueData"})
+                    Run(Statement(std::string("CREATE TABLE ") + each, Layout::Packed));
+                useRows("");
+                break;
+            default:
+                Run("SELECT mersola_pack(1000000)");
+                drop({"MeasuredValues", "MeasuredRows"});
+                Run(Statement("CREATE VIRTUAL TABLE MeasuredValues", Layout::Packed));
+        }
+        Run("COMMIT");
+    }
+
+  private:
+    static std::string Statement(const std::string& head, Layout layout) {
+        for (const std::string_view sql : SchemaStatements(kSqlite, layout)) {
+            if (sql.find(head) != sql.npos) return std::string(sql);
+        }
+        return {};
+    }
+
+    sqlite3* db_ = nullptr;
+    int step_ = 0;
+};
 
 TEST_F(PackedValues, AreFoundWhereAnotherProgramHasPutThem) {
-    const std::string path = packed.Files().Path();
-    Layout layout = Layout::Packed;
-    for (int round = 0; round < 4; ++round) {
-        for (int i = 0; i < 40; ++i)
-            Batch(1000 * round + i);
-        for (int way = 0; way < 5; ++way) {
-            const Layout next = layout == Layout::Packed ? Layout::Rows : Layout::Packed;
-            Convert(path, layout, next);
-            layout = next;
-            // Each way is the first to meet the other layout.
-            if (way == 0) Both("SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=1");
-            if (way == 1) Batch(1000 * round + 50);
-            if (way == 2)
-                Both(
-                    "SELECT * FROM MeasuredValues WHERE MeasValueId=1 AND Channel=1 AND FuncId=1 "
-                    "ORDER BY PeriodNo,FrqId");
-            if (way == 3) {
-                Both("BEGIN");
-                Both(
-                    "INSERT INTO MeasuredValues "
-                    "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES (1," +
-                    std::to_string(1000 * round + 60) + ",1,1.5,'',1,1)");
-                Both("COMMIT");
-            }
-            if (way == 4)
-                Both("DELETE FROM MeasuredValues WHERE MeasValueId=1 AND PeriodNo<" +
-                     std::to_string(1000 * round + 20));
-            ASSERT_FALSE(HasFatalFailure()) << round << ' ' << way;
+    constexpr int kWays = 5;  // by which this connection is the first to meet the other layout
+    Conversion conversion(packed.Files().Path());
+    for (int round = 0; round < 4 * kWays; ++round) {
+        const int first = 200 * round, way = round % kWays;
+        for (int i = 0; i < 100; ++i)
+            Batch(first + i);
+        conversion.Step();
+        const std::string row =
+            "INSERT INTO MeasuredValues VALUES (1," + std::to_string(first + 7) + ",1,1,9,1.5,'')";
+        conversion.Run(row);
+        rows.Run(row);
+        if (way == 0) Both("SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=1");
+        if (way == 1) Batch(first + 150);
+        if (way == 2)
+            Both(
+                "SELECT * FROM MeasuredValues WHERE MeasValueId=1 AND Channel=1 AND FuncId=1 "
+                "ORDER BY PeriodNo,FrqId");
+        if (way == 3) {
+            Both("BEGIN");
+            Both(
+                "INSERT INTO MeasuredValues "
+                "(MeasValueId,PeriodNo,Channel,Value,Status,FrqId,FuncId) VALUES (1," +
+                std::to_string(first + 160) + ",1,1.5,'',1,1)");
+            Both("COMMIT");
         }
+        if (way == 4)
+            Both("DELETE FROM MeasuredValues WHERE MeasValueId=1 AND PeriodNo<" +
+                 std::to_string(first - 50));
+        Both("SELECT * FROM MeasuredValues WHERE MeasValueId=1 AND Channel=1 AND PeriodNo>=" +
+             std::to_string(first) + " ORDER BY PeriodNo,FrqId");
+        ASSERT_FALSE(HasFailure()) << round;
     }
     Both("SELECT * FROM MeasuredValues ORDER BY 1,2,3,4,5");
 }
