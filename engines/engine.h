@@ -40,6 +40,14 @@ struct Savepoint {
     const char* release;
 };
 
+/// How a database gives the room of what was deleted back to the system: statements.
+struct Room {
+    const char* mode;      ///< gives 2 where the database was made for it
+    const char* freed;     ///< gives how many pages can go back
+    const char* pageSize;  ///< gives the size of a page in bytes
+    const char* giveBack;  ///< followed by a number, gives so many pages back
+};
+
 /// The language that an engine's statements are in. The library writes SQL Server's.
 enum class Language { SqlServer, Sqlite };
 
@@ -84,6 +92,8 @@ struct Engine {
     const Savepoint* savepoint = nullptr;
     /// Whether a database is one file of tables, views and numbers that anybody may have made.
     bool isFile = false;
+    /// Null where the engine looks after it by itself.
+    const Room* room = nullptr;
     /// Whether whoever writes keeps all others from writing.
     bool hasOneWriter = false;
     /// Whether readers wait for whoever writes what they read.

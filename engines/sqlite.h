@@ -35,6 +35,9 @@ constexpr Fault FaultOf(const Message& message) {
 
 inline constexpr Savepoint kSavepoint{"SAVEPOINT batch", "ROLLBACK TO batch", "RELEASE batch"};
 
+inline constexpr Room kRoom{"PRAGMA auto_vacuum", "PRAGMA freelist_count", "PRAGMA page_size",
+                            "PRAGMA incremental_vacuum="};
+
 }  // namespace sqlite
 
 inline constexpr Engine kSqlite{
@@ -47,6 +50,7 @@ inline constexpr Engine kSqlite{
     .begin = "BEGIN IMMEDIATE",
     .savepoint = &sqlite::kSavepoint,
     .isFile = true,
+    .room = &sqlite::kRoom,
     .hasOneWriter = true,
     // The driver's wide form does not know all characters.
     .textForm = TextForm::Utf8,

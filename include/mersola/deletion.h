@@ -61,6 +61,7 @@ struct OldMeasurement {
     std::int32_t groupId = 0;  ///< its instrument
     std::int32_t measId = 0;   ///< its identifier within the instrument
     bool isWhole = false;      ///< it goes with its reports, functions, keys and markers
+    std::int64_t markers = 0;  ///< how many markers go
     std::vector<OldPeriods> periods = {};  ///< of its reports, in the order of their identifiers
 };
 

@@ -663,10 +663,12 @@ class MERSOLA_EXPORT Mersola {
     std::vector<Stretch> stretchesOf(std::int64_t first, std::int64_t end) const;
     void selectReportOf(const Stretch& stretch);
     _RecordsetPtr storedIn(const Stretch& stretch, const char* what);
+    void noticeMissing(const float* values, int firstPeriod, int nPeriods, int nFrq);
     int listBands(CArray<int, int>& out, std::int64_t first, std::int64_t end);
     void loadSettings(const MeasurementInfo& measurement);
     bool selectReport(int reportId);
     bool readChain(CArray<MeasurementInfo, MeasurementInfo&>& chain);
+    bool hasSameMembers();
     template <class Read>
     int forEachMeasurement(Read read);
     template <class Read>

@@ -24,6 +24,13 @@ CString realLengthText(const ReportInfo& info) {
     return info.realPeriodLenSet ? info.RealPeriodLen.ToText() : CString(kNotSet);
 }
 
+std::int32_t lowestPeriodIn(_Recordset& row) {
+    for (int column = 0; column < row.FieldCount(); ++column) {
+        if (row.FieldName(column).CompareNoCase("MinPeriod") == 0) return row.Fields(column).Long();
+    }
+    return 0;
+}
+
 void readInstrument(_Recordset& row, InstrumentInfo& rec) {
     rec.GroupId = row.Fields("GroupId").Long();
     rec.GroupName = row.Fields("GroupName").Text();

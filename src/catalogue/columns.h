@@ -14,6 +14,9 @@ CTimeSpanEx spanIn(AdoField field);
 /// so.
 CString realLengthText(const ReportInfo& info);
 
+/// The lower bound of a report's periods, 0 where none is kept with it.
+std::int32_t lowestPeriodIn(_Recordset& row);
+
 /// Fill a record from the current row.
 void readInstrument(_Recordset& row, InstrumentInfo& rec);
 void readMeasurement(_Recordset& row, MeasurementInfo& rec);

@@ -45,6 +45,7 @@ bool Mersola::selectReport(int reportId) {
     ReportInfo rec;
     int storedReport = reportId;
     int storedMeasurement = m_MeasId;
+    std::int32_t lowest = 0;
     if (continuous()) {
         if (reportId != m_ReportId) {
             m_ReportId = reportId;
@@ -71,6 +72,7 @@ bool Mersola::selectReport(int reportId) {
                       m_ReportId, m_MeasId, m_GroupId));
         if (!atFirstRow(rows)) return false;
         readReport(*rows, rec);
+        lowest = lowestPeriodIn(*rows);
     }
     m_reportType = rec.ReportType;
     m_prdLength = rec.PeriodLen;
@@ -86,6 +88,7 @@ bool Mersola::selectReport(int reportId) {
         storedReport, storedMeasurement, m_GroupId));
     if (!atFirstRow(rows)) return false;
     m_MeasValueId = rows->Fields("MeasValueId").Long();
+    noticeLowestPeriod(m_MeasValueId, lowest);
     return true;
 }
 

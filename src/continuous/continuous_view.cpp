@@ -115,7 +115,8 @@ bool Mersola::refreshContinuousData() {
     if (!atFirstRow(rows)) return false;
     const int count = rows->Fields(0).Long();
     if (count < 0) return false;
-    if (count == 0 || count == m_contMeasurements.GetSize()) return true;
+    if (count == 0) return true;
+    if (count == m_contMeasurements.GetSize() && hasSameMembers()) return true;
     const int selectedType = m_contReportIndex == kNone ? kNone : m_ReportId;
     // Nothing of the old chain stays selected: its members and positions may be others now.
     m_contMode = kNormalView;
@@ -124,6 +125,23 @@ bool Mersola::refreshContinuousData() {
     if (!loadContinuousSetupData()) return true;
     m_contMode = m_MeasId = kContinuousView;
     if (selectedType != kNone && !SetReport(selectedType)) m_ReportId = kNone;
+    return true;
+}
+
+// One may have gone and another one come, also under the same identifier.
+bool Mersola::hasSameMembers() {
+    const auto rows = dbExecute(
+        formatted("SELECT MeasId,StartAt FROM Measurements where GroupId=%d ORDER BY StartAt ASC",
+                  m_GroupId));
+    for (; !rows->EndOfFile(); rows->MoveNext()) {
+        const int measId = rows->Fields(0).Long();
+        CTimeEx start;
+        if (!CTimeEx::FromText(rows->Fields(1).Text(), start)) return false;
+        const bool isMember = std::ranges::any_of(m_contMeasurements, [&](const auto& member) {
+            return member.MeasId == measId && member.StartAt.ToText() == start.ToText();
+        });
+        if (!isMember) return false;
+    }
     return true;
 }
 

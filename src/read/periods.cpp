@@ -69,6 +69,8 @@ int Mersola::GetFirstPeriod(long& first, long groupId, long measId, long reportI
                 *group, *measurement, *report));
         if (!atFirstRow(rows) || rows->Fields("MinPeriod").IsNull()) return 0;
         first = rows->Fields("MinPeriod").Long();
+        if (*group == m_GroupId && *measurement == m_MeasId && *report == m_ReportId)
+            noticeLowestPeriod(m_MeasValueId, static_cast<std::int32_t>(first));
         return 1;
     } catch (const _com_error&) {
         return 0;

@@ -156,10 +156,22 @@ int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq
         while (blocks.Next()) {
             if (!PutPlain(blocks, block)) PutAny(blocks, block);
         }
+        noticeMissing(values, firstPeriod, nPeriods, nFrq);
         return nPeriods;
     } catch (const _com_error&) {
         return kReadFailed;
     }
+}
+
+// Where nothing is any more in the period that is remembered as the first one, it is to be asked
+// for anew.
+void Mersola::noticeMissing(const float* values, int firstPeriod, int nPeriods, int nFrq) {
+    const std::int64_t at = std::int64_t{m_firstPrd} - firstPeriod;
+    if (m_MeasValueId != m_firstPrdMeasValueId || at < 0 || at >= nPeriods) return;
+    const float* const period =
+        values + static_cast<std::size_t>(at) * static_cast<std::size_t>(nFrq);
+    if (std::all_of(period, period + nFrq, [](float value) { return value == kMissing; }))
+        m_firstPrdValid = false;
 }
 
 int Mersola::GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out) {

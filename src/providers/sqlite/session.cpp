@@ -131,7 +131,8 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     }
     if (givesRows) return std::make_unique<Rows>(std::move(statement));
     const Attaching attaching(db_.get(), translation.text);
-    statement.Step();
+    while (statement.Step()) {  // some of SQLite's own do a part of their work in each step
+    }
     return nullptr;
 } catch (const dialect::SyntaxError& error) {
     throw _com_error(DB_E_ERRORSINCOMMAND, error.what(), kSource);
