@@ -98,11 +98,14 @@ class Salvaged : public Tool {
         EXPECT_NE(outcome.out.find(std::to_string(after.size()) + " values read, "),
                   std::string::npos)
             << outcome.out;
-        if (outcome.out.find("at least") == std::string::npos)
+        if (outcome.out.find("at least") == std::string::npos) {
             EXPECT_NE(outcome.out.find(" " + std::to_string(lost) + " lost, 0 rows put aside"),
                       std::string::npos)
                 << outcome.out;
-        if (lost > 0) EXPECT_EQ(outcome.status, 1);
+        }
+        if (lost > 0) {
+            EXPECT_EQ(outcome.status, 1);
+        }
         return lost;
     }
 

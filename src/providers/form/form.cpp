@@ -38,7 +38,7 @@ void RequireKnown(const Format& format, std::string_view writer, const char* sou
 }
 
 // The newest format in the version history, and the version that wrote it. Who may not read the
-// history, or finds none, learns nothing.
+// history, or finds none, learns nothing. A time-out or a lost connection is no answer.
 std::pair<Format, std::string> InHistory(ado::ProviderSession& session) try {
     Format newest;
     std::string writer;
@@ -50,8 +50,9 @@ std::pair<Format, std::string> InHistory(ado::ProviderSession& session) try {
         writer = WriterInHistory(info);
     }
     return {newest, writer};
-} catch (const _com_error&) {
-    return {};
+} catch (const _com_error& error) {
+    if (error.Error() == DB_E_NOTABLE || error.Error() == DB_E_ERRORSINCOMMAND) return {};
+    throw;
 }
 
 // What the word behind CREATE VIRTUAL TABLE name USING begins with in our own layouts.
