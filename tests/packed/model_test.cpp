@@ -199,11 +199,7 @@ class Model {
         const int what = Number(1, 100);
         if (what <= 35) return Try(connection, InsertOne());
         if (what <= 47) return Try(connection, InsertMany());
-        // An update to what is there already writes no row, but a block: whoever has begun to read
-        // could not write any more.
-        const bool isRead =
-            sqlite3_txn_state(twins_.Rows(1 - connection), "main") == SQLITE_TXN_READ;
-        if (what <= 57) return isRead ? "" : Try(connection, Change());
+        if (what <= 57) return Try(connection, Change());
         if (what <= 75) return Try(connection, Select());
         if (what <= 88) {
             return Try(connection, Pick({"BEGIN", "BEGIN IMMEDIATE", "COMMIT", "COMMIT", "ROLLBACK",
@@ -227,7 +223,6 @@ class Model {
         }
         if (what <= 97) return DeleteRange(connection);
         if (what <= 98) return Ends(connection);
-        if (isRead) return {};
         last_ = "convert";
         std::string fault;
         for (int i = Number(1, 6); i > 0 && fault.empty(); --i)

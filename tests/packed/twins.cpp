@@ -137,8 +137,16 @@ Twins::~Twins() {
 }
 
 std::string Twins::Run(int connection, const std::string& sql) {
-    return Difference(RunOn(sides_[0].handles[connection], sql),
-                      RunOn(sides_[1].handles[connection], sql));
+    const Outcome rows = RunOn(sides_[0].handles[connection], sql);
+    const Outcome packed = RunOn(sides_[1].handles[connection], sql);
+    // Whoever has read may not write any more when others have written since, and to write what is
+    // there already counts for one layout and not for the other.
+    if ((rows.code == SQLITE_BUSY_SNAPSHOT) != (packed.code == SQLITE_BUSY_SNAPSHOT)) {
+        for (const Side& side : sides_)
+            sqlite3_exec(side.handles[connection], "ROLLBACK", nullptr, nullptr, nullptr);
+        return {};
+    }
+    return Difference(rows, packed);
 }
 
 std::string Twins::ReadOn(int connection, int rows) {
@@ -177,7 +185,6 @@ std::string Twins::Convert(int connection) {
                "mersola_values(" +
                arguments + ")";
     };
-    // While the other one has begun to read, what is committed here would keep it from writing.
     if (!sqlite3_get_autocommit(db) || !run("BEGIN IMMEDIATE")) return {};
     std::string rows;
     for (const std::string_view statement : SchemaStatements(kSqlite)) {

@@ -158,7 +158,7 @@ void PeriodReader::AddRows(Range periods) {
 bool PeriodReader::Next() {
     const int step = descending_ ? -1 : 1;
     while (true) {
-        for (; at_ != end_; at_ += step) {
+        for (; descending_ ? at_ > end_ : at_ < end_; at_ += step) {
             if (!Gather(static_cast<std::int32_t>(at_))) continue;
             period_ = static_cast<std::int32_t>(at_);
             at_ += step;

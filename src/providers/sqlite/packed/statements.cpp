@@ -106,6 +106,14 @@ std::optional<std::string_view> Statement::Text(int column) {
                             static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
 }
 
+std::int32_t Statement::Int32(int column) {
+    const std::int64_t number = Integer(column);
+    if (number != static_cast<std::int32_t>(number))
+        throw Failure(SQLITE_CORRUPT_VTAB,
+                      "a table of packed values holds a number beyond 32 bits");
+    return static_cast<std::int32_t>(number);
+}
+
 std::span<const std::byte> Statement::Blob(int column) {
     const void* bytes = sqlite3_column_blob(statement_, column);
     return {static_cast<const std::byte*>(bytes),

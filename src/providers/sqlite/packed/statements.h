@@ -89,7 +89,8 @@ class Statement {
     double Real(int column) { return sqlite3_column_double(statement_, column); }
     /// Valid until the next step.
     std::optional<std::string_view> Text(int column);
-    std::int32_t Int32(int column) { return static_cast<std::int32_t>(Integer(column)); }
+    /// Raises for a number beyond 32 bits, which nobody of us has stored.
+    std::int32_t Int32(int column);
     std::span<const std::byte> Blob(int column);
 
   private:
