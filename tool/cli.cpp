@@ -118,6 +118,8 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     int status = 0;  // of a command that did its work
     AddCheck(app, streams, status);
     AddSalvage(app, streams, status);
+    AddPack(app, streams);
+    AddUnpack(app, streams);
     AddUpgrade(app, streams);
     AddVersion(app, streams);
     try {

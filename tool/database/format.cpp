@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char* kResolutionArgument = "resolution=";
 constexpr const char* kRowsArgument = "rows=";
+constexpr const char* kIntoRows = "into=rows";
 
 Format FormatInHeader(Mersola& store) {
     const auto row = Query(store, kHeaderStatement);
@@ -37,11 +38,12 @@ Format FormatOf(Mersola& store) {
 
 std::string ValuesStatement(const Keeping& keeping) {
     std::string arguments;
-    const auto add = [&](const char* name, const std::string& value) {
-        if (!value.empty()) arguments += (arguments.empty() ? "" : ",") + (name + value);
+    const auto add = [&](const std::string& argument) {
+        arguments += (arguments.empty() ? "" : ",") + argument;
     };
-    add(kResolutionArgument, keeping.resolution);
-    add(kRowsArgument, keeping.isConverted ? kRowsBeside : "");
+    if (!keeping.resolution.empty()) add(kResolutionArgument + keeping.resolution);
+    if (keeping.isConverted) add(std::string(kRowsArgument) + kRowsBeside);
+    if (keeping.isConverted && keeping.intoRows) add(kIntoRows);
     return std::string("CREATE VIRTUAL TABLE MeasuredValues USING mersola_values") +
            (arguments.empty() ? "" : "(" + arguments + ")");
 }
@@ -56,6 +58,7 @@ Keeping KeepingOf(Mersola& store) {
     if (text.find("mersola_values") == text.npos) return keeping;
     keeping.layout = mersola::Layout::Packed;
     keeping.isConverted = text.find(kRowsArgument) != text.npos;
+    keeping.intoRows = text.find(kIntoRows) != text.npos;
     if (const auto at = text.find(kResolutionArgument); at != text.npos) {
         const auto from = at + std::string_view(kResolutionArgument).size();
         keeping.resolution = text.substr(from, text.find_first_of(",)", from) - from);

@@ -15,6 +15,7 @@ struct Keeping {
     mersola::Layout layout = mersola::Layout::Rows;
     std::string resolution{};  ///< packed values are rounded to this step; empty: exact
     bool isConverted = false;  ///< some are still rows, or rows again
+    bool intoRows = false;     ///< then: they become rows
 
     bool IsPacked() const { return layout == mersola::Layout::Packed; }
     int FormatNumber() const { return IsPacked() ? kPackedFormat : kRowsFormat; }

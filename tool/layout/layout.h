@@ -1,4 +1,4 @@
-// mersola init, mersola upgrade and mersola version.
+// mersola init, pack, unpack, upgrade and version.
 #pragma once
 
 #include <functional>
@@ -31,6 +31,17 @@ struct UpgradeOptions {
 /// next run does.
 void Upgrade(const UpgradeOptions& options, std::ostream& out);
 
+struct ConversionOptions {
+    DatabaseArgument database;
+    bool isPacking = true;     ///< otherwise the values become rows again
+    std::string resolution{};  ///< rounds packed values to this step
+};
+
+/// Moves the values of a file into the other layout, in short transactions beside recorders and
+/// readers. After a failure, an interruption or a kill, all values are there, and the next run goes
+/// on, in either direction.
+void Convert(const ConversionOptions& options, std::ostream& out, std::ostream* terminal);
+
 /// Lays out a new SQLite file, lets `fill` write into it, and puts it in its place. Raises Failure,
 /// and what `fill` raises; there is no new file then. Something of that name is not touched.
 void MakeFile(const Database& database, const Keeping& keeping,
@@ -47,6 +58,8 @@ void Version(const VersionOptions& options, std::ostream& out);
 
 /// Add the commands to the command line.
 void AddInit(CLI::App& app, const Streams& streams);
+void AddPack(CLI::App& app, const Streams& streams);
+void AddUnpack(CLI::App& app, const Streams& streams);
 void AddUpgrade(CLI::App& app, const Streams& streams);
 void AddVersion(CLI::App& app, const Streams& streams);
 

@@ -1,4 +1,4 @@
-// The options of mersola init, mersola upgrade and mersola version.
+// The options of mersola init, pack, unpack, upgrade and version.
 #include "layout.h"
 
 #include <memory>
@@ -61,6 +61,34 @@ void AddInit(CLI::App& app, const Streams& streams) {
         "that has\n"
         "one of the tables. Only a file can be packed; mersola pack and mersola unpack convert it "
         "later.");
+}
+
+void AddPack(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ConversionOptions>();
+    Command command(app, "pack", "Pack the values of a file, in a fraction of the room");
+    AddDatabase(command, given->database);
+    AddResolution(command, given->resolution);
+    AddTimeout(command, given->database);
+    command.Run([=] { Convert(*given, streams.out, streams.terminal); });
+    command.Footer(
+        "Recorders and readers may go on meanwhile, if they have this version of mersola. After a "
+        "stop of\n"
+        "any kind all values are there, and the same command goes on. mersola unpack is the way "
+        "back; digits\n"
+        "that were rounded away do not come back.");
+}
+
+void AddUnpack(CLI::App& app, const Streams& streams) {
+    const auto given = std::make_shared<ConversionOptions>();
+    given->isPacking = false;
+    Command command(app, "unpack", "Make packed values rows again, which every program reads");
+    AddDatabase(command, given->database);
+    AddTimeout(command, given->database);
+    command.Run([=] { Convert(*given, streams.out, streams.terminal); });
+    command.Footer(
+        "Recorders and readers may go on meanwhile. After a stop of any kind all values are there, "
+        "and the\n"
+        "same command goes on.");
 }
 
 void AddUpgrade(CLI::App& app, const Streams& streams) {
