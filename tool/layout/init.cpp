@@ -76,6 +76,8 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
 void LayOut(
     Mersola& store, const Engine& engine, const Keeping& keeping,
     const std::function<void()>& check = [] {}) {
+    // It counts only before there is a first page.
+    if (engine.room) Query(store, "%s=INCREMENTAL", engine.room->mode);
     Transaction transaction(store);
     check();
     for (const auto statement : SchemaStatements(engine, keeping.layout)) {
