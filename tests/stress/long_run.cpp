@@ -9,6 +9,7 @@
 //     seed=N        when what happens; another one each time, if not given
 //     limit=0       1: files must not grow while "full", instead of a file system in memory that
 //                   has no room. So it is anyway where this process may not mount one.
+//     packed=0      1: values lie in blocks
 //
 // A line a minute tells what was seen in it. Exit status 1: a fault. What the databases hold then
 // stays in the folder that the last line names.
@@ -202,8 +203,8 @@ Result RunTool(const Installation& all, const Words& words) {
 
 class LongRun {
   public:
-    LongRun(std::chrono::seconds length, std::uint64_t seed, bool isLimited)
-        : length_(length), random_(seed), disk_(isLimited) {}
+    LongRun(std::chrono::seconds length, std::uint64_t seed, bool isLimited, const char* layout)
+        : length_(length), random_(seed), disk_(isLimited), database_(layout), copy_(layout) {}
 
     // Whether there was no fault.
     bool Run() {
@@ -429,7 +430,7 @@ class LongRun {
     std::chrono::seconds length_;
     std::mt19937_64 random_;
     SmallDisk disk_;
-    const Database database_{"SQLite"}, copy_{"SQLite"};
+    const Database database_, copy_;
     Installation& all_ = Installation::Shared(Pace::ByTheClock);
     std::list<Program> programs_;
     bool isFull_ = false;
@@ -443,7 +444,8 @@ int Main(std::map<std::string, std::uint64_t> given) {
     const fs::path keep = fs::temp_directory_path() / ("mersola-long-run-" + std::to_string(seed));
     std::cout << "seed " << seed << std::endl;
     const std::chrono::seconds length{given["seconds"]};
-    LongRun run(length, seed, given["limit"] != 0);
+    LongRun run(length, seed, given["limit"] != 0,
+                given["packed"] != 0 ? "SQLitePacked" : "SQLite");
     if (run.Run()) return 0;
     std::cout << "seed=" << seed << " repeats what happened; the databases are in "
               << run.Keep(keep) << std::endl;
@@ -454,7 +456,8 @@ int Main(std::map<std::string, std::uint64_t> given) {
 }  // namespace mersola::test
 
 int main(int argc, char** argv) {
-    std::map<std::string, std::uint64_t> given{{"seconds", 60}, {"seed", 0}, {"limit", 0}};
+    std::map<std::string, std::uint64_t> given{
+        {"seconds", 60}, {"seed", 0}, {"limit", 0}, {"packed", 0}};
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         const auto equals = word.find('=');
