@@ -152,24 +152,28 @@ constexpr Command kCommands[] = {
 
 void Check(std::string_view input) {
     static const ScratchFile file("input.db");
-    static const std::string good = GoodDatabase();
+    static const std::string rows = GoodDatabase(), packed = GoodDatabase(Layout::Packed);
     static const FileAndLog logged = GoodDatabaseWithLog();
     if (input.empty()) return;
     // The first byte says what the others change, and what is done then. They may be the file, too.
+    constexpr std::size_t kCount = std::size(kCommands);
     const auto choice = static_cast<unsigned char>(input[0]);
     input.remove_prefix(1);
     const bool isLog = (choice & 1) != 0;
-    std::string changed = isLog ? logged.log : good;
+    const std::size_t command = choice / 4 % kCount;
+    const bool isPacked = !isLog && choice / 4 / kCount % 2 == 1;
+    std::string changed = isLog ? logged.log : isPacked ? packed : rows;
     if (input.starts_with("SQLite format 3"))
         changed = input;
     else
         Change(changed, input);
     if (isLog && (choice & 2) != 0) Seal(changed);
     file.Write(isLog ? logged.file : changed, isLog ? changed : "");
-    const Outcome outcome = Run([&](std::ostream& out) {
-        kCommands[choice / 4 % std::size(kCommands)](file.Database(), out);
-    });
-    Require(outcome.status == 0 || !input.empty(), "a good file is read", outcome.out);
+    const Outcome outcome =
+        Run([&](std::ostream& out) { kCommands[command](file.Database(), out); });
+    // Salvage does not know blocks yet.
+    Require(outcome.status == 0 || !input.empty() || (isPacked && command == kCount - 1),
+            "a good file is read", outcome.out);
 }
 
 }  // namespace

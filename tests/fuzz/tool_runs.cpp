@@ -9,12 +9,11 @@
 #include <iterator>
 #include <sstream>
 
-#include <mersola/platform/com_error.h>
+#include <mersola/mersola.h>
 
 #include "basics/failure.h"
 #include "engines/sqlite.h"
 #include "property.h"
-#include "schema/schema.h"
 
 namespace mersola::fuzz {
 namespace {
@@ -47,21 +46,25 @@ std::string Contents(const std::string& path) {
 }
 
 // Small pages, so that most bytes mean something.
-std::string Made(const char* rows) {
+std::string Made(std::string_view rows, Layout layout = Layout::Rows) {
     const test::TemporaryFolder folder;
     const std::string path = folder / "made.db";
     sqlite3* db = nullptr;
-    bool isMade = sqlite3_open(path.c_str(), &db) == SQLITE_OK;
-    const auto run = [&](const std::string& sql) {
-        isMade = isMade && sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
-    };
-    run("PRAGMA page_size=512");
-    for (const auto statement : SchemaStatements(kSqlite))
-        run(std::string(statement));
-    run(rows);
-    run("PRAGMA journal_mode=WAL");
-    Require(isMade, "the database to begin with can be made", sqlite3_errmsg(db));
+    sqlite3_open(path.c_str(), &db);
+    const int code = sqlite3_exec(db, "PRAGMA page_size=512; PRAGMA journal_mode=WAL", nullptr,
+                                  nullptr, nullptr);
     sqlite3_close(db);
+    Require(code == SQLITE_OK, "the database to begin with can be made");
+    {
+        Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + path).c_str(), 5);
+        for (const auto statement : SchemaStatements(kSqlite, layout))
+            store.dbExecute(std::string(statement).c_str());
+        constexpr std::string_view kEnd = ";\n";
+        for (auto end = rows.find(kEnd); end != rows.npos; end = rows.find(kEnd)) {
+            store.dbExecute(std::string(rows.substr(0, end)).c_str());
+            rows.remove_prefix(end + kEnd.size());
+        }
+    }
     return Contents(path);
 }
 
@@ -88,13 +91,13 @@ Outcome Run(const std::function<void(std::ostream&)>& command) {
     return {1, line};
 }
 
-std::string GoodDatabase() {
-    return Made(kRows);
+std::string GoodDatabase(Layout layout) {
+    return Made(kRows, layout);
 }
 
 FileAndLog GoodDatabaseWithLog() {
     static const ScratchFile file("logged.db");
-    file.Write(GoodDatabase());
+    file.Write(GoodDatabase(Layout::Rows));
     sqlite3* db = nullptr;
     sqlite3_open(file.Path().c_str(), &db);
     const int code =

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "database/database_argument.h"
+#include "schema/schema.h"
 #include "support/temporary_folder.h"
 
 namespace mersola::fuzz {
@@ -21,7 +22,7 @@ struct Outcome {
 Outcome Run(const std::function<void(std::ostream& out)>& command);
 
 /// The bytes of a database that has rows in all its tables.
-std::string GoodDatabase();
+std::string GoodDatabase(Layout layout = Layout::Rows);
 /// The same, some of them in the log alone.
 struct FileAndLog {
     std::string file, log;
