@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -17,24 +18,38 @@ namespace mersola::test {
 /// Laid out and empty, all of it on the disk, which watches the folder from now on.
 class LaidOut {
   public:
-    LaidOut() {
+    /// `layout`: rows or packed.
+    explicit LaidOut(const std::string& layout = "rows") {
         Disk& disk = Disk::Instance();
-        static const std::string empty = [] {
+        static std::map<std::string, std::string> empty;
+        if (!empty.contains(layout)) {
             const TemporaryFolder folder;
             const std::string path = folder / "empty.db";
-            const char* words[] = {"mersola", "init", path.c_str()};
+            const char* words[] = {"mersola", "init", path.c_str(), "--layout", layout.c_str()};
             std::ostringstream out;
-            if (tool::RunTool(3, words, out, out) != 0) throw std::runtime_error(out.str());
+            if (tool::RunTool(5, words, out, out) != 0) throw std::runtime_error(out.str());
             std::ifstream file(path, std::ios::binary);
-            return std::string(std::istreambuf_iterator<char>(file), {});
-        }();
-        std::ofstream(Path(), std::ios::binary) << empty;
+            empty[layout] = std::string(std::istreambuf_iterator<char>(file), {});
+        }
+        std::ofstream(Path(), std::ios::binary) << empty[layout];
         disk.Watch(std::filesystem::path(Path()).parent_path());
     }
 
     std::string Path() const { return (folder_ / "test.db").string(); }
     std::string ConnectString(const std::string& synchronous = "FULL") const {
         return "Provider=SQLite;Synchronous=" + synchronous + ";Data Source={" + Path() + "}";
+    }
+
+    /// Packs it, or unpacks it where it is packed. False if that failed.
+    bool Convert() const {
+        const std::string path = Path();
+        std::ostringstream out;
+        for (const char* command : {"pack", "unpack"}) {
+            const char* words[] = {"mersola", command, path.c_str()};
+            if (tool::RunTool(3, words, out, out) == 0) return true;
+            if (out.str().find(" already") == std::string::npos) return false;
+        }
+        return false;
     }
 
     /// The findings, but for markers that a recorder which was stopped left open, and for the

@@ -23,14 +23,23 @@ constexpr int kMostSteps = 20000;
 
 enum class Lie { None, Syncs };
 
+struct Cutting {
+    const char* name;
+    const char* synchronous = name;
+    const char* layout = "rows";
+    bool converts = false;
+};
+
 // What went wrong with this seed, or nothing.
-std::string FaultOf(std::uint64_t seed, const std::string& synchronous, Lie lie = Lie::None) {
+std::string FaultOf(std::uint64_t seed, const Cutting& cutting, Lie lie = Lie::None) {
     const ShownMessages messages;  // that nobody can connect while there is no power
-    const LaidOut database;
+    const std::string synchronous = cutting.synchronous;
+    const LaidOut database(cutting.layout);
     Disk& disk = Disk::Instance();
     disk.SwallowSyncs(lie == Lie::Syncs);
     std::mt19937_64 random(seed);
     RandomRecorder recorder(database.ConnectString(synchronous), random());
+    if (cutting.converts) recorder.Disturb([&] { return database.Convert(); });
     for (int cut = 0; cut < kCuts; ++cut) {
         // Few changes, to come upon the repair of what the cut before has left, or many.
         const auto most = std::uint64_t{1} << (2 + random() % 9);
@@ -66,7 +75,7 @@ std::string SayAgain(std::uint64_t seed) {
     return "MERSOLA_TEST_SEED=" + std::to_string(seed) + " repeats this";
 }
 
-class PowerCut : public testing::TestWithParam<const char*> {};
+class PowerCut : public testing::TestWithParam<Cutting> {};
 
 TEST_P(PowerCut, LosesNothingThatWasToBeKeptAndTearsNothing) {
     Disk::Instance();
@@ -89,14 +98,19 @@ TEST_P(PowerCut, LosesNothingThatWasToBeKeptAndTearsNothing) {
         EXPECT_EQ(FaultOf(seed, GetParam()), "") << SayAgain(seed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Synchronous, PowerCut, testing::Values("FULL", "NORMAL"),
-                         [](const auto& test) { return std::string(test.param); });
+INSTANTIATE_TEST_SUITE_P(Synchronous, PowerCut,
+                         testing::Values(Cutting{"FULL"}, Cutting{"NORMAL"},
+                                         Cutting{"FULLPacked", "FULL", "packed"},
+                                         Cutting{"NORMALPacked", "NORMAL", "packed"},
+                                         Cutting{"FULLConverted", "FULL", "packed", true},
+                                         Cutting{"NORMALConverted", "NORMAL", "packed", true}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(PowerCutItself, ShowsWhatADiskLosesThatLiesOfSyncs) {
     for (const char* synchronous : {"FULL", "NORMAL"}) {
         int faults = 0;
         for (std::uint64_t seed = 1; seed <= 10; ++seed)
-            faults += !FaultOf(seed, synchronous, Lie::Syncs).empty();
+            faults += !FaultOf(seed, {synchronous}, Lie::Syncs).empty();
         EXPECT_GE(faults, 5) << synchronous;
     }
 }

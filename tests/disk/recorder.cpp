@@ -6,6 +6,7 @@
 
 #include <sqlite3.h>
 
+#include "packed/module.h"
 #include "support/power_cut_vfs.h"
 
 namespace mersola::test {
@@ -68,6 +69,7 @@ Contents ContentsOf(const std::string& path) {
         return 0;
     };
     int code = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
+    if (code == SQLITE_OK) code = packed::RegisterModule(db);
     for (const char* sql :
          {"SELECT 'damage',* FROM pragma_integrity_check WHERE integrity_check<>'ok'",
           "SELECT 'instrument',GroupName,'' FROM Groups",
@@ -282,6 +284,7 @@ bool RandomRecorder::SendAgain() {
 }
 
 bool RandomRecorder::Record() {
+    if (disturb_ && !isInTransaction_ && Draw(30) == 0) return disturb_();
     switch (Draw(isInTransaction_ ? 12 : 20)) {
         case 0:
         case 1:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -73,6 +74,10 @@ class RandomRecorder {
     /// Sends again a batch that failed; true as well when there is none.
     bool SendAgain();
 
+    /// Calls this now and then, which is to change nothing of what is stored and is false when it
+    /// failed.
+    void Disturb(std::function<bool()> disturb) { disturb_ = std::move(disturb); }
+
     History& Written() { return history_; }
 
   private:
@@ -124,6 +129,7 @@ class RandomRecorder {
     _RecordsetPtr batch_;     // that could not be sent
     bool isRefused_ = false;  // it holds a value that is stored already
 
+    std::function<bool()> disturb_;
     long values_ = 0;
     long markers_ = 0;
 };
