@@ -117,6 +117,8 @@ class Model {
             Pick({std::string("''"), std::string("''"),
                   "CASE WHEN " + hash + "%9=0 THEN 'A' WHEN " + hash + "%9=1 THEN NULL ELSE '' END",
                   "'s'||" + hash + "%40"});
+        // Bands of which each period has others make no block.
+        const std::string band = Chance(8) ? "p.n*1000+b.n" : "b.n";
         const auto series = [](const char* name, int from, int to) {
             return std::string(name) + "(n) AS (VALUES(" + std::to_string(from) +
                    ") UNION ALL SELECT n+1 FROM " + name + " WHERE n<" + std::to_string(to) + ")";
@@ -124,8 +126,8 @@ class Model {
         return "WITH RECURSIVE " + series("p", 0, count - 1) + "," + series("b", 0, bands_) + "," +
                series("f", 1, Number(1, 2)) + " INSERT" + Conflict() +
                " INTO MeasuredValues SELECT " + Report() + "," + std::to_string(first) + "+p.n*" +
-               std::to_string(stride_) + "," + std::to_string(Number(1, 2)) + ",f.n,b.n," + value +
-               "," + status + " FROM p,b,f WHERE " + (Chance(50) ? "1" : hash + "%4<>0") +
+               std::to_string(stride_) + "," + std::to_string(Number(1, 2)) + ",f.n," + band + "," +
+               value + "," + status + " FROM p,b,f WHERE " + (Chance(50) ? "1" : hash + "%4<>0") +
                " ORDER BY " +
                Pick({"p.n,f.n,b.n", "f.n,p.n,b.n", "p.n DESC,b.n,f.n", "b.n,f.n,p.n"});
     }
