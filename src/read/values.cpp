@@ -154,7 +154,7 @@ int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq
         blocks.Position(kStatus);
         const CallersBlock block{values, status, firstPeriod, nPeriods, firstFrq, nFrq};
         while (blocks.Next()) {
-            if (!PutPlain(blocks, block)) PutAny(blocks, block);
+            if (blocks.Rows() == 1 || !PutPlain(blocks, block)) PutAny(blocks, block);
         }
         noticeMissing(values, firstPeriod, nPeriods, nFrq);
         return nPeriods;

@@ -39,7 +39,7 @@ std::int32_t Narrowed(double number) {
 
 }  // namespace
 
-std::int32_t LongIn(const Cell& cell) {
+std::int32_t ConvertedLong(const Cell& cell) {
     switch (cell.kind) {
         case CellKind::Null:
             return 0;
@@ -54,7 +54,7 @@ std::int32_t LongIn(const Cell& cell) {
     return Narrowed(NumberIn(cell.View()));
 }
 
-double DoubleIn(const Cell& cell) {
+double ConvertedDouble(const Cell& cell) {
     switch (cell.kind) {
         case CellKind::Null:
             return 0;
@@ -84,12 +84,6 @@ std::string_view TextIn(const Cell& cell, std::span<char, kLongestNumber> digits
             break;
     }
     return cell.View();
-}
-
-char FirstCharacterIn(const Cell& cell) {
-    char digits[kLongestNumber];
-    const std::string_view text = TextIn(cell, digits);
-    return text.empty() ? '\0' : text.front();
 }
 
 }  // namespace mersola::ado

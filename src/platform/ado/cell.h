@@ -42,16 +42,30 @@ struct Cell {
     std::string_view View() const { return {text, length}; }
 };
 
+inline constexpr std::size_t kLongestNumber = 32;
+
+/// What the functions below do with a value that has to be converted.
+std::int32_t ConvertedLong(const Cell& cell);
+double ConvertedDouble(const Cell& cell);
+
 /// The value as a field reads it (AdoField). They raise _com_error for what does not convert. The
 /// text of a number is written into `digits`.
-inline constexpr std::size_t kLongestNumber = 32;
-std::int32_t LongIn(const Cell& cell);
 inline std::int32_t LongIn(std::int64_t integer) {
     const auto narrow = static_cast<std::int32_t>(integer);
-    return narrow == integer ? narrow : LongIn(Cell::Integer(integer));
+    return narrow == integer ? narrow : ConvertedLong(Cell::Integer(integer));
 }
-double DoubleIn(const Cell& cell);
+inline std::int32_t LongIn(const Cell& cell) {
+    return cell.kind == CellKind::Integer ? LongIn(cell.integer) : ConvertedLong(cell);
+}
+inline double DoubleIn(const Cell& cell) {
+    return cell.kind == CellKind::Real ? cell.real : ConvertedDouble(cell);
+}
 std::string_view TextIn(const Cell& cell, std::span<char, kLongestNumber> digits);
-char FirstCharacterIn(const Cell& cell);
+inline char FirstCharacterIn(const Cell& cell) {
+    if (cell.kind == CellKind::Text) return cell.length > 0 ? *cell.text : '\0';
+    char digits[kLongestNumber];
+    const std::string_view text = TextIn(cell, digits);
+    return text.empty() ? '\0' : text.front();
+}
 
 }  // namespace mersola::ado

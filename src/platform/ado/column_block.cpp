@@ -5,8 +5,7 @@
 
 namespace mersola::ado {
 
-Cell Column::At(std::size_t row) const {
-    if (form == Form::Asked) return static_cast<const RowSource*>(values)->At(position);
+Cell Column::Held(std::size_t row) const {
     if (nulls && nulls[row]) return {};
     switch (form) {
         case Form::Integers:
@@ -21,7 +20,8 @@ Cell Column::At(std::size_t row) const {
 bool RowSource::NextBlock(ColumnBlock& block) {
     if (!Next()) return false;
     block.rows = 1;
-    for (std::size_t i = block.columns.size(); i < Columns().size(); ++i)
+    if (!block.columns.empty()) return true;
+    for (std::size_t i = 0; i < Columns().size(); ++i)
         block.columns.push_back({.position = static_cast<int>(i), .values = this});
     return true;
 }

@@ -35,6 +35,9 @@ struct Column {
     char FirstCharacter(std::size_t row) const { return FirstCharacterIn(At(row)); }
     bool IsNull(std::size_t row) const { return At(row).kind == CellKind::Null; }
     Cell At(std::size_t row) const;
+
+  private:
+    Cell Held(std::size_t row) const;
 };
 
 /// A column whose values are of type T, and none is null. A loop over it asks no questions.

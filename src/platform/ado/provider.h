@@ -35,6 +35,11 @@ class RowSource {
     virtual bool NextBlock(ColumnBlock& block);
 };
 
+inline Cell Column::At(std::size_t row) const {
+    if (form == Form::Asked) return static_cast<const RowSource*>(values)->At(position);
+    return Held(row);
+}
+
 /// The result of a batch whose rows reached the engine.
 struct BatchOutcome {
     std::size_t refused = 0;
