@@ -24,6 +24,9 @@ inline constexpr std::int32_t kNormalView = -2;
 /// A missing value reads as this number. It is exact as a float, too.
 inline constexpr double kMissingValue = -100.0;
 
+/// The status by which GetStoredData tells that nothing is stored. No text begins with this byte.
+inline constexpr char kNotStored = '\xff';
+
 /// The time-out that leaves the defaults in force.
 inline constexpr std::int32_t kDefaultTimeout = -1;
 

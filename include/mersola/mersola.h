@@ -216,6 +216,15 @@ class MERSOLA_EXPORT Mersola {
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq);
     int GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq, char* status);
 
+    /// Read a block as GetData does, but so that what is missing can be told from what is invalid,
+    /// and from a value of -100.0. A value that is not stored reads as NaN and kNotStored, and one
+    /// that is stored with a status that begins with "A" as NaN and 'A'. Values come as they are
+    /// stored, or rounded to a float. `status` may be null.
+    int GetStoredData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                      char* status);
+    int GetStoredData(double* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                      char* status);
+
     /// Appends all values of the selected report and channel, of every function, ordered by period
     /// and band. Returns how many there were. A read that fails ends the list early. This is not
     /// for the continuous view.
@@ -663,7 +672,10 @@ class MERSOLA_EXPORT Mersola {
     std::vector<Stretch> stretchesOf(std::int64_t first, std::int64_t end) const;
     void selectReportOf(const Stretch& stretch);
     _RecordsetPtr storedIn(const Stretch& stretch, const char* what);
-    void noticeMissing(const float* values, int firstPeriod, int nPeriods, int nFrq);
+    template <class Block>
+    int readBlock(const Block& block);
+    template <class Block>
+    int readMember(const Block& block);
     int listBands(CArray<int, int>& out, std::int64_t first, std::int64_t end);
     void loadSettings(const MeasurementInfo& measurement);
     bool selectReport(int reportId);

@@ -1,6 +1,8 @@
 // Blocks and lists of measured values.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 #include <mersola/mersola.h>
@@ -13,7 +15,6 @@ using namespace mersola;
 
 namespace {
 
-constexpr auto kMissing = static_cast<float>(kMissingValue);
 constexpr int kReadFailed = -1;
 
 // The columns of MeasuredValues by position. Each row is only one value, so a search for names
@@ -24,54 +25,92 @@ bool IsInvalid(char status) {
     return status == 'A';
 }
 
-double ValueIn(const ado::Column& column, std::size_t row) {
-    const double value = column.Double(row);
-    return value == 0 && column.IsNull(row) ? kMissing : value;  // a null reads as 0
+// A null reads as 0.
+bool IsNull(const ado::Column& column, std::size_t row) {
+    return column.Double(row) == 0 && column.IsNull(row);
 }
 
-// The block that GetData fills.
+// What the places of a block read as where no value is.
+struct AsNumbers {
+    template <class Value>
+    static constexpr auto kEmpty = static_cast<Value>(kMissingValue);
+    static constexpr char kMark = 'A';
+};
+struct AsNaN {
+    template <class Value>
+    static constexpr Value kEmpty = std::numeric_limits<Value>::quiet_NaN();
+    static constexpr char kMark = kNotStored;
+};
+
+// The block that a caller wants filled.
+template <class Number, class Missing>
 struct CallersBlock {
-    float* values;
+    using Value = Number;
+    static constexpr Value kEmpty = Missing::template kEmpty<Value>;
+
+    Value* values;
     char* status;  // null when it is not asked for
     int firstPeriod;
     int nPeriods;
     int firstFrq;
     int nFrq;
 
-    /// The values of a period; null when it lies behind the last.
-    float* At(int periodNo) const {
-        const int period = periodNo - firstPeriod;
-        return period < nPeriods
-                   ? values + static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq)
-                   : nullptr;
+    static bool IsEmpty(Value value) { return value == kEmpty || std::isnan(value); }
+
+    /// The place of a period's first value, counted from the block's first period.
+    std::size_t Row(std::int64_t period) const {
+        return static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq);
     }
-    void Put(int periodNo, int frqId, char mark, float value) const {
+    /// The values of a period; null when it lies behind the last.
+    Value* At(int periodNo) const {
+        const int period = periodNo - firstPeriod;
+        return period < nPeriods ? values + Row(period) : nullptr;
+    }
+    void Put(int periodNo, int frqId, char mark, Value value) const {
         const int period = periodNo - firstPeriod;
         if (period >= nPeriods) return;
-        const auto index = static_cast<std::size_t>(period) * static_cast<std::size_t>(nFrq) +
-                           static_cast<std::size_t>(frqId - firstFrq);
+        const std::size_t index = Row(period) + static_cast<std::size_t>(frqId - firstFrq);
         if (status) status[index] = mark;
         values[index] = value;
+    }
+    void FillMissing() const {
+        const std::size_t size = Row(std::max(nPeriods, 0));
+        std::fill_n(values, size, kEmpty);
+        if (status) std::fill_n(status, size, Missing::kMark);
+    }
+    /// The part of the block that begins at `period`; there its periods are counted from `first`.
+    CallersBlock Part(std::int64_t period, std::int64_t first, std::int64_t count) const {
+        return {values + Row(period),
+                status ? status + Row(period) : nullptr,
+                static_cast<int>(first),
+                static_cast<int>(count),
+                firstFrq,
+                nFrq};
     }
 };
 
 // Puts rows where they belong, each with whatever conversion it needs.
-void PutAny(const ado::BlockReader& rows, const CallersBlock& block) {
+template <class Block>
+void PutAny(const ado::BlockReader& rows, const Block& block) {
+    using Value = typename Block::Value;
     const ado::Column& value = rows.At(kValue);
     for (std::size_t row = 0; row < rows.Rows(); ++row) {
         const char mark = rows.At(kStatus).FirstCharacter(row);
         block.Put(rows.At(kPeriodNo).Long(row), rows.At(kFrqId).Long(row), mark,
-                  IsInvalid(mark) ? kMissing : static_cast<float>(ValueIn(value, row)));
+                  IsInvalid(mark) || IsNull(value, row) ? Block::kEmpty
+                                                        : static_cast<Value>(value.Double(row)));
     }
 }
 
 // Puts rows whose columns are numbers and texts, as providers that hand out many rows at a time
 // have them. False when there are others. It is a function by itself, and takes a copy of the
 // block, so that all of it has its place in registers.
-[[gnu::noinline]] bool PutPlain(const ado::BlockReader& rows, const CallersBlock block) {
+template <class Block>
+[[gnu::noinline]] bool PutPlain(const ado::BlockReader& rows, const Block block) {
     using Integers = ado::Plain<std::int64_t>;
     using Reals = ado::Plain<double>;
     using Texts = ado::Plain<std::string_view>;
+    using Value = typename Block::Value;
     if (!Integers::Is(rows.At(kPeriodNo)) || !Integers::Is(rows.At(kFrqId)) ||
         !Reals::Is(rows.At(kValue)) || !Texts::Is(rows.At(kStatus)))
         return false;
@@ -82,28 +121,26 @@ void PutAny(const ado::BlockReader& rows, const CallersBlock& block) {
     const auto markOf = [&](std::size_t row) {
         return status[row].empty() ? '\0' : status[row].front();
     };
-    if (!block.status && periodNo.IsOne() && status.IsOne()) {  // as packed blocks mostly come
+    if (periodNo.IsOne() && status.IsOne()) {  // as packed blocks mostly come
         const char mark = markOf(0);
-        if (IsInvalid(mark)) return true;
-        float* const period = block.At(ado::LongIn(periodNo[0]));
+        Value* const period = block.At(ado::LongIn(periodNo[0]));
         if (!period) return true;
+        char* const marks = block.status ? block.status + (period - block.values) : nullptr;
+        if (marks) {
+            for (std::size_t row = 0; row < count; ++row)
+                marks[ado::LongIn(frqId[row]) - block.firstFrq] = mark;
+        }
+        if (IsInvalid(mark)) return true;
         for (std::size_t row = 0; row < count; ++row)
-            period[ado::LongIn(frqId[row]) - block.firstFrq] = static_cast<float>(value[row]);
+            period[ado::LongIn(frqId[row]) - block.firstFrq] = static_cast<Value>(value[row]);
         return true;
     }
     for (std::size_t row = 0; row < count; ++row) {
         const char mark = markOf(row);
         block.Put(ado::LongIn(periodNo[row]), ado::LongIn(frqId[row]), mark,
-                  IsInvalid(mark) ? kMissing : static_cast<float>(value[row]));
+                  IsInvalid(mark) ? Block::kEmpty : static_cast<Value>(value[row]));
     }
     return true;
-}
-
-void FillMissing(float* values, int nPeriods, int nFrq, char* status) {
-    const auto size =
-        static_cast<std::size_t>(std::max(nPeriods, 0)) * static_cast<std::size_t>(nFrq);
-    std::fill_n(values, size, kMissing);
-    if (status) std::fill_n(status, size, 'A');
 }
 
 }  // namespace
@@ -114,33 +151,55 @@ int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq,
 
 int Mersola::GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
                      char* status) {
-    if (!readable() || nFrq < 1) return 0;
-    if (!continuous()) return _GetData(values, firstPeriod, nPeriods, firstFrq, nFrq, status);
-    FillMissing(values, nPeriods, nFrq, status);
-    const std::int64_t end = std::int64_t{firstPeriod} + nPeriods;
-    for (const Stretch& stretch : stretchesOf(firstPeriod, end)) {
-        try {
-            selectReportOf(stretch);
-        } catch (const _com_error&) {
-            return kReadFailed;
-        }
-        const auto at = static_cast<std::size_t>(stretch.offset + stretch.first - firstPeriod) *
-                        static_cast<std::size_t>(nFrq);
-        const int result = _GetData(values + at, static_cast<int>(stretch.first),
-                                    static_cast<int>(stretch.end - stretch.first), firstFrq, nFrq,
-                                    status ? status + at : nullptr);
-        if (result < 0) return result;
-    }
-    return nPeriods;
+    return readBlock(
+        CallersBlock<float, AsNumbers>{values, status, firstPeriod, nPeriods, firstFrq, nFrq});
+}
+
+int Mersola::GetStoredData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                           char* status) {
+    return readBlock(
+        CallersBlock<float, AsNaN>{values, status, firstPeriod, nPeriods, firstFrq, nFrq});
+}
+
+int Mersola::GetStoredData(double* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
+                           char* status) {
+    return readBlock(
+        CallersBlock<double, AsNaN>{values, status, firstPeriod, nPeriods, firstFrq, nFrq});
 }
 
 int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
                       char* status) {
     if (!m_connection) return 0;
     if (nFrq < 1) return kReadFailed;
-    FillMissing(values, nPeriods, nFrq, status);
-    const auto endPeriod = identifier(long{firstPeriod} + nPeriods);
-    const auto endFrq = identifier(long{firstFrq} + nFrq);
+    return readMember(
+        CallersBlock<float, AsNumbers>{values, status, firstPeriod, nPeriods, firstFrq, nFrq});
+}
+
+// Reads from the selected measurement, or from all members of the chain.
+template <class Block>
+int Mersola::readBlock(const Block& block) {
+    if (!readable() || block.nFrq < 1) return 0;
+    if (!continuous()) return readMember(block);
+    block.FillMissing();
+    const std::int64_t end = std::int64_t{block.firstPeriod} + block.nPeriods;
+    for (const Stretch& stretch : stretchesOf(block.firstPeriod, end)) {
+        try {
+            selectReportOf(stretch);
+        } catch (const _com_error&) {
+            return kReadFailed;
+        }
+        const int result = readMember(block.Part(stretch.offset + stretch.first - block.firstPeriod,
+                                                 stretch.first, stretch.end - stretch.first));
+        if (result < 0) return result;
+    }
+    return block.nPeriods;
+}
+
+template <class Block>
+int Mersola::readMember(const Block& block) {
+    block.FillMissing();
+    const auto endPeriod = identifier(long{block.firstPeriod} + block.nPeriods);
+    const auto endFrq = identifier(long{block.firstFrq} + block.nFrq);
     if (!endPeriod || !endFrq) return kReadFailed;
     try {
         auto blocks = readStatement(
@@ -149,29 +208,23 @@ int Mersola::_GetData(float* values, int firstPeriod, int nPeriods, int firstFrq
                       "FuncId=%d and "
                       "PeriodNo>=%d "
                       "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
-                      m_MeasValueId, m_channel, m_function, firstPeriod, *endPeriod, firstFrq,
-                      *endFrq));
+                      m_MeasValueId, m_channel, m_function, block.firstPeriod, *endPeriod,
+                      block.firstFrq, *endFrq));
         blocks.Position(kStatus);
-        const CallersBlock block{values, status, firstPeriod, nPeriods, firstFrq, nFrq};
         while (blocks.Next()) {
-            if (blocks.Rows() == 1 || !PutPlain(blocks, block)) PutAny(blocks, block);
+            if (!PutPlain(blocks, block)) PutAny(blocks, block);
         }
-        noticeMissing(values, firstPeriod, nPeriods, nFrq);
-        return nPeriods;
+        // Where nothing is any more in the period that is remembered as the first one, it is to be
+        // asked for anew.
+        const std::int64_t at = std::int64_t{m_firstPrd} - block.firstPeriod;
+        if (m_MeasValueId == m_firstPrdMeasValueId && at >= 0 && at < block.nPeriods &&
+            std::all_of(block.values + block.Row(at), block.values + block.Row(at + 1),
+                        Block::IsEmpty))
+            m_firstPrdValid = false;
+        return block.nPeriods;
     } catch (const _com_error&) {
         return kReadFailed;
     }
-}
-
-// Where nothing is any more in the period that is remembered as the first one, it is to be asked
-// for anew.
-void Mersola::noticeMissing(const float* values, int firstPeriod, int nPeriods, int nFrq) {
-    const std::int64_t at = std::int64_t{m_firstPrd} - firstPeriod;
-    if (m_MeasValueId != m_firstPrdMeasValueId || at < 0 || at >= nPeriods) return;
-    const float* const period =
-        values + static_cast<std::size_t>(at) * static_cast<std::size_t>(nFrq);
-    if (std::all_of(period, period + nFrq, [](float value) { return value == kMissing; }))
-        m_firstPrdValid = false;
 }
 
 int Mersola::GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, funcData&>& out) {
@@ -199,7 +252,8 @@ int Mersola::GetAllDataByPeriod(int firstPeriod, int nPeriods, CList<funcData, f
                 data.PeriodNo = blocks.At(periodNoAt).Long(row);
                 data.FrqId = blocks.At(frqIdAt).Long(row);
                 const char mark = blocks.At(statusAt).FirstCharacter(row);
-                data.Value = IsInvalid(mark) ? kMissing : ValueIn(value, row);
+                data.Value =
+                    IsInvalid(mark) || IsNull(value, row) ? kMissingValue : value.Double(row);
                 out.AddTail(data);
             }
         }

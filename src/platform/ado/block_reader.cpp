@@ -33,7 +33,8 @@ int BlockReader::Position(std::string_view name) const {
 }
 
 bool BlockReader::Next() {
-    if (begun_ && more_) more_ = source_->NextBlock(block_);
+    if (begun_ && more_)
+        Internals::Of(*connection_).Noting([&] { more_ = source_->NextBlock(block_); });
     begun_ = true;
     return more_;
 }

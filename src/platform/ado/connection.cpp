@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "noted_errors.h"
 #include "provider_registry.h"
 #include "state.h"
 
@@ -22,6 +23,10 @@ ProviderSession& ConnectionState::Idle() {
     if (!session) throw _com_error(adErrObjectClosed, "The connection is closed", kSource);
     if (streaming) streaming->KeepRest();
     return *session;
+}
+
+void ForgetErrors(const _Connection& connection) {
+    Internals::Of(connection).errors.clear();
 }
 
 }  // namespace mersola::ado

@@ -6,9 +6,12 @@
 #include <string>
 #include <utility>
 
+#include "held_messages.h"
+
 namespace {
 
 std::mutex handlerMutex;
+thread_local mersola::HeldMessages* holder = nullptr;
 
 mersola::MessageBoxHandler& Handler() {
     // The handler is never destroyed: there may be messages while the program ends.
@@ -30,6 +33,10 @@ void WriteLine(std::string line) {
 
 int AfxMessageBox(const char* text, unsigned type, [[maybe_unused]] unsigned help) {
     text = text ? text : "";
+    if (holder) {
+        holder->last = text;
+        return IDOK;
+    }
     // The handler runs outside the lock, so that it may have a message of its own.
     auto handler = [] {
         const std::lock_guard lock(handlerMutex);
@@ -46,4 +53,10 @@ int AfxMessageBox(const char* text, unsigned type, [[maybe_unused]] unsigned hel
 mersola::MessageBoxHandler mersola::SetMessageBoxHandler(MessageBoxHandler handler) {
     const std::lock_guard lock(handlerMutex);
     return std::exchange(Handler(), std::move(handler));
+}
+
+mersola::HeldMessages::HeldMessages() : before_(std::exchange(holder, this)) {}
+
+mersola::HeldMessages::~HeldMessages() {
+    holder = before_;
 }
