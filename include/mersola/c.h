@@ -273,6 +273,85 @@ MERSOLA_EXPORT int32_t mersola_read_double(mersola_db* db, int64_t first, int64_
                                            int32_t first_band, int32_t bands, double* values,
                                            uint8_t* status);
 
+// ---- Recording ---------------------------------------------------------------------------------
+//
+// A recorder registers an instrument, a measurement, a report and its functions, in that order, and
+// then writes values into the report. What is registered already is taken up again: a recording
+// goes on in it. All of these are MERSOLA_MISUSE on a handle that was opened for reading only.
+// After a failure in the middle of registering, begin again with the instrument.
+
+/// Registers an instrument and hands out its identifier. A known one stays as it is. `name` is not
+/// empty; `type` and `info` may be.
+MERSOLA_EXPORT int32_t mersola_put_instrument(mersola_db* db, const char* name, const char* type,
+                                              const char* info, int32_t* instrument);
+
+/// Registers a measurement of that instrument and begins a recording that starts at `start`, within
+/// ten years of now. A known measurement is resumed: its start stays, the new one must not be
+/// earlier, the bandwidth must be the same, and its frequency range grows to hold the new one.
+/// `bandwidth` is a code, `lower_frq` and `upper_frq` are in Hz, `fullscale` in the unit of the
+/// signal, `sensitivity` in V per unit.
+MERSOLA_EXPORT int32_t mersola_put_measurement(mersola_db* db, int32_t instrument, const char* name,
+                                               const char* info, int64_t start, int32_t bandwidth,
+                                               double lower_frq, double upper_frq, double fullscale,
+                                               double sensitivity, int32_t* measurement);
+
+/// Registers a report of the measurement, which the program numbers, and makes it the one that
+/// values go into; calling it again goes back to a report. `length` is that of a period, in
+/// milliseconds from 1 on. A known report must have the same length and type.
+MERSOLA_EXPORT int32_t mersola_put_report(mersola_db* db, int32_t report, int32_t type,
+                                          int64_t length);
+
+/// Registers a function that is measured on a channel of the report. Doing it again is harmless.
+MERSOLA_EXPORT int32_t mersola_put_function(mersola_db* db, int32_t function, int32_t channel);
+
+/// Writes one value, to six decimals, and raises the report's number of periods to `period` + 1.
+/// Periods are counted from the start of this recording, from 0 on. `status` is MERSOLA_VALID, or
+/// an ASCII character but the quote; with MERSOLA_INVALID the value does not count. NaN and
+/// infinity are MERSOLA_MISUSE otherwise. MERSOLA_DUPLICATE when one is stored there: it stays.
+MERSOLA_EXPORT int32_t mersola_put_value(mersola_db* db, int64_t period, int32_t function,
+                                         int32_t channel, int32_t band, double value,
+                                         uint8_t status);
+
+/// Write many values in one transaction, unrounded, and then raise the report's number of periods.
+/// mersola_put_values takes `count` values of any periods, functions, channels and bands, each from
+/// an array of that length: a whole period, for example. mersola_put_block takes the block of one
+/// function, as mersola_read_double gives it. `status` may be null, which means MERSOLA_VALID for
+/// all. What is NaN or MERSOLA_MISSING is left out, except that a NaN of status MERSOLA_INVALID is
+/// written; periods that are left out count all the same. MERSOLA_MISUSE, before anything is
+/// written, for infinity, a status that is no ASCII character or a period that is out of its range.
+/// MERSOLA_DUPLICATE when some were stored already: these stay, and the others are written.
+/// MERSOLA_FAILED when the database refused: as a rule nothing is written, as in a locked or full
+/// database, and all can be sent again.
+MERSOLA_EXPORT int32_t mersola_put_values(mersola_db* db, int64_t count, const int64_t* periods,
+                                          const int32_t* functions, const int32_t* channels,
+                                          const int32_t* bands, const double* values,
+                                          const uint8_t* status);
+MERSOLA_EXPORT int32_t mersola_put_block(mersola_db* db, int32_t function, int32_t channel,
+                                         int64_t first, int64_t periods, int32_t first_band,
+                                         int32_t bands, const double* values,
+                                         const uint8_t* status);
+
+/// Raises the report's number of periods to so many of this recording, when there was nothing to
+/// write. It never shrinks.
+MERSOLA_EXPORT int32_t mersola_put_periods(mersola_db* db, int64_t periods);
+
+/// Inserts a marker of a measurement, whether it is being recorded or not. With MERSOLA_NO_TIME as
+/// its stop it is an open one. `id` is a number that the recorder gives; `trigger` is list text of
+/// pairs, as `type=level`.
+MERSOLA_EXPORT int32_t mersola_put_marker(mersola_db* db, int32_t instrument, int32_t measurement,
+                                          int32_t id, int32_t type, const char* ext_type,
+                                          int64_t start, int64_t stop, const char* path,
+                                          const char* trigger, int32_t function, int32_t band,
+                                          int32_t color);
+
+/// Closes the open marker that was inserted with the same instrument, measurement, number, extended
+/// type, start, path, function and band: it gets a stop and a trigger. MERSOLA_OK also when there
+/// is none.
+MERSOLA_EXPORT int32_t mersola_close_marker(mersola_db* db, int32_t instrument, int32_t measurement,
+                                            int32_t id, const char* ext_type, int64_t start,
+                                            int64_t stop, const char* path, const char* trigger,
+                                            int32_t function, int32_t band);
+
 #ifdef __cplusplus
 }
 #endif

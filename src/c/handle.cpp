@@ -119,9 +119,8 @@ Store& mersola_db::Selected() {
     return reader;
 }
 
-Store& mersola_db::Writer() {
+void mersola_db::RequireWritable() const {
     if (isReadOnly) Refuse("the database was opened for reading only");
-    return recorder;
 }
 
 const char* mersola_error(const mersola_db* db) {

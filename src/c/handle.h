@@ -1,9 +1,7 @@
 // What a handle of the C interface holds, and how every function of it fails.
 #pragma once
 
-#include <limits>
-#include <new>
-#include <stdexcept>
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -53,6 +51,7 @@ T& Required(T* pointer, const char* what) {
 /// Objects that share the connection, so that neither selection nor recording gets in the way of
 /// the other or of a listing.
 struct mersola_db {
+    mersola::c::Store fresh;  // has the connection, and never selects anything
     mersola::c::Store reader;
     mersola::c::Store recorder;
     mersola::c::Store lister;
@@ -68,12 +67,10 @@ struct mersola_db {
     CArray<FuncInfo, FuncInfo&> FunctionsOf(mersola::c::Store& store, int32_t measurement,
                                             int32_t report) const;
     mersola::c::Store& Selected();
-    mersola::c::Store& Writer();
+    void RequireWritable() const;
     /// Leaves with the reason that the connection gives for the operation that just failed. Where
     /// it gives none, `otherwise` decides.
     [[noreturn]] void Fail(mersola::c::Failure otherwise) const;
-
-    mersola::c::Store fresh;
 };
 
 namespace mersola::c {
@@ -81,10 +78,10 @@ namespace mersola::c {
 /// The text of the last failure of this thread that has no handle.
 std::string& ThreadError();
 
-/// The end of every function: what `action` raises becomes a code and a text. `action` returns a
-/// code.
+/// The end of a function that raised something: it becomes a code and a text.
 int32_t Ended(std::string& error, const std::exception_ptr& raised) noexcept;
 
+/// Runs an action, out of which nothing is raised.
 template <class Action>
 int32_t Guarded(std::string& error, Action action) noexcept {
     try {
@@ -96,6 +93,7 @@ int32_t Guarded(std::string& error, Action action) noexcept {
     }
 }
 
+/// Makes the errors that the connection gives later those of later operations.
 void ForgetErrors(const mersola_db& db);
 
 /// Runs an action on a handle.
