@@ -41,8 +41,10 @@ void Open(std::string connection, const char* user, const char* password, int32_
     opened->fresh.Initialize(user, password, connection.c_str(), timeout);
     if (!opened->fresh.isConnected()) throw Failure{MERSOLA_FAILED, Reason(messages.last)};
     versionHistory version;
-    if (opened->fresh.GetVersion(nullptr, version) == kNoInstruments)
+    const int state = opened->fresh.GetVersion(nullptr, version);
+    if (state == kNoInstruments)
         throw Failure{MERSOLA_FAILED, "the database is not laid out for measurements"};
+    if (state == kNoAnswer) opened->Fail({MERSOLA_FAILED, "the database cannot be read"});
     for (Store* const store : {&opened->reader, &opened->recorder, &opened->lister})
         opened->Clear(*store);
     *db = opened.release();
