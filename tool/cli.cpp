@@ -20,6 +20,8 @@
 #include "layout/layout.h"
 #include "plot/plot.h"
 #include "record/record.h"
+#include "remove/remove.h"
+#include "rename/rename.h"
 #include "salvage/salvage.h"
 #include "show/show.h"
 
@@ -120,6 +122,9 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     AddSalvage(app, streams, status);
     AddPack(app, streams);
     AddUnpack(app, streams);
+    AddPrune(app, streams);
+    AddDelete(app, streams);
+    AddRename(app, streams);
     AddUpgrade(app, streams);
     AddVersion(app, streams);
     try {

@@ -15,6 +15,8 @@ struct Unit {
 };
 constexpr std::array<Unit, 4> kUnits{{{"h", 3'600'000}, {"min", 60'000}, {"s", 1000}, {"ms", 1}}};
 constexpr std::int64_t kLongestPeriod = 24 * kUnits[0].milliseconds;
+constexpr std::array<Unit, 2> kUnitsOfAges{{{"d", kLongestPeriod}, {"w", 7 * kLongestPeriod}}};
+constexpr std::int64_t kGreatestAge = 36'500 * kLongestPeriod;
 
 // Takes exactly `count` digits off the text.
 bool TakeDigits(std::string_view& text, std::size_t count, int& value) {
@@ -46,6 +48,25 @@ bool TakeClock(std::string_view& text, int& hour, int& minute, int& second, int&
     return true;
 }
 
+// Whole milliseconds, up to the greatest age.
+std::optional<std::int64_t> ParseSpan(std::string_view text, bool isAge) {
+    double count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    if (error != std::errc()) return std::nullopt;
+    std::string_view name(end, static_cast<std::size_t>(text.data() + text.size() - end));
+    TakeOneOf(name, " ");
+    const Unit* unit = std::ranges::find(kUnits, name, &Unit::name);
+    if (unit == kUnits.end()) {
+        unit = std::ranges::find(kUnitsOfAges, name, &Unit::name);
+        if (!isAge || unit == kUnitsOfAges.end()) return std::nullopt;
+    }
+    const double exact = count * static_cast<double>(unit->milliseconds);
+    if (!(exact >= 1 && exact <= static_cast<double>(kGreatestAge))) return std::nullopt;
+    const auto milliseconds = std::llround(exact);
+    if (std::abs(exact - static_cast<double>(milliseconds)) > 1e-6) return std::nullopt;
+    return milliseconds;
+}
+
 template <class Number>
 std::string Shortest(Number number) {
     std::array<char, 32> text;
@@ -56,18 +77,14 @@ std::string Shortest(Number number) {
 }  // namespace
 
 std::optional<CTimeSpanEx> ParsePeriod(std::string_view text) {
-    double count = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-    if (error != std::errc()) return std::nullopt;
-    std::string_view name(end, static_cast<std::size_t>(text.data() + text.size() - end));
-    TakeOneOf(name, " ");
-    const auto unit = std::ranges::find(kUnits, name, &Unit::name);
-    if (unit == kUnits.end()) return std::nullopt;
-    const double exact = count * static_cast<double>(unit->milliseconds);
-    if (!(exact >= 1 && exact <= static_cast<double>(kLongestPeriod))) return std::nullopt;
-    const auto milliseconds = std::llround(exact);
-    if (std::abs(exact - static_cast<double>(milliseconds)) > 1e-6) return std::nullopt;
-    return CTimeSpanEx(milliseconds);
+    const auto span = ParseSpan(text, false);
+    return span && *span >= 1 && *span <= kLongestPeriod ? std::optional(CTimeSpanEx(*span))
+                                                         : std::nullopt;
+}
+
+std::optional<CTimeSpanEx> ParseAge(std::string_view text) {
+    const auto span = ParseSpan(text, true);
+    return span && *span >= 1000 ? std::optional(CTimeSpanEx(*span)) : std::nullopt;
 }
 
 std::optional<CTimeEx> ParseTime(std::string_view text) {
@@ -111,6 +128,20 @@ std::string NumberText(double number) {
 
 std::string NumberText(float number) {
     return Shortest(number);
+}
+
+std::string SizeText(std::int64_t bytes) {
+    if (bytes < 1000) return Counted(bytes, "byte");
+    double size = static_cast<double>(bytes);
+    const char* unit = "";
+    for (const char* each : {"kB", "MB", "GB", "TB"}) {
+        if (size < 999.5) break;
+        size /= 1000;
+        unit = each;
+    }
+    CString text;
+    text.Format(size < 9.95 ? "%.1f %s" : "%.0f %s", size, unit);
+    return std::string(text.View());
 }
 
 std::string Counted(std::int64_t count, const char* noun) {

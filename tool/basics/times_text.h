@@ -16,6 +16,10 @@ namespace mersola::tool {
 /// from 1 ms to 24 h. Nothing for any other text.
 std::optional<CTimeSpanEx> ParsePeriod(std::string_view text);
 
+/// Reads "90d", "12h", "2w" and the units of ParsePeriod, a blank before the unit allowed: whole
+/// milliseconds from 1 s to 36,500 days. Nothing for any other text.
+std::optional<CTimeSpanEx> ParseAge(std::string_view text);
+
 /// Reads "2026-11-15 07:30", with or without seconds and their fraction to the millisecond, and
 /// with a blank or a T before the hour. Nothing for any other text or for what is no date.
 std::optional<CTimeEx> ParseTime(std::string_view text);
@@ -43,6 +47,9 @@ std::optional<Number> ParseNumber(std::string_view text) {
 /// A number in its shortest form, with a decimal point.
 std::string NumberText(double number);
 std::string NumberText(float number);
+
+/// A number of bytes to two digits at least: "640 bytes", "8.2 kB", "120 MB".
+std::string SizeText(std::int64_t bytes);
 
 /// "1 period", "2 periods".
 std::string Counted(std::int64_t count, const char* noun);

@@ -67,8 +67,11 @@ Keeping KeepingOf(Mersola& store) {
 }
 
 std::string FormatText(Mersola& store) {
+    return FormatText(store, KeepingOf(store));
+}
+
+std::string FormatText(Mersola& store, const Keeping& keeping) {
     const Format format = FormatOf(store);
-    const Keeping keeping = KeepingOf(store);
     return "format " + std::to_string(format.number) + ", values " +
            (!keeping.IsPacked()   ? "in rows"
             : keeping.isConverted ? "partly packed"

@@ -34,6 +34,7 @@ Keeping KeepingOf(Mersola& store);
 
 /// Both in a few words.
 std::string FormatText(Mersola& store);
+std::string FormatText(Mersola& store, const Keeping& keeping);
 
 /// Marks a database as of this format, and adds a row to its version history: `deed` is one of the
 /// beginnings that engines/format.h has, and `more` stands behind mersola's version. To be called

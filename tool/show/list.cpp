@@ -10,6 +10,7 @@
 #include "catalogue/catalogue.h"
 #include "catalogue/chain.h"
 #include "catalogue/measured.h"
+#include "catalogue/room.h"
 #include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
@@ -44,6 +45,7 @@ struct Catalogue {
     std::multimap<Instrument, MeasurementInfo> measurements;  // by start
     std::map<Measurement, std::string> percentiles;           // fit to be shown
     std::multimap<Measurement, Report> reports;               // by type
+    std::map<Measurement, Amount> amounts;
     std::map<std::pair<Measurement, std::int32_t>, std::vector<MeasuredFunction>> functions;
 };
 
@@ -80,13 +82,14 @@ void ReadMeasurements(Mersola& store, Catalogue& catalogue) {
     }
 }
 
-void ReadReports(Mersola& store, Catalogue& catalogue) {
+void ReadReports(Mersola& store, const Room& room, Catalogue& catalogue) {
+    const auto amounts = room.OfAll();
     // The first period that has values is found without a look at other values.
     for (_Recordset& row :
          Rows(store,
               "SELECT r.GroupId,r.MeasId,r.ReportId,r.noOfPeriods,r.PeriodLen,r.RealPeriodLen,"
-              "(SELECT MIN(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=k.MeasValueId) "
-              "FROM Reports r LEFT JOIN MeasValueMap k ON k.GroupId=r.GroupId AND "
+              "(SELECT MIN(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=k.MeasValueId),"
+              "k.MeasValueId FROM Reports r LEFT JOIN MeasValueMap k ON k.GroupId=r.GroupId AND "
               "k.MeasId=r.MeasId AND k.ReportId=r.ReportId ORDER BY r.ReportType,r.ReportId")) {
         Catalogue::Report report;
         ReportInfo& info = report.info;
@@ -97,14 +100,17 @@ void ReadReports(Mersola& store, Catalogue& catalogue) {
         info.realPeriodLenSet = !real.IsEmpty() && real != "NOT_SET";
         if (info.realPeriodLenSet) CTimeSpanEx::FromText(real, info.RealPeriodLen);
         if (!row.Fields(6).IsNull()) report.first = row.Fields(6).Long();
-        catalogue.reports.emplace(std::pair(row.Fields(0).Long(), row.Fields(1).Long()), report);
+        const std::pair place(row.Fields(0).Long(), row.Fields(1).Long());
+        if (const auto amount = amounts.find(row.Fields(7).Long()); amount != amounts.end())
+            catalogue.amounts[place] += amount->second;
+        catalogue.reports.emplace(place, report);
     }
 }
 
-Catalogue ReadCatalogue(Mersola& store) {
+Catalogue ReadCatalogue(Mersola& store, const Room& room) {
     Catalogue catalogue;
     ReadMeasurements(store, catalogue);
-    ReadReports(store, catalogue);
+    ReadReports(store, room, catalogue);
     for (_Recordset& row : Rows(store,
                                 "SELECT f.GroupId,f.MeasId,f.ReportId,f.Channel,f.FuncId,"
                                 "n.FuncName FROM MeasuredFunctions f LEFT JOIN FuncNameMap n ON "
@@ -169,7 +175,11 @@ void ListMeasurements(const Catalogue& catalogue, std::int32_t instrument, std::
         const MeasurementInfo& measurement = each->second;
         const std::pair place(instrument, measurement.MeasId);
         out << "  measurement " << NameAndNumber(measurement.MeasName, measurement.MeasId)
-            << ", started " << TimeText(measurement.StartAt) << '\n';
+            << ", started " << TimeText(measurement.StartAt);
+        const auto amount = catalogue.amounts.find(place);
+        if (amount != catalogue.amounts.end() && amount->second.values > 0)
+            out << ", " << amount->second.Text();
+        out << '\n';
         const auto percentiles = catalogue.percentiles.find(place);
         ListSettings(measurement,
                      percentiles == catalogue.percentiles.end() ? "" : percentiles->second, out);
@@ -210,11 +220,14 @@ void ListChain(Mersola& store, const InstrumentInfo& instrument, std::ostream& o
 
 void List(const DatabaseArgument& database, bool isContinuous, std::ostream& out) {
     const auto store = OpenDatabase(database, Access::Read);
-    out << "database of " << FormatText(*store) << '\n';
+    const Keeping keeping = KeepingOf(*store);
+    const Room room(*store, keeping);
+    out << "database of " << FormatText(*store, keeping) << '\n';
+    if (const std::string file = room.FileText(); !file.empty()) out << file << '\n';
     const auto instruments = ReadInstruments(*store);
     if (instruments.IsEmpty())
         out << "The database holds no instruments yet. Fill it with: mersola record\n";
-    const Catalogue catalogue = isContinuous ? Catalogue() : ReadCatalogue(*store);
+    const Catalogue catalogue = isContinuous ? Catalogue() : ReadCatalogue(*store, room);
     for (const InstrumentInfo& instrument : instruments) {
         out << "instrument " << NameAndNumber(instrument.GroupName, instrument.GroupId)
             << KindOf(instrument) << '\n';
