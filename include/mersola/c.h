@@ -273,6 +273,20 @@ MERSOLA_EXPORT int32_t mersola_read_double(mersola_db* db, int64_t first, int64_
                                            int32_t first_band, int32_t bands, double* values,
                                            uint8_t* status);
 
+/// Summarises values of `bands` bands from `first_band` on, step by step: a step lies from one of
+/// the steps + 1 ascending `edges`, which are numbers of periods, up to and without the next. Each
+/// array is of steps x bands, as in mersola_read_double, or null. Finite and valid values count;
+/// without any, the count is 0 and the numbers are NaN. `energy_means` are of levels in dB, 10 lg
+/// of the mean of 10^(value / 10). `mean_squares`, and the periods that have the least and the
+/// greatest value first (-1 where there is none), take longer; the others are read from summaries
+/// of blocks where the database keeps such, and then both means are within 0.00001. On failure the
+/// arrays stay as they are.
+MERSOLA_EXPORT int32_t mersola_read_overview(mersola_db* db, const int64_t* edges, int64_t steps,
+                                             int32_t first_band, int32_t bands, int64_t* counts,
+                                             double* least, double* greatest, double* means,
+                                             double* energy_means, double* mean_squares,
+                                             int64_t* least_periods, int64_t* greatest_periods);
+
 // ---- Recording ---------------------------------------------------------------------------------
 //
 // A recorder registers an instrument, a measurement, a report and its functions, in that order, and

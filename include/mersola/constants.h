@@ -30,6 +30,10 @@ inline constexpr char kNotStored = '\xff';
 /// The time-out that leaves the defaults in force.
 inline constexpr std::int32_t kDefaultTimeout = -1;
 
+/// What GetOverview finds out only if it is asked to, since it has to read values for it.
+inline constexpr unsigned kExtremePeriods = 1;  ///< when the least and the greatest values were
+inline constexpr unsigned kMeanSquares = 2;     ///< the means of the squares
+
 /// A recording must start less than this many days from now.
 inline constexpr int kMostDaysFromNow = 3650;
 

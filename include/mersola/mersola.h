@@ -23,7 +23,8 @@
 
 namespace mersola {
 class Deletion;
-}
+class Overview;
+}  // namespace mersola
 
 /// Stores and reads the data of monitoring instruments in one database.
 ///
@@ -224,6 +225,21 @@ class MERSOLA_EXPORT Mersola {
                       char* status);
     int GetStoredData(double* values, int firstPeriod, int nPeriods, int firstFrq, int nFrq,
                       char* status);
+
+    /// Summarise values of the selected report, channel and function, step by step: a step is
+    /// periodsPerStep periods from firstPeriod on, the last one perhaps fewer, or what lies from
+    /// one of the ascending `edges` up to the next. The summary of step s and band f, both counted
+    /// from the first, is at s * nFrq + f of `out`, which is emptied first. `figures` is 0 or a sum
+    /// of kExtremePeriods and kMeanSquares, which take longer. Means are within 0.00001 of those of
+    /// the values, or within the accuracy of a double of larger ones. Where the database keeps
+    /// summaries of blocks, as the packed layout does, these are read in place of the values; the
+    /// memory that it takes depends on `out` alone. In the continuous view periods are numbered
+    /// across the chain. The result is 0, and `out` is empty, when reading failed, and when there
+    /// is no step or no band.
+    int GetOverview(CArray<StepSummary, StepSummary&>& out, int firstPeriod, int nPeriods,
+                    int periodsPerStep, int firstFrq, int nFrq, unsigned figures = 0);
+    int GetOverview(CArray<StepSummary, StepSummary&>& out, const CArray<int, int>& edges,
+                    int firstFrq, int nFrq, unsigned figures = 0);
 
     /// Appends all values of the selected report and channel, of every function, ordered by period
     /// and band. Returns how many there were. A read that fails ends the list early. This is not
@@ -677,6 +693,7 @@ class MERSOLA_EXPORT Mersola {
     template <class Block>
     int readMember(const Block& block);
     int listBands(CArray<int, int>& out, std::int64_t first, std::int64_t end);
+    void summarise(const Stretch& stretch, mersola::Overview& overview);
     void loadSettings(const MeasurementInfo& measurement);
     bool selectReport(int reportId);
     bool readChain(CArray<MeasurementInfo, MeasurementInfo&>& chain);

@@ -10,6 +10,7 @@
 #include <mersola/times.h>
 
 #include <cstdint>
+#include <limits>
 
 /// An instrument.
 class MERSOLA_EXPORT InstrumentInfo {
@@ -86,6 +87,24 @@ class MERSOLA_EXPORT funcData {
     double Value = 0;           ///< in the unit of the function; -100.0 for a missing value
     std::int32_t PeriodNo = 0;  ///< the period, counted from the measurement's start
     std::int32_t FrqId = 0;     ///< the frequency band
+};
+
+/// What the values of one band in one step of time come to. Those count that are stored, finite and
+/// not invalid. Without any, the numbers are NaN.
+class MERSOLA_EXPORT StepSummary {
+  public:
+    std::int32_t count = 0;                                      ///< how many values there are
+    double least = std::numeric_limits<double>::quiet_NaN();     ///< in the unit of the function
+    double greatest = std::numeric_limits<double>::quiet_NaN();  ///< likewise
+    double mean = std::numeric_limits<double>::quiet_NaN();      ///< the arithmetic mean
+    /// Of levels in dB: 10 lg of the mean of 10^(value / 10).
+    double energyMean = std::numeric_limits<double>::quiet_NaN();
+    /// The mean of the squares, if it was asked for. Its root is the r.m.s. value.
+    double meanSquare = std::numeric_limits<double>::quiet_NaN();
+    /// The first periods that have the least and the greatest value, if they were asked for. -1
+    /// where there are none, and where the value has gone since it was read.
+    std::int32_t leastPeriod = -1;
+    std::int32_t greatestPeriod = -1;
 };
 
 /// A marker: an event with the recording file that belongs to it.

@@ -231,3 +231,40 @@ int32_t mersola_read_double(mersola_db* db, int64_t first, int64_t periods, int3
                             int32_t bands, double* values, uint8_t* status) {
     return Read(db, first, periods, first_band, bands, values, status);
 }
+
+int32_t mersola_read_overview(mersola_db* db, const int64_t* edges, int64_t steps,
+                              int32_t first_band, int32_t bands, int64_t* counts, double* least,
+                              double* greatest, double* means, double* energy_means,
+                              double* mean_squares, int64_t* least_periods,
+                              int64_t* greatest_periods) {
+    return Call(db, [&](mersola_db& open) {
+        Store& store = open.Selected();
+        if (steps < 1 || bands < 1) Refuse("an overview has one step and one band at least");
+        Narrow(int64_t{first_band} + bands, "the end of the bands");
+        if (steps > INT32_MAX / bands) Refuse("the overview has too many steps");
+        const int64_t* const all = &Required(edges, "the array of edges");
+        CArray<int, int> asked;
+        for (int64_t i = 0; i <= steps; ++i) {
+            if (i > 0 && all[i] < all[i - 1]) Refuse("the edges do not ascend");
+            asked.Add(Narrow(all[i], "an edge"));
+        }
+        const unsigned figures = (mean_squares ? kMeanSquares : 0U) |
+                                 (least_periods || greatest_periods ? kExtremePeriods : 0U);
+        CArray<StepSummary, StepSummary&> found;
+        if (!store.GetOverview(found, asked, first_band, bands, figures))
+            open.Fail({MERSOLA_FAILED, "the values cannot be summarised"});
+        const auto give = [&](auto* out, auto figure) {
+            if (!out) return;
+            for (const StepSummary& summary : found)
+                *out++ = summary.*figure;
+        };
+        give(counts, &StepSummary::count);
+        give(least, &StepSummary::least);
+        give(greatest, &StepSummary::greatest);
+        give(means, &StepSummary::mean);
+        give(energy_means, &StepSummary::energyMean);
+        give(mean_squares, &StepSummary::meanSquare);
+        give(least_periods, &StepSummary::leastPeriod);
+        give(greatest_periods, &StepSummary::greatestPeriod);
+    });
+}

@@ -10,25 +10,13 @@
 #include "ado/block_reader.h"
 #include "session/statement.h"
 #include "stretches.h"
+#include "value_rows.h"
 
 using namespace mersola;
 
 namespace {
 
 constexpr int kReadFailed = -1;
-
-// The columns of MeasuredValues by position. Each row is only one value, so a search for names
-// would cost too much.
-enum Column { kPeriodNo = 1, kFrqId = 4, kValue = 5, kStatus = 6 };
-
-bool IsInvalid(char status) {
-    return status == 'A';
-}
-
-// A null reads as 0.
-bool IsNull(const ado::Column& column, std::size_t row) {
-    return column.Double(row) == 0 && column.IsNull(row);
-}
 
 // What the places of a block read as where no value is.
 struct AsNumbers {
@@ -203,13 +191,8 @@ int Mersola::readMember(const Block& block) {
     if (!endPeriod || !endFrq) return kReadFailed;
     try {
         auto blocks = readStatement(
-            m_connection,
-            formatted("SELECT * FROM MeasuredValues where MeasValueId=%d and Channel=%d and "
-                      "FuncId=%d and "
-                      "PeriodNo>=%d "
-                      "and PeriodNo<%d and FrqId>=%d and FrqId<%d ORDER BY PeriodNo,FrqId",
-                      m_MeasValueId, m_channel, m_function, block.firstPeriod, *endPeriod,
-                      block.firstFrq, *endFrq));
+            m_connection, valuesBetween(m_MeasValueId, m_channel, m_function, block.firstPeriod,
+                                        *endPeriod, block.firstFrq, *endFrq));
         blocks.Position(kStatus);
         while (blocks.Next()) {
             if (!PutPlain(blocks, block)) PutAny(blocks, block);

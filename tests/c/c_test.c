@@ -70,6 +70,16 @@ static void RecordsAndReads(mersola_db* db) {
     EXPECT(memcmp(read, "\0\xFFO\0A\0\xFF\xFF\xFF\0\0\xFF", sizeof(read)) == 0);
     EXPECT(mersola_read_float(db, 1, 4, 20, BANDS, floats, NULL) == MERSOLA_OK);
     EXPECT(floats[2] == 62.1f && isnan(floats[1]) && floats[3] == -100);
+    const int64_t edges[3] = {0, 3, 6};
+    int64_t counts[2 * BANDS], when[2 * BANDS];
+    double means[2 * BANDS];
+    EXPECT(mersola_read_overview(db, edges, 2, 20, BANDS, counts, NULL, NULL, means, NULL, NULL,
+                                 NULL, when) == MERSOLA_OK);
+    EXPECT(counts[0] == 2 && fabs(means[0] + 19.875) < 1e-5 && when[0] == 1);
+    EXPECT(mersola_read_overview(db, edges + 1, 1, 20, BANDS, counts, NULL, NULL, NULL, NULL, NULL,
+                                 NULL, NULL) == MERSOLA_OK);
+    EXPECT(mersola_read_overview(db, edges, 0, 20, BANDS, counts, NULL, NULL, NULL, NULL, NULL,
+                                 NULL, NULL) == MERSOLA_MISUSE);
     EXPECT(mersola_read_float(db, INT64_MAX, 1, 20, 1, floats, NULL) == MERSOLA_MISUSE);
     EXPECT(mersola_read_float(db, 0, 1, 20, 0, floats, NULL) == MERSOLA_MISUSE);
 

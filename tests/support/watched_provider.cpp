@@ -18,6 +18,9 @@ class Session : public ado::ProviderSession {
         Note(table);
         return inner_->OpenTable(table);
     }
+    std::unique_ptr<ado::SummarySource> Summarise(const ado::SummaryRequest& request) override {
+        return inner_->Summarise(request);
+    }
     void Begin() override { inner_->Begin(); }
     void Commit() override { inner_->Commit(); }
     void Rollback() override { inner_->Rollback(); }

@@ -57,6 +57,38 @@ class TableWriter {
     virtual BatchOutcome Write(std::span<const Cell> cells) = 0;
 };
 
+/// Values of one band in few numbers: those that are finite and whose status does not begin with
+/// 'A'.
+struct ValueSummary {
+    std::int32_t first;  // period; all lie from this one to the next
+    std::int32_t last;
+    std::int32_t band;
+    std::int32_t count;  // never 0
+    double least;
+    double greatest;
+    double mean;
+    double energyMean;  // 10 lg of the mean of 10^(value / 10)
+};
+
+/// Which values are to be summarised.
+struct SummaryRequest {
+    std::int32_t measValueId;
+    std::int32_t channel;
+    std::int32_t funcId;
+    std::int32_t firstBand;
+    std::int64_t endBand;
+    std::span<const std::int64_t> edges;  // periods, ascending: steps lie from one to the next
+};
+
+/// Summaries that hold each of these values once, ascending by period as far as they do not
+/// overlap. None has values on both sides of an edge.
+class SummarySource {
+  public:
+    virtual ~SummarySource() = default;
+    /// The next ones, valid until the next call. Empty behind the last.
+    virtual std::span<const ValueSummary> Next() = 0;
+};
+
 /// An open database.
 class ProviderSession {
   public:
@@ -65,6 +97,11 @@ class ProviderSession {
     /// result is alive: the caller brings the earlier result into memory first.
     virtual std::unique_ptr<RowSource> Execute(std::string_view sql) = 0;
     virtual std::unique_ptr<TableWriter> OpenTable(std::string_view table) = 0;
+    /// Summarises values where the engine has summaries beside them; null where it has none, and
+    /// where the values have to be read. What holds for the result of Execute holds for this one.
+    virtual std::unique_ptr<SummarySource> Summarise(const SummaryRequest& /*request*/) {
+        return nullptr;
+    }
     virtual void Begin() = 0;
     virtual void Commit() = 0;
     virtual void Rollback() = 0;

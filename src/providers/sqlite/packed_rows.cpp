@@ -257,7 +257,40 @@ class One final : public Rows {
     bool isDone_ = false;
 };
 
+class OfSummaries final : public ado::SummarySource {
+  public:
+    OfSummaries(std::shared_ptr<packed::Statements> sources, const packed::Series& series,
+                std::span<const std::int64_t> edges, packed::Range bands)
+        : reader_(std::move(sources), series, edges, bands) {}
+
+    std::span<const ado::ValueSummary> Next() override try {
+        handedOut_.clear();
+        if (!reader_.Next(pieces_)) return {};
+        for (const packed::SummaryPiece& piece : pieces_) {
+            const packed::BandSummary& of = piece.figures;
+            handedOut_.push_back({piece.first, piece.last, of.band,
+                                  static_cast<std::int32_t>(of.count), of.least, of.greatest,
+                                  of.mean, of.energyMean});
+        }
+        return handedOut_;
+    } catch (const packed::Failure& failure) {
+        throw Translated(failure.code, failure.what());
+    }
+
+  private:
+    packed::SummaryReader reader_;
+    std::vector<packed::SummaryPiece> pieces_;
+    std::vector<ado::ValueSummary> handedOut_;
+};
+
 }  // namespace
+
+std::unique_ptr<ado::SummarySource> SeriesSummaries(std::shared_ptr<packed::Statements> sources,
+                                                    const packed::Series& series,
+                                                    std::span<const std::int64_t> edges,
+                                                    packed::Range bands) {
+    return std::make_unique<OfSummaries>(std::move(sources), series, edges, bands);
+}
 
 std::unique_ptr<ado::RowSource> SeriesRows(std::shared_ptr<packed::Statements> sources,
                                            const packed::Series& series, packed::Range periods,

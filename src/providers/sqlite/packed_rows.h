@@ -7,6 +7,7 @@
 
 #include "ado/provider.h"
 #include "packed/readers.h"
+#include "packed/summary_reader.h"
 
 namespace mersola::sqlite {
 
@@ -19,6 +20,12 @@ std::unique_ptr<ado::RowSource> SeriesRows(std::shared_ptr<packed::Statements> s
 std::unique_ptr<ado::RowSource> PeriodRows(std::shared_ptr<packed::Statements> sources,
                                            std::int32_t measValueId,
                                            const packed::PeriodReader::Selection& selection);
+
+/// The values of one series between the first and the last edge as summaries.
+std::unique_ptr<ado::SummarySource> SeriesSummaries(std::shared_ptr<packed::Statements> sources,
+                                                    const packed::Series& series,
+                                                    std::span<const std::int64_t> edges,
+                                                    packed::Range bands);
 
 /// One row of one column.
 std::unique_ptr<ado::RowSource> OnePeriod(std::string name, std::optional<std::int32_t> period);

@@ -158,6 +158,20 @@ packed::Store* PackedValues::StoreInSnapshot() {
     return seenStore_ = found == SQLITE_ROW ? packed::StoreOf(db_) : nullptr;
 }
 
+std::unique_ptr<ado::SummarySource> PackedValues::Summarise(const ado::SummaryRequest& request) {
+    if (!IsPacked()) return nullptr;
+    return Translating([&]() -> std::unique_ptr<ado::SummarySource> {
+        packed::Store* store = packed::StoreOf(db_);
+        if (store->TakesPart()) store->Flush();
+        const packed::Reading reading(store->Sources());
+        store = StoreInSnapshot();
+        if (!store) return nullptr;
+        return SeriesSummaries(store->Sources(),
+                               {request.measValueId, request.channel, request.funcId},
+                               request.edges, {request.firstBand, request.endBand - 1});
+    });
+}
+
 std::unique_ptr<ado::RowSource> PackedValues::Read(const ValueStatement& statement,
                                                    const packed::Ranges& ranges) {
     packed::Store* store = packed::StoreOf(db_);

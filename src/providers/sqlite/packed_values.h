@@ -25,6 +25,9 @@ class PackedValues {
     /// run the ordinary way.
     std::optional<std::unique_ptr<ado::RowSource>> Run(const dialect::Translation& statement);
 
+    /// Values as summaries; null where they are rows.
+    std::unique_ptr<ado::SummarySource> Summarise(const ado::SummaryRequest& request);
+
     /// Whether MeasuredValues is such a table, as far as this connection has seen.
     bool IsPacked() const;
     /// The place for values of the transaction that is open, null if there is none.

@@ -35,6 +35,9 @@ class Session : public ado::ProviderSession {
 
     std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override;
     std::unique_ptr<ado::TableWriter> OpenTable(std::string_view table) override;
+    std::unique_ptr<ado::SummarySource> Summarise(const ado::SummaryRequest& request) override {
+        return values_->Summarise(request);
+    }
     void Begin() override;
     void Commit() override;
     void Rollback() override;

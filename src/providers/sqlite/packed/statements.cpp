@@ -25,6 +25,8 @@ constexpr std::array<const char*, static_cast<std::size_t>(Sql::Count)> kTexts{
     "SELECT FirstPeriod, LastPeriod, Data FROM @.ValueBlocks b LEFT JOIN @.ValueData d ON "
     "d.DataId=b.DataId WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND FirstPeriod BETWEEN "
     "?4 AND ?5 ORDER BY FirstPeriod",
+    "SELECT FirstPeriod, LastPeriod, Summary FROM @.ValueBlocks WHERE MeasValueId=?1 AND "
+    "Channel=?2 AND FuncId=?3 AND FirstPeriod BETWEEN ?4 AND ?5 ORDER BY FirstPeriod",
     "SELECT FirstPeriod FROM @.ValueBlocks WHERE MeasValueId=?1 AND Channel=?2 AND FuncId=?3 AND "
     "FirstPeriod>=?4 ORDER BY FirstPeriod LIMIT 1",
     "SELECT FirstPeriod, LastPeriod FROM @.ValueBlocks WHERE MeasValueId=?1 AND Channel=?2 AND "

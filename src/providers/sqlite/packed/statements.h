@@ -36,6 +36,7 @@ enum class Sql {
     NextPendingReport,
     SealedRow,
     SealedRows,
+    SealedSummaries,
     FirstSealed,
     LastSealed,
     NextSeries,

@@ -23,10 +23,6 @@ Key KeyOf(const Series& series, std::int32_t period) {
     return {Content::kSummary, series.measValueId, series.channel, series.funcId, BlockOf(period)};
 }
 
-bool IsInvalid(const std::optional<std::string>& status) {
-    return status && !status->empty() && status->front() == 'A';
-}
-
 /// A mean takes less room with five places; one of huge values is what it is.
 double Shortened(double mean) {
     const double units = std::round(mean * 1e5);
@@ -76,6 +72,10 @@ constexpr std::array kFigures = {&BandSummary::least, &BandSummary::greatest, &B
                                  &BandSummary::energyMean};
 
 }  // namespace
+
+bool IsInvalid(const std::optional<std::string>& status) {
+    return status && !status->empty() && status->front() == 'A';
+}
 
 void EncodeSummary(const Series& series, const SeriesBlock& block, std::span<const double> values,
                    std::string& out) {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,6 +22,9 @@ struct BandSummary {
     double mean = 0;        // this and the next within 0.00001
     double energyMean = 0;  // of levels in dB
 };
+
+/// Whether values with this status are not counted.
+bool IsInvalid(const std::optional<std::string>& status);
 
 /// Encodes the summary of a block, of which the values may have been rounded.
 void EncodeSummary(const Series& series, const SeriesBlock& block, std::span<const double> values,
