@@ -94,6 +94,9 @@ struct Engine {
     bool isFile = false;
     /// Null where the engine looks after it by itself.
     const Room* room = nullptr;
+    /// A statement that gives a row where values lie in blocks of periods: how many a block has.
+    /// Blocks begin at multiples of it. Null where values are always rows.
+    const char* periodsOfBlock = nullptr;
     /// Whether whoever writes keeps all others from writing.
     bool hasOneWriter = false;
     /// Whether readers wait for whoever writes what they read.

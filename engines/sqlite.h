@@ -38,6 +38,10 @@ inline constexpr Savepoint kSavepoint{"SAVEPOINT batch", "ROLLBACK TO batch", "R
 inline constexpr Room kRoom{"PRAGMA auto_vacuum", "PRAGMA freelist_count", "PRAGMA page_size",
                             "PRAGMA incremental_vacuum="};
 
+inline constexpr const char* kPeriodsOfBlock =
+    "SELECT 128 FROM sqlite_schema WHERE type='table' AND name='MeasuredValues' AND sql LIKE "
+    "'CREATE VIRTUAL TABLE%'";
+
 }  // namespace sqlite
 
 inline constexpr Engine kSqlite{
@@ -51,6 +55,7 @@ inline constexpr Engine kSqlite{
     .savepoint = &sqlite::kSavepoint,
     .isFile = true,
     .room = &sqlite::kRoom,
+    .periodsOfBlock = sqlite::kPeriodsOfBlock,
     .hasOneWriter = true,
     // The driver's wide form does not know all characters.
     .textForm = TextForm::Utf8,

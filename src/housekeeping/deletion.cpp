@@ -118,18 +118,22 @@ OldMeasurement Deletion::Whole(int groupId, int measId) {
     return whole;
 }
 
-// `before` is null where all is to go. A measurement that a recorder has resumed since stays.
+// `before` is null where all is to go. A measurement that a recorder has resumed since stays, with
+// the markers that it has written.
 void Deletion::CarryOut(const OldMeasurement& old, const CTimeEx* before) {
+    const auto isWholeNow = [&] {
+        if (!old.isWhole || !before) return old.isWhole;
+        const auto now = OldNow(Runner(), old.groupId, old.measId, *before);
+        return now && now->isWhole;
+    };
     for (const OldPeriods& periods : old.periods)
         DeletePeriods({old.groupId, old.measId, periods.reportId}, periods);
     const CString scope = OfMeasurement(old.groupId, old.measId);
-    DeleteMarkers(old.isWhole ? scope : scope + EndedBefore(*before));
-    if (!old.isWhole) return;
+    if (before) DeleteMarkers(scope + EndedBefore(*before));
+    if (!isWholeNow()) return;
+    DeleteMarkers(scope);
     pieces_.Take(single_, [&] {
-        if (before) {
-            const auto now = OldNow(Runner(), old.groupId, old.measId, *before);
-            if (!now || !now->isWhole) return;
-        }
+        if (!isWholeNow()) return;
         DeleteRest(scope);
         ++pieces_.progress.measurements;
     });
@@ -184,9 +188,18 @@ std::optional<std::int32_t> Deletion::NextStored(int measValueId,
         (from ? formatted(" AND PeriodNo>=%d", AsInt(*from)) : CString()));
 }
 
-// On a server, where the number of values decides, they are counted.
+// 1 where values are rows.
+std::int64_t Deletion::PeriodsOfBlock() const {
+    const Engine* const engine = pieces_.EngineOf();
+    return engine && engine->periodsOfBlock ? pieces_.Ask(engine->periodsOfBlock).value_or(1) : 1;
+}
+
+// A block goes as a whole, since what is left of one is written anew. On a server, where the number
+// of values decides, they are counted.
 std::int64_t Deletion::EndOfPiece(int measValueId, std::int64_t first, std::int64_t end) {
-    std::int64_t stop = std::min(end, first + periods_.size);
+    std::int64_t stop = first + periods_.size;
+    const std::int64_t ofBlock = stop % periods_.least;
+    stop = std::min(end, stop - (ofBlock < 0 ? ofBlock + periods_.least : ofBlock));
     while (!pieces_.IsAlone() && stop - first > 1) {
         const std::int64_t values =
             pieces_
@@ -204,10 +217,21 @@ std::int64_t Deletion::EndOfPiece(int measValueId, std::int64_t first, std::int6
 
 void Deletion::DeletePiece(int measValueId, std::int64_t first, std::int64_t end,
                            const CString& condition) {
-    pieces_.Run(formatted("DELETE FROM MeasuredValues WHERE MeasValueId=%d AND PeriodNo>=%d AND "
-                          "PeriodNo<%d",
-                          measValueId, AsInt(first), AsInt(end)) +
-                condition);
+    const CString values =
+        formatted(" FROM MeasuredValues WHERE MeasValueId=%d AND PeriodNo>=%d AND PeriodNo<%d",
+                  measValueId, AsInt(first), AsInt(end)) +
+        condition;
+    if (pieces_.IsAlone() || end - first > 1 ||
+        pieces_.Ask("SELECT count(*)" + values).value_or(0) <= kMostValuesOnServer) {
+        pieces_.Run("DELETE" + values);
+        return;
+    }
+    // A single period with more than a statement may delete.
+    const auto series = pieces_.Run("SELECT DISTINCT Channel,FuncId" + values);
+    for (; !series->EndOfFile(); series->MoveNext())
+        pieces_.Run("DELETE" + values +
+                    formatted(" AND Channel=%d AND FuncId=%d", series->Fields(0).Long(),
+                              series->Fields(1).Long()));
 }
 
 // Whether the lower bound that is kept with the report lies below `period`.

@@ -47,6 +47,7 @@ class Deletion {
               const std::function<void(std::int64_t first, std::int64_t end)>& deletePiece);
     std::optional<std::int32_t> NextStored(int measValueId,
                                            std::optional<std::int64_t> from = {}) const;
+    std::int64_t PeriodsOfBlock() const;
     std::int64_t EndOfPiece(int measValueId, std::int64_t first, std::int64_t end);
     bool RaiseLowest(const Report& report, std::int64_t period, bool isToBeDone);
     void DeleteMarkers(const CString& condition);
@@ -56,7 +57,7 @@ class Deletion {
 
     Pieces pieces_;
     std::optional<RecordingFiles> files_;
-    Portion periods_, single_, pages_;
+    Portion periods_{PeriodsOfBlock()}, single_, pages_;
     bool keepsLowest_;
 };
 

@@ -76,8 +76,8 @@ void Pieces::Take(Portion& portion, const std::function<void()>& work) {
         const std::chrono::duration<double> aim = IsAlone() ? kAloneAim : kServerAim;
         const double fitting = static_cast<double>(portion.size) *
                                std::clamp(aim / std::max(worked, 1e-6 * aim), 0.25, 2.0);
-        portion.size =
-            std::clamp<std::int64_t>(static_cast<std::int64_t>(fitting), 1, portion.most);
+        portion.size = std::clamp<std::int64_t>(static_cast<std::int64_t>(fitting), portion.least,
+                                                portion.most);
     }
     if (options_.progress && !options_.progress(progress)) throw Stopped();
 }

@@ -18,6 +18,7 @@ namespace mersola {
 /// took.
 struct Portion {
     std::int64_t size = 1;
+    std::int64_t least = size;
     std::int64_t most = std::int64_t{1} << 20;
 };
 

@@ -290,6 +290,67 @@ TEST_P(DeletionTest, KeepsWhatIsBeingRecordedAndTheNumbersOfItsPeriods) {
     EXPECT_EQ(Orphans(), "0");
 }
 
+TEST_P(DeletionTest, LeavesWhatIsResumedMeanwhile) {
+    const CTimeEx now = CTimeEx::GetCurrentTime();
+    Store recorder(database.ConnectString());
+    const auto record = [&](const CTimeEx& start, int period) {
+        ASSERT_TRUE(Open(recorder, Measurement("noise", start), Report(1, kMinute)));
+        ASSERT_TRUE(recorder.PutFunction(nullptr, 1, 1));
+        ASSERT_TRUE(Write(recorder, period, 7));
+    };
+    const CTimeEx start = now - CTimeSpanEx(5 * kDay);
+    record(start, 0);
+    record(start, 3);
+    AddMarker(1, "old.wav");
+    Store store(database.ConnectString());
+    DeletionOptions options;
+    bool isResumed = false;
+    options.progress = [&](const DeletionProgress&) {
+        if (!std::exchange(isResumed, true)) {
+            record(now, 0);
+            MarkerInfo marker;
+            marker.GroupId = marker.MeasId = 1;
+            marker.Path = "new.wav";
+            marker.Start = marker.Stop = now.ToText();
+            marker.inProgess = 1;
+            EXPECT_TRUE(recorder.PutMarker(nullptr, marker));
+        }
+        return true;
+    };
+    ASSERT_EQ(store.deleteOldMeasurements(nullptr, now - CTimeSpanEx(kDay), options), 1);
+    EXPECT_TRUE(isResumed);
+    EXPECT_EQ(Count("Measurements"), "1");
+    EXPECT_EQ(database.Ask("SELECT Path FROM Markers"), "new.wav");
+    Select(store);
+    EXPECT_EQ(Values(store, recorder.m_lastReportOffs, 1), std::vector<float>{7});
+    EXPECT_EQ(Values(store, 0, 4), (std::vector<float>{-100, -100, -100, -100}));
+}
+
+TEST_P(DeletionTest, KeepsStatementsOnAServerBelowTheLocksOfAWholeTable) {
+    RegisterWatchedProvider();
+    Store recorder(database.ConnectString());
+    ASSERT_TRUE(Open(recorder));
+    for (int period = 0; period < 3; ++period) {
+        const auto batch = recorder.PutDataStart(nullptr);
+        for (int value = 0; value < (period == 1 ? 6000 : 1500); ++value) {
+            long next = 0;
+            ASSERT_TRUE(recorder.PutDataRelative(1, "", period, 1 + value % 3, 1, value / 3, false,
+                                                 next, true, batch));
+        }
+        ASSERT_TRUE(recorder.PutDataEnd(batch));
+    }
+    Store store(database.WatchedString());
+    TheWatch().fails = [&](std::string_view sql) {
+        if (!database.EngineOf().hasOneWriter && sql.starts_with("DELETE FROM MeasuredValues")) {
+            EXPECT_LT(std::stoi(Count(std::string(sql.substr(sql.find("MeasuredValues"))))), 5000);
+        }
+        return false;
+    };
+    EXPECT_EQ(store.deleteInstrument(nullptr, 1), 1);
+    TheWatch().Reset();
+    EXPECT_EQ(Count("MeasuredValues"), "0");
+}
+
 TEST_P(DeletionTest, IsNoticedInTheContinuousView) {
     Store recorder(database.ConnectString());
     const auto record = [&](const char* name, std::int64_t start, double value) {

@@ -90,7 +90,9 @@ void Database::LayOut() const {
     const auto& layout = SchemaStatements(EngineOf(), target_->layout);
     std::vector<std::string> statements(layout.begin(), layout.end());
     const bool served = IsServer() || server_;
-    if (!served) statements.insert(statements.begin(), "PRAGMA journal_mode=WAL");
+    if (!served)
+        statements.insert(statements.begin(),
+                          {"PRAGMA auto_vacuum=INCREMENTAL", "PRAGMA journal_mode=WAL"});
     Run(statements, served ? ConnectString() : FileString());
     for (const std::string_view option : SchemaOptions(EngineOf()))
         TryToRun(std::string(option));

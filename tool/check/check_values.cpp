@@ -113,7 +113,7 @@ void CheckSeries(const Series& series, const std::string& where, const KeyedRepo
                                 std::to_string(report.minPeriod) + " is said to be its first");
     if (series.numbers != series.values)
         findings.Add(where, "has " + Counted(series.values - series.numbers, "value") +
-                                " without a number, which readers take for 0");
+                                " without a number, which reads as missing");
     if (!std::isfinite(series.least) || !std::isfinite(series.most))
         findings.Add(where, "has values that are not finite");
 }
