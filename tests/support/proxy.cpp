@@ -169,13 +169,15 @@ void Proxy::Write(Link& link, Way way) {
     Flow& flow = link.flows[Index(way)];
     const bool fails = planned_ && planned_->way == way;
     const std::size_t most = fails ? std::min(planned_->bytes, flow.held.size()) : flow.held.size();
+    // Counted first: whoever has received bytes finds them counted.
+    passed_[Index(way)] += most;
     const ssize_t sent = most > 0 ? send(flow.to, flow.held.data(), most, MSG_NOSIGNAL) : 0;
+    passed_[Index(way)] -= most - static_cast<std::size_t>(std::max<ssize_t>(sent, 0));
     if (sent < 0) {
         if (IsGone()) flow.held.clear();
         return;
     }
     flow.held.erase(0, static_cast<std::size_t>(sent));
-    passed_[Index(way)] += static_cast<std::size_t>(sent);
     if (!fails) return;
     planned_->bytes -= static_cast<std::size_t>(sent);
     if (planned_->bytes > 0 || flow.held.empty()) return;
