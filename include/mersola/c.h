@@ -186,6 +186,10 @@ MERSOLA_EXPORT int32_t mersola_reports(mersola_db* db, int32_t instrument, int32
 MERSOLA_EXPORT int32_t mersola_functions(mersola_db* db, int32_t instrument, int32_t measurement,
                                          int32_t report, mersola_list** list);
 
+/// List all functions, or bands, that have a name in this database, by their number: ID, NAME.
+MERSOLA_EXPORT int32_t mersola_function_names(mersola_db* db, mersola_list** list);
+MERSOLA_EXPORT int32_t mersola_band_names(mersola_db* db, mersola_list** list);
+
 /// Lists what the chain of an instrument is made of, a row for each report of each measurement, in
 /// the order of their starts: MEASUREMENT, NAME, START, REPORT, TYPE, PERIOD_LENGTH, OFFSET,
 /// PERIODS, LOST_PERIODS. MERSOLA_NOT_FOUND where there is no chain.
@@ -317,6 +321,13 @@ MERSOLA_EXPORT int32_t mersola_put_report(mersola_db* db, int32_t report, int32_
 
 /// Registers a function that is measured on a channel of the report. Doing it again is harmless.
 MERSOLA_EXPORT int32_t mersola_put_function(mersola_db* db, int32_t function, int32_t channel);
+
+/// Give a function, or a band, a name in this database, as "PPV" or "1 kHz". Nothing has to be
+/// registered before. Doing it again is harmless; MERSOLA_DUPLICATE when it has another name, which
+/// stays.
+MERSOLA_EXPORT int32_t mersola_put_function_name(mersola_db* db, int32_t function,
+                                                 const char* name);
+MERSOLA_EXPORT int32_t mersola_put_band_name(mersola_db* db, int32_t band, const char* name);
 
 /// Writes one value, to six decimals, and raises the report's number of periods to `period` + 1.
 /// Periods are counted from the start of this recording, from 0 on. `status` is MERSOLA_VALID, or
