@@ -51,9 +51,8 @@ int32_t PutName(mersola_db* db, int32_t id, const char* name, const Names& names
         if (!rows->EndOfFile()) {
             const CString known = rows->Fields(0).Text();
             if (known == text) return;
-            throw Failure{MERSOLA_DUPLICATE, std::string(names.what) + " " + number +
-                                                 " is named " + std::string(known.View()) +
-                                                 " already"};
+            throw Failure{MERSOLA_DUPLICATE, std::string(names.what) + " " + number + " is named " +
+                                                 std::string(known.View()) + " already"};
         }
         Run(open, std::string("INSERT INTO ") + names.table + " (" + names.id + "," + names.name +
                       ") VALUES (" + number + ",'" + std::string(text.View()) + "')");
