@@ -1,5 +1,5 @@
 # What is installed where, for programs that build against the library (CMake, pkg-config) and for
-# Debian's packages: libmersola1, libmersola-dev and mersola.
+# Debian's packages: libmersola1, libmersola-dev, mersola and python3-mersola.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -54,6 +54,14 @@ if(MERSOLA_BUILD_TOOL)
     endif()
 endif()
 
+# The package for Python, where Debian's Python looks for it; pip makes a wheel of the same folder.
+set(python_folder lib/python3/dist-packages)
+install(DIRECTORY python/mersola DESTINATION ${python_folder} COMPONENT python
+        FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN __pycache__ EXCLUDE)
+configure_file(cmake/python/METADATA.in METADATA @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/METADATA
+        DESTINATION ${python_folder}/mersola-${PROJECT_VERSION}.dist-info COMPONENT python)
+
 if(NOT PROJECT_IS_TOP_LEVEL)
     return()
 endif()
@@ -68,13 +76,14 @@ install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev COMPONENT development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmersola-dev COMPONENT development
         FILES_MATCHING PATTERN *.md PATTERN *.py PATTERN *.svg PATTERN *.png)
+install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/python3-mersola python)
 if(MERSOLA_BUILD_TOOL)
     install_compressed(${CMAKE_CURRENT_BINARY_DIR}/changelog ${CMAKE_INSTALL_DATADIR}/doc/mersola tool)
 endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development tool)
+set(CPACK_COMPONENTS_ALL runtime development tool python)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -104,4 +113,17 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "gnuplot-nox, tzdata")
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "storage of monitoring instruments (command-line tool)
  Lays out databases, records sound files as levels, shows, plots, checks and
  copies what a database holds.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-mersola)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= 3.9), python3-numpy, libmersola${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-pandas, python3-xarray, python3-matplotlib")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-netcdf4, tzdata")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/python/postinst
+                                              ${PROJECT_SOURCE_DIR}/cmake/python/prerm)
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "storage of monitoring instruments (Python)
+ Reads what libmersola stores into NumPy arrays, gives it to pandas, xarray and
+ matplotlib, and records.")
 include(CPack)
