@@ -1,5 +1,7 @@
 // mersola check: what must never be in a database.
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <optional>
 #include <ostream>
 #include <sstream>
@@ -8,7 +10,7 @@
 #include "basics/failure.h"
 #include "basics/times_text.h"
 #include "check.h"
-#include "damage/known_places.h"
+#include "damage/packed_remains.h"
 #include "database/format.h"
 #include "database/query.h"
 #include "database/snapshot.h"
@@ -18,6 +20,7 @@ namespace mersola::tool {
 namespace {
 
 constexpr std::chrono::seconds kOneRecorderStep{1};
+constexpr std::size_t kMostLost = 100;  // lines
 constexpr std::size_t kMostParts = 20;  // rows of which a part is lost
 
 void WarnOfEngine(const Database& database, std::ostream& err) {
@@ -58,9 +61,11 @@ void TellAffected(const Database& database, Findings& findings) {
         Remains remains(database.File());
         KnownPlaces places;
         std::vector<std::string> parts;
+        PackedRemains packed;
         remains.Read([&](const StoredTree& tree, Record& record) {
-            if (tree.table == StoredTable::MeasuredValues) return;
             try {
+                if (IsPacked(tree)) packed.Take(tree, record);
+                if (tree.table == StoredTable::MeasuredValues) return;
                 places.Take(tree.table, RowOf(tree, record));
                 if (!IsWhole(record) && parts.size() < kMostParts)
                     parts.push_back(LostPart(tree, record));
@@ -74,6 +79,13 @@ void TellAffected(const Database& database, Findings& findings) {
             findings.Add("file", TextOf(torn));
         for (const std::string& line : parts)
             findings.Add("file", line);
+        std::vector<std::string> lost = packed.WithoutData(places);
+        std::ranges::move(UnknownPacked(remains, places, true), std::back_inserter(lost));
+        for (std::size_t i = 0; i < lost.size() && i < kMostLost; ++i)
+            findings.Add("lost", lost[i]);
+        if (lost.size() > kMostLost)
+            findings.Add("lost",
+                         "values at " + std::to_string(lost.size() - kMostLost) + " places more");
         const auto isRead = [](const ValueKey&) { return false; };
         for (const std::string& line : places.Lines(FindLostValues(remains, isRead)))
             findings.Add("lost", line);

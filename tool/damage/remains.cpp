@@ -42,6 +42,12 @@ void Remains::ReadSchema() {
         for (const StoredTable table : kStoredTables) {
             if (!IsSameName(name, NameOf(table))) continue;
             name = NameOf(table);
+            const std::string text = TextOf(record, 4);
+            if (table == StoredTable::MeasuredValues && type == "table" &&
+                KeepingIn(text).IsPacked()) {
+                keeping_ = KeepingIn(text);
+                return;
+            }
             if (type != "table" || !root || *root == 0)
                 throw Failure("the rows of " + name +
                               " lie in a layout that this version of mersola does not know; save "
@@ -61,6 +67,29 @@ void Remains::ReadSchema() {
                           "how they look");
     }
     shapes_ = ReadShapes(statements);
+    if (!isSchemaWhole_ && !roots_.contains(NameOf(StoredTable::MeasuredValues)) && LooksPacked())
+        keeping_.layout = mersola::Layout::Packed;
+}
+
+// Values lie in rows or in blocks. While they are converted, both are there.
+bool Remains::MayBeThere(const StoredTree& tree) const {
+    if (tree.table != StoredTable::MeasuredValues) return true;
+    if (tree.name == kRowsBeside) return keeping_.isConverted;
+    if (tree.name == NameOf(StoredTable::MeasuredValues))
+        return !keeping_.IsPacked() || (!isSchemaWhole_ && !keeping_.isConverted);
+    return keeping_.IsPacked();
+}
+
+// Where nothing names them, their looks tell.
+bool Remains::LooksPacked() const {
+    Trees trees(file_);
+    const TakeRecord ignore = [](Record&) {};
+    std::vector<Trees::Torn> packed;
+    for (const char* name : {kValueBlocks, kValueData, kPendingValues}) {
+        if (roots_.contains(name)) return true;
+        packed.push_back({&shapes_.at(name).shape, &kEverything, ignore});
+    }
+    return !trees.ReadStrays(packed).empty();
 }
 
 void Remains::Read(const std::function<void(const StoredTree&, Record&)>& take) {
@@ -91,12 +120,14 @@ void Remains::Read(const std::function<void(const StoredTree&, Record&)>& take) 
     for (const auto& [name, root] : roots_) {
         const auto found = shapes_.find(name);
         const StoredTree* tree = found == shapes_.end() ? nullptr : &found->second;
-        if (!tree || !tree->isTable) walk(name, root, tree);
+        if (!tree || !tree->isTable || tree->name != NameOf(tree->table)) walk(name, root, tree);
     }
     if (!isSchemaWhole_) {
-        for (const StoredTable table : kStoredTables) {
-            if (!roots_.contains(NameOf(table)))
-                torn_.push_back({NameOf(table), &shapes_.at(NameOf(table)), false, kEverything});
+        for (const auto& [name, tree] : shapes_) {
+            const bool isMissed =
+                tree.name != NameOf(StoredTable::MeasuredValues) || !keeping_.IsPacked();
+            if (tree.isTable && isMissed && MayBeThere(tree) && !roots_.contains(name))
+                torn_.push_back({name, &tree, false, kEverything});
         }
     }
     if (trees_.FindFree()) {
@@ -127,6 +158,7 @@ void Remains::ReadStrays(const std::function<TakeRecord(const StoredTree&)>& tak
     std::vector<std::string> names;
     torn.clear();
     for (const auto& [name, tree] : shapes_) {
+        if (!MayBeThere(tree)) continue;
         names.push_back(name);
         torn.push_back({&tree.shape, &kEverything, take(tree)});
     }
@@ -153,9 +185,9 @@ std::string TextOf(const TornTree& torn) {
            (torn.isIndex ? "; what an index holds, its table holds as well" : "");
 }
 
-const TornTree* Remains::TornTable(StoredTable table) const {
+const TornTree* Remains::TornTable(std::string_view name) const {
     const auto found = std::ranges::find_if(torn_, [&](const TornTree& each) {
-        return each.tree && each.tree->isTable && each.tree->table == table;
+        return each.tree && each.tree->isTable && each.tree->name == name;
     });
     return found == torn_.end() ? nullptr : &*found;
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "database/format.h"
 #include "database/stored_row.h"
 #include "stored_shapes.h"
 
@@ -29,6 +30,9 @@ class Remains {
     /// that is not known here.
     explicit Remains(const std::string& path);
 
+    /// How the values lie.
+    const Keeping& KeepingOf() const { return keeping_; }
+
     /// Hands out the rows of the tables. A row with fields that are lost comes after those that are
     /// whole; where an index still has a part of a lost row, that part is handed out so. To be
     /// called once.
@@ -40,7 +44,8 @@ class Remains {
     /// Where something was lost, known after Read.
     const std::vector<TornTree>& Torn() const { return torn_; }
     /// Null when all of the table could be read.
-    const TornTree* TornTable(StoredTable table) const;
+    const TornTree* TornTable(StoredTable table) const { return TornTable(NameOf(table)); }
+    const TornTree* TornTable(std::string_view name) const;
 
     /// Hands out the rows of the indexes of a table, with each index; those of a torn one as far as
     /// they can be read.
@@ -54,12 +59,15 @@ class Remains {
 
   private:
     void ReadSchema();
+    bool LooksPacked() const;
+    bool MayBeThere(const StoredTree& tree) const;
     void ReadStrays(const std::function<TakeRecord(const StoredTree&)>& takeOf);
     void ReadPartsFromIndexes(const TornTree& torn,
                               const std::function<void(const StoredTree&, Record&)>& take);
 
     PageFile file_;
     Trees trees_;
+    Keeping keeping_;
     bool isSchemaWhole_ = true;
     std::map<std::string, PageNumber> roots_;
     StoredShapes shapes_;

@@ -14,6 +14,7 @@
 
 #include "basics/failure.h"
 #include "basics/names.h"
+#include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
 #include "engines/sqlite.h"
@@ -68,16 +69,19 @@ Stored StoredIn(const std::string& type, bool isKey, bool isStrict) {
         return isStrict ? (isKey ? Stored::Number : Stored::NumberOrNull)
                         : (isKey ? Stored::NumberOrNull : Stored::Anything);
     if (!isStrict) return Stored::Anything;
-    return type == "REAL" ? Stored::Real : type == "TEXT" ? Stored::Text : Stored::Anything;
+    return type == "REAL"   ? Stored::Real
+           : type == "TEXT" ? Stored::Text
+           : type == "BLOB" ? Stored::Blob
+                            : Stored::Anything;
 }
 
 class TableReader {
   public:
-    TableReader(Mersola& store, StoredTable table, StoredShapes& shapes)
-        : store_(store), table_(table), shapes_(shapes) {}
+    TableReader(Mersola& store, StoredTable table, std::string name, StoredShapes& shapes)
+        : store_(store), table_(table), name_(std::move(name)), shapes_(shapes) {}
 
     void Read() {
-        const std::string name = NameOf(table_);
+        const std::string& name = name_;
         const auto statement = Query(
             store_, "SELECT sql FROM sqlite_master WHERE type='table' AND name='%s'", name.c_str());
         if (statement->EndOfFile()) return;
@@ -93,7 +97,7 @@ class TableReader {
             keys_ += isKey;
             if (isKey && type == "INTEGER") number = column;
         }
-        StoredTree tree{.table = table_};
+        StoredTree tree{.table = table_, .name = name_};
         for (const Column& column : columns_) {
             tree.columns.push_back(Known(column.name));
             tree.shape.fields.push_back(column.stored);
@@ -127,7 +131,7 @@ class TableReader {
 
     // `table`: becomes the tree that the index is, where rows have no numbers.
     void ReadIndex(const std::string& name, StoredTree& table) {
-        StoredTree tree{.table = table_, .isTable = false};
+        StoredTree tree{.table = table_, .name = name_, .isTable = false};
         tree.shape.isIndex = true;
         tree.shape.isUnique = true;
         bool hasRowid = false, isInOrder = true;
@@ -145,8 +149,7 @@ class TableReader {
                 row.Fields(3).Long() == 0;
             if (isInOrder) tree.shape.ordered = tree.columns.size();
         }
-        const bool isTable =
-            !hasRowid && name == std::string("sqlite_autoindex_") + NameOf(table_) + "_1";
+        const bool isTable = !hasRowid && name == "sqlite_autoindex_" + name_ + "_1";
         // A table's own rows differ in their key; behind it the order means nothing.
         const std::size_t keys = isTable ? keys_ : tree.columns.size();
         tree.shape.least = tree.columns.size();
@@ -162,6 +165,7 @@ class TableReader {
 
     Mersola& store_;
     StoredTable table_;
+    std::string name_;
     StoredShapes& shapes_;
     std::vector<Column> columns_;
     std::size_t keys_ = 0;  // columns of the primary key
@@ -187,11 +191,15 @@ StoredShapes ReadShapes(const std::vector<std::string>& statements) {
             statement.starts_with("CREATE UNIQUE INDEX "))
             LayOut(database.Store(), statement);
     }
-    for (const auto statement : SchemaStatements(kSqlite))
-        LayOut(database.Store(), statement);
+    for (const auto layout : {mersola::Layout::Rows, mersola::Layout::Packed}) {
+        for (const auto statement : SchemaStatements(kSqlite, layout))
+            LayOut(database.Store(), statement);
+    }
     StoredShapes shapes;
     for (const StoredTable table : kStoredTables)
-        TableReader(database.Store(), table, shapes).Read();
+        TableReader(database.Store(), table, NameOf(table), shapes).Read();
+    for (const char* name : {kValueBlocks, kValueData, kPendingValues, kRowsBeside})
+        TableReader(database.Store(), StoredTable::MeasuredValues, name, shapes).Read();
     return shapes;
 }
 

@@ -13,6 +13,7 @@ namespace mersola::tool {
 /// A tree whose rows are known.
 struct StoredTree {
     StoredTable table;
+    std::string name{};   ///< of the table; several can hold the rows of one
     bool isTable = true;  ///< the table itself, not one of its indexes
     Shape shape{};
     /// The column that each field holds; empty for one that no program of today knows.
@@ -20,6 +21,11 @@ struct StoredTree {
     /// The column that the number of the row stands for; empty when there is none.
     std::string rowidColumn{};
 };
+
+/// The tables of packed values.
+inline constexpr const char* kValueBlocks = "ValueBlocks";
+inline constexpr const char* kValueData = "ValueData";
+inline constexpr const char* kPendingValues = "PendingValues";
 
 /// By the name of the table or index.
 using StoredShapes = std::map<std::string, StoredTree, std::less<>>;

@@ -53,7 +53,8 @@ std::uint64_t SizeOf(std::uint64_t type) {
 Field FieldOf(std::uint64_t type, std::string_view bytes) {
     if (type == 0) return {};
     if (type == 8 || type == 9) return static_cast<std::int64_t>(type - 8);
-    if (type >= 12) return type % 2 == 0 ? Field(BlobField{}) : Field(std::string(bytes));
+    if (type >= 12)
+        return type % 2 == 0 ? Field(BlobField{std::string(bytes)}) : Field(std::string(bytes));
     std::uint64_t number =
         (static_cast<unsigned char>(bytes[0]) & 0x80) != 0 ? ~std::uint64_t{0} : 0;
     for (const char each : bytes)

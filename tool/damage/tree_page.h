@@ -12,7 +12,9 @@
 namespace mersola::tool {
 
 struct LostField {};  ///< was on a page that cannot be read
-struct BlobField {};  ///< of no use here: no table has any
+struct BlobField {
+    std::string bytes;
+};
 
 /// A stored field; the empty one is a null.
 using Field = std::variant<std::monostate, std::int64_t, double, std::string, BlobField, LostField>;

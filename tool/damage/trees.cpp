@@ -22,6 +22,8 @@ bool Fits(const Field& field, Stored stored) {
             return isNumber || isNull || std::holds_alternative<double>(field);
         case Stored::Text:
             return isNull || std::holds_alternative<std::string>(field);
+        case Stored::Blob:
+            return std::holds_alternative<BlobField>(field);
         case Stored::Nothing:
             return isNull;
         default:

@@ -13,7 +13,7 @@
 namespace mersola::tool {
 
 /// What a field of a tree's rows may hold.
-enum class Stored { Number, NumberOrNull, Real, Text, Nothing, Anything };
+enum class Stored { Number, NumberOrNull, Real, Text, Blob, Nothing, Anything };
 
 /// How a tree's rows look.
 struct Shape {

@@ -2,6 +2,7 @@
 #include "format.h"
 
 #include "basics/failure.h"
+#include "basics/times_text.h"
 #include "open_database.h"
 #include "query.h"
 
@@ -49,19 +50,23 @@ std::string ValuesStatement(const Keeping& keeping) {
 }
 
 Keeping KeepingOf(Mersola& store) {
-    Keeping keeping;
-    if (!EngineOf(store).isFile) return keeping;
+    if (!EngineOf(store).isFile) return {};
     const auto table =
         Query(store, "SELECT sql FROM sqlite_master WHERE lower(name)='measuredvalues'");
-    if (table->EndOfFile()) return keeping;
-    const std::string text(table->Fields(0).Text().View());
+    if (table->EndOfFile()) return {};
+    return KeepingIn(table->Fields(0).Text().View());
+}
+
+Keeping KeepingIn(std::string_view text) {
+    Keeping keeping;
     if (text.find("mersola_values") == text.npos) return keeping;
     keeping.layout = mersola::Layout::Packed;
     keeping.isConverted = text.find(kRowsArgument) != text.npos;
     keeping.intoRows = text.find(kIntoRows) != text.npos;
     if (const auto at = text.find(kResolutionArgument); at != text.npos) {
         const auto from = at + std::string_view(kResolutionArgument).size();
-        keeping.resolution = text.substr(from, text.find_first_of(",)", from) - from);
+        const auto step = text.substr(from, text.find_first_of(",)", from) - from);
+        if (ParseNumber<double>(step)) keeping.resolution = step;  // nothing else is one
     }
     return keeping;
 }

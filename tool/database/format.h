@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include <mersola/mersola.h>
 
@@ -31,6 +32,8 @@ std::string ValuesStatement(const Keeping& keeping);
 Format FormatOf(Mersola& store);
 
 Keeping KeepingOf(Mersola& store);
+/// By the statement that made MeasuredValues.
+Keeping KeepingIn(std::string_view statement);
 
 /// Both in a few words.
 std::string FormatText(Mersola& store);

@@ -2,13 +2,14 @@
 #include "salvage.h"
 
 #include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <sstream>
 
 #include "basics/failure.h"
 #include "basics/interruption.h"
 #include "basics/times_text.h"
-#include "damage/known_places.h"
+#include "damage/packed_remains.h"
 #include "layout/layout.h"
 #include "owners.h"
 #include "saved_database.h"
@@ -43,10 +44,10 @@ class Lines {
 
 class Salvaging {
   public:
-    Salvaging(const std::string& damaged, std::ostream& out) : remains_(damaged), out_(out) {}
+    Salvaging(Remains& remains, std::ostream& out) : remains_(remains), out_(out) {}
 
     bool Run(Mersola& store) {
-        SavedDatabase saved(store);
+        SavedDatabase saved(store, remains_.KeepingOf());
         Lines parts(out_, "more rows of which a part is lost");
         remains_.Read([&](const StoredTree& tree, Record& record) {
             if (const int signal = interruption_.Signal(); signal != 0)
@@ -55,7 +56,8 @@ class Salvaging {
         });
         if (rows_ == 0)
             throw Failure("there is nothing of measurements in the file; is it the right one?");
-        saved.Finish("Salvaged by mersola " MERSOLA_VERSION);
+        saved.Finish("Salvaged by mersola " MERSOLA_VERSION,
+                     [&](const SavedDatabase::LostBlock& lost) { LoseBlock(lost); });
         bool isLost = parts.End();
         isLost |= TellTorn();
         isLost |= TellMarkers();
@@ -70,8 +72,10 @@ class Salvaging {
         }
         const std::int64_t lost = TellValues(saved, isLost);
         const std::int64_t aside = TellAsides(saved);
-        out_ << Counted(saved.Values(), "value") << " read, " << (areUnknown_ ? "at least " : "")
-             << lost << " lost, " << Counted(aside, "row") << " put aside\n";
+        out_ << Counted(saved.Values(), "value") << " read, "
+             << (!lostBlocks_.empty() ? "some"
+                                      : (areUnknown_ ? "at least " : "") + std::to_string(lost))
+             << " lost, " << Counted(aside, "row") << " put aside\n";
         RequireWritten(out_);
         return !isLost && aside == 0;
     }
@@ -80,6 +84,10 @@ class Salvaging {
     void Save(SavedDatabase& saved, const StoredTree& tree, const Record& record, Lines& parts) {
         ++rows_;
         try {
+            if (IsPacked(tree)) {
+                saved.AddPacked(tree, record);
+                return;
+            }
             if (tree.table == StoredTable::MeasuredValues) {
                 ForEachValue(tree, record, [&](const ReadValue& value) { saved.Add(value); });
                 return;
@@ -129,7 +137,30 @@ class Salvaging {
         return lines.End();
     }
 
+    void LoseBlock(const SavedDatabase::LostBlock& lost) {
+        lostBlocks_.push_back(
+            (lost.series ? places_.Series(lost.key, lost.series->first, lost.series->second)
+                         : places_.Report(lost.key) + ", all functions") +
+            ": all values in " + places_.Periods(lost.key, lost.first, lost.last));
+    }
+
+    // How many values were in what is lost, nobody knows.
+    void TellPacked(const SavedDatabase& saved) {
+        const bool areAllPlaced = !saved.HadUnplaced() && !remains_.TornTable(kValueData);
+        std::ranges::move(UnknownPacked(remains_, places_, !areAllPlaced),
+                          std::back_inserter(lostBlocks_));
+        Lines lines(out_, "more places of lost values");
+        for (const std::string& line : lostBlocks_)
+            lines.Add("lost: " + line);
+        areUnknown_ = lines.End();
+    }
+
     std::int64_t TellValues(SavedDatabase& saved, bool& isLost) {
+        if (remains_.KeepingOf().IsPacked()) {
+            TellPacked(saved);
+            isLost |= areUnknown_;
+            return 0;
+        }
         const ValueLosses losses =
             FindLostValues(remains_, [&](const ValueKey& at) { return saved.Holds(at); });
         for (const std::string& line : places_.Lines(losses))
@@ -150,11 +181,12 @@ class Salvaging {
     }
 
     Interruption interruption_;
-    Remains remains_;
+    Remains& remains_;
     KnownPlaces places_;
     std::ostream& out_;
     std::int64_t rows_ = 0;
     bool areUnknown_ = false;
+    std::vector<std::string> lostBlocks_;
 };
 
 }  // namespace
@@ -162,8 +194,11 @@ class Salvaging {
 bool Salvage(const std::string& damaged, const std::string& saved, std::ostream& out) {
     bool isWhole = false;
     std::ostringstream lines;  // of something that is there only once the file is
-    MakeFile(Database({.text = saved, .user = {}, .passwordFile = {}}), {},
-             [&](Mersola& store) { isWhole = Salvaging(damaged, lines).Run(store); });
+    Remains remains(damaged);
+    Keeping keeping = remains.KeepingOf();
+    keeping.isConverted = keeping.intoRows = false;  // what is a row is packed as well
+    MakeFile(Database({.text = saved, .user = {}, .passwordFile = {}}), keeping,
+             [&](Mersola& store) { isWhole = Salvaging(remains, lines).Run(store); });
     TellDone(out, lines.str());
     return isWhole;
 }

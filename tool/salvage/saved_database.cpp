@@ -19,9 +19,14 @@ bool IsRefusal(const _com_error& error) {
 
 }  // namespace
 
-SavedDatabase::SavedDatabase(Mersola& store) : store_(store) {
+SavedDatabase::SavedDatabase(Mersola& store, const Keeping& keeping)
+    : store_(store), keeping_(keeping) {
     // The file is synchronised as a whole before it gets its name.
     Query(store_, "PRAGMA synchronous=OFF");
+    if (keeping_.IsPacked())
+        Query(store_,
+              "CREATE TEMP TABLE %s (MeasValueId,PeriodNo,Channel,FuncId,FrqId,Value,Status)",
+              kRowsBeside);
     transaction_.emplace(store_);
 }
 
@@ -61,8 +66,9 @@ void SavedDatabase::WriteValues() {
     std::string reason;
     {
         const auto rows = _Recordset::CreateInstance();
-        rows->Open("MeasuredValues", store_.getConnection(), adOpenForwardOnly,
-                   adLockBatchOptimistic, adCmdTable);
+        // Rows beside packed values come when these are sorted out.
+        rows->Open(keeping_.IsPacked() ? kRowsBeside : NameOf(StoredTable::MeasuredValues),
+                   store_.getConnection(), adOpenForwardOnly, adLockBatchOptimistic, adCmdTable);
         auto key = rows->Fields("MeasValueId"), channel = rows->Fields("Channel"),
              function = rows->Fields("FuncId"), period = rows->Fields("PeriodNo"),
              band = rows->Fields("FrqId"), number = rows->Fields("Value"),
@@ -89,17 +95,28 @@ void SavedDatabase::WriteValues() {
     for (std::int64_t i = stored; i < std::ssize(waiting_); ++i)
         PutAside(StoredTable::MeasuredValues, reason);
     waiting_.clear();
-    transaction_->Commit();
-    transaction_.emplace(store_);
+    GoOn();
 }
 
-void SavedDatabase::Finish(const std::string& history) {
+void SavedDatabase::GoOn() {
+    transaction_->Commit();
+    transaction_.emplace(store_);
+    bytes_ = 0;
+}
+
+void SavedDatabase::Finish(const std::string& history,
+                           const std::function<void(const LostBlock&)>& lose) {
     if (!waiting_.empty()) WriteValues();
+    if (keeping_.IsPacked()) {
+        TakeOutDamaged(lose);
+        PackRows();
+        CountPacked();
+    }
     // What was laid out stands behind what the file tells of its past.
     Query(store_, "DELETE FROM VersionHistory WHERE rowid=(SELECT min(rowid) FROM VersionHistory)");
     InsertInto(store_, StoredTable::VersionHistory,
                {{"Date", std::string(CTimeEx::GetCurrentTime().ToText().View())},
-                {"Version", std::to_string(kRowsFormat)},
+                {"Version", std::to_string(keeping_.FormatNumber())},
                 {"Info", history}});
     transaction_->Commit();
     transaction_.reset();
