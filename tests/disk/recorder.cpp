@@ -124,14 +124,30 @@ void History::End(bool commits) {
     before_.reset();
 }
 
+// Whether the first commits are as those that the cut before has lost, and what was found is what
+// more of these make of them.
+bool History::Leads(std::size_t count, const Contents& found) const {
+    if (count == 0 || count > lost_.size() ||
+        !std::equal(commits_.begin(), commits_.begin() + static_cast<std::ptrdiff_t>(count),
+                    lost_.begin()))
+        return false;
+    Contents state = settled_;
+    for (std::size_t at = 0; at < lost_.size(); ++at) {
+        Apply(lost_[at], state);
+        if (at >= count && state == found) return true;
+    }
+    return false;
+}
+
 std::string History::Settle(const Contents& found, bool isDurable) {
     if (before_) End(false);
     Contents state = settled_;
     Contents wanted;
     for (std::size_t count = 0;; ++count) {
         if (count == acknowledged_) wanted = state;
-        if ((!isDurable || count >= acknowledged_) && state == found) {
+        if ((!isDurable || count >= acknowledged_) && (state == found || Leads(count, found))) {
             settled_ = now_ = found;
+            lost_.assign(commits_.begin() + static_cast<std::ptrdiff_t>(count), commits_.end());
             commits_.clear();
             acknowledged_ = 0;
             return {};
@@ -248,8 +264,9 @@ bool RandomRecorder::Register(const std::string& instrument, const std::string& 
                   store_->PutReport(nullptr, report);
     for (int function = 1; isDone && function <= kFunctions; ++function)
         isDone = store_->PutFunction(nullptr, function, 1);
-    // PutReport is true for a recording that it closed.
-    return Done(isDone && store_->PutPeriodsRelative(nullptr, 0));
+    // PutReport is true for a recording that it closed. What a registration need not store may fail
+    // without a word.
+    return Done(isDone && store_->PutPeriodsRelative(nullptr, 0) && !Disk::Instance().IsCut());
 } catch (const _com_error&) {
     return false;
 }

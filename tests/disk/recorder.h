@@ -44,8 +44,13 @@ class History {
     using Commit = std::vector<std::pair<std::string, std::optional<std::string>>>;
     static void Apply(const Commit& commit, Contents& contents);
 
+    bool Leads(std::size_t count, const Contents& found) const;
+
     Contents settled_;  // before the first of the commits
     std::vector<Commit> commits_;
+    // Of the cut before. The log still has them behind what was lost: where it is written again
+    // byte for byte, as by the same registration, they are back.
+    std::vector<Commit> lost_;
     std::size_t acknowledged_ = 0;
     Contents now_;
     std::optional<Contents> before_;  // the open transaction
