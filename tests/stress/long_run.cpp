@@ -176,7 +176,8 @@ bool FindsOnlyPeriodsAhead(const std::string& output) {
     std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);)
         if (!line.ends_with("; record on with the same names") && !line.starts_with("remark: ") &&
-            !line.starts_with("mersola: warning: ") && !line.ends_with(" checked"))
+            !line.starts_with("stored: ") && !line.starts_with("mersola: warning: ") &&
+            !line.ends_with(" checked"))
             return false;
     return true;
 }

@@ -253,7 +253,7 @@ TEST_F(RecordingTool, ListsWhatThereIsAndSelectsByNameOrNumber) {
               "database of format 1, values in rows\n"
               "file of 106 kB, 4.1 kB of it free\n"
               "instrument Pier 4 (1), state 0,running\n"
-              "  measurement noise (1), started 2026-11-15 10:00:00.000, 564 values, about 23 kB\n"
+              "  measurement noise (1), started 2026-11-15 10:00:00.000, about 23 kB\n"
               "    third octaves from 25 Hz to 20000 Hz, full scale 1, sensitivity 1, percentiles "
               "10, 50, 90\n"
               "    report 2: 3 periods of 1 min, no values, no functions\n"

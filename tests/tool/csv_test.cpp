@@ -174,7 +174,8 @@ TEST_F(Csv, IsAddedToWhatAnotherDatabaseHolds) {
         store.dbExecute(sql);
     for (int time = 0; time < 2; ++time)
         ASSERT_EQ(RunWords({"import", other, File(all)}).status, 0);
-    EXPECT_EQ(RunWords({"check", other}).out, "0 findings; 753 values were checked\n");
+    EXPECT_TRUE(
+        RunWords({"check", other}).out.ends_with("\n0 findings; 753 values were checked\n"));
     const Words values{"--instrument", "Pier 4", "--measurement", "noise",
                        "--function",   "LAeq",   "--csv"};
     EXPECT_EQ(RunWords(Words{"values", other} + values).out,

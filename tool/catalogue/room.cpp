@@ -1,7 +1,6 @@
-// Counting samples, in statements whose number does not grow with that of the reports.
+// Looking at parts, in statements whose number does not grow with that of the reports.
 #include "room.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "basics/times_text.h"
@@ -11,51 +10,57 @@
 namespace mersola::tool {
 namespace {
 
-constexpr int kSamples = 16;
-constexpr std::int64_t kPeriodsOfBlock = 128;
+constexpr int kParts = 16;
+constexpr int kPartsOfMany = 4;                 // where there are many reports
 constexpr std::int64_t kBytesOfRow = 40;        // with its share of the index
 constexpr std::int64_t kBytesBesideBlock = 40;  // the keys of its two rows
+constexpr std::int64_t kPeriodsOfBlock = 128;
 
-// The middle of each of the parts of a report's periods, as SQL; every period where there are few.
-// `p` has the first period and their number.
-std::string Sample(int i) {
-    return "p.f+p.c*" + std::to_string(2 * i + 1) + "/" + std::to_string(2 * kSamples);
+// DISTINCT keeps SQLite from computing the columns of what it selects from again for each row.
+
+// Parts of the same length of a report's periods: its key, and a up to and without b.
+std::string Parts(const std::string& periods, int parts) {
+    const std::string count = std::to_string(parts);
+    std::string numbers;
+    for (int i = 0; i < parts; ++i)
+        numbers += (i == 0 ? "SELECT 0 AS i" : " UNION ALL SELECT " + std::to_string(i));
+    return "SELECT DISTINCT p.k,p.f+p.c*n.i/" + count + " AS a,p.f+p.c*(n.i+1)/" + count +
+           " AS b FROM (" + periods + ") p CROSS JOIN (" + numbers + ") n";
 }
 
-// How many values are in the sample.
-std::string ValuesStatement(const std::string& periods, const PartOfValues& part) {
-    std::string sample;
-    for (int i = 0; i < kSamples; ++i)
-        sample += (i == 0 ? "" : ",") + Sample(i);
-    return "SELECT p.k,p.c,(SELECT COUNT(*) FROM MeasuredValues v WHERE v.MeasValueId=p.k AND "
-           "v.PeriodNo IN (" +
-           sample + ")" + part.Condition("v.") + ") FROM (" + periods + ") p";
+// The first and the last period of a part that are stored, and how many values one in between has.
+std::string ValuesStatement(const std::string& parts, const PartOfValues& part) {
+    const auto end = [](const char* which) {
+        return std::string("(SELECT ") + which +
+               "(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=t.k AND v.PeriodNo>=t.a AND "
+               "v.PeriodNo<t.b)";
+    };
+    return "SELECT s.k,s.lo,s.hi,(SELECT COUNT(*) FROM MeasuredValues w WHERE w.MeasValueId=s.k "
+           "AND w.PeriodNo=(SELECT MIN(x.PeriodNo) FROM MeasuredValues x WHERE x.MeasValueId=s.k "
+           "AND x.PeriodNo>=s.lo+(s.hi-s.lo)/2)" +
+           part.Condition("w.") + ") FROM (SELECT DISTINCT t.k," + end("MIN") + " AS lo," +
+           end("MAX") + " AS hi FROM (" + parts + ") t) s";
 }
 
-// How many bytes the blocks take that begin near the sample, near how many places of it, and how
-// many bytes there are outside of blocks.
-std::string BlocksStatement(const std::string& periods, const PartOfValues& part) {
-    const std::string length = std::to_string(kPeriodsOfBlock);
-    std::string places;
-    for (int i = 0; i < kSamples; ++i)
-        places += (i == 0 ? "SELECT p.k,p.f,p.c,(" : " UNION SELECT p.k,p.f,p.c,(") + Sample(i) +
-                  ")/" + length + "*" + length + " AS at FROM (" + periods + ") p";
-    return "SELECT w.k,w.c,COUNT(DISTINCT w.at),SUM(LENGTH(d.Data)+LENGTH(b.Summary)+" +
-           std::to_string(kBytesBesideBlock) +
-           "),(SELECT SUM(LENGTH(q.Data)) FROM PendingValues q WHERE q.MeasValueId=w.k AND "
-           "q.PeriodNo>=w.f AND q.PeriodNo<w.f+w.c) FROM (" +
-           places +
-           ") w JOIN MeasValueMap m ON m.MeasValueId=w.k JOIN MeasuredFunctions f ON "
+// The same of the blocks of each channel and function that begin in the part.
+std::string BlocksStatement(const std::string& parts, const PartOfValues& part) {
+    const auto end = [](const char* which) {
+        return std::string("(SELECT ") + which +
+               "(v.FirstPeriod) FROM ValueBlocks v WHERE v.MeasValueId=t.k AND v.Channel=f.Channel "
+               "AND v.FuncId=f.FuncId AND v.FirstPeriod>=t.a AND v.FirstPeriod<t.b)";
+    };
+    return "SELECT s.k,s.lo,s.hi,LENGTH(d.Data)+LENGTH(b.Summary) FROM (SELECT DISTINCT "
+           "t.k,f.Channel AS "
+           "ch,f.FuncId AS fn," +
+           end("MIN") + " AS lo," + end("MAX") + " AS hi FROM (" + parts +
+           ") t JOIN MeasValueMap m ON m.MeasValueId=t.k JOIN MeasuredFunctions f ON "
            "f.GroupId=m.GroupId AND f.MeasId=m.MeasId AND f.ReportId=m.ReportId" +
            part.Condition("f.") +
-           " LEFT JOIN ValueBlocks b ON b.MeasValueId=w.k AND b.Channel=f.Channel AND "
-           "b.FuncId=f.FuncId AND b.FirstPeriod>=w.at AND b.FirstPeriod<w.at+" +
-           length + " LEFT JOIN ValueData d ON d.DataId=b.DataId GROUP BY w.k,w.f,w.c";
-}
-
-std::int64_t Scaled(double sum, std::int64_t periods, std::int64_t sampled) {
-    const double scale = static_cast<double>(periods) / static_cast<double>(sampled);
-    return std::llround(sum * std::max(scale, 1.0));
+           ") s JOIN ValueBlocks b ON b.MeasValueId=s.k AND b.Channel=s.ch AND b.FuncId=s.fn AND "
+           "b.FirstPeriod=(SELECT MIN(x.FirstPeriod) FROM ValueBlocks x WHERE x.MeasValueId=s.k "
+           "AND "
+           "x.Channel=s.ch AND x.FuncId=s.fn AND x.FirstPeriod>=s.lo+(s.hi-s.lo)/2) JOIN ValueData "
+           "d ON d.DataId=b.DataId";
 }
 
 }  // namespace
@@ -64,11 +69,14 @@ Amount& Amount::operator+=(const Amount& other) {
     values += other.values;
     bytes += other.bytes;
     isEstimate |= other.isEstimate;
+    isUnread |= other.isUnread;
     return *this;
 }
 
 std::string Amount::Text() const {
-    return (isEstimate ? "about " : "") + Counted(values, "value") +
+    return (isUnread     ? "values that cannot be read"
+            : isEstimate ? "about " + Counted(values, "value")
+                         : Counted(values, "value")) +
            (bytes > 0 ? ", about " + SizeText(bytes) : "");
 }
 
@@ -88,44 +96,66 @@ Room::Room(Mersola& store, const Keeping& keeping)
       isConverted_(keeping.isConverted) {}
 
 Amount Room::Of(const KeyedPeriods& periods, const PartOfValues& part) const {
-    if (periods.end <= periods.first) return {};
-    const auto found = Sampled("SELECT " + std::to_string(periods.key) + " AS k,CAST(" +
-                                   std::to_string(periods.first) + " AS bigint) AS f,CAST(" +
-                                   std::to_string(periods.end - periods.first) + " AS bigint) AS c",
-                               part);
-    return found.empty() ? Amount() : found.begin()->second;
+    Amount amount;
+    const std::int64_t count = periods.end - periods.first;
+    if (count <= 0) return amount;
+    const auto bigint = [](std::int64_t number) {
+        return "CAST(" + std::to_string(number) + " AS bigint)";
+    };
+    const std::string asked = "SELECT " + std::to_string(periods.key) + " AS k," +
+                              bigint(periods.first) + " AS f," + bigint(count) + " AS c";
+    amount.isEstimate = count > kParts;
+    try {
+        amount.values = ValuesOf(asked, kParts, part)[periods.key];
+    } catch (const _com_error& error) {
+        if (!IsDamage(error.what())) throw;
+        amount.isUnread = true;  // and still it can be deleted
+    }
+    amount.bytes = BytesOf(asked, kParts, part)[periods.key];
+    return amount;
 }
 
-std::map<std::int32_t, Amount> Room::OfAll() const {
-    if (!isFile_) return {};
+Room::Sums Room::BytesOfAll() const {
     // The first period that has values is found without a look at other values.
-    return Sampled(
-        "SELECT s.k,s.f,s.n-s.f AS c FROM (SELECT k.MeasValueId AS k,r.noOfPeriods AS n,(SELECT "
+    return BytesOf(
+        "SELECT s.k,s.f,s.n-s.f AS c FROM (SELECT DISTINCT k.MeasValueId AS k,r.noOfPeriods AS "
+        "n,(SELECT "
         "MIN(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=k.MeasValueId) AS f FROM "
         "MeasValueMap k JOIN Reports r ON r.GroupId=k.GroupId AND r.MeasId=k.MeasId AND "
         "r.ReportId=k.ReportId) s WHERE s.n>s.f",
-        {});
+        kPartsOfMany, {});
 }
 
-std::map<std::int32_t, Amount> Room::Sampled(const std::string& periods,
-                                             const PartOfValues& part) const {
-    std::map<std::int32_t, Amount> amounts;
-    const auto values = store_.dbExecute(ValuesStatement(periods, part).c_str());
-    for (; !values->EndOfFile(); values->MoveNext()) {
-        const auto count = std::llround(values->Fields(1).Double());
-        Amount& amount = amounts[values->Fields(0).Long()];
-        amount.isEstimate = count > kSamples;
-        amount.values = Scaled(values->Fields(2).Double(), count, kSamples);
-        if (isFile_ && !isPacked_) amount.bytes = amount.values * kBytesOfRow;
+Room::Sums Room::ValuesOf(const std::string& periods, int parts, const PartOfValues& part) const {
+    Sums sums;
+    for (_Recordset& row : Rows(store_, "%s", ValuesStatement(Parts(periods, parts), part).c_str()))
+        if (!row.Fields(1).IsNull())
+            sums[row.Fields(0).Long()] +=
+                (std::int64_t{row.Fields(2).Long()} - row.Fields(1).Long() + 1) *
+                row.Fields(3).Long();
+    return sums;
+}
+
+Room::Sums Room::BytesOf(const std::string& periods, int parts, const PartOfValues& part) const {
+    Sums sums;
+    if (!isFile_ || isConverted_) return sums;
+    if (!isPacked_) {
+        sums = ValuesOf(periods, parts, part);
+        for (auto& [key, bytes] : sums)
+            bytes *= kBytesOfRow;
+        return sums;
     }
-    if (!isPacked_ || isConverted_) return amounts;
-    const auto blocks = store_.dbExecute(BlocksStatement(periods, part).c_str());
-    for (; !blocks->EndOfFile(); blocks->MoveNext())
-        amounts[blocks->Fields(0).Long()].bytes =
-            Scaled(blocks->Fields(3).Double(), std::llround(blocks->Fields(1).Double()),
-                   blocks->Fields(2).Long() * kPeriodsOfBlock) +
-            std::llround(blocks->Fields(4).Double());
-    return amounts;
+    for (_Recordset& row : Rows(store_, "%s", BlocksStatement(Parts(periods, parts), part).c_str()))
+        sums[row.Fields(0).Long()] +=
+            ((std::int64_t{row.Fields(2).Long()} - row.Fields(1).Long()) / kPeriodsOfBlock + 1) *
+            (row.Fields(3).Long() + kBytesBesideBlock);
+    for (_Recordset& row :
+         Rows(store_,
+              "SELECT p.k,SUM(LENGTH(q.Data)) FROM (%s) p JOIN PendingValues q ON "
+              "q.MeasValueId=p.k AND q.PeriodNo>=p.f AND q.PeriodNo<p.f+p.c GROUP BY p.k",
+              periods.c_str()))
+        sums[row.Fields(0).Long()] += std::llround(row.Fields(1).Double());
+    return sums;
 }
 
 std::string Room::FileText() const {

@@ -17,6 +17,7 @@ struct Amount {
     std::int64_t values = 0;
     std::int64_t bytes = 0;   ///< always an estimate; 0 where nobody can tell, as on a server
     bool isEstimate = false;  ///< the values, too
+    bool isUnread = false;    ///< there are others, in blocks that are damaged
 
     Amount& operator+=(const Amount& other);
     /// "1 value", "about 5000 values, about 200 kB".
@@ -43,19 +44,22 @@ class Room {
     explicit Room(Mersola& store);
     Room(Mersola& store, const Keeping& keeping);
 
-    /// Of many periods it looks at a few, spread evenly.
+    /// Of many periods it looks at the ends of a few parts of the same length.
     Amount Of(const KeyedPeriods& periods, const PartOfValues& part = {}) const;
 
-    /// By key, of all reports that count periods; of none where the database is no file. However
-    /// many there are, it takes a handful of statements.
-    std::map<std::int32_t, Amount> OfAll() const;
+    using Sums = std::map<std::int32_t, std::int64_t>;  ///< by key
+
+    /// How many bytes the values of each report take, more roughly. It decodes nothing, and the
+    /// number of statements does not grow with that of the reports.
+    Sums BytesOfAll() const;
 
     /// "file of 120 MB, 35 MB of it free"; empty where the database is no file.
     std::string FileText() const;
 
   private:
-    std::map<std::int32_t, Amount> Sampled(const std::string& periods,
-                                           const PartOfValues& part) const;
+    // `periods`: a SELECT of k, f and c: a key, its first period and how many there are.
+    Sums ValuesOf(const std::string& periods, int parts, const PartOfValues& part) const;
+    Sums BytesOf(const std::string& periods, int parts, const PartOfValues& part) const;
 
     Mersola& store_;
     bool isFile_, isPacked_, isConverted_;

@@ -220,6 +220,7 @@ bool Check(const DatabaseArgument& argument, std::ostream& out, std::ostream& er
             std::this_thread::sleep_for(kOneRecorderStep);
         CheckCounts(store, checked.uncounted, places, findings);
     }
+    TellStored(store, layout, places, checked.stored, out);
     if (!unread.empty()) TellHowToSave(database, "what the lines above name", out);
     Summarize(findings, checked.values, out);
     return findings.Count() == 0;

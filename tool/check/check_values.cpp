@@ -157,6 +157,10 @@ ValuesChecked CheckValues(Mersola& store, const Layout& layout, const Places& pl
         Series& sum = sums.try_emplace(each.key, Series{.key = each.key}).first->second;
         sum.values += each.values;
         sum.last = std::max(sum.last, each.last);
+        StoredReport& report =
+            checked.stored.try_emplace(each.key, StoredReport{0, each.first}).first->second;
+        report.values += each.values;
+        report.first = std::min(report.first, each.first);
     }
     if (!layout.Has(MeasValueMap, Reports)) return checked;
     const auto reports = ReadKeys(store, layout.HasColumn(Reports, "MinPeriod"));

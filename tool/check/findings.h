@@ -106,8 +106,15 @@ struct Uncounted {
     std::int32_t lastPeriod;
 };
 
+/// How many values a report has, and the first period that has some.
+struct StoredReport {
+    std::int64_t values = 0;
+    std::int32_t first = 0;
+};
+
 struct ValuesChecked {
     std::int64_t values = 0;
+    std::map<std::int32_t, StoredReport> stored;  // by key
     std::vector<Uncounted> uncounted;
 };
 
@@ -118,5 +125,10 @@ ValuesChecked CheckValues(Mersola& store, const Layout& layout, const Places& pl
 /// Looks again at what `checked` holds: a recorder counts a period right after it has stored it.
 void CheckCounts(Mersola& store, const std::vector<Uncounted>& uncounted, const Places& places,
                  Findings& findings);
+
+/// Tells of each measurement since when values are stored and what room they take, and of a file
+/// how much of it is free.
+void TellStored(Mersola& store, const Layout& layout, const Places& places,
+                const std::map<std::int32_t, StoredReport>& stored, std::ostream& out);
 
 }  // namespace mersola::tool

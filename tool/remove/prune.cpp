@@ -24,8 +24,16 @@ void Prune(const PruneOptions& options, std::ostream& out, std::ostream* termina
     CArray<OldMeasurement, OldMeasurement&> old;
     if (store.GetOldMeasurements(nullptr, group, before, old) != 1)
         throw Failure("what is old could not be read" + WhyUnread(store));
+    const auto run = [&] {
+        removal.Run([&](const DeletionOptions& how) {
+            return group == kNone ? store.deleteOldMeasurements(nullptr, before, how)
+                                  : store.deleteOldMeasurements(nullptr, group, before, how);
+        });
+    };
     if (old.IsEmpty()) {
-        out << "Nothing in " << removal.Name() << " ended before " << TimeText(before) << ".\n";
+        // The room of what is gone may be left from a call that was stopped.
+        if (!options.isDryRun) run();
+        TellDone(out, "Nothing in " + removal.Name() + " ended before " + TimeText(before) + ".\n");
         return;
     }
     out << "What ended before " << TimeText(before) << " goes from " << removal.Name() << ":\n";
@@ -40,10 +48,7 @@ void Prune(const PruneOptions& options, std::ostream& out, std::ostream* termina
         removal.Show(each.groupId, each.measId, going);
     }
     if (!removal.IsWanted()) return;
-    removal.Run([&](const DeletionOptions& how) {
-        return group == kNone ? store.deleteOldMeasurements(nullptr, before, how)
-                              : store.deleteOldMeasurements(nullptr, group, before, how);
-    });
+    run();
     removal.Tell();
 }
 

@@ -45,7 +45,7 @@ struct Catalogue {
     std::multimap<Instrument, MeasurementInfo> measurements;  // by start
     std::map<Measurement, std::string> percentiles;           // fit to be shown
     std::multimap<Measurement, Report> reports;               // by type
-    std::map<Measurement, Amount> amounts;
+    std::map<Measurement, std::int64_t> bytes;                // in a file
     std::map<std::pair<Measurement, std::int32_t>, std::vector<MeasuredFunction>> functions;
 };
 
@@ -83,7 +83,7 @@ void ReadMeasurements(Mersola& store, Catalogue& catalogue) {
 }
 
 void ReadReports(Mersola& store, const Room& room, Catalogue& catalogue) {
-    const auto amounts = room.OfAll();
+    const auto bytes = room.BytesOfAll();
     // The first period that has values is found without a look at other values.
     for (_Recordset& row :
          Rows(store,
@@ -101,8 +101,8 @@ void ReadReports(Mersola& store, const Room& room, Catalogue& catalogue) {
         if (info.realPeriodLenSet) CTimeSpanEx::FromText(real, info.RealPeriodLen);
         if (!row.Fields(6).IsNull()) report.first = row.Fields(6).Long();
         const std::pair place(row.Fields(0).Long(), row.Fields(1).Long());
-        if (const auto amount = amounts.find(row.Fields(7).Long()); amount != amounts.end())
-            catalogue.amounts[place] += amount->second;
+        if (const auto found = bytes.find(row.Fields(7).Long()); found != bytes.end())
+            catalogue.bytes[place] += found->second;
         catalogue.reports.emplace(place, report);
     }
 }
@@ -176,9 +176,8 @@ void ListMeasurements(const Catalogue& catalogue, std::int32_t instrument, std::
         const std::pair place(instrument, measurement.MeasId);
         out << "  measurement " << NameAndNumber(measurement.MeasName, measurement.MeasId)
             << ", started " << TimeText(measurement.StartAt);
-        const auto amount = catalogue.amounts.find(place);
-        if (amount != catalogue.amounts.end() && amount->second.values > 0)
-            out << ", " << amount->second.Text();
+        if (const auto bytes = catalogue.bytes.find(place); bytes != catalogue.bytes.end())
+            out << ", about " << SizeText(bytes->second);
         out << '\n';
         const auto percentiles = catalogue.percentiles.find(place);
         ListSettings(measurement,
