@@ -115,6 +115,7 @@ ValueLosses FindLostValues(const Remains& remains,
                            const std::function<bool(const ValueKey&)>& isThere) {
     ValueLosses losses;
     const TornTree* torn = remains.TornTable(StoredTable::MeasuredValues);
+    if (!torn) torn = remains.TornTable(kRowsBeside);
     if (!torn) return losses;
     const StoredTree& table = *torn->tree;
     const auto tablePlaces = PlacesIn(table, kKeyColumns);

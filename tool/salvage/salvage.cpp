@@ -152,21 +152,17 @@ class Salvaging {
         Lines lines(out_, "more places of lost values");
         for (const std::string& line : lostBlocks_)
             lines.Add("lost: " + line);
-        areUnknown_ = lines.End();
+        lines.End();
     }
 
     std::int64_t TellValues(SavedDatabase& saved, bool& isLost) {
-        if (remains_.KeepingOf().IsPacked()) {
-            TellPacked(saved);
-            isLost |= areUnknown_;
-            return 0;
-        }
+        if (remains_.KeepingOf().IsPacked()) TellPacked(saved);
         const ValueLosses losses =
             FindLostValues(remains_, [&](const ValueKey& at) { return saved.Holds(at); });
         for (const std::string& line : places_.Lines(losses))
             out_ << "lost: " << line << '\n';
         areUnknown_ = !losses.unknown.empty();
-        isLost |= losses.values > 0 || areUnknown_;
+        isLost |= losses.values > 0 || areUnknown_ || !lostBlocks_.empty();
         return losses.values;
     }
 
