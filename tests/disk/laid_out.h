@@ -66,7 +66,7 @@ class LaidOut {
         for (std::string line; std::getline(lines, line);) {
             const auto has = [&](const char* part) { return line.find(part) != line.npos; };
             if (!has(" is open; ") && !has("warning: others have ") &&
-                !line.starts_with("remark: ") && !has(" checked"))
+                !line.starts_with("remark: ") && !line.starts_with("stored: ") && !has(" checked"))
                 findings += line + "\n";
         }
         return findings;

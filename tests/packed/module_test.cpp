@@ -54,6 +54,45 @@ TEST_F(PackedTable, TellsWhichPeriodsCannotBeReadAndReadsTheOthers) {
     EXPECT_THAT(Ask("INSERT INTO MeasuredValues VALUES (7,200,1,5,20,1,'')"),
                 HasSubstr("periods 128 to 255"))
         << "whether it is stored already, nobody knows";
+    Ask("INSERT INTO ValueBlocks SELECT MeasValueId,Channel,FuncId,FirstPeriod+9,LastPeriod,"
+        "DataId,Summary FROM ValueBlocks WHERE FirstPeriod=384");
+    for (const char* statement :
+         {"SELECT sum(Value) FROM MeasuredValues WHERE PeriodNo BETWEEN 384 AND 511",
+          "SELECT Value FROM MeasuredValues WHERE MeasValueId=7 AND PeriodNo=500 ORDER BY PeriodNo",
+          "INSERT INTO MeasuredValues VALUES (7,500,1,5,21,1,'')"})
+        EXPECT_THAT(Ask(statement), HasSubstr("periods 384 to 511 cannot be read: they lie in two"))
+            << statement;
+}
+
+TEST_F(PackedTable, ReadsNoWrongValueWhateverByteHasFlipped) {
+    Record("n%50/10.0");
+    const std::string all =
+        "SELECT group_concat(Value) FROM MeasuredValues WHERE MeasValueId=7 AND PeriodNo BETWEEN ";
+    const std::string block = all + "128 AND 255", period = all + "590 AND 590";
+    const std::string rest = "SELECT sum(PeriodNo) FROM MeasuredValues WHERE PeriodNo ";
+    const auto flip = [&](const std::string& table, const std::string& where,
+                          const std::string& damaged, const std::string& others) {
+        const std::string sound = Ask("SELECT hex(Data) FROM " + table + where);
+        const std::string sum = Ask(others), values = Ask(damaged);
+        const auto store = [&](const std::string& bytes) {
+            Ask("UPDATE " + table + " SET Data=x'" + bytes + "'" + where);
+        };
+        for (std::size_t at = 0; at < sound.size(); ++at) {
+            std::string bytes = sound;
+            bytes[at] = bytes[at] == '0' ? '8' : '0';
+            store(bytes);
+            Ask(damaged);
+            EXPECT_EQ(code_, SQLITE_CORRUPT_VTAB) << table << at;
+            Ask(damaged + " ORDER BY PeriodNo,FrqId");
+            EXPECT_EQ(code_, SQLITE_CORRUPT_VTAB) << table << at;
+            EXPECT_EQ(Ask(others), sum) << table << at;
+        }
+        store(sound);
+        EXPECT_EQ(Ask(damaged), values);
+        EXPECT_GT(sound.size(), 30U);
+    };
+    flip("ValueData", " WHERE DataId=2", block, rest + "<128");
+    flip("PendingValues", " WHERE PeriodNo=590", period, rest + ">590");
 }
 
 TEST_F(PackedTable, RoundsWhatItSealsToItsResolution) {

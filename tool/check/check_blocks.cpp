@@ -36,8 +36,15 @@ KnownPlaces PlacesIn(Mersola& store, const Layout& layout) {
     return places;
 }
 
+void Lose(std::int32_t key, std::int32_t channel, std::int32_t function, std::int32_t first,
+          std::vector<UnreadValues>& unread) {
+    const std::int32_t begin = first & ~(kBlockPeriods - 1);
+    unread.push_back({key, std::pair(channel, function), begin, begin + kBlockPeriods - 1});
+}
+
 // The values that no block names, and the like.
-void CheckCounterparts(Mersola& store, const KnownPlaces& places, Findings& findings) {
+void CheckCounterparts(Mersola& store, const KnownPlaces& places, Findings& findings,
+                       std::vector<UnreadValues>& unread) {
     const auto strays = Query(store,
                               "SELECT count(*) FROM ValueData WHERE DataId NOT IN (SELECT DataId "
                               "FROM ValueBlocks)")
@@ -52,10 +59,12 @@ void CheckCounterparts(Mersola& store, const KnownPlaces& places, Findings& find
               "SELECT MeasValueId,Channel,FuncId,FirstPeriod,MAX(LastPeriod) FROM "
               "ValueBlocks GROUP BY MeasValueId,Channel,FuncId,FirstPeriod>>7 "
               "HAVING COUNT(*)>1")) {
-        const std::int32_t key = row.Fields(0).Long();
-        findings.Add(places.Series(key, row.Fields(1).Long(), row.Fields(2).Long()) + ", " +
-                         places.Periods(key, row.Fields(3).Long(), row.Fields(4).Long()),
-                     "lie in two blocks; readers show one of them");
+        const std::int32_t key = row.Fields(0).Long(), channel = row.Fields(1).Long(),
+                           function = row.Fields(2).Long(), first = row.Fields(3).Long();
+        findings.Add(places.Series(key, channel, function) + ", " +
+                         places.Periods(key, first, row.Fields(4).Long()),
+                     "the values cannot be read: they lie in two blocks");
+        Lose(key, channel, function, first, unread);
     }
 }
 
@@ -77,8 +86,7 @@ std::vector<UnreadValues> CheckSealed(Mersola& store, const KnownPlaces& places,
             places.Series(key, channel, function) + ", " + places.Periods(key, first, last),
             (areWhole ? "" : "the values cannot be read: ") + fault);
         if (areWhole) continue;
-        const std::int32_t begin = first & ~(kBlockPeriods - 1);
-        unread.push_back({key, std::pair(channel, function), begin, begin + kBlockPeriods - 1});
+        Lose(key, channel, function, first, unread);
     }
     return unread;
 }
@@ -102,7 +110,7 @@ std::vector<UnreadValues> CheckBlocks(Mersola& store, const Layout& layout, Find
     const KnownPlaces places = PlacesIn(store, layout);
     auto unread = CheckSealed(store, places, findings);
     CheckPending(store, places, findings, unread);
-    CheckCounterparts(store, places, findings);
+    CheckCounterparts(store, places, findings, unread);
     return unread;
 }
 

@@ -68,11 +68,20 @@ void SavedDatabase::TakeOutDamaged(const std::function<void(const LostBlock&)>& 
     store_.dbExecute(CString("UPDATE OR IGNORE ValueBlocks SET FirstPeriod=" + from("first") +
                              ",LastPeriod=" + from("last") + ",Summary=" + from("summary") +
                              " WHERE " + fault + " AND " + from("last") + " IS NOT NULL"));
-    for (_Recordset& row :
-         Rows(store_, "SELECT %s,LastPeriod FROM ValueBlocks WHERE %s", key.c_str(), fault.c_str()))
-        lose({row.Fields(0).Long(), std::pair(row.Fields(1).Long(), row.Fields(2).Long()),
-              row.Fields(3).Long(), row.Fields(4).Long()});
-    Query(store_, "DELETE FROM ValueBlocks WHERE %s", fault.c_str());
+    const auto takeOut = [&](const std::string& which) {
+        for (_Recordset& row : Rows(store_, "SELECT %s,LastPeriod FROM ValueBlocks WHERE %s",
+                                    key.c_str(), which.c_str()))
+            lose({row.Fields(0).Long(), std::pair(row.Fields(1).Long(), row.Fields(2).Long()),
+                  row.Fields(3).Long(), row.Fields(4).Long()});
+        Query(store_, "DELETE FROM ValueBlocks WHERE %s", which.c_str());
+    };
+    takeOut(fault);
+    // Of two in one place one is older.
+    takeOut(
+        "EXISTS (SELECT 1 FROM ValueBlocks b WHERE b.MeasValueId=ValueBlocks.MeasValueId AND "
+        "b.Channel=ValueBlocks.Channel AND b.FuncId=ValueBlocks.FuncId AND b.FirstPeriod BETWEEN "
+        "(ValueBlocks.FirstPeriod&-128) AND (ValueBlocks.FirstPeriod|127) AND "
+        "(b.DataId,b.FirstPeriod)>(ValueBlocks.DataId,ValueBlocks.FirstPeriod))");
     FindPlaces();
     const char* pending = "mersola_period_fault(MeasValueId,PeriodNo,Data) IS NOT NULL";
     for (_Recordset& row :

@@ -79,7 +79,10 @@ void PeriodReader::Load(std::int32_t block) {
         const auto row = reading_->Take(Sql::SealedRows, series.measValueId, series.channel,
                                         series.funcId, first, first + kBlockPeriods - 1);
         if (!row->Step()) continue;  // deleted meanwhile
-        if (!Range{row->Integer(0), row->Integer(1)}.Meets(span)) continue;
+        if (!Range{row->Integer(0), row->Integer(1)}.Meets(span)) {
+            if (row->Step()) RaiseTwoBlocks(series, block);
+            continue;
+        }
         if (row->IsNull(2)) RaiseDamage(series, block, "they are missing");
         if (blocks_.size() == blockCount_) blocks_.emplace_back();
         SealedSeriesBlock& into = blocks_[blockCount_];
@@ -90,6 +93,7 @@ void PeriodReader::Load(std::int32_t block) {
         } catch (const DamagedBlock& damaged) {
             RaiseDamage(series, block, damaged.what());
         }
+        if (row->Step()) RaiseTwoBlocks(series, block);
         ++blockCount_;
     }
 

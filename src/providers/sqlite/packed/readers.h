@@ -55,6 +55,7 @@ class SeriesReader {
 
   private:
     void ReadSealed(SeriesBlock& out);
+    void SkipSealed(std::int32_t block);
     void CollectPending(std::int32_t block);
     void CollectRows(std::int32_t block);
     bool NextPiece(SeriesBlock& out);

@@ -31,9 +31,7 @@ bool SeriesReader::Next(SeriesBlock& out) {
         out.bands.clear();
         if (hasSealed_ && BlockOf(sealed_->Int32(0)) == block) {
             ReadSealed(out);
-            // A block whose first value was deleted meanwhile comes once more.
-            while (hasSealed_ && BlockOf(sealed_->Int32(0)) == block)
-                hasSealed_ = sealed_->Step();
+            SkipSealed(block);
         }
         runs_.clear();
         if (hasPending_ && BlockOf(pending_->Int32(0)) == block) CollectPending(block);
@@ -68,6 +66,14 @@ void SeriesReader::ReadSealed(SeriesBlock& out) {
         RaiseDamage(series_, BlockOf(first), damaged.what());
     }
     hasSealed_ = sealed_->Step();
+}
+
+// A block whose first value was deleted meanwhile comes once more. Two at once are damage.
+void SeriesReader::SkipSealed(std::int32_t block) {
+    if (!hasSealed_ || BlockOf(sealed_->Int32(0)) != block) return;
+    RequireOneBlock(*reading_, series_, block);
+    while (hasSealed_ && BlockOf(sealed_->Int32(0)) == block)
+        hasSealed_ = sealed_->Step();
 }
 
 void SeriesReader::CollectPending(std::int32_t block) {

@@ -168,4 +168,15 @@ void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why)
                                            " cannot be read: " + why);
 }
 
+void RaiseTwoBlocks(const Series& series, std::int32_t block) {
+    RaiseDamage(series, block, "they lie in two blocks");
+}
+
+void RequireOneBlock(Statements& statements, const Series& series, std::int32_t block) {
+    const std::int64_t first = std::int64_t{block} * kBlockPeriods;
+    const auto row = statements.Take(Sql::SealedRow, series.measValueId, series.channel,
+                                     series.funcId, first, first + kBlockPeriods - 1);
+    if (row->Step() && row->Step()) RaiseTwoBlocks(series, block);
+}
+
 }  // namespace mersola::packed

@@ -172,5 +172,8 @@ class Statements : public std::enable_shared_from_this<Statements> {
 /// What is wrong with a block, in words that tell where it lies.
 [[noreturn]] void RaiseDamage(const Series& series, std::int32_t block, const char* why);
 [[noreturn]] void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why);
+[[noreturn]] void RaiseTwoBlocks(const Series& series, std::int32_t block);
+/// Raises that there are two if there are.
+void RequireOneBlock(Statements& statements, const Series& series, std::int32_t block);
 
 }  // namespace mersola::packed

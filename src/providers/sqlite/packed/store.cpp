@@ -115,6 +115,7 @@ SealedBlock& Store::SealedAt(const Series& series, std::int32_t block) {
                                  .lastPeriod = row->Int32(1),
                                  .dataId = row->Integer(2),
                                  .decoded = nullptr};
+                if (row->Step()) RaiseTwoBlocks(series, block);
             }
             found->second.hasRows = statements_->HasRows() &&
                                     statements_

@@ -53,8 +53,12 @@ bool SummaryReader::Next(std::vector<SummaryPiece>& out) {
 
 std::optional<std::int32_t> SummaryReader::NextBlock() {
     if (at_ > periods_.last) return std::nullopt;
-    while (hasSealed_ && sealed_->Int32(1) < at_)
+    while (hasSealed_ && sealed_->Int32(1) < at_) {
+        const std::int32_t block = BlockOf(sealed_->Int32(0));
         hasSealed_ = sealed_->Step();
+        if (hasSealed_ && BlockOf(sealed_->Int32(0)) == block)
+            RequireOneBlock(*reading_, series_, block);
+    }
     const auto look = [&](std::int64_t& found, Sql which, const auto&... key) {
         if (found >= at_) return;
         const auto row = statements_->Take(which, series_.measValueId, key..., at_);
