@@ -18,6 +18,8 @@ constexpr std::int64_t kEndOfNumbers = std::numeric_limits<std::int32_t>::max();
 constexpr std::int64_t kMostValuesOnServer = 4000;
 constexpr std::int64_t kMarkersAtOnce = 1000;
 constexpr int kGivenBack = 2;  // Room::mode
+// SQLite goes through its list of free pages for each page that it gives back.
+constexpr std::int64_t kMostFreePages = 16384;
 
 CString OfMeasurement(int groupId, int measId) {
     return formatted("GroupId=%d AND MeasId=%d", groupId, measId);
@@ -178,6 +180,7 @@ void Deletion::Walk(const OldPeriods& periods,
             deletePiece(stored, at);
             pieces_.progress.periods += at - stored;
         });
+        GiveBackRoom(kMostFreePages);
     }
 }
 
@@ -325,11 +328,13 @@ void Deletion::DeleteRest(const CString& scope) {
         pieces_.Run(CString("DELETE FROM ") + table + " WHERE " + scope);
 }
 
-void Deletion::GiveBackRoom() {
+void Deletion::GiveBackRoom(std::int64_t keptPages) {
     const Room* room = pieces_.EngineOf() ? pieces_.EngineOf()->room : nullptr;
     if (!room || pieces_.Ask(room->mode) != kGivenBack) return;
+    std::int64_t freed = pieces_.Ask(room->freed).value_or(0);
+    if (freed <= keptPages) return;
     const std::int64_t pageSize = pieces_.Ask(room->pageSize).value_or(0);
-    for (std::int64_t freed = pieces_.Ask(room->freed).value_or(0); freed > 0;) {
+    while (freed > 0) {
         const std::int64_t asked = std::min(freed, pages_.size);
         pieces_.Take(pages_, [&] {
             const std::int64_t before = pieces_.Ask(room->freed).value_or(0);

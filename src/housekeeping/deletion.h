@@ -26,8 +26,8 @@ class Deletion {
     /// `condition` is appended to others.
     void DeleteValues(int groupId, int measId, const CTimeEx& from, const CTimeEx& to,
                       const CString& condition);
-    /// Gives the room of what was deleted back to the system.
-    void GiveBackRoom();
+    /// Gives the room of what was deleted back to the system, where it is more than so many pages.
+    void GiveBackRoom(std::int64_t keptPages = 0);
 
     const DeletionProgress& Progress() const { return pieces_.progress; }
 

@@ -1,6 +1,7 @@
 #include "recorder.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -14,6 +15,7 @@ namespace {
 
 constexpr int kFunctions = 2;
 constexpr int kBands = 4;
+constexpr int kReports[] = {1, 2};
 constexpr int kLargeBatch = 400;     // values
 constexpr int kLongPath = 48 << 10;  // bytes; the log is moved into the database by such markers
 constexpr int kLongMarkers = 100;
@@ -27,6 +29,14 @@ const CTimeEx& Base() {
     return base;
 }
 
+long LengthOf(int report) {
+    return report == 1 ? 1000 : 60000;
+}
+
+std::string PlaceOf(const std::string& measurement, int report) {
+    return measurement + "|" + std::to_string(report);
+}
+
 std::string Number(double value) {
     std::ostringstream text;
     text << value;
@@ -35,6 +45,12 @@ std::string Number(double value) {
 
 std::string Text(const CString& text) {
     return std::string(text.View());
+}
+
+// The number of an entry; 0 where there is none.
+long NumberOf(const Contents& contents, const std::string& key) {
+    const auto found = contents.find(key);
+    return found == contents.end() ? 0 : std::stol(found->second);
 }
 
 void Differences(const Contents& wanted, const Contents& found, std::ostream& out) {
@@ -77,6 +93,8 @@ Contents ContentsOf(const std::string& path) {
           "USING (GroupId)",
           "SELECT 'report',GroupName,MeasName,ReportId,noOfPeriods FROM Reports LEFT JOIN "
           "Measurements USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
+          "SELECT 'lowest',GroupName,MeasName,ReportId,ifnull(MinPeriod,0) FROM Reports LEFT JOIN "
+          "Measurements USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
           "SELECT 'key',GroupName,MeasName,ReportId,'' FROM MeasValueMap LEFT JOIN Measurements "
           "USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
           "SELECT 'function',GroupName,MeasName,ReportId,FuncId,'' FROM MeasuredFunctions "
@@ -84,8 +102,9 @@ Contents ContentsOf(const std::string& path) {
           "SELECT 'value',GroupName,MeasName,ReportId,PeriodNo,FuncId,FrqId,printf('%g',Value) "
           "FROM MeasuredValues LEFT JOIN MeasValueMap USING (MeasValueId) LEFT JOIN Measurements "
           "USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
-          "SELECT 'marker',MarkerId,Start||' '||Stop||' '||inProgess||' '||length(Path) FROM "
-          "Markers"}) {
+          "SELECT 'marker',GroupName,MeasName,MarkerId,Start||' '||Stop||' '||inProgess||' '||"
+          "length(Path) FROM Markers LEFT JOIN Measurements USING (GroupId,MeasId) LEFT JOIN "
+          "Groups USING (GroupId)"}) {
         if (code == SQLITE_OK) code = sqlite3_exec(db, sql, add, &contents, nullptr);
     }
     if (code != SQLITE_OK) contents["damage|unreadable"] = sqlite3_errmsg(db);
@@ -109,6 +128,11 @@ void History::Put(const std::string& key, std::optional<std::string> value) {
         open_.push_back(std::move(change.front()));
     else
         commits_.push_back(std::move(change));
+}
+
+void History::Put(Commit changes) {
+    Apply(changes, now_);
+    commits_.push_back(std::move(changes));
 }
 
 void History::Begin() {
@@ -169,21 +193,34 @@ bool RandomRecorder::Done(bool isDone) {
     return isDone;
 }
 
+// One past the last period that has a value; 0 where none has.
+long RandomRecorder::EndOfValues(const std::string& place) const {
+    const std::string values = "value|" + place + "|";
+    long end = 0;
+    for (const auto& [key, removed] : Removed(values))
+        end = std::max(end, std::stol(key.substr(values.size())) + 1);
+    return end;
+}
+
 // How far the reports of a measurement reach, in milliseconds.
 long RandomRecorder::ReachOf(const std::string& measurement) const {
     long reach = 0;
-    for (const int report : {1, 2}) {
-        const long length = report == 1 ? 1000 : 60000;
-        const std::string place = measurement + "|" + std::to_string(report);
-        const auto count = history_.Now().find("report|" + place);
-        if (count != history_.Now().end())
-            reach = std::max(reach, std::stol(count->second) * length);
-        const std::string values = "value|" + place + "|";
-        for (auto at = history_.Now().lower_bound(values);
-             at != history_.Now().end() && at->first.starts_with(values); ++at)
-            reach = std::max(reach, (std::stol(at->first.substr(values.size())) + 1) * length);
+    for (const int report : kReports) {
+        const std::string place = PlaceOf(measurement, report);
+        reach = std::max({reach, NumberOf(history_.Now(), "report|" + place) * LengthOf(report),
+                          EndOfValues(place) * LengthOf(report)});
     }
     return reach;
+}
+
+// Where what was not deleted begins, in milliseconds.
+long RandomRecorder::LowestOf(const std::string& measurement) const {
+    long lowest = 0;
+    for (const int report : kReports)
+        lowest = std::max(
+            lowest,
+            LengthOf(report) * NumberOf(history_.Now(), "lowest|" + PlaceOf(measurement, report)));
+    return lowest;
 }
 
 bool RandomRecorder::Start() {
@@ -224,7 +261,7 @@ bool RandomRecorder::Register(const std::string& instrument, const std::string& 
     registered_.FrqUpper = 20000;
     report_ = number;
     measurement_ = instrument + "|" + measurement;
-    place_ = measurement_ + "|" + std::to_string(report_);
+    place_ = PlaceOf(measurement_, report_);
 
     const Contents& now = history_.Now();
     const bool isStored = now.contains("measurement|" + measurement_);
@@ -234,7 +271,10 @@ bool RandomRecorder::Register(const std::string& instrument, const std::string& 
     if (isStored) {
         // A minute is a whole period of every report.
         reach = (ReachOf(measurement_) + 59999) / 60000 * 60000 + Draw(3) * 1000;
-        if (from == From::Amid) reach = Draw(reach + 1);
+        if (from == From::Amid) {
+            const long least = std::min(LowestOf(measurement_), reach);
+            reach = least + Draw(reach - least + 1);
+        }
     } else {
         first = Base() + CTimeSpanEx(Draw(100000));
     }
@@ -243,13 +283,16 @@ bool RandomRecorder::Register(const std::string& instrument, const std::string& 
     if (!now.contains("instrument|" + Text(instrument_.GroupName)))
         history_.Put("instrument|" + Text(instrument_.GroupName), "");
     if (!isStored) history_.Put("measurement|" + measurement_, Text(first.ToText()));
-    for (const int report : {1, 2}) {
-        const std::string place = measurement_ + "|" + std::to_string(report);
+    for (const int report : kReports) {
+        const std::string place = PlaceOf(measurement_, report);
         if (now.contains("report|" + place) && !now.contains("key|" + place))
             history_.Put("key|" + place, "");
     }
     offset_ = isResumed ? reach / Length() : 0;
-    history_.Put("report|" + place_, std::to_string(offset_));
+    if (isResumed)
+        history_.Put("report|" + place_, std::to_string(offset_));
+    else
+        history_.Put({{"report|" + place_, "0"}, {"lowest|" + place_, "0"}});
     if (!now.contains("key|" + place_)) history_.Put("key|" + place_, "");
     for (int function = 1; function <= kFunctions; ++function)
         history_.Put("function|" + place_ + "|" + std::to_string(function), "");
@@ -321,9 +364,15 @@ bool RandomRecorder::Record() {
             return Checkpoint();
         case 16:
             return Start();
+        case 17:
+            return Draw(4) == 0 ? Delete() : WriteValue();
         default:
             return WriteValue();
     }
+}
+
+long RandomRecorder::Length() const {
+    return LengthOf(report_);
 }
 
 std::string RandomRecorder::ValueKey(long period, int band) const {
@@ -401,7 +450,7 @@ bool RandomRecorder::WriteMarker() {
         marker.Start = marker.Stop = start.ToText();
         marker.inProgess = !isLong;
         if (!isLong) openMarkers_.push_back({markers_, start, Text(marker.Path)});
-        history_.Put("marker|" + std::to_string(markers_),
+        history_.Put("marker|" + measurement_ + "|" + std::to_string(markers_),
                      Text(marker.Start) + " " + Text(marker.Stop) + (isLong ? " 0 " : " 1 ") +
                          std::to_string(marker.Path.GetLength()));
         if (!Done(store_->PutMarker(nullptr, marker))) return false;
@@ -420,7 +469,7 @@ bool RandomRecorder::CloseMarker() {
     marker.Path = open.path.c_str();
     marker.Start = open.start.ToText();
     marker.Stop = (open.start + CTimeSpanEx(1000)).ToText();
-    const std::string key = "marker|" + std::to_string(open.number);
+    const std::string key = "marker|" + measurement_ + "|" + std::to_string(open.number);
     if (history_.Now().contains(key))  // it was not rolled back
         history_.Put(key, Text(marker.Start) + " " + Text(marker.Stop) + " 0 " +
                               std::to_string(open.path.size()));
@@ -454,6 +503,109 @@ bool RandomRecorder::Checkpoint() {
     const char* kinds[] = {"PASSIVE", "FULL", "RESTART", "TRUNCATE"};
     return store_->dbExecute(
                ("PRAGMA wal_checkpoint(" + std::string(kinds[Draw(4)]) + ")").c_str()) != nullptr;
+}
+
+// ---- Deletion ----------------------------------------------------------------------------------
+//
+// Here each period, and each start of markers, goes by a commit of its own. A deletion takes
+// several at once, which leaves none but states that are among these.
+
+History::Commit RandomRecorder::Removed(const std::string& prefix) const {
+    History::Commit removed;
+    const Contents& now = history_.Now();
+    for (auto at = now.lower_bound(prefix); at != now.end() && at->first.starts_with(prefix); ++at)
+        removed.emplace_back(at->first, std::nullopt);
+    return removed;
+}
+
+void RandomRecorder::ExpectPeriodsDeleted(const std::string& place, long end) {
+    for (long period = NumberOf(history_.Now(), "lowest|" + place); period < end; ++period) {
+        History::Commit commit = Removed("value|" + place + "|" + std::to_string(period) + "|");
+        commit.emplace_back("lowest|" + place, std::to_string(period + 1));
+        history_.Put(std::move(commit));
+    }
+}
+
+// Those that have stopped before a time, or all where that is empty.
+void RandomRecorder::ExpectMarkersDeleted(const std::string& measurement,
+                                          const std::string& before) {
+    std::map<std::string, History::Commit> byStart;
+    for (auto& marker : Removed("marker|" + measurement + "|")) {
+        std::istringstream words(history_.Now().at(marker.first));
+        std::string start, stop, isOpen;
+        words >> start >> stop >> isOpen;
+        if (before.empty() || (stop < before && isOpen == "0")) byStart[start].push_back(marker);
+    }
+    for (auto& [start, commit] : byStart)
+        history_.Put(std::move(commit));
+}
+
+void RandomRecorder::ExpectRestDeleted(const std::string& measurement) {
+    ExpectMarkersDeleted(measurement, "");
+    History::Commit rest{{"measurement|" + measurement, std::nullopt}};
+    for (const char* table : {"function|", "key|", "report|", "lowest|"})
+        std::ranges::move(Removed(table + measurement + "|"), std::back_inserter(rest));
+    history_.Put(std::move(rest));
+}
+
+void RandomRecorder::ExpectDeleted(const std::string& measurement) {
+    for (const int report : kReports)
+        ExpectPeriodsDeleted(PlaceOf(measurement, report),
+                             EndOfValues(PlaceOf(measurement, report)));
+    ExpectRestDeleted(measurement);
+}
+
+void RandomRecorder::ExpectOldDeleted(const std::string& measurement, const CTimeEx& before) {
+    const long elapsed = (before - starts_[measurement]).GetTotalMilliseconds();
+    bool isWhole = true;
+    struct Reach {
+        std::string place;
+        long ended, counted, values;
+    };
+    std::vector<Reach> reports;
+    for (const int report : kReports) {
+        const std::string place = PlaceOf(measurement, report);
+        if (!history_.Now().contains("report|" + place)) continue;
+        const Reach& each = reports.emplace_back(Reach{place, elapsed / LengthOf(report),
+                                                       NumberOf(history_.Now(), "report|" + place),
+                                                       EndOfValues(place)});
+        isWhole = isWhole && std::max(each.counted, each.values) <= each.ended;
+    }
+    for (const Reach& each : reports) {
+        const long end = each.values > 0 ? std::max(each.counted, each.values) : 0;
+        ExpectPeriodsDeleted(each.place, isWhole ? end : std::min(each.ended, each.counted));
+    }
+    ExpectMarkersDeleted(measurement, Text(before.ToText()));
+    if (isWhole) ExpectRestDeleted(measurement);
+}
+
+// What is old of the instrument, the measurement that is being recorded, or the instrument.
+bool RandomRecorder::Delete() {
+    std::vector<std::string> measurements;
+    for (const auto& [key, removed] : Removed("measurement|" + Text(instrument_.GroupName) + "|"))
+        measurements.push_back(key.substr(key.find('|') + 1));
+    const long kind = Draw(8);
+    bool isDone = false;
+    if (kind == 0) {
+        ExpectDeleted(measurement_);
+        isDone = store_->deleteMeasurement(nullptr, instrument_.GroupId, registered_.MeasId) == 1;
+    } else if (kind == 1 && measurements.size() == 1) {  // the order of several is not known here
+        ExpectDeleted(measurement_);
+        history_.Put("instrument|" + Text(instrument_.GroupName), std::nullopt);
+        isDone = store_->deleteInstrument(nullptr, instrument_.GroupId) == 1;
+    } else {
+        const CTimeEx before =
+            starts_[measurement_] + CTimeSpanEx(Draw((offset_ + period_) * Length() + 1));
+        std::ranges::sort(measurements, {}, [&](const std::string& measurement) {
+            return Text(starts_[measurement].ToText());
+        });
+        for (const std::string& measurement : measurements) {
+            if (Text(starts_[measurement].ToText()) < Text(before.ToText()))
+                ExpectOldDeleted(measurement, before);
+        }
+        isDone = store_->deleteOldMeasurements(nullptr, instrument_.GroupId, before) == 1;
+    }
+    return Done(isDone) && (history_.Now().contains("measurement|" + measurement_) || Start());
 }
 
 }  // namespace mersola::test

@@ -28,8 +28,12 @@ class History {
     /// What is stored when everything is.
     const Contents& Now() const { return now_; }
 
+    using Commit = std::vector<std::pair<std::string, std::optional<std::string>>>;
+
     /// Sets an entry, without a value removes it; a commit of its own outside Begin and End.
     void Put(const std::string& key, std::optional<std::string> value);
+    /// A commit of several changes, outside Begin and End.
+    void Put(Commit changes);
     void Begin();
     /// One commit of all since Begin, or nothing.
     void End(bool commits);
@@ -41,7 +45,6 @@ class History {
     std::string Settle(const Contents& found, bool isDurable);
 
   private:
-    using Commit = std::vector<std::pair<std::string, std::optional<std::string>>>;
     static void Apply(const Commit& commit, Contents& contents);
 
     bool Leads(std::size_t count, const Contents& found) const;
@@ -98,6 +101,15 @@ class RandomRecorder {
     bool CloseMarker();
     bool WriteTransaction();
     bool Checkpoint();
+    bool Delete();
+    void ExpectOldDeleted(const std::string& measurement, const CTimeEx& before);
+    void ExpectDeleted(const std::string& measurement);
+    void ExpectPeriodsDeleted(const std::string& place, long end);
+    void ExpectMarkersDeleted(const std::string& measurement, const std::string& before);
+    void ExpectRestDeleted(const std::string& measurement);
+    History::Commit Removed(const std::string& prefix) const;
+    long EndOfValues(const std::string& place) const;
+    long LowestOf(const std::string& measurement) const;
     void Raise(long period);
     bool Done(bool isDone);
     long Draw(long count) {
@@ -105,7 +117,7 @@ class RandomRecorder {
     }
     std::string ValueKey(long period, int band) const;
     void ExpectValue(long period, int band, double value);
-    long Length() const { return report_ == 1 ? 1000 : 60000; }
+    long Length() const;
     long ReachOf(const std::string& measurement) const;
 
     struct OpenMarker {
