@@ -1,7 +1,7 @@
 // An installation for hours: two recorders at eight periods a second, three readers, copies into a
-// second database and checks, all of them killed at random, beside a file system that is full now
-// and then and clocks that step. Whatever was acknowledged must be found at any time, nothing else,
-// and nothing may grow without end.
+// second database, checks and the deletion of what is old, all of them killed at random, beside a
+// file system that is full now and then and clocks that step. Whatever was acknowledged must be
+// found at any time, nothing else, and nothing may grow without end.
 //
 //     mersola_long_run [NAME=NUMBER ...]
 //
@@ -171,11 +171,12 @@ struct Program {
 };
 
 // A recorder that is started again after its clock was put back counts anew, by the clock: check
-// tells of the periods behind. It tells of nothing else.
+// tells of the periods behind, and of those that were deleted. It tells of nothing else.
 bool FindsOnlyPeriodsAhead(const std::string& output) {
     std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);)
-        if (!line.ends_with("; record on with the same names") && !line.starts_with("remark: ") &&
+        if (!line.ends_with("; record on with the same names") &&
+            !line.ends_with(" is said to be its first") && !line.starts_with("remark: ") &&
             !line.starts_with("stored: ") && !line.starts_with("mersola: warning: ") &&
             !line.ends_with(" checked"))
             return false;
@@ -216,6 +217,7 @@ class LongRun {
                 [=, this](auto seed) { return Record(all_, text, station, seed % 2 == 0); });
         for (const Connects connects : {Connects::Once, Connects::Once, Connects::Always})
             Add("reader", [=, this](auto seed) { return Read(all_, text, seed, connects); });
+        Add("deletion", [=, this](auto seed) { return Prune(all_, text, seed); });
         const Words copy{"mersola", "copy", file, copy_.Path()}, check{"mersola", "check", file};
         AddTool("copy", copy);
         AddTool("check", check);
@@ -229,8 +231,8 @@ class LongRun {
             End(program);
         Words verify = copy;
         verify.emplace_back("--verify");
-        isFaulty_ = isFaulty_ || !Succeeds(find) ||
-                    !Succeeds([&] { return RunTool(all_, copy); }) ||
+        isFaulty_ = isFaulty_ || !Succeeds([&] { return PruneRest(all_, text); }) ||
+                    !Succeeds(find) || !Succeeds([&] { return RunTool(all_, copy); }) ||
                     !Succeeds([&] { return RunTool(all_, verify); }) ||
                     !Succeeds([&] { return RunTool(all_, check); });
         Tell(Clock::now() - begin);
@@ -397,9 +399,10 @@ class LongRun {
     }
 
     void Tell(Clock::duration time) {
-        std::int64_t stored = 0, commit = 0;
+        std::int64_t stored = 0, commit = 0, deleted = 0;
         for (Station& station : all_.stations) {
             stored += Load(station.values);
+            deleted += Load(station.deleted);
             commit = std::max(commit, Load(station.longestCommit));
             Set(station.longestCommit, 0);
         }
@@ -412,11 +415,11 @@ class LongRun {
         };
         line << std::fixed << std::setprecision(1)
              << std::chrono::duration_cast<std::chrono::seconds>(time).count() << " s: " << stored
-             << " values acknowledged, " << found << " found; longest commit "
-             << static_cast<double>(commit) / 1000 << " ms, longest read "
-             << static_cast<double>(Load(all_.longestRead)) / 1000 << " ms; log " << mebibytes(log)
-             << " MiB, file " << mebibytes(file) << " MiB, copy " << mebibytes(SizeOf(copy_.Path()))
-             << " MiB; after a minute";
+             << " values acknowledged, " << found << " found, the first " << deleted
+             << " periods deleted; longest commit " << static_cast<double>(commit) / 1000
+             << " ms, longest read " << static_cast<double>(Load(all_.longestRead)) / 1000
+             << " ms; log " << mebibytes(log) << " MiB, file " << mebibytes(file) << " MiB, copy "
+             << mebibytes(SizeOf(copy_.Path())) << " MiB; after a minute";
         Set(all_.longestRead, 0);
         for (const Program& program : programs_)
             if (program.first.descriptors != 0)

@@ -128,12 +128,13 @@ struct Unreadable : std::runtime_error {
 // What is wrong with the periods of a block; -100 stands where there is no value.
 std::string FaultIn(Station& station, std::int64_t first, const std::vector<float>& values,
                     const std::vector<unsigned char>& before) {
+    const std::int64_t deleted = Load(station.deleted);
     for (std::size_t at = 0; at < before.size(); ++at) {
         const std::int64_t period = first + static_cast<std::int64_t>(at);
         const auto begin = values.begin() + static_cast<std::ptrdiff_t>(at) * kBands;
         const std::string where = "period " + std::to_string(period);
         if (std::all_of(begin, begin + kBands, [](float value) { return value == -100.0F; })) {
-            if (before[at] == Station::Stored) return where + " is lost";
+            if (before[at] == Station::Stored && period >= deleted) return where + " is lost";
             continue;
         }
         for (int band = 0; band < kBands; ++band)
@@ -183,18 +184,19 @@ std::string FaultInBlock(Installation& all, Mersola& store, std::mt19937_64& ran
 std::string FaultInAll(Station& station, Mersola& store, const std::string& key,
                        std::int64_t& found) {
     const auto before = StatesOf(station, 0, Load(station.reach));
-    std::int64_t next = 0;
+    std::int64_t next = 0;  // that may not be missing
     const auto lost = [&](std::int64_t end) {
         const auto at = [&](std::int64_t period) {
             return before.begin() + std::min(period, static_cast<std::int64_t>(before.size()));
         };
-        return std::find(at(next), at(end), Station::Stored) - at(end) != 0;
+        return next < end && std::find(at(next), at(end), Station::Stored) - at(end) != 0;
     };
     const _RecordsetPtr rows = store.dbExecute(
         ("SELECT PeriodNo,COUNT(*),SUM(ABS(Value-(PeriodNo%1000*16+FrqId))) FROM MeasuredValues "
          "WHERE MeasValueId=" +
          key + " GROUP BY PeriodNo ORDER BY PeriodNo")
             .c_str());
+    next = Load(station.deleted);
     for (; !rows->EndOfFile(); rows->MoveNext()) {
         const std::int64_t period = rows->Fields(0).Long();
         const std::string where = "period " + std::to_string(period);
@@ -203,7 +205,7 @@ std::string FaultInAll(Station& station, Mersola& store, const std::string& key,
         if (period < 0 || station.StateOf(static_cast<std::int32_t>(period)) == Station::None)
             return where + " was written by nobody";
         if (lost(period)) return "what is before " + where + " is lost";
-        next = period + 1;
+        next = std::max(next, period + 1);
         found += kBands;
     }
     return lost(std::numeric_limits<std::int32_t>::max()) ? "the end is lost" : "";
@@ -323,6 +325,51 @@ Result Read(Installation& all, const std::string& connectString, std::uint64_t s
                 return Failed(*store, std::string("a reader cannot read ") + what.what());
         }
         std::this_thread::sleep_for(50ms);
+    }
+    return Result::Ended;
+}
+
+Result Prune(Installation& all, const std::string& connectString, std::uint64_t seed) {
+    SetMessageBoxHandler([](const char*, unsigned) {});
+    std::mt19937_64 random(seed);
+    Mersola store("", "", connectString.c_str(), kTimeOut);
+    while (Load(all.ends) == 0) {
+        const auto since = Clock::now();
+        if (store.isConnected() || store.dbConnect()) {
+            const int number = static_cast<int>(random() % kStations);
+            Station& station = all.stations[number];
+            const long group = store.locateInstrumentId(kNames[number]);
+            long first = 0, last = 0;
+            store.SetInstrument(static_cast<int>(group));
+            store.SetMeasurement(store.locateMeasurementId(group, "noise"));
+            store.SetReport(1);
+            store.SetChannel(1);
+            store.SetFunction(1);
+            // Something is left, or the station would not be one that is recorded.
+            const bool isStored = store.GetStoredPeriods(first, last) == 1;
+            const auto stored = static_cast<std::uint64_t>(isStored ? last - first : 0);
+            const std::int64_t end =
+                isStored ? first + static_cast<std::int64_t>(random() % (stored + 1)) : 0;
+            Raise(station.deleted, end);
+            if (store.deleteOldMeasurements(nullptr, group, mersola::test::Start(end * kLength)) !=
+                    1 &&
+                !all.WasFullSince(since))
+                return Failed(store, "old values cannot be deleted");
+        } else if (!all.WasFullSince(since)) {
+            return Failed(store, "the deletion cannot connect");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 4000));
+    }
+    return Result::Ended;
+}
+
+Result PruneRest(Installation& all, const std::string& connectString) {
+    Mersola store("", "", connectString.c_str(), kTimeOut);
+    for (int number = 0; number < kStations; ++number) {
+        if (store.deleteOldMeasurements(
+                nullptr, store.locateInstrumentId(kNames[number]),
+                mersola::test::Start(Load(all.stations[number].deleted) * kLength)) != 1)
+            return Failed(store, "old values cannot be deleted");
     }
     return Result::Ended;
 }

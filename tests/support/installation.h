@@ -26,6 +26,7 @@ struct Station {
     std::int64_t values;         ///< that were acknowledged
     std::int64_t reach;          ///< one past the last period that was tried
     std::int64_t recording;      ///< how often one was begun
+    std::int64_t deleted;        ///< the periods below it are being deleted
     std::int64_t counted;        ///< the count that this recording acknowledged
     std::int64_t longestCommit;  ///< in microseconds; whoever tells it sets it back, as the next
     unsigned char states[kMost];
@@ -72,6 +73,11 @@ enum class Connects { Once, Always };
 /// Reads blocks of both stations, the newest and any.
 Result Read(Installation& all, const std::string& connectString, std::uint64_t seed,
             Connects connects);
+
+/// Deletes the oldest periods of both stations, as long as the programs run; and in the end what a
+/// recorder whose clock was put back has stored among these since.
+Result Prune(Installation& all, const std::string& connectString, std::uint64_t seed);
+Result PruneRest(Installation& all, const std::string& connectString);
 
 /// Counts the values, each of which must have been written, and looks for all that were
 /// acknowledged.
