@@ -58,7 +58,7 @@ class Deletion {
     Pieces pieces_;
     std::optional<RecordingFiles> files_;
     Portion periods_{PeriodsOfBlock()}, single_;
-    Portion pages_{.most = 512};  // most of the time goes into the commit
+    Portion pages_{.most = 256};  // most of the time goes into the commit
     bool keepsLowest_;
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kAloneAim = 25ms;    // the commit comes on top
+constexpr auto kAloneAim = 20ms;    // the commit comes on top
 constexpr auto kServerAim = 250ms;  // most of it on the way there and back
 
 class Transaction {
