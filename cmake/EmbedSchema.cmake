@@ -1,5 +1,6 @@
 # mersola_embed_schema(OUTPUT): writes a C++ source that holds the statements of schema/, which has a
 # folder for each engine, in the order in which they are to be run.
+set(MERSOLA_SCHEMA_FIRST collation)  # where the engine has it
 set(MERSOLA_SCHEMA_FILES
     groups measurements reports meas_value_map measured_functions measured_values measured_values_index
     markers markers_index func_name_map frq_name_map version_history)
@@ -32,7 +33,11 @@ function(mersola_embed_schema output)
                 list(REMOVE_ITEM engine_options ${option})
             endif()
         endforeach()
-        mersola_schema_texts(${engine} "${MERSOLA_SCHEMA_FILES}" statements)
+        set(files ${MERSOLA_SCHEMA_FILES})
+        if(EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/${MERSOLA_SCHEMA_FIRST}.sql")
+            list(PREPEND files ${MERSOLA_SCHEMA_FIRST})
+        endif()
+        mersola_schema_texts(${engine} "${files}" statements)
         mersola_schema_texts(${engine} "${engine_options}" options)
         set(packed "")
         if(EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/packed")

@@ -24,6 +24,9 @@ file(RELATIVE_PATH from_pkgconfig_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconf
 set(pkgconfig_needs "")
 if(NOT BUILD_SHARED_LIBS)  # the shared library brings its own, and nobody needs their headers
     set(pkgconfig_needs "odbc libzstd libxxhash")
+    if(MERSOLA_WITH_POSTGRESQL)
+        string(APPEND pkgconfig_needs " libpq")
+    endif()
     if(NOT MERSOLA_SQLITE_AMALGAMATION)
         string(PREPEND pkgconfig_needs "sqlite3 ")
     endif()
@@ -97,8 +100,8 @@ if(NOT MERSOLA_SQLITE_AMALGAMATION)
 endif()
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS tdsodbc)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "storage of monitoring instruments (library)
- Stores what monitoring instruments measure, period by period, in SQLite or on
- Microsoft SQL Server, and hands it back as blocks of values.")
+ Stores what monitoring instruments measure, period by period, in SQLite, on
+ PostgreSQL or on Microsoft SQL Server, and hands it back as blocks of values.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmersola-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

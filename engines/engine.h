@@ -49,7 +49,7 @@ struct Room {
 };
 
 /// The language that an engine's statements are in. The library writes SQL Server's.
-enum class Language { SqlServer, Sqlite };
+enum class Language { SqlServer, Sqlite, Postgresql };
 
 /// How an ODBC driver takes and gives texts.
 enum class TextForm { Utf8, Utf16 };

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine.h"
+#include "postgresql.h"
 #include "sqlite.h"
 #include "sqlserver.h"
 
@@ -13,6 +14,7 @@ namespace mersola {
 inline constexpr const Engine* kEngines[]{
     &kSqlite,
     &kSqlServer,
+    &kPostgresql,
 };
 
 static_assert(std::ranges::all_of(kEngines, [](const Engine* each) {

@@ -3,11 +3,17 @@
 #include "ado/provider.h"
 #include "odbc/provider.h"
 #include "sqlite/provider.h"
+#ifdef MERSOLA_WITH_POSTGRESQL
+#include "postgresql/provider.h"
+#endif
 
 namespace mersola::ado {
 
 void RegisterBuiltinProviders() {
     RegisterProvider("SQLite", sqlite::MakeProvider());
+#ifdef MERSOLA_WITH_POSTGRESQL
+    RegisterProvider("PostgreSQL", postgresql::MakeProvider());
+#endif
     const auto odbc = odbc::MakeProvider();
     for (const char* name : {"SQLOLEDB", "MSOLEDBSQL", "MSDASQL", ""})
         RegisterProvider(name, odbc);

@@ -247,7 +247,7 @@ TEST_P(BrokenSession, TakesASlowLineForNoLostOne) {
     EXPECT_EQ(recorder.Failures(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, BrokenSession, testing::Values("FreeTDS"),
+INSTANTIATE_TEST_SUITE_P(Engines, BrokenSession, testing::Values("FreeTDS", "PostgreSQL"),
                          [](const auto& test) { return test.param; });
 
 }  // namespace

@@ -267,8 +267,9 @@ TEST(Dialect, AnswersRandomStatementsAsTheirPlainTextIsAnswered) {
         const std::string expected = Answered(rows, author.plain);
         answered += !expected.starts_with("refused");
         for (const Literals mode : {Literals::Lifted, Literals::InPlace}) {
-            const auto [text, literals, _] = translator.Translate(author.given, mode);
-            ASSERT_EQ(Answered(rows, text, literals), expected) << seed << "\n" << author.given;
+            const Translation told = translator.Translate(author.given, mode);
+            ASSERT_EQ(Answered(rows, told.text, told.literals), expected) << seed << "\n"
+                                                                          << author.given;
         }
     }
     EXPECT_GT(answered, 600);

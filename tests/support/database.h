@@ -21,6 +21,8 @@ struct Target;
 ///   ODBC       such a file through SQLite's ODBC driver
 ///   FreeTDS    such a file through FreeTDS's driver and a server of our own that speaks TDS: what
 ///              the driver does is as on SQL Server, and what the server does is nearly so
+///   PostgreSQL  a schema of its own on a server that the tests start, or on the one that the
+///              connection string in MERSOLA_TEST_POSTGRESQL names
 ///   SQLServer  the database that the connection string in MERSOLA_TEST_SQLSERVER names. It LOSES
 ///              the ten tables of the schema: they are dropped, laid out anew for each test, and
 ///              dropped in the end.
@@ -44,7 +46,7 @@ class Database {
     std::string ConnectString(const std::string& extra = "") const;
     /// Where its server listens, for a Proxy; and the connection string by way of that. Only for a
     /// server of our own.
-    std::string Address() const { return "127.0.0.1:" + server_->Port(); }
+    std::string Address() const;
     std::string ConnectStringBy(const std::string& port) const;
     /// The same database, watched: see watched_provider.h.
     std::string WatchedString() const;
@@ -58,6 +60,8 @@ class Database {
 
   private:
     bool IsServer() const;
+    bool IsPostgresql() const;
+    std::string PostgresqlString(const std::string& dataSource) const;
     std::string FileString() const;
     void LayOut() const;
     void DropTables() const;
@@ -67,6 +71,7 @@ class Database {
     const Target* target_;
     bool needsServer_;
     std::string missing_;
+    std::string schema_;  // on PostgreSQL
     TemporaryFolder folder_;
     std::unique_ptr<TdsServer> server_;
 };

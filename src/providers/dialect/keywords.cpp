@@ -46,6 +46,7 @@ constexpr Entry kEntries[] = {
     {"KEEPDEFAULTS", Keyword::Hint},
     {"KEEPIDENTITY", Keyword::Hint},
     {"LEFT", Keyword::TableEnd},
+    {"LIKE", Keyword::Like},
     {"LIMIT", Keyword::Limit},
     {"NATURAL", Keyword::TableEnd},
     {"NOEXPAND", Keyword::Hint},

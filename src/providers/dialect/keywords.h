@@ -25,6 +25,7 @@ enum class Keyword : std::uint8_t {
     Insert,
     Into,
     Join,
+    Like,
     Limit,
     ObjectId,
     ObjectProperty,

@@ -2,6 +2,7 @@
 // left out.
 #include "translator.h"
 
+#include <array>
 #include <charconv>
 #include <initializer_list>
 #include <system_error>
@@ -9,15 +10,7 @@
 namespace mersola::dialect {
 namespace {
 
-constexpr std::string_view kSysobjects =
-    "(SELECT rowid AS id, name, CASE type WHEN 'table' THEN 'U' WHEN 'view' THEN 'V'"
-    " WHEN 'trigger' THEN 'TR' END AS xtype FROM sqlite_schema WHERE type <> 'index')";
-constexpr std::string_view kObjectIdHead =
-    "(SELECT rowid FROM sqlite_schema WHERE type IN ('table', 'view') AND name =";
-constexpr std::string_view kObjectIdTail = " COLLATE NOCASE)";
 constexpr std::string_view kObjectProperty = "OBJECTPROPERTY";
-constexpr std::string_view kUserTables =
-    ") IN (SELECT rowid FROM sqlite_schema WHERE type = 'table' AND name NOT GLOB 'sqlite_*'))";
 
 bool IsName(const Token& token) {
     return token.kind == TokenKind::Word || token.kind == TokenKind::QuotedName;
@@ -34,6 +27,15 @@ bool IsLiteral(TokenKind kind) {
 
 bool IsWord(const Token& token, std::string_view upper) {
     return token.kind == TokenKind::Word && Matches(token.text, upper);
+}
+
+// A name as the engine folds one that stands without quotes: the letters of ASCII alone.
+std::string Folded(std::string_view name) {
+    std::string folded(name);
+    for (char& c : folded) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c | 0x20);
+    }
+    return folded;
 }
 
 // The next token behind an owner's name, if there is one; `owned` tells whether there was. Every
@@ -132,7 +134,7 @@ Translation Translator::Translate(std::string_view sql, Literals mode) {
     unescaped_.reserve(2 * sql.size());
     if (mode == Literals::Lifted) {
         const auto fits = [&](const Shape& shape) { return TakeLiterals(shape, start); };
-        if (const Shape* shape = memory_.Find(fits)) return {shape->text, literals_, false};
+        if (const Shape* shape = memory_.Find(fits)) return {shape->text, literals_, false, true};
     }
     ClearLiterals();
     memory_.Begin(sql);
@@ -157,7 +159,7 @@ Translation Translator::Translate(std::string_view sql, Literals mode) {
     }
     const std::string_view text = output_.Finish();
     if (liftable_) memory_.Commit(text);
-    return {text, literals_, noOperation};
+    return {text, literals_, noOperation, isQuery_};
 }
 
 // Whether `lexer` reads the text that `shape` holds. If it does, the literals are those that it
@@ -183,6 +185,7 @@ void Translator::ClearLiterals() {
 
 // Finds out what kind of statement it is.
 void Translator::Begin(const Token& first) {
+    isQuery_ = true;
     switch (first.kind == TokenKind::Word ? KeywordOf(first.text) : Keyword::None) {
         case Keyword::Select:
         case Keyword::Insert:
@@ -202,7 +205,7 @@ void Translator::Begin(const Token& first) {
         default:
             break;
     }
-    liftable_ = false;
+    isQuery_ = liftable_ = false;
 }
 
 Token Translator::Next() {
@@ -260,6 +263,10 @@ bool Translator::PutWord(const Token& token, Keyword keyword) {
             memory_.Abandon();
             output_.Append(token.text, token.apart);
             return false;
+        case Keyword::Like:
+            if (idiom_.like.empty()) break;
+            output_.Append(idiom_.like, token.apart);
+            return false;
         case Keyword::Begin:
             if (trigger_) body_ = true;
             trigger_ = false;
@@ -278,9 +285,10 @@ bool Translator::PutWord(const Token& token, Keyword keyword) {
 void Translator::PutName(const Token& token) {
     if (owned_ && PutSysobjects(token)) return;
     const char opening = token.text.front();
-    if (opening == '[' || opening == '`') {
+    const bool isQuoted = token.kind == TokenKind::QuotedName;
+    if (opening == '[' || opening == '`' || (isQuoted && idiom_.foldsNames)) {
         const std::string_view name = Unescaped(token.Body(), token.text.back());
-        output_.AppendQuoted(name, '"', token.apart);
+        output_.AppendQuoted(idiom_.foldsNames ? Folded(name) : name, '"', token.apart);
     } else {
         output_.Copy(token);
     }
@@ -304,12 +312,27 @@ void Translator::PutLiteral(const Token& token) {
     if (Lifts() && previous_.symbol != '.' && previous_.keyword != Keyword::Collate &&
         previous_.keyword != Keyword::In && Lift(token, previous_.symbol == '-')) {
         memory_.Lift(token);
-        output_.Append("?", token.apart);
+        PutParameter(token.apart);
     } else if (token.kind == TokenKind::Text && token.text.front() != '\'') {
         output_.Append(token.text.substr(1), token.apart);
+    } else if (token.kind == TokenKind::Text && previous_.kind == TokenKind::Word) {
+        output_.Append(token.text, true);  // the word is no prefix of the literal
     } else {
         output_.Copy(token);
     }
+    if (previous_.keyword == Keyword::Like && !idiom_.like.empty() &&
+        token.kind == TokenKind::Text) {
+        Lexer ahead = lexer_;
+        output_.Append(idiom_.pattern, true);
+        if (!IsWord(Read(ahead), "ESCAPE")) output_.Append(idiom_.noEscape, true);
+    }
+}
+
+void Translator::PutParameter(bool apart) {
+    if (!idiom_.numbersParameters) return output_.Append("?", apart);
+    std::array<char, 8> mark{'$'};
+    const auto end = std::to_chars(mark.begin() + 1, mark.end(), literals_.size()).ptr;
+    output_.Append({mark.data(), static_cast<std::size_t>(end - mark.data())}, apart);
 }
 
 bool Translator::Lifts() const {
@@ -380,7 +403,7 @@ bool Translator::PutSysobjects(const Token& token) {
     const Token next = Read(ahead);
     if (next.Is('.') || places_.InForeignHint()) return false;
     memory_.Abandon();
-    output_.Append(kSysobjects, token.apart);
+    output_.Append(idiom_.sysobjects, token.apart);
     const Keyword keyword = next.kind == TokenKind::Word ? KeywordOf(next.text) : Keyword::None;
     const bool aliased = keyword == Keyword::As || next.kind == TokenKind::Text ||
                          (IsName(next) && keyword == Keyword::None);
@@ -399,9 +422,9 @@ bool Translator::PutObjectId(const Token& token) {
         return false;
     const NamePart part = LastPart(Unescaped(text.Body(), '\''));
     const std::string_view name = part.quote ? Unescaped(part.body, part.quote) : part.body;
-    output_.Append(kObjectIdHead, token.apart);
+    output_.Append(idiom_.objectIdHead, token.apart);
     output_.AppendQuoted(name, '\'', true);
-    output_.Append(kObjectIdTail, false);
+    output_.Append(idiom_.objectIdTail, false);
     lexer_ = ahead;
     Passed(closing, Keyword::None);
     return true;
@@ -415,8 +438,9 @@ bool Translator::PutUserTableTest() {
     const Token closing = Read(ahead);
     if (text.kind != TokenKind::Text || !Matches(text.Body(), "ISUSERTABLE") || !closing.Is(')'))
         return false;
-    output_.Append(kUserTables, false);
-    output_.Replace(places_.Mark() - kObjectProperty.size(), kObjectProperty.size(), "(");
+    output_.Append(idiom_.userTables, false);
+    output_.Replace(places_.Mark() - kObjectProperty.size(), kObjectProperty.size(),
+                    idiom_.userTableHead);
     lexer_ = ahead;
     places_.Symbol(')', Keyword::None);
     Passed(closing, Keyword::None);

@@ -1,5 +1,6 @@
-// The translator turns a T-SQL statement text into one that SQLite understands, and takes the
-// literals out of it, so that statements of one shape share one prepared statement.
+// The translator turns a T-SQL statement text into one that an engine with another language
+// understands, and takes the literals out of it, so that statements of one shape share one prepared
+// statement.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "idiom.h"
 #include "keywords.h"
 #include "lexer.h"
 #include "places.h"
@@ -29,9 +31,10 @@ struct Literal {
 enum class Literals : std::uint8_t { Lifted, InPlace };
 
 struct Translation {
-    std::string_view text;              // the statement for SQLite
-    std::span<const Literal> literals;  // the values of the text's `?`, in their order
+    std::string_view text;              // the statement for the engine
+    std::span<const Literal> literals;  // the values of the text's parameters, in their order
     bool noOperation = false;           // the statement is accepted, and there is nothing to run
+    bool isQuery = false;               // it reads or writes rows and does nothing else
 };
 
 // Translates in one pass, or in less for a shape that it has met lately. It keeps its buffers, so
@@ -42,7 +45,7 @@ class Translator {
     // This is less than the number of parameters that every build of SQLite allows.
     static constexpr std::size_t kMostLifted = 900;
 
-    Translator() = default;
+    explicit Translator(const Idiom& idiom = kSqliteIdiom) : idiom_(idiom) {}
     Translator(const Translator&) = delete;
     Translator& operator=(const Translator&) = delete;
 
@@ -76,6 +79,7 @@ class Translator {
 
     void PutName(const Token& token);
     void PutLiteral(const Token& token);
+    void PutParameter(bool apart);
     bool Lifts() const;
     bool Lift(const Token& token, bool maybeNegative);
     std::string_view Unescaped(std::string_view body, char quote);
@@ -86,6 +90,7 @@ class Translator {
     bool PutUserTableTest();
     void EndStatement();
 
+    const Idiom& idiom_;
     Lexer lexer_{std::string_view()};
     Places places_;
     StatementText output_;
@@ -94,6 +99,7 @@ class Translator {
     std::string unescaped_;  // texts of literals that differ from their source
 
     Trace previous_;
+    bool isQuery_ = false;
     bool liftable_ = false;  // the literals of this statement may be lifted
     bool dropped_ = false;   // tokens in front of the next one were left out
     bool owned_ = false;     // the current token followed the owner's name

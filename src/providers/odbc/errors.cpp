@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <span>
 #include <utility>
 
@@ -16,26 +15,6 @@ namespace {
 
 // FreeTDS's own number.
 constexpr int kLogInBrokenOff = 20002;
-
-bool IsWordCharacter(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || (c & 0x80) != 0;
-}
-
-void Hide(std::string& text, const std::string& secret, bool asWord) {
-    constexpr std::string_view kStars = "***";
-    if (secret.empty()) return;
-    for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at)) {
-        const auto end = at + secret.size();
-        const bool inside = asWord && ((at > 0 && IsWordCharacter(text[at - 1])) ||
-                                       (end < text.size() && IsWordCharacter(text[end])));
-        if (inside) {
-            ++at;
-        } else {
-            text.replace(at, secret.size(), kStars);
-            at += kStars.size();
-        }
-    }
-}
 
 // Takes the names in brackets off the front, and tells the engine that is among them.
 const Engine* TakeNames(std::string& words) {
@@ -63,14 +42,6 @@ Fault FaultOf(std::string_view state) {
 }
 
 }  // namespace
-
-std::string Secrets::Hidden(std::string text) const {
-    // A short one stands in many words, and what is missing from them would give it away.
-    constexpr std::size_t kShort = 4;
-    Hide(text, password_, password_.size() < kShort);
-    Hide(text, user_, true);
-    return text;
-}
 
 Fault Diagnosis::About() const {
     const Fault told = engine ? engine->faultOf({state, native, words}) : Fault::Other;

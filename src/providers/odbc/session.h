@@ -16,7 +16,12 @@ namespace mersola::odbc {
 class Session : public ado::ProviderSession {
   public:
     explicit Session(std::shared_ptr<Connection> connection)
-        : connection_(std::move(connection)), statements_(connection_), tables_(connection_) {}
+        : connection_(std::move(connection)),
+          translator_(connection_->EngineOf().language == Language::Postgresql
+                          ? dialect::kPostgresqlIdiom
+                          : dialect::kSqliteIdiom),
+          statements_(connection_),
+          tables_(connection_) {}
     ~Session() override { connection_->Disconnect(); }
 
     std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override;

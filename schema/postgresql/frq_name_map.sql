@@ -1,0 +1,5 @@
+-- Names of frequency bands.
+CREATE TABLE FrqNameMap (
+    FrqId   integer NOT NULL PRIMARY KEY,
+    FrqName text COLLATE mersola_text
+);

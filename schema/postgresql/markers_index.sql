@@ -1,0 +1,2 @@
+-- Markers are read by measurement.
+CREATE INDEX MarkersOfMeasurement ON Markers (GroupId, MeasId);

@@ -1,0 +1,12 @@
+-- The values: one row for each period, channel, function and frequency band. Readers take the
+-- columns by position. docs/storage.md tells why the key has this order.
+CREATE TABLE MeasuredValues (
+    MeasValueId integer NOT NULL,           -- the report, by its key in MeasValueMap
+    PeriodNo    integer NOT NULL,           -- counted from the measurement's start
+    Channel     integer NOT NULL,
+    FuncId      integer NOT NULL,           -- named in FuncNameMap
+    FrqId       integer NOT NULL,           -- frequency band, named in FrqNameMap
+    Value       double precision,           -- in the unit of the function (dB for levels)
+    Status      text COLLATE mersola_text,  -- A: invalid, reads as -100
+    PRIMARY KEY (MeasValueId, Channel, FuncId, PeriodNo, FrqId)
+);

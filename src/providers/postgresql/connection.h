@@ -1,0 +1,101 @@
+// A connection to a server, and the one statement that runs on it.
+#pragma once
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <libpq-fe.h>
+
+#include "connect_text.h"
+#include "errors.h"
+#include "parameters.h"
+
+namespace mersola::postgresql {
+
+struct ClearResult {
+    void operator()(PGresult* result) const { PQclear(result); }
+};
+using Result = std::unique_ptr<PGresult, ClearResult>;
+
+/// A statement as it is sent.
+struct Call {
+    const char* text = nullptr;  // null where it is prepared already
+    const char* name = nullptr;  // of the prepared one, or what the text is prepared as; or null
+    const Parameters& parameters;
+    /// It reads or writes rows and does nothing else, so that one that fails can be undone alone.
+    bool isQuery = true;
+    /// What goes in front of it inside a transaction; or null.
+    const char* first = nullptr;
+};
+
+/// An open connection. It commits each statement by itself, except between Begin and Commit or
+/// Rollback. A query that fails there is undone, and what came before it stays: the connection
+/// keeps a savepoint behind the last one that changed something, and sends it along with the next.
+class Connection {
+  public:
+    /// Time-outs are in seconds; 0 waits without end.
+    Connection(const ConnectText& connect, long commandSeconds);
+    ~Connection() { Disconnect(); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    void Disconnect();
+    bool IsOpen() const { return connection_ != nullptr; }
+
+    bool InTransaction() const;
+    void Begin() { Run("BEGIN"); }
+    void Commit();
+    void Rollback();
+    /// Runs a statement that gives no rows, or several ones, as they stand.
+    void Run(const char* sql);
+
+    /// Sends a statement. Its results come one after the other: rows, each as a result of its own,
+    /// and then one that says how it ended. Until Next gives that one, nothing else can be sent.
+    void Send(const Call& call);
+    /// The next row, which has the status PGRES_SINGLE_TUPLE, or the end. Raises when the statement
+    /// fails.
+    Result Next();
+    /// Whether a statement runs whose end nobody has read.
+    bool IsBusy() const { return running_; }
+    /// Reads over what is left of the statement.
+    void Abandon();
+    /// Sends a statement and gives its end.
+    Result Execute(const Call& call);
+    /// SQLSTATE of the last failure.
+    const std::string& LastState() const { return lastState_; }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    PGconn* Open() const;
+    void Require(int sent);
+    /// Reads what comes next; null at the end of a statement.
+    Result Receive();
+    void AwaitInput();
+    enum class Heard { Something, Nothing, End };
+    Heard Poll(Clock::time_point until);
+    std::future<void> Cancel() const;
+    [[noreturn]] void Lose(std::string_view words = {});
+    bool SendBefore(const Call& call);
+    void ReadBefore();
+    void Finish();
+    [[noreturn]] void Raise(const Failure& failure);
+
+    PGconn* connection_ = nullptr;
+    ado::Secrets secrets_;
+    std::chrono::seconds patience_;
+    std::string lastState_;
+    // Of the statement that runs:
+    bool running_ = false;
+    bool piped_ = false;  // it was sent together with others
+    bool isQuery_ = false;
+    int before_ = 0;  // how many of these are in front of it
+    // Of the transaction:
+    bool hasSavepoint_ = false;
+    bool isChanged_ = false;  // since the savepoint was set
+};
+
+}  // namespace mersola::postgresql
