@@ -17,8 +17,7 @@
 //   programs give meaning. Identifiers are unique within what holds them: an instrument within the
 //   database, a measurement within its instrument, a report within its measurement.
 // - A handle has a selection for reading and, apart from it, a recording. Neither changes the
-// other,
-//   and listing changes neither.
+//   other, and listing changes neither.
 #pragma once
 
 #include <stdint.h>
@@ -40,7 +39,8 @@ enum {
     MERSOLA_NOT_FOUND = -2,  ///< there is no such instrument, measurement, report, value
     MERSOLA_MISUSE = -3,     ///< an argument is out of its range, or the order of calls is wrong
     MERSOLA_DUPLICATE = -4,  ///< a value is stored there already, and stays as it is
-    MERSOLA_NO_MEMORY = -5   ///< memory ran out
+    MERSOLA_NO_MEMORY = -5,  ///< memory ran out
+    MERSOLA_STOPPED = -6     ///< the caller stopped it
 };
 
 /// How mersola_open opens.
@@ -93,7 +93,8 @@ enum {
     MERSOLA_TRIGGER = 25,        ///< text: list text of pairs
     MERSOLA_EXT_TYPE = 26,       ///< text: a finer kind
     MERSOLA_COLOR = 27,          ///< integer
-    MERSOLA_IS_OPEN = 28         ///< integer: 1 while the event goes on, else 0
+    MERSOLA_IS_OPEN = 28,        ///< integer: 1 while the event goes on, else 0
+    MERSOLA_PERCENTILE = 29      ///< real: in per cent
 };
 
 /// What kind of value a field holds.
@@ -174,6 +175,11 @@ MERSOLA_EXPORT int32_t mersola_instruments(mersola_db* db, mersola_list** list);
 /// FULLSCALE, SENSITIVITY, LOWER_FRQ, UPPER_FRQ.
 MERSOLA_EXPORT int32_t mersola_measurements(mersola_db* db, int32_t instrument,
                                             mersola_list** list);
+
+/// Lists the percentiles of a measurement, in their stored order: PERCENTILE. MERSOLA_NOT_FOUND
+/// when there is no such measurement, or it has none that can be read.
+MERSOLA_EXPORT int32_t mersola_percentiles(mersola_db* db, int32_t instrument, int32_t measurement,
+                                           mersola_list** list);
 
 /// Lists the reports of a measurement, or with MERSOLA_CONTINUOUS those of the chain, by their
 /// type: ID, TYPE, PERIOD_LENGTH, REAL_LENGTH, PERIODS. In the chain ID and TYPE are both the type,
@@ -303,6 +309,10 @@ MERSOLA_EXPORT int32_t mersola_read_overview(mersola_db* db, const int64_t* edge
 MERSOLA_EXPORT int32_t mersola_put_instrument(mersola_db* db, const char* name, const char* type,
                                               const char* info, int32_t* instrument);
 
+/// Stores the state of the instrument of that name, as a list text. It is registered, without a
+/// type, when there is none. A recording that goes on is not touched.
+MERSOLA_EXPORT int32_t mersola_put_state(mersola_db* db, const char* name, const char* state);
+
 /// Registers a measurement of that instrument and begins a recording that starts at `start`, within
 /// ten years of now. A known measurement is resumed: its start stays, the new one must not be
 /// earlier, the bandwidth must be the same, and its frequency range grows to hold the new one.
@@ -376,6 +386,46 @@ MERSOLA_EXPORT int32_t mersola_close_marker(mersola_db* db, int32_t instrument, 
                                             int32_t id, const char* ext_type, int64_t start,
                                             int64_t stop, const char* path, const char* trigger,
                                             int32_t function, int32_t band);
+
+// ---- Deletion ----------------------------------------------------------------------------------
+//
+// Deletions work in short transactions beside recorders and readers, and may take long. They are
+// MERSOLA_MISUSE on a handle that was opened for reading only, and MERSOLA_FAILED inside a
+// transaction. MERSOLA_OK when all is deleted, also when there was nothing. After a failure, a stop
+// or a kill, what was deleted by then stays so, and calling the function again goes on.
+//
+// `folder` has the recording files that the deleted markers name deleted as well, as far as they
+// are files of this machine below that folder; with null they stay. Nothing is deleted when it
+// cannot be opened.
+
+/// Called after each transaction of a deletion with the `context` that it was given: so many of
+/// `periods_in_all` periods are done, which may grow where a recorder goes on. 0 goes on; anything
+/// else stops the deletion, which returns MERSOLA_STOPPED. It must not use the handle. Null is
+/// allowed in its place.
+typedef int32_t (*mersola_progress)(void* context, int64_t periods, int64_t periods_in_all);
+
+/// Deletes an instrument, or one of its measurements, with all that belongs to it. No recorder may
+/// work on it.
+MERSOLA_EXPORT int32_t mersola_delete_instrument(mersola_db* db, int32_t instrument,
+                                                 const char* folder, mersola_progress progress,
+                                                 void* context);
+MERSOLA_EXPORT int32_t mersola_delete_measurement(mersola_db* db, int32_t instrument,
+                                                  int32_t measurement, const char* folder,
+                                                  mersola_progress progress, void* context);
+
+/// Deletes what ended before a time, of one instrument or, with -1, of all. Measurements that ended
+/// before it go whole. Of one that reaches past it, or is being recorded, the periods and markers
+/// that ended before it go; those that stay keep their numbers.
+MERSOLA_EXPORT int32_t mersola_delete_old_measurements(mersola_db* db, int32_t instrument,
+                                                       int64_t before, const char* folder,
+                                                       mersola_progress progress, void* context);
+
+/// Deletes the values of a measurement in the periods that begin from `from` on and before `to`, of
+/// one channel and function or, where these are -1, of all. All else stays.
+MERSOLA_EXPORT int32_t mersola_delete_values(mersola_db* db, int32_t instrument,
+                                             int32_t measurement, int64_t from, int64_t to,
+                                             int32_t channel, int32_t function,
+                                             mersola_progress progress, void* context);
 
 #ifdef __cplusplus
 }

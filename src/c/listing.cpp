@@ -73,6 +73,20 @@ int32_t mersola_measurements(mersola_db* db, int32_t instrument, mersola_list** 
     });
 }
 
+int32_t mersola_percentiles(mersola_db* db, int32_t instrument, int32_t measurement,
+                            mersola_list** list) {
+    return Listed(db, list, [&](mersola_db& open) {
+        CArray<float, float> percentiles;
+        if (!open.Lister(instrument, kNone)._GetPercentiles(percentiles, measurement, nullptr))
+            open.Fail({MERSOLA_NOT_FOUND, "there are no percentiles"});
+        auto out =
+            std::make_unique<mersola_list>(std::initializer_list<int32_t>{MERSOLA_PERCENTILE});
+        for (const float percentile : percentiles)
+            out->Add({double{percentile}});
+        return out;
+    });
+}
+
 int32_t mersola_reports(mersola_db* db, int32_t instrument, int32_t measurement,
                         mersola_list** list) {
     return Listed(db, list, [&](mersola_db& open) {

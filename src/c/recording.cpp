@@ -133,6 +133,19 @@ int32_t mersola_put_instrument(mersola_db* db, const char* name, const char* typ
     });
 }
 
+int32_t mersola_put_state(mersola_db* db, const char* name, const char* state) {
+    return Call(db, [&](mersola_db& open) {
+        InstrumentInfo record;
+        record.GroupName = Text(name, "the name");
+        const CString text = Text(state, "the state");
+        if (record.GroupName.IsEmpty()) Refuse("an instrument has a name");
+        open.RequireWritable();
+        Store& store = open.lister;  // registering would close the recording
+        open.Clear(store);
+        Check(open, store.PutInstrumentState(nullptr, record, text), "the state cannot be stored");
+    });
+}
+
 int32_t mersola_put_measurement(mersola_db* db, int32_t instrument, const char* name,
                                 const char* info, int64_t start, int32_t bandwidth,
                                 double lower_frq, double upper_frq, double fullscale,

@@ -118,6 +118,74 @@ TEST_P(CInterface, WritesNothingOfABatchThatFailedAndShowsNoMessage) {
     EXPECT_TRUE(messages.texts.empty());
 }
 
+TEST_P(CInterface, DeletesUntilTheCallerStopsItAndGoesOn) {
+    Store store(database.ConnectString());
+    ASSERT_TRUE(Open(store));
+    for (int period = 0; period < 9; ++period)
+        ASSERT_TRUE(Write(store, period, period));
+    SelectInC();
+    std::int64_t start = 0, first = 0, last = 0;
+    ASSERT_EQ(mersola_start(db, &start), MERSOLA_OK);
+    ASSERT_EQ(mersola_delete_old_measurements(db, -1, start + 120000, nullptr, nullptr, nullptr),
+              MERSOLA_OK);
+    EXPECT_EQ(mersola_stored_periods(db, &first, nullptr), MERSOLA_OK);
+    EXPECT_EQ(first, 2);
+    ASSERT_EQ(
+        mersola_delete_values(db, 1, 1, start + 420000, start + 600000, -1, 1, nullptr, nullptr),
+        MERSOLA_OK);
+    EXPECT_EQ(mersola_stored_periods(db, nullptr, &last), MERSOLA_OK);
+    EXPECT_EQ(last, 6);
+
+    EXPECT_EQ(mersola_begin(db), MERSOLA_OK);
+    EXPECT_EQ(mersola_delete_instrument(db, 1, nullptr, nullptr, nullptr), MERSOLA_FAILED);
+    EXPECT_STRNE(mersola_error(db), "");
+    EXPECT_EQ(mersola_rollback(db), MERSOLA_OK);
+    EXPECT_EQ(mersola_delete_instrument(db, 1, "/nowhere", nullptr, nullptr), MERSOLA_FAILED);
+    EXPECT_EQ(mersola_delete_instrument(db, -1, nullptr, nullptr, nullptr), MERSOLA_MISUSE);
+    EXPECT_EQ(mersola_delete_old_measurements(db, -1, MERSOLA_NO_TIME, nullptr, nullptr, nullptr),
+              MERSOLA_MISUSE);
+    struct Seen {
+        int calls = 0;
+        std::int64_t periods = 0;
+    } seen;
+    const mersola_progress stop = [](void* context, std::int64_t periods, std::int64_t) {
+        auto& now = *static_cast<Seen*>(context);
+        now.periods = periods;
+        return ++now.calls == 2 ? 1 : 0;
+    };
+    ASSERT_EQ(mersola_delete_instrument(db, 1, nullptr, stop, &seen), MERSOLA_STOPPED);
+    EXPECT_GT(seen.periods, 0);
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "1");
+    ASSERT_EQ(mersola_delete_instrument(db, 1, nullptr, stop, &seen), MERSOLA_OK);
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "0");
+    EXPECT_EQ(mersola_delete_instrument(db, 1, nullptr, nullptr, nullptr), MERSOLA_OK);
+}
+
+TEST_P(CInterface, KeepsStatesAndPercentilesApartFromARecording) {
+    Store store(database.ConnectString());
+    MeasurementInfo measurement = Measurement();
+    ASSERT_TRUE(Open(store, measurement));
+    measurement.textItems.Parse("10.5,90");
+    ASSERT_TRUE(store.PutPercentiles(nullptr, measurement));
+    SelectInC();
+    std::int64_t start = 0;
+    std::int32_t id = 0;
+    ASSERT_EQ(mersola_start(db, &start), MERSOLA_OK);
+    ASSERT_EQ(mersola_put_instrument(db, "station 1", "", "", &id), MERSOLA_OK);
+    ASSERT_EQ(mersola_put_measurement(db, id, "noise", "", start, 3, 25, 20000, 0, 0, &id),
+              MERSOLA_OK);
+    ASSERT_EQ(mersola_put_report(db, 1, 1, 60000), MERSOLA_OK);
+    ASSERT_EQ(mersola_put_state(db, "station 1", "power=on"), MERSOLA_OK);
+    EXPECT_EQ(mersola_put_value(db, 0, 1, 1, 30, 1, 0), MERSOLA_OK) << mersola_error(db);
+    EXPECT_EQ(database.Ask("SELECT State FROM Groups"), "power=on");
+    mersola_list* list = nullptr;
+    ASSERT_EQ(mersola_percentiles(db, 1, 1, &list), MERSOLA_OK) << mersola_error(db);
+    EXPECT_EQ(mersola_list_size(list), 2);
+    EXPECT_EQ(mersola_list_real(list, 0, MERSOLA_PERCENTILE), 10.5);
+    mersola_list_free(list);
+    EXPECT_EQ(mersola_percentiles(db, 1, 9, &list), MERSOLA_NOT_FOUND);
+}
+
 INSTANTIATE_ON_EVERY_ENGINE(CInterface);
 
 }  // namespace
