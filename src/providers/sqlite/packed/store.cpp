@@ -103,32 +103,37 @@ StagedPeriod& Store::PeriodAt(std::int32_t measValueId, std::int32_t period) {
 
 SealedBlock& Store::SealedAt(const Series& series, std::int32_t block) {
     if (lastSealed_ && lastBlock_ == block && SameSeries(lastSeries_, series)) return *lastSealed_;
-    auto& sealed = stage_.reports[series.measValueId].sealed;
-    const auto [found, isNew] = sealed.try_emplace(BlockKey{series.channel, series.funcId, block});
-    if (isNew) try {
-            const std::int64_t first = std::int64_t{block} * kBlockPeriods;
-            const auto row = statements_->Take(Sql::SealedRow, series.measValueId, series.channel,
-                                               series.funcId, first, first + kBlockPeriods - 1);
-            if (row->Step()) {
-                found->second = {.exists = true,
-                                 .firstPeriod = row->Int32(0),
-                                 .lastPeriod = row->Int32(1),
-                                 .dataId = row->Integer(2),
-                                 .decoded = nullptr};
-                if (row->Step()) RaiseTwoBlocks(series, block);
-            }
-            found->second.hasRows = statements_->HasRows() &&
-                                    statements_
-                                        ->Take(Sql::HasRows, series.measValueId, series.channel,
-                                               series.funcId, first, first + kBlockPeriods - 1)
-                                        ->Step();
-        } catch (...) {
-            sealed.erase(found);
-            throw;
-        }
+    const BlockKey key{series.channel, series.funcId, block};
+    auto& known = stage_.reports[series.measValueId].sealed;
+    auto at = known.find(key);
+    if (at == known.end()) {
+        // A statement that fails rolls back, maybe, and then nothing staged is there any more.
+        SealedBlock found = FindSealed(series, block);
+        at = known.emplace(key, std::move(found)).first;
+    }
     lastSeries_ = series;
     lastBlock_ = block;
-    return *(lastSealed_ = &found->second);
+    return *(lastSealed_ = &at->second);
+}
+
+SealedBlock Store::FindSealed(const Series& series, std::int32_t block) {
+    SealedBlock found;
+    const std::int64_t first = std::int64_t{block} * kBlockPeriods;
+    const auto row = statements_->Take(Sql::SealedRow, series.measValueId, series.channel,
+                                       series.funcId, first, first + kBlockPeriods - 1);
+    if (row->Step()) {
+        found.exists = true;
+        found.firstPeriod = row->Int32(0);
+        found.lastPeriod = row->Int32(1);
+        found.dataId = row->Integer(2);
+        if (row->Step()) RaiseTwoBlocks(series, block);
+    }
+    found.hasRows =
+        statements_->HasRows() && statements_
+                                      ->Take(Sql::HasRows, series.measValueId, series.channel,
+                                             series.funcId, first, first + kBlockPeriods - 1)
+                                      ->Step();
+    return found;
 }
 
 const SeriesBlock& Store::Decoded(const Series& series, std::int32_t block, SealedBlock& sealed) {

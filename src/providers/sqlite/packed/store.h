@@ -96,6 +96,7 @@ class Store {
 
     StagedPeriod& PeriodAt(std::int32_t measValueId, std::int32_t period);
     SealedBlock& SealedAt(const Series& series, std::int32_t block);
+    SealedBlock FindSealed(const Series& series, std::int32_t block);
     const SeriesBlock& Decoded(const Series& series, std::int32_t block, SealedBlock& sealed);
     bool IsStored(const ValueKey& key, StagedPeriod& period);
     bool IsSettled(const ValueKey& key);  // sealed, or a row
