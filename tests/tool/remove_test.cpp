@@ -132,10 +132,11 @@ TEST_P(Removed, GoesOnAfterAKillAndASignalBesideOneWhoWrites) {
         child->Kill(signal);
         EXPECT_EQ(child->Wait(), 128 + signal);
         EXPECT_GT(left(), 1024);  // values of what is younger, and of what is not done yet
-        if (signal == SIGINT)
+        if (signal == SIGINT) {
             EXPECT_THAT(child->Acknowledged().at(0),
                         testing::MatchesRegex("mersola: stopped by a signal; gone is .* and the "
                                               "same command goes on.*"));
+        }
         EXPECT_EQ(Count("Measurements"), 5);
     }
     EXPECT_GT(written, 0);
