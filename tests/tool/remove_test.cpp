@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "support/child.h"
+#include "support/database.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
@@ -267,6 +268,53 @@ TEST_P(Removed, IsAskedForOnATerminalAndOtherwiseRefused) {
     EXPECT_EQ(Count("MeasuredValues"), values);
     EXPECT_EQ(Asked(prune_, "yes\n"), 0);
     EXPECT_EQ(Count("MeasuredValues"), 1024);
+}
+
+// What is left after each of several commands.
+std::vector<std::string> Left(const std::string& database, const std::string& csv) {
+    const Words gate{"--instrument", "Gate"}, yes{"--yes"};
+    std::vector<std::string> left;
+    for (const Words& words :
+         {Words{"import", database, csv, "--start", "2020-03-01 00:00", "--period", "15min"},
+          {"prune", database, "--before", "2020-03-01 12:00", "--yes"},
+          Words{"delete", database, "--from", "2020-03-02", "--to", "2020-03-02 06:00",
+                "--function", "lmax"} +
+              gate + yes,
+          Words{"rename", database, "--band", "1 kHz", "--to", "2 kHz"} + gate,
+          {"rename", database, "--instrument", "Pier 4", "--to", "Südmole"},
+          Words{"delete", database, "--function", "LAeq"} + gate + yes,
+          {"delete", database, "--instrument", "1", "--yes"}}) {
+        const Outcome outcome = RunWords(words);
+        EXPECT_EQ(outcome.status, 0) << words[0] << ": " << outcome.err;
+        left.push_back(RunWords({"export", database, "--plain"}).out);
+        EXPECT_EQ(RunWords({"check", database}).status, 0) << RunWords({"check", database}).out;
+    }
+    return left;
+}
+
+TEST(RemovedAndRenamed, IsTheSameOnServers) {
+    const test::TemporaryFolder folder;
+    const std::string csv = folder / "import.csv";
+    {
+        std::ofstream file(csv);
+        file << "Instrument,Measurement,Function,Band,Period,Value\n";
+        for (const char* place :
+             {"Pier 4,day,LAeq,2 kHz", "Gate,day,LAeq,1 kHz", "Gate,day,Lmax,1 kHz"})
+            for (int i = 0; i < 150; ++i)
+                file << place << ',' << i << ',' << i * 0.25 << '\n';
+    }
+    test::Database own("SQLite");
+    const auto expected = Left(own.ConnectString(), csv);
+    for (const char* name : {"ODBC", "FreeTDS", "PostgreSQL"}) {
+        SCOPED_TRACE(name);
+        test::Database database(name);
+        if (!database.Missing().empty()) {
+            EXPECT_FALSE(test::IsRequired(database.NeedsServer())) << database.Missing();
+            continue;
+        }
+        const bool isAsked = std::string(name) == "PostgreSQL";  // for a password
+        EXPECT_EQ(Left(database.ConnectString(isAsked ? ";Password=x" : ""), csv), expected);
+    }
 }
 
 }  // namespace
