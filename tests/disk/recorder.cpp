@@ -210,7 +210,8 @@ long RandomRecorder::ReachOf(const std::string& measurement) const {
         reach = std::max({reach, NumberOf(history_.Now(), "report|" + place) * LengthOf(report),
                           EndOfValues(place) * LengthOf(report)});
     }
-    return reach;
+    // A deletion that was cut short may have gone beyond what a later recording counts.
+    return std::max(reach, LowestOf(measurement));
 }
 
 // Where what was not deleted begins, in milliseconds.

@@ -366,9 +366,10 @@ Result Prune(Installation& all, const std::string& connectString, std::uint64_t 
 Result PruneRest(Installation& all, const std::string& connectString) {
     Mersola store("", "", connectString.c_str(), kTimeOut);
     for (int number = 0; number < kStations; ++number) {
-        if (store.deleteOldMeasurements(
-                nullptr, store.locateInstrumentId(kNames[number]),
-                mersola::test::Start(Load(all.stations[number].deleted) * kLength)) != 1)
+        const long group = store.locateInstrumentId(kNames[number]);
+        if (store.deleteValues(
+                nullptr, group, store.locateMeasurementId(group, "noise"), mersola::test::Start(),
+                mersola::test::Start(Load(all.stations[number].deleted) * kLength), -1, -1) != 1)
             return Failed(store, "old values cannot be deleted");
     }
     return Result::Ended;
