@@ -78,6 +78,26 @@ bool IsKnown(Oid type) {
     }
 }
 
+bool HasLength(Oid type, std::size_t length) {
+    switch (type) {
+        case kBool:
+            return length == 1;
+        case kInt2:
+            return length == 2;
+        case kInt4:
+        case kOid:
+        case kFloat4:
+            return length == 4;
+        case kInt8:
+        case kFloat8:
+            return length == 8;
+        case kNumeric:
+            return length >= 8;
+        default:
+            return true;
+    }
+}
+
 Cell CellAt(Oid type, const char* bytes, std::size_t length) {
     switch (type) {
         case kInt2:

@@ -46,6 +46,9 @@ void Append(std::string& bytes, Number number) {
 /// Whether values of this type can be read.
 bool IsKnown(Oid type);
 
+/// Whether a value of this type can have that length.
+bool HasLength(Oid type, std::size_t length);
+
 /// A value that is not null. A text refers to `bytes`.
 ado::Cell CellAt(Oid type, const char* bytes, std::size_t length);
 

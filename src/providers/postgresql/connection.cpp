@@ -63,7 +63,7 @@ Connection::Connection(const ConnectText& connect, long commandSeconds)
 
 void Connection::Disconnect() {
     PQfinish(std::exchange(connection_, nullptr));
-    running_ = false;
+    running_ = copying_ = piped_ = false;
 }
 
 PGconn* Connection::Open() const {
@@ -109,13 +109,17 @@ void Connection::Require(int sent) {
     throw _com_error(E_FAIL, words.c_str(), kSource);
 }
 
+bool Connection::SetsSavepoint(bool isQuery) const {
+    return isQuery && PQtransactionStatus(connection_) == PQTRANS_INTRANS &&
+           (!hasSavepoint_ || isChanged_);
+}
+
 // Sends what has to come first, and says whether there was anything.
 bool Connection::SendBefore(const Call& call) {
-    const bool isGuarded = call.isQuery && PQtransactionStatus(connection_) == PQTRANS_INTRANS;
-    const bool setsSavepoint = isGuarded && (!hasSavepoint_ || isChanged_);
+    const bool setsSavepoint = SetsSavepoint(call.isQuery);
     before_ = 0;
     const bool prepares = call.name && call.text;
-    const bool hasFirst = isGuarded && call.first;
+    const bool hasFirst = call.first && PQtransactionStatus(connection_) == PQTRANS_INTRANS;
     if (!setsSavepoint && !prepares && !hasFirst) return false;
     Require(PQenterPipelineMode(connection_));
     piped_ = true;
@@ -153,7 +157,58 @@ void Connection::Send(const Call& call) {
         Require(PQpipelineSync(connection_));
         ReadBefore();
     }
-    PQsetSingleRowMode(connection_);
+    if (!call.isWhole) PQsetSingleRowMode(connection_);
+}
+
+// Waits until `ready`, which looks at what has come.
+template <class Ready>
+void Connection::Await(Ready ready) {
+    std::future<void> cancelled;
+    while (!ready()) {
+        const auto patience = cancelled.valid() ? std::min(patience_, kGrace) : patience_;
+        const Heard heard =
+            Poll(patience_.count() == 0 ? Clock::time_point::max() : Clock::now() + patience);
+        if (heard == Heard::End) return;  // the next result says why
+        if (heard == Heard::Something) continue;
+        if (cancelled.valid()) Lose("the server does not answer");
+        cancelled = Cancel();
+    }
+    // It must not hit the next statement.
+    if (cancelled.valid()) cancelled.wait_for(kGrace);
+}
+
+void Connection::SendCopy(const char* text) {
+    Open();
+    if (SetsSavepoint(true)) {  // it cannot be sent along with a COPY
+        if (hasSavepoint_) Run(kRelease);
+        Run(kSavepoint);
+        hasSavepoint_ = true;
+    }
+    running_ = isQuery_ = true;
+    Require(PQsendQueryParams(connection_, text, 0, nullptr, nullptr, nullptr, nullptr, 0));
+    const Result begun = Receive();
+    copying_ = PQresultStatus(begun.get()) == PGRES_COPY_OUT;
+    if (copying_) return;
+    const Failure failure = FailureIn(begun.get(), secrets_);
+    Finish();
+    Raise(failure);
+}
+
+CopiedRow Connection::NextCopied() {
+    char* bytes = nullptr;
+    int size = 0;
+    Await([&] {
+        size = PQgetCopyData(connection_, &bytes, 1);
+        return size != 0;
+    });
+    if (size > 0) return {std::unique_ptr<char, FreeBytes>(bytes), static_cast<std::size_t>(size)};
+    std::optional<Failure> failure;
+    while (const Result end = Receive()) {
+        if (IsFailure(end.get())) failure = FailureIn(end.get(), secrets_);
+    }
+    running_ = copying_ = false;
+    if (failure) Raise(*failure);
+    return {};
 }
 
 void Connection::ReadBefore() {
@@ -213,13 +268,17 @@ void Connection::Raise(const Failure& failure) {
 
 void Connection::Abandon() {
     if (!running_) return;
+    constexpr int kMostRead = 1000;  // beyond it, it is worth to ask the server to stop
+    std::future<void> cancelled;
     try {
-        while (const Result result = Next()) {
-            if (PQresultStatus(result.get()) != PGRES_SINGLE_TUPLE) break;
+        for (int read = 0; running_; ++read) {
+            if (read == kMostRead) cancelled = Cancel();
+            copying_ ? void(NextCopied()) : void(Next());
         }
     } catch (const _com_error&) {
         // Nobody waits for the end of this statement any more.
     }
+    if (cancelled.valid()) cancelled.wait_for(kGrace);  // it must not hit the next statement
 }
 
 Result Connection::Execute(const Call& call) {
@@ -231,26 +290,11 @@ Result Connection::Execute(const Call& call) {
 }
 
 Result Connection::Receive() {
-    AwaitInput();
+    Await([this] { return !PQisBusy(connection_); });
     Result result(PQgetResult(connection_));
     if (PQstatus(connection_) == CONNECTION_BAD && (!result || IsFailure(result.get())))
         Lose(result ? FailureIn(result.get(), secrets_).words : std::string());
     return result;
-}
-
-void Connection::AwaitInput() {
-    std::future<void> cancelled;
-    while (PQisBusy(connection_)) {
-        const auto patience = cancelled.valid() ? std::min(patience_, kGrace) : patience_;
-        const Heard heard =
-            Poll(patience_.count() == 0 ? Clock::time_point::max() : Clock::now() + patience);
-        if (heard == Heard::End) return;  // the next result says why
-        if (heard == Heard::Something) continue;
-        if (cancelled.valid()) Lose("the server does not answer");
-        cancelled = Cancel();
-    }
-    // It must not hit the next statement.
-    if (cancelled.valid()) cancelled.wait_for(kGrace);
 }
 
 // Waits until there is something to read, and sends meanwhile what is still to be sent.

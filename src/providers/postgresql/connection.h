@@ -29,6 +29,17 @@ struct Call {
     bool isQuery = true;
     /// What goes in front of it inside a transaction; or null.
     const char* first = nullptr;
+    /// Its rows come as one result, which is the end as well.
+    bool isWhole = false;
+};
+
+/// A row as COPY gives it.
+struct FreeBytes {
+    void operator()(char* bytes) const { PQfreemem(bytes); }
+};
+struct CopiedRow {
+    std::unique_ptr<char, FreeBytes> bytes;
+    std::size_t size = 0;
 };
 
 /// An open connection. It commits each statement by itself, except between Begin and Commit or
@@ -58,9 +69,11 @@ class Connection {
     /// The next row, which has the status PGRES_SINGLE_TUPLE, or the end. Raises when the statement
     /// fails.
     Result Next();
-    /// Whether a statement runs whose end nobody has read.
-    bool IsBusy() const { return running_; }
-    /// Reads over what is left of the statement.
+    /// Sends a COPY of a query to here.
+    void SendCopy(const char* text);
+    /// The next piece of it; without bytes at the end. Raises when the query fails.
+    CopiedRow NextCopied();
+    /// Ends the statement of which nobody reads the rest.
     void Abandon();
     /// Sends a statement and gives its end.
     Result Execute(const Call& call);
@@ -74,11 +87,13 @@ class Connection {
     void Require(int sent);
     /// Reads what comes next; null at the end of a statement.
     Result Receive();
-    void AwaitInput();
+    template <class Ready>
+    void Await(Ready ready);
     enum class Heard { Something, Nothing, End };
     Heard Poll(Clock::time_point until);
     std::future<void> Cancel() const;
     [[noreturn]] void Lose(std::string_view words = {});
+    bool SetsSavepoint(bool isQuery) const;
     bool SendBefore(const Call& call);
     void ReadBefore();
     void Finish();
@@ -90,6 +105,7 @@ class Connection {
     std::string lastState_;
     // Of the statement that runs:
     bool running_ = false;
+    bool copying_ = false;
     bool piped_ = false;  // it was sent together with others
     bool isQuery_ = false;
     int before_ = 0;  // how many of these are in front of it

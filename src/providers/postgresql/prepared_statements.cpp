@@ -3,46 +3,51 @@
 
 namespace mersola::postgresql {
 
-void PreparedStatements::Send(std::string_view sql, std::string_view text,
-                              const Parameters& parameters) {
-    Entry* const known = Find(text, parameters);
-    const Entry& entry = known ? *known : Add(sql, text);
-    Call call{.text = entry.text.c_str(), .parameters = parameters, .first = entry.first};
-    if (!known) return connection_.Send(call);
-    if (!entry.name.empty()) {
+Known& PreparedStatements::Find(std::string_view sql, std::string_view text,
+                                const Parameters& parameters) {
+    key_.clear();
+    for (int i = 0; i < parameters.Count(); ++i)
+        (key_ += std::to_string(parameters.Types()[i])) += ',';
+    (key_ += ' ') += text;
+    isNew_ = false;
+    if (!entries_.empty() && entries_.front().key == key_) return entries_.front();
+    const auto found = byKey_.find(key_);
+    isNew_ = found == byKey_.end();
+    if (isNew_) return Add(sql, text);
+    entries_.splice(entries_.begin(), entries_, found->second);
+    return entries_.front();
+}
+
+Known& PreparedStatements::Add(std::string_view sql, std::string_view text) {
+    Known known{.key = key_, .text = std::string(text)};
+    if (const auto reading = Recognise(sql)) {
+        known.order = order_.Behind(*reading);
+        known.text += known.order;
+        known.first = LockFor(*reading);
+        known.isPlain = !reading->countsRows;
+        if (known.isPlain) known.text += " LIMIT " + std::to_string(kMostAtOnce + 1);
+    }
+    if (entries_.size() == kMost) DropOldest();
+    entries_.push_front(std::move(known));
+    byKey_.emplace(entries_.front().key, entries_.begin());
+    return entries_.front();
+}
+
+void PreparedStatements::Send(Known& known, const Parameters& parameters) {
+    Call call{.text = known.text.c_str(),
+              .parameters = parameters,
+              .first = known.first,
+              .isWhole = known.isPlain};
+    if (isNew_) return connection_.Send(call);
+    if (!known.name.empty()) {
         call.text = nullptr;
-        call.name = entry.name.c_str();
+        call.name = known.name.c_str();
         return connection_.Send(call);
     }
     std::string name = "mersola_" + std::to_string(++count_);
     call.name = name.c_str();
     connection_.Send(call);
-    known->name = std::move(name);
-}
-
-PreparedStatements::Entry* PreparedStatements::Find(std::string_view text,
-                                                    const Parameters& parameters) {
-    key_.clear();
-    for (int i = 0; i < parameters.Count(); ++i)
-        (key_ += std::to_string(parameters.Types()[i])) += ',';
-    (key_ += ' ') += text;
-    if (!entries_.empty() && entries_.front().key == key_) return &entries_.front();
-    const auto found = byKey_.find(key_);
-    if (found == byKey_.end()) return nullptr;
-    entries_.splice(entries_.begin(), entries_, found->second);
-    return &entries_.front();
-}
-
-PreparedStatements::Entry& PreparedStatements::Add(std::string_view sql, std::string_view text) {
-    Entry entry{.key = key_, .text = std::string(text), .name = {}};
-    if (const auto reading = Recognise(sql)) {
-        entry.text += order_.Behind(*reading);
-        entry.first = LockFor(*reading);
-    }
-    if (entries_.size() == kMost) DropOldest();
-    entries_.push_front(std::move(entry));
-    byKey_.emplace(entries_.front().key, entries_.begin());
-    return entries_.front();
+    known.name = std::move(name);
 }
 
 void PreparedStatements::DropOldest() {

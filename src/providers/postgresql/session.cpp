@@ -50,21 +50,22 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) {
     if (!connection_->IsOpen()) throw Lost();
     const auto translation = Translate(sql, Literals::Lifted);
     if (translation.noOperation) return nullptr;
-    Result first = Run(sql, translation);
-    if (!first || PQresultStatus(first.get()) == PGRES_COMMAND_OK) return nullptr;
-    return std::make_unique<Rows>(connection_, std::move(first));
+    return Run(sql, translation);
 }
 
-Result Session::Run(std::string_view sql, const dialect::Translation& translation) {
-    if (!translation.isQuery) {
-        Result end = RunAlone(translation.text, false);
-        tables_.Clear();
-        statements_.Doubt();
-        return end;
+std::unique_ptr<ado::RowSource> Session::Run(std::string_view sql,
+                                             const dialect::Translation& told) {
+    if (!told.isQuery) {
+        auto rows = RunAlone(told.text, false);
+        if (!rows) {
+            tables_.Clear();
+            statements_.Doubt();
+        }
+        return rows;
     }
     for (bool again = false;; again = true) {
         try {
-            return RunQuery(sql, translation);
+            return RunQuery(sql, told);
         } catch (const _com_error&) {
             const std::string& state = connection_->LastState();
             if (!connection_->IsOpen()) throw;
@@ -72,23 +73,51 @@ Result Session::Run(std::string_view sql, const dialect::Translation& translatio
                 statements_.Forget();
                 continue;
             }
-            if (translation.literals.empty() || !MayBeParameters(state)) throw;
+            if (told.literals.empty() || !MayBeParameters(state)) throw;
         }
         return RunAlone(Translate(sql, Literals::InPlace).text, true);
     }
 }
 
-Result Session::RunQuery(std::string_view sql, const dialect::Translation& translation) {
-    Fill(parameters_, translation.literals);
-    statements_.Send(sql, translation.text, parameters_);
-    return connection_->Next();
+std::unique_ptr<ado::RowSource> Session::RunQuery(std::string_view sql,
+                                                  const dialect::Translation& told) {
+    Fill(parameters_, told.literals);
+    Known& known = statements_.Find(sql, told.text, parameters_);
+    if (*known.isLong) return Copied(sql, known);
+    statements_.Send(known, parameters_);
+    Result first = connection_->Next();
+    if (!known.isPlain) return Streamed(std::move(first));
+    RowShape shape = ShapeOf(first.get());
+    if (PQntuples(first.get()) <= PreparedStatements::kMostAtOnce)
+        return std::make_unique<WholeRows>(std::move(shape), std::move(first));
+    *known.isLong = true;
+    known.shape = std::move(shape);
+    return Copied(sql, known);
 }
 
-Result Session::RunAlone(std::string_view text, bool isQuery) {
+std::unique_ptr<ado::RowSource> Session::Copied(std::string_view sql, const Known& known) {
+    const std::string text = "COPY (" + std::string(Translate(sql, Literals::InPlace).text) +
+                             known.order + ") TO STDOUT (FORMAT binary)";
+    connection_->SendCopy(text.c_str());
+    return std::make_unique<CopiedRows>(connection_, known.shape, known.isLong);
+}
+
+std::unique_ptr<ado::RowSource> Session::Streamed(Result first) {
+    if (!first || PQresultStatus(first.get()) == PGRES_COMMAND_OK) return nullptr;
+    try {
+        RowShape shape = ShapeOf(first.get());
+        return std::make_unique<Rows>(connection_, std::move(shape), std::move(first));
+    } catch (const _com_error&) {
+        connection_->Abandon();
+        throw;
+    }
+}
+
+std::unique_ptr<ado::RowSource> Session::RunAlone(std::string_view text, bool isQuery) {
     parameters_.Clear();
     const std::string whole(text);
     connection_->Send({.text = whole.c_str(), .parameters = parameters_, .isQuery = isQuery});
-    return connection_->Next();
+    return Streamed(connection_->Next());
 }
 
 std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
@@ -98,7 +127,9 @@ std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
         constexpr std::string_view kHead = "SELECT * FROM ";
         const std::string layout = std::string(kHead) + std::string(table);
         const std::string name(Translate(layout, Literals::InPlace).text.substr(kHead.size()));
-        const Result end = RunAlone(std::string(kHead) + name + " WHERE 1=0", true);
+        const std::string text = std::string(kHead) + name + " WHERE 1=0";
+        parameters_.Clear();
+        const Result end = connection_->Execute({.text = text.c_str(), .parameters = parameters_});
         std::vector<TableColumn> columns;
         for (int i = 0; i < PQnfields(end.get()); ++i)
             columns.push_back({PQfname(end.get(), i), PQftype(end.get(), i)});

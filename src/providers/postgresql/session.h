@@ -29,10 +29,13 @@ class Session : public ado::ProviderSession {
 
   private:
     dialect::Translation Translate(std::string_view sql, dialect::Literals mode);
-    /// Runs a statement. Returns what it gives first: a row, or its end.
-    Result Run(std::string_view sql, const dialect::Translation& translation);
-    Result RunQuery(std::string_view sql, const dialect::Translation& translation);
-    Result RunAlone(std::string_view text, bool isQuery);
+    std::unique_ptr<ado::RowSource> Run(std::string_view sql, const dialect::Translation& told);
+    std::unique_ptr<ado::RowSource> RunQuery(std::string_view sql,
+                                             const dialect::Translation& told);
+    /// Sends the statement's text with all that stands in it.
+    std::unique_ptr<ado::RowSource> RunAlone(std::string_view text, bool isQuery);
+    std::unique_ptr<ado::RowSource> Copied(std::string_view sql, const Known& known);
+    std::unique_ptr<ado::RowSource> Streamed(Result first);
 
     std::shared_ptr<Connection> connection_;  // batches that outlive the session hold it as well
     dialect::Translator translator_{dialect::kPostgresqlIdiom};
