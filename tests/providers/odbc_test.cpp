@@ -74,7 +74,7 @@ TEST(ConnectText, HandsOnWhatNamesADriverOrASource) {
         FAIL() << "neither provider nor driver";
     } catch (const _com_error& error) {
         EXPECT_EQ(error.Error(), adErrProviderNotFound);
-        EXPECT_GE(error.Description().Find("SQLite, SQLOLEDB, MSOLEDBSQL, MSDASQL"), 0);
+        EXPECT_GE(error.Description().Find("SQLOLEDB, MSOLEDBSQL, MSDASQL"), 0);
     }
 }
 
