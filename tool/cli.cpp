@@ -17,6 +17,7 @@
 #include "copy/copy.h"
 #include "csv/csv_commands.h"
 #include "database/open_database.h"
+#include "indices/indices.h"
 #include "layout/layout.h"
 #include "plot/plot.h"
 #include "record/record.h"
@@ -112,6 +113,7 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     AddList(app, streams);
     AddValues(app, streams);
     AddPlot(app, streams);
+    AddIndices(app, streams);
     AddGaps(app, streams);
     AddMarkers(app, streams);
     AddCopy(app, streams);

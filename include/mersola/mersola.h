@@ -10,6 +10,7 @@
 #include <mersola/crypter.h>
 #include <mersola/deletion.h>
 #include <mersola/engine.h>
+#include <mersola/indices.h>
 #include <mersola/list_text.h>
 #include <mersola/platform/ado.h>
 #include <mersola/platform/collections.h>
@@ -240,6 +241,17 @@ class MERSOLA_EXPORT Mersola {
                     int periodsPerStep, int firstFrq, int nFrq, unsigned figures = 0);
     int GetOverview(CArray<StepSummary, StepSummary&>& out, const CArray<int, int>& edges,
                     int firstFrq, int nFrq, unsigned figures = 0);
+
+    /// Computes indices of the selected report, channel and function: means, of levels also those
+    /// of day, evening and night, and extremes, each with the share of the time that had values; on
+    /// request exceedances of a threshold and what was exceeded for shares of the time. `out` is
+    /// emptied first and gets a row for each stretch of time, also for those without values. A
+    /// period belongs to the stretch in which it begins. What exceedances and shares of the time
+    /// take grows with the values, and the rest is read as by GetOverview. In the continuous view
+    /// the times are those of the chain. The result is 0, and `out` is empty, when reading failed,
+    /// when the report has no valid times, and when the request makes no sense: times that do not
+    /// ascend, hours that make no day, a percentage beyond 0 to 100, or any of percentiles.
+    int GetIndices(std::vector<mersola::IndexRow>& out, const mersola::IndexRequest& request);
 
     /// Appends all values of the selected report and channel, of every function, ordered by period
     /// and band. Returns how many there were. A read that fails ends the list early. This is not
