@@ -7,8 +7,8 @@
 #include <numbers>
 
 #include "catalogue/selection.h"
+#include "plot/columns.h"
 #include "plot/gnuplot.h"
-#include "plot/thinned.h"
 #include "plot/time_axis.h"
 #include "recording_fixture.h"
 
@@ -40,7 +40,7 @@ class Picture : public RecordingTool {
     }
     // How many pieces the line of a picture is in.
     static std::ptrdiff_t Pieces(const std::string& svg) {
-        std::ptrdiff_t count = -1;  // the legend has a piece, too
+        std::ptrdiff_t count = 0;
         const std::string path = "<path stroke='rgb( 11,  83, 148)'";
         for (auto at = svg.find(path); at != svg.npos; at = svg.find(path, at + 1))
             count += std::count(svg.begin() + static_cast<std::ptrdiff_t>(at),
@@ -91,23 +91,70 @@ TEST_F(Picture, OfManyPeriodsHasNoMorePointsThanPixels) {
     const auto svg = Plotted("a.svg", {"--width", "600"});
     EXPECT_NE(svg.find("A column holds 3 periods"), svg.npos);
     EXPECT_LT(svg.size(), 120'000U);
-    Thinned level(true), other(false), none(true);
-    for (int i = 0; i < 999; ++i) {
-        level.Add(50);
-        other.Add(50);
+}
+
+TEST_F(Picture, ShowsAHoleOfOneColumn) {
+    RecordAt("10:00", {"--period", "2ms"});
+    const auto whole = Plotted("a.svg");
+    EXPECT_EQ(whole.find(">some values missing<"), whole.npos);
+    Execute("UPDATE MeasuredValues SET Status='A' WHERE FuncId=2 AND PeriodNo=500");
+    EXPECT_NE(Plotted("a.svg", {"--width", "600"}).find(">some values missing<"), whole.npos);
+    const auto svg = Plotted("a.svg", {"--width", "1300"});
+    EXPECT_EQ(Pieces(svg), 2);
+    EXPECT_NE(svg.find(">no values<"), svg.npos);
+}
+
+TEST_F(Picture, HasWhatIsAskedForWrittenOnIt) {
+    RecordAt("10:00");
+    const auto svg =
+        Plotted("a.svg", {"--title", "Night of the long words " + std::string(150, 'x'),
+                          "--reference", "20 µPa", "--range", "0:200", "--colours", "30:31", "--to",
+                          "2026-11-15 10:01:00"});
+    for (const char* text : {">Night of the long words<", ">LAeq in dB re 20 µPa<", "> 200<",
+                             ">≥ 31<", ">≤ 30<", ">10:00:50<", ">no values<"})
+        EXPECT_NE(svg.find(text), svg.npos) << text;
+    const auto days = Plotted("a.svg", {"--by", "day", "--function", "LAeq"});
+    for (const char* text : {">Hour of the day<", ">24<", ">LAeq in dB<", ">no values<"})
+        EXPECT_NE(days.find(text), days.npos) << text;
+}
+
+TEST_F(Picture, HasALineForEachFunctionChannelAndMeasurement) {
+    const auto file = Sound(
+        "two.wav", 2, [](double t, int) { return 0.1 * std::sin(6000 * t); }, 48000, 2);
+    for (const char* time : {"10:00", "10:01"})
+        ASSERT_EQ(RunWords({"record", db_, file, "--instrument", "Pier", "--measurement", time,
+                            "--start", std::string("2026-11-15 ") + time})
+                      .status,
+                  0);
+    const auto svg = Plotted("a.svg", {"--measurement", "2", "--channel", "1", "--channel", "2",
+                                       "--function", "LAeq", "--function", "L10"});
+    for (const char* text :
+         {"LAeq, channel 1, 10:00", "L10, channel 2, 10:01", "Channels 1, 2 · LAeq, L10"})
+        EXPECT_NE(svg.find(text), svg.npos) << text;
+    EXPECT_EQ(svg.find("<image "), svg.npos);
+    ExpectRefused(PlotWords("b.svg", {"--channel", "1", "--channel", "2", "--function", "Leq"}),
+                  "no room for spectra");
+    ExpectRefused(PlotWords("b.svg", {"--channel", "1", "--channel", "2", "--by", "day"}),
+                  "one channel of one measurement");
+}
+
+TEST(Columns, OfMonthsAreWholeDays) {
+    constexpr std::int64_t second = 1000, hour = 3600 * second, day = 24 * hour;
+    const auto text = [&](std::int64_t pixel) { return ColumnLength(pixel, second).Text(second); };
+    EXPECT_EQ(text(1), "1 period");
+    EXPECT_EQ(text(hour - 1), "3600 periods");
+    EXPECT_EQ(text(hour + 1), "2 h");
+    EXPECT_EQ(text(3 * hour + 1), "1 day");
+    EXPECT_EQ(text(day + 1), "7 days");
+    const Clock clock{{2026, 3, 4, 5, 30, 0}, 7000};
+    const auto edges = ColumnEdges(clock, {100, 400 * 12343}, {4 * hour, 7000});
+    EXPECT_EQ(edges.front(), 100);
+    EXPECT_EQ(edges.back(), 100 + 400 * 12343);
+    for (std::size_t i = 1; i + 1 < edges.size(); ++i) {
+        const CTimeEx midnight = MidnightBefore(clock.At(edges[i]));
+        EXPECT_LT((clock.At(edges[i]) - midnight).GetTotalMilliseconds(), 7000);
+        EXPECT_LT(edges[i], edges[i + 1]);
     }
-    level.Add(90);
-    other.Add(90);
-    for (const float missing : {kMissing, INFINITY}) {
-        level.Add(missing);
-        none.Add(missing);
-    }
-    EXPECT_EQ(level.Highest(), 90);
-    EXPECT_EQ(level.Lowest(), 50);
-    EXPECT_NEAR(level.Mean(), 10 * std::log10((999e5 + 1e9) / 1000), 1e-9);
-    EXPECT_NEAR(other.Mean(), 50.04, 1e-9);
-    EXPECT_TRUE(level.HasMissing() && !other.HasMissing());
-    EXPECT_TRUE(none.IsEmpty() && !level.IsEmpty());
 }
 
 TEST_F(Picture, IsNotThereWhenItCannotBeMade) {
@@ -116,6 +163,9 @@ TEST_F(Picture, IsNotThereWhenItCannotBeMade) {
     ExpectRefused(PlotWords("a.svg", {"--width", "12"}), "from 600", 2);
     ExpectRefused(PlotWords("a.svg", {"--from", "2026-11-15 10:00:02"}), "no periods then");
     ExpectRefused(PlotWords("a.svg", {"--function", "Leq", "--function", "Lmax"}), "both have");
+    ExpectRefused(PlotWords("a.svg", {"--range", "90:30"}), "lower one first", 2);
+    ExpectRefused(PlotWords("a.svg", {"--by", "week"}), "is not day", 2);
+    ExpectRefused(PlotWords("a.svg", {"--function", "nothing"}), "nothing");
     ExpectRefused(PlotWords("none/a.svg"), "cannot be written");
     const std::string path = std::getenv("PATH");
     setenv("PATH", (folder_ / "none").c_str(), 1);
@@ -158,6 +208,8 @@ TEST(GnuplotText, LeavesNothingToInterpret) {
     EXPECT_EQ(Shortened("\xef\xbf\xbf", 99), "?");
     EXPECT_EQ(Shortened("äöüß", 4), "äöüß");
     EXPECT_EQ(Shortened("äöüßx", 4), "äöü…");
+    const std::vector<std::string> lines{"ä bb", "cc", "ddddd", "d ee…"};
+    EXPECT_EQ(Wrapped("ä bb cc dddddd ee ff", 5, 4), lines);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "basics/times_text.h"
 #include "basics/utf8.h"
@@ -17,14 +18,18 @@ namespace mersola::tool {
 namespace {
 
 // In pixels.
-constexpr int kLeft = 96, kRight = 132, kText = 12, kTitle = 16, kBetween = 16;
+constexpr int kLeft = 96, kRight = 44, kColours = 132, kText = 12, kTitle = 16, kBetween = 16;
+constexpr int kLineHeight = 18, kTitleHeight = 22;
+constexpr double kFoot = 5;         // of what has values missing, in pixels
 constexpr double kEdge = 5;         // of events, in pixels
 constexpr double kCharacter = 0.6;  // width of one, in parts of its height
 
-constexpr const char* kGap = "#dadada";
+constexpr const char* kGap = "#d4d4d4";
+constexpr const char* kMissingFoot = "#6e6e6e";
 constexpr const char* kInk = "#303030";
 constexpr const char* kQuietInk = "#606060";
 constexpr const char* kEvent = "#e69f00";
+constexpr const char* kEventShade = "#faeccc";  // on white
 // Colours that colour-blind people can tell apart.
 constexpr std::array kLines{"#0b5394", "#d55e00", "#009e73", "#a8327d", "#555555", "#56b4e9"};
 constexpr const char* kViridis =
@@ -48,38 +53,40 @@ std::string ValueText(double value) {
     return NumberText(static_cast<float>(value));
 }
 
-std::string Quantity(const std::string& name, bool isLevel) {
-    return isLevel ? name + " in dB" : name;
-}
-
 class Drawing {
   public:
     Drawing(const Chart& chart, PictureForm form, int width, int height)
-        : chart_(chart), form_(form), width_(width), height_(height) {
-        columns_ = chart.lines.empty() ? chart.spectra.cells.size() / chart.spectra.bands.size()
-                                       : chart.lines.front().columns.size();
+        : chart_(chart),
+          form_(form),
+          width_(width),
+          height_(height),
+          right_(chart.raster.rows > 0 ? kColours : kRight) {
         seconds_ = static_cast<double>((chart.end - chart.start).GetTotalMilliseconds()) / 1000;
     }
 
     std::string Script() {
-        const bool hasLines = !chart_.lines.empty(), hasSpectra = !chart_.spectra.bands.empty();
-        const TimeAxis axis = MakeTimeAxis(chart_.start, chart_.end, ChartColumns(width_) / 100);
+        const bool hasLines = !chart_.lines.empty(), hasRaster = chart_.raster.rows > 0;
+        const TimeAxis axis = MakeTimeAxis(chart_.start, chart_.end, Columns() / 100);
         const bool hasDates =
             std::ranges::any_of(axis.ticks, [](const auto& tick) { return !tick.around.empty(); });
-        const int top = chart_.events.empty() ? 66 : 82;
-        const int under = (hasDates ? 50 : 35) + 14;
-        const int bottom = height_ - under - (chart_.note.empty() ? 0 : 18);
-        const int panels = bottom - top - kBetween;
-        const int middle = hasLines && hasSpectra ? top + panels * 2 / 5 : hasLines ? bottom : top;
+        const auto note = Wrapped(chart_.note, Fitting(width_ - kLeft - 20), 3);
         JoinEvents();
         Begin();
-        Label(chart_.title, kLeft, 22, Fitting(width_ - kLeft - 20, kTitle), kInk, kTitle);
-        Label(chart_.subtitle, kLeft, 44, Fitting(width_ - kLeft - 20), kQuietInk);
-        Label(chart_.note, kLeft, height_ - 14, Fitting(width_ - kLeft - 20), kQuietInk);
-        EventNames(top - 10);
+        int y = Lines(Wrapped(chart_.title, Fitting(width_ - kLeft - 20, kTitle), 3), 22, kInk,
+                      kTitle, kTitleHeight);
+        y = Lines(Wrapped(chart_.subtitle, Fitting(width_ - kLeft - 20), 3), y, kQuietInk, kText,
+                  kLineHeight);
+        if (hasLines) y = Legend(y);
+        if (!spans_.empty()) EventNames(y);
+        const int top = spans_.empty() ? y - 4 : y + 10;
+        const int under = (hasDates ? 50 : 35) + 14;
+        const int bottom = height_ - under - kLineHeight * static_cast<int>(note.size());
+        const int panels = bottom - top - kBetween;
+        const int middle = hasLines && hasRaster ? top + panels * 2 / 5 : hasLines ? bottom : top;
+        Lines(note, bottom + under + 4, kQuietInk, kText, kLineHeight);
         Times(axis, bottom, bottom + under - 14);
         if (hasLines) Levels(top, middle);
-        if (hasSpectra) Spectra(hasLines ? middle + kBetween : top, bottom);
+        if (hasRaster) Raster(hasLines ? middle + kBetween : top, bottom);
         return script_ + "unset multiplot\n";
     }
 
@@ -98,17 +105,17 @@ class Drawing {
     }
     std::string X(double pixels) const { return Number(pixels / width_, 5); }
     std::string Y(double pixels) const { return Number(1 - pixels / height_, 5); }
-    double Left(std::size_t column) const {
-        return static_cast<double>(column) * chart_.columnSeconds;
-    }
-    double Right(std::size_t column) const { return std::min(Left(column + 1), seconds_); }
-    double PixelsAt(double seconds) const {
-        return kLeft + seconds / seconds_ * ChartColumns(width_);
+    int Columns() const { return width_ - kLeft - right_; }
+    double PixelsAt(double seconds) const { return kLeft + seconds / seconds_ * Columns(); }
+    double SecondsOf(double pixels) const { return pixels * seconds_ / Columns(); }
+    std::string Quantity(const std::string& name, bool isLevel) const {
+        if (!isLevel) return name;
+        return name + " in dB" + (chart_.reference.empty() ? "" : " re " + chart_.reference);
     }
 
     // Events that touch each other on the picture become one span, so that there are only so many.
     void JoinEvents() {
-        const double least = 2 * seconds_ / ChartColumns(width_);
+        const double least = SecondsOf(2);
         for (const ChartEvent& event : chart_.events) {
             const double stop = std::max(event.stop, event.start + least);
             if (!spans_.empty() && event.start <= spans_.back().stop) {
@@ -128,8 +135,8 @@ class Drawing {
         Add({"set encoding utf8\nset terminal ", type, " size ", std::to_string(width_), ",",
              std::to_string(height_), " noenhanced font 'sans-serif,", size,
              "' background rgb 'white'"});
-        Add({kViridis, "set style fill solid noborder\nset border 15 lw 0.8 lc rgb '", kQuietInk,
-             "'\nset xrange [0:", Number(seconds_), "]\nset multiplot"});
+        Add({kViridis, "set style fill solid noborder\nset clip two\nset border 15 lw 0.8 lc rgb '",
+             kQuietInk, "'\nset xrange [0:", Number(seconds_), "]\nset multiplot"});
     }
 
     void Label(const std::string& text, double x, double y, std::size_t most, const char* colour,
@@ -138,6 +145,68 @@ class Drawing {
         Add({"set label ", GnuplotText(text, most), " at screen ", X(x), ", screen ", Y(y), " ",
              place, " font ',", Number(size * scale_, 2), "' textcolor rgb '", colour, "'"});
     }
+
+    // Returns where the next line of text goes, as all that write some.
+    int Lines(const std::vector<std::string>& lines, int y, const char* colour, int size,
+              int height) {
+        for (const std::string& line : lines) {
+            Label(line, kLeft, y, line.size(), colour, size);
+            y += height;
+        }
+        return y;
+    }
+
+    void Swatch(double left, double top, double width, double height, const char* colour) {
+        Add({"set object rectangle from screen ", X(left), ", screen ", Y(top), " to screen ",
+             X(left + width), ", screen ", Y(top + height), " front fc rgb '", colour,
+             "' fs solid noborder"});
+    }
+
+    // What the panel of lines shows, in as many rows as it takes.
+    int Legend(int y) {
+        constexpr double kSwatch = 18;
+        double x = kLeft;
+        const auto entry = [&](const std::string& text) {
+            const std::string name = Shortened(text, Fitting(Columns() - kSwatch - 8));
+            const double size = static_cast<double>(CountCharacters(name)) * kCharacter * kText;
+            if (x > kLeft && x + kSwatch + 8 + size > width_ - 20) {
+                x = kLeft;
+                y += kLineHeight;
+            }
+            Label(name, x + kSwatch + 6, y, name.size(), kInk);
+            const double at = x;
+            x += kSwatch + size + 24;
+            return at;
+        };
+        for (std::size_t i = 0; i < chart_.lines.size(); ++i) {
+            const double at = entry(chart_.lines[i].name);
+            Swatch(at, y - 1.5, kSwatch, 3, Colour(i));
+        }
+        const auto isPartial = [](const ChartColumn& each) {
+            return each.hasMissing && !each.IsEmpty();
+        };
+        const auto hasPartial = [&](const ChartLine& line) {
+            return std::ranges::any_of(line.columns, isPartial);
+        };
+        if (!Gaps().empty()) {
+            const double at = entry("no values");
+            Swatch(at, y - 6, kSwatch, 12, kGap);
+            Swatch(at, y + 6 - kFoot, kSwatch, kFoot, kMissingFoot);
+        }
+        if (std::ranges::any_of(chart_.lines, hasPartial)) {
+            const double at = entry("some values missing");
+            Swatch(at, y + 6 - kFoot, kSwatch, kFoot, kMissingFoot);
+        }
+        if (!spans_.empty()) {
+            const double at =
+                entry(Counted(static_cast<std::int64_t>(chart_.events.size()), "event"));
+            Swatch(at, y - 6, kSwatch, 12, kEventShade);
+            Swatch(at, y - 6, kSwatch, kEdge, kEvent);
+        }
+        return y + kLineHeight;
+    }
+
+    static const char* Colour(std::size_t line) { return kLines[line % kLines.size()]; }
 
     // Names above the panels, as far as they do not run into each other.
     void EventNames(double y) {
@@ -162,11 +231,11 @@ class Drawing {
             Label(tick.around, x, panel + 29, 20, kInk, kText, "center");
             ticks_ += (ticks_.empty() ? "'' " : ", '' ") + Number(tick.at);
         }
-        Label(axis.name, kLeft + ChartColumns(width_) / 2.0, name, 40, kInk, kText, "center");
+        Label(axis.name, kLeft + Columns() / 2.0, name, 40, kInk, kText, "center");
     }
 
     void Panel(int top, int bottom, const std::string& name, const std::string& range) {
-        Add({"set lmargin at screen ", X(kLeft), "\nset rmargin at screen ", X(width_ - kRight),
+        Add({"set lmargin at screen ", X(kLeft), "\nset rmargin at screen ", X(width_ - right_),
              "\nset tmargin at screen ", Y(top), "\nset bmargin at screen ", Y(bottom),
              "\nset yrange ", range, "\nset xtics nomirror out scale 0.5 (", ticks_,
              ")\nset ytics nomirror out scale 0.5 textcolor rgb '", kInk, "'"});
@@ -190,18 +259,48 @@ class Drawing {
         Add({"EOD"});
     }
 
-    // Where there is nothing, and a foot where only a part of a column is missing.
-    std::vector<Box> Gaps(const std::vector<Thinned>& columns) const {
+    // At least so wide that it is seen.
+    void AddGap(std::vector<Box>& gaps, double start, double stop, double high) const {
+        const double more = std::max(SecondsOf(3) - (stop - start), 0.0) / 2;
+        start = std::max(start - more, 0.0);
+        stop = std::min(stop + more, seconds_);
+        if (!gaps.empty() && gaps.back().stop >= start && start >= gaps.back().start)
+            gaps.back().stop = std::max(gaps.back().stop, stop);
+        else
+            gaps.push_back({start, stop, 0, high});
+    }
+
+    // Where no line has values.
+    std::vector<Box> Gaps() const {
+        std::vector<std::pair<double, double>> covered;
+        for (const ChartLine& line : chart_.lines) {
+            for (const ChartColumn& column : line.columns) {
+                if (!column.IsEmpty()) covered.emplace_back(column.start, column.stop);
+            }
+        }
+        std::ranges::sort(covered);
+        covered.emplace_back(seconds_, seconds_);
         std::vector<Box> gaps;
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            if (!columns[i].HasMissing()) continue;
-            const double high = columns[i].IsEmpty() ? 1 : 0.04;
-            if (!gaps.empty() && gaps.back().stop == Left(i) && gaps.back().high == high)
-                gaps.back().stop = Right(i);
-            else
-                gaps.push_back({Left(i), Right(i), 0, high});
+        double end = 0;
+        for (const auto& [start, stop] : covered) {
+            if (start > end) AddGap(gaps, end, start, 1);
+            end = std::max(end, stop);
         }
         return gaps;
+    }
+
+    // Where there are no values, and where a line has only some.
+    std::vector<Box> Feet(double part) const {
+        std::vector<Box> feet;
+        for (const Box& gap : Gaps())
+            AddGap(feet, gap.start, gap.stop, part);
+        for (const ChartLine& line : chart_.lines) {
+            for (const ChartColumn& column : line.columns) {
+                if (column.hasMissing && !column.IsEmpty())
+                    AddGap(feet, column.start, column.stop, part);
+            }
+        }
+        return feet;
     }
 
     // What of the plot command draws such boxes.
@@ -222,19 +321,19 @@ class Drawing {
     // where columns have no values.
     void Line(const ChartLine& line, const std::string& number) {
         std::string middle, shade;
-        const auto piece = [&](std::size_t column, double value) {
+        const auto piece = [&](const ChartColumn& column, double value) {
             const std::string text = " " + ValueText(value) + "\n";
-            return Number(Left(column)) + text + Number(Right(column)) + text;
+            return Number(column.start) + text + Number(column.stop) + text;
         };
         const auto& columns = line.columns;
         for (std::size_t first = 0, end = 0; first < columns.size(); first = end + 1) {
             for (end = first; end < columns.size() && !columns[end].IsEmpty(); ++end) {
-                middle += piece(end, columns[end].Mean());
-                shade += piece(end, columns[end].Highest());
+                middle += piece(columns[end], columns[end].mean);
+                shade += piece(columns[end], columns[end].highest);
             }
             for (std::size_t i = end; i-- > first;) {
-                const std::string text = " " + ValueText(columns[i].Lowest()) + "\n";
-                shade += Number(Right(i)) + text + Number(Left(i)) + text;
+                const std::string text = " " + ValueText(columns[i].lowest) + "\n";
+                shade += Number(columns[i].stop) + text + Number(columns[i].start) + text;
             }
             if (end == first) continue;
             middle += "\n";
@@ -248,135 +347,152 @@ class Drawing {
         double lowest = std::numeric_limits<double>::infinity(), highest = -lowest;
         bool isThinned = false;
         for (const ChartLine& line : chart_.lines) {
-            for (const Thinned& column : line.columns) {
+            for (const ChartColumn& column : line.columns) {
                 if (column.IsEmpty()) continue;
-                lowest = std::min(lowest, column.Lowest());
-                highest = std::max(highest, column.Highest());
-                isThinned = isThinned || column.Lowest() < column.Highest();
+                lowest = std::min(lowest, column.lowest);
+                highest = std::max(highest, column.highest);
+                isThinned = isThinned || column.lowest < column.highest;
             }
         }
         const bool isLevel = std::ranges::all_of(chart_.lines, &ChartLine::isLevel);
         const double room = (highest - lowest) / 25;  // for the edge of events
-        const ValueAxis scale(lowest, highest + room, LeastSpan(isLevel, highest), bottom - top);
+        const ValueAxis scale =
+            chart_.range
+                ? ValueAxis::Between(chart_.range->low, chart_.range->high, bottom - top)
+                : ValueAxis(lowest, highest + room, LeastSpan(isLevel, highest), bottom - top);
         const std::string name = chart_.lines.size() == 1 ? chart_.lines[0].name
                                  : isLevel                ? "Level"
                                                           : "Value";
         Panel(top, bottom, Quantity(name, isLevel), scale.Range());
         Add({"set ytics ", NumberText(scale.step),
-             "\nset format x ''\nset grid ytics back lt 1 lw 0.6 lc rgb '", kGap,
-             "'\nset key at screen ", X(width_ - kRight + 10), ", screen ", Y(top),
-             " left top Left reverse samplen 1 spacing 1.15 textcolor rgb '", kInk, "'"});
+             "\nset format x ''\nunset key\nset grid ytics back lt 1 lw 0.6 lc rgb '", kGap, "'"});
 
-        const auto gaps = Gaps(chart_.lines.front().columns);
+        const auto gaps = Gaps(), feet = Feet(kFoot / (bottom - top));
         Boxes("gaps", gaps, scale.low, scale.high);
+        Boxes("feet", feet, scale.low, scale.high);
         Boxes("events", EventBoxes(1), scale.low, scale.high);
         Boxes("edges", EventBoxes(kEdge / (bottom - top)), scale.low, scale.high);
         for (std::size_t i = 0; i < chart_.lines.size(); ++i)
             Line(chart_.lines[i], std::to_string(i));
 
         std::string plot = "plot ";
-        if (!gaps.empty()) plot += Boxed("gaps", kGap) + " title 'no values', ";
+        if (!gaps.empty()) plot += Boxed("gaps", kGap) + ", ";
         if (!spans_.empty())
-            plot +=
-                Boxed("events", kEvent) + " fs transparent solid 0.2 notitle, " +
-                Boxed("edges", kEvent) + " title " +
-                GnuplotText(Counted(static_cast<std::int64_t>(chart_.events.size()), "event"), 40) +
-                ", ";
-        for (std::size_t i = 0; i < chart_.lines.size(); ++i) {
-            const std::string number = std::to_string(i), colour = kLines[i % kLines.size()];
-            if (isThinned)
-                plot += "$shade" + number + " with filledcurves closed lc rgb '" + colour +
-                        "' fs transparent solid 0.3 notitle, ";
-            plot += "$line" + number + " with lines lw 1.4 lc rgb '" + colour + "' title " +
-                    GnuplotText(chart_.lines[i].name, Fitting(kRight - 50)) + ", ";
-        }
+            plot += Boxed("events", kEvent) + " fs transparent solid 0.2, " +
+                    Boxed("edges", kEvent) + ", ";
+        // All shades lie below all lines.
+        const std::string shade = chart_.lines.size() == 1 ? "0.3" : "0.18";
+        for (std::size_t i = 0; isThinned && i < chart_.lines.size(); ++i)
+            plot += "$shade" + std::to_string(i) + " with filledcurves closed lc rgb '" +
+                    Colour(i) + "' fs transparent solid " + shade + ", ";
+        for (std::size_t i = 0; i < chart_.lines.size(); ++i)
+            plot += "$line" + std::to_string(i) + " with lines lw 1.4 lc rgb '" + Colour(i) + "', ";
+        if (!feet.empty()) plot += Boxed("feet", kMissingFoot) + ", ";
         plot.resize(plot.size() - 2);
-        Add({plot, "\nunset label\nunset key\nunset grid"});
+        Add({plot, "\nunset label\nunset object\nunset grid"});
     }
 
-    void Spectra(int top, int bottom) {
-        const ChartSpectra& spectra = chart_.spectra;
-        const std::size_t bands = spectra.bands.size();
+    void Raster(int top, int bottom) {
+        const ChartRaster& raster = chart_.raster;
         double lowest = std::numeric_limits<double>::infinity(), highest = -lowest;
-        for (const Thinned& cell : spectra.cells) {
-            if (cell.IsEmpty()) continue;
-            lowest = std::min(lowest, cell.Mean());
-            highest = std::max(highest, cell.Mean());
+        bool hasGaps = false;
+        for (const float cell : raster.cells) {
+            hasGaps = hasGaps || std::isnan(cell);
+            if (std::isnan(cell)) continue;
+            lowest = std::min(lowest, double{cell});
+            highest = std::max(highest, double{cell});
         }
         // Colours are for what can be heard next to the loudest, not for the depths of silence.
         constexpr double kDepth = 70;  // dB
-        const bool isDeep = spectra.isLevel && highest - lowest > kDepth;
-        const ValueAxis scale(isDeep ? highest - kDepth : lowest, highest,
-                              LeastSpan(spectra.isLevel, highest), bottom - top);
-        const double above = static_cast<double>(bands) - 0.5;
-        Panel(top, bottom, spectra.kind, "[-0.5:" + NumberText(above) + "]");
-        Add({"set format x ''\nset ytics (", BandTicks((bottom - top) / static_cast<double>(bands)),
-             ")\nset cbrange ", scale.Range(), "\nset cbtics ", NumberText(scale.step),
-             " nomirror out scale 0.5 textcolor rgb '", kInk, "'",
-             isDeep ? "\nset cbtics add ('\u2264 " + NumberText(scale.low) + "' " +
-                          NumberText(scale.low) + ")"
-                    : "",
-             "\nset colorbox vertical user origin screen ", X(width_ - kRight + 14), ", screen ",
-             Y(bottom), " size screen ", X(14), ", screen ",
-             Number(static_cast<double>(bottom - top) / height_, 5)});
-        Label(Quantity(spectra.name, spectra.isLevel), width_ - 16, (top + bottom) / 2.0,
-              Fitting(bottom - top), kInk, kText, "center rotate by 90");
-        Add({"set object 1 rectangle from graph 0, graph 0 to graph 1, graph 1 behind fc rgb '",
-             kGap, "' fs solid noborder\n$cells << EOD"});
+        const bool isDeep = raster.isLevel && highest - lowest > kDepth;
+        const int height = bottom - top, bar = hasGaps ? height - 26 : height;
+        const ValueAxis scale = raster.range
+                                    ? ValueAxis::Between(raster.range->low, raster.range->high, bar)
+                                    : ValueAxis(isDeep ? highest - kDepth : lowest, highest,
+                                                LeastSpan(raster.isLevel, highest), bar);
+        const auto rows = static_cast<double>(raster.rows);
+        Panel(top, bottom, raster.kind, "[-0.5:" + NumberText(rows - 0.5) + "]");
+        Add({"unset key\nset format x ''\nset ytics (",
+             RowTicks(height / static_cast<double>(raster.ticks.size())), ")\nset cbrange ",
+             scale.Range(), "\nset cbtics ", NumberText(scale.step),
+             " nomirror out scale 0.5 textcolor rgb '", kInk, "'"});
+        const auto beyond = [&](const char* sign, double limit) {
+            Add({"set cbtics add ('", sign, " ", NumberText(limit), "' ", NumberText(limit), ")"});
+        };
+        if (lowest < scale.low) beyond("\u2264", scale.low);
+        if (highest > scale.high) beyond("\u2265", scale.high);
+        Add({"set colorbox vertical user origin screen ", X(width_ - right_ + 14), ", screen ",
+             Y(top + bar), " size screen ", X(14), ", screen ",
+             Number(static_cast<double>(bar) / height_, 5)});
+        Label(Quantity(raster.name, raster.isLevel), width_ - 16, top + bar / 2.0, Fitting(bar),
+              kInk, kText, "center rotate by 90");
+        Add({"set object rectangle from graph 0, graph 0 to graph 1, graph 1 behind fc rgb '", kGap,
+             "' fs solid noborder"});
+        if (hasGaps) {
+            Swatch(width_ - right_ + 14, bottom - 13, 14, 12, kGap);
+            Label("no values", width_ - right_ + 34, bottom - 7, 20, kInk);
+        }
         // Cells as large as they are to be seen: viewers blur what they enlarge.
-        const std::size_t rowsEach = std::min<std::size_t>(Repeats(bottom - top, bands), 16);
-        const std::size_t columnsEach = Repeats(ChartColumns(width_), columns_);
-        for (std::size_t row = 0; row < bands * rowsEach; ++row) {
+        const auto across = static_cast<std::size_t>(std::max(Columns(), 2));
+        const auto up = std::min(static_cast<std::size_t>(std::max(height, 2)),
+                                 std::max<std::size_t>(raster.rows, 600));
+        const auto middle = [](std::size_t number, double size, std::size_t count) {
+            return (static_cast<double>(number) + 0.5) * size / static_cast<double>(count);
+        };
+        Add({"$cells << EOD"});
+        for (std::size_t y = 0; y < up; ++y) {
+            const auto row = static_cast<std::size_t>(middle(y, rows, up));
             std::string line;
-            for (std::size_t column = 0; column < columns_ * columnsEach; ++column) {
-                const Thinned& cell = spectra.cells[column / columnsEach * bands + row / rowsEach];
-                line += cell.IsEmpty() ? "NaN " : ValueText(cell.Mean()) + " ";
+            for (std::size_t x = 0; x < across; ++x) {
+                const float cell = CellAt(middle(x, seconds_, across), row);
+                line += std::isnan(cell) ? "NaN " : NumberText(cell) + " ";
             }
             Add({line});
         }
-        const auto each = [](double size, std::size_t repeats) {
-            return NumberText(size / static_cast<double>(repeats));
-        };
         Add({"EOD"});
-        std::string plot = "plot $cells matrix using (($1+0.5)*" +
-                           each(chart_.columnSeconds, columnsEach) + "):(($2+0.5)*" +
-                           each(1, rowsEach) + "-0.5):3 with image notitle";
+        const auto each = [](double size, std::size_t count) {
+            return Number(size / static_cast<double>(count), 9);
+        };
+        std::string plot = "plot $cells matrix using (($1+0.5)*" + each(seconds_, across) +
+                           "):(($2+0.5)*" + each(rows, up) + "-0.5):3 with image";
         if (chart_.lines.empty() && !spans_.empty()) {
-            Boxes("edges", EventBoxes(kEdge / (bottom - top)), -0.5, above);
-            plot += ", " + Boxed("edges", kEvent) + " notitle";
+            Boxes("edges", EventBoxes(kEdge / height), -0.5, rows - 0.5);
+            plot += ", " + Boxed("edges", kEvent);
         }
         Add({plot});
     }
 
-    // How often to repeat what is to fill so many pixels; an image takes two rows and columns.
-    static std::size_t Repeats(int pixels, std::size_t count) {
-        return std::max(static_cast<std::size_t>(pixels) / count,
-                        std::size_t{count == 1 ? 2U : 1U});
+    float CellAt(double seconds, std::size_t row) const {
+        const auto& edges = chart_.raster.edges;
+        const auto next = std::ranges::upper_bound(edges, seconds);
+        if (next == edges.begin() || next == edges.end())
+            return std::numeric_limits<float>::quiet_NaN();
+        const auto column = static_cast<std::size_t>(next - edges.begin()) - 1;
+        return chart_.raster.cells[column * chart_.raster.rows + row];
     }
 
     // As many names as there is room for.
-    std::string BandTicks(double pixels) const {
-        const auto& bands = chart_.spectra.bands;
-        const bool isOctaves = pixels < kText + 2 &&
-                               std::ranges::any_of(bands, &ChartSpectra::Band::isOctave) &&
-                               pixels * 3 >= kText + 2;
-        const auto every =
-            isOctaves ? 1 : static_cast<std::size_t>(std::ceil((kText + 2) / pixels));
-        std::string ticks;
-        for (std::size_t i = 0; i < bands.size(); ++i) {
-            if (i % every != 0 || (isOctaves && !bands[i].isOctave)) continue;
-            ticks += (ticks.empty() ? "" : ", ") + GnuplotTick(bands[i].name, Fitting(kLeft - 34)) +
-                     " " + std::to_string(i);
+    std::string RowTicks(double pixels) const {
+        const auto& ticks = chart_.raster.ticks;
+        const bool areFirst = pixels < kText + 2 &&
+                              std::ranges::any_of(ticks, &ChartRaster::Tick::isFirst) &&
+                              pixels * 3 >= kText + 2;
+        const auto every = areFirst ? 1 : static_cast<std::size_t>(std::ceil((kText + 2) / pixels));
+        std::string text;
+        for (std::size_t i = 0; i < ticks.size(); ++i) {
+            if (i % every != 0 || (areFirst && !ticks[i].isFirst)) continue;
+            text += (text.empty() ? "" : ", ") + GnuplotTick(ticks[i].name, Fitting(kLeft - 34)) +
+                    " " + NumberText(ticks[i].row);
         }
-        return ticks;
+        return text;
     }
 
     const Chart& chart_;
     PictureForm form_;
     int width_;
     int height_;
+    int right_;         // of the panels to the edge
     double scale_ = 1;  // from pixels to the units of type
-    std::size_t columns_;
     double seconds_;
     std::vector<Span> spans_;
     std::string ticks_;
@@ -385,8 +501,8 @@ class Drawing {
 
 }  // namespace
 
-int ChartColumns(int width) {
-    return width - kLeft - kRight;
+int ChartColumns(int width, bool hasRaster) {
+    return width - kLeft - (hasRaster ? kColours : kRight);
 }
 
 std::string DrawChart(const Chart& chart, PictureForm form, int width, int height) {

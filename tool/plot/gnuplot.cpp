@@ -171,4 +171,23 @@ std::string Shortened(std::string_view text, std::size_t width) {
     return shown;
 }
 
+std::vector<std::string> Wrapped(std::string_view text, std::size_t width, std::size_t lines) {
+    std::vector<std::string> wrapped;
+    while (!text.empty() && wrapped.size() + 1 < lines && CountCharacters(text) > width) {
+        std::size_t end = 0, blank = 0;  // of what fits, and of the words that do
+        std::string_view rest = text;
+        for (std::size_t count = 0; count < width; ++count) {
+            TakeCharacter(rest);
+            end = text.size() - rest.size();
+            if (rest.starts_with(' ')) blank = end;
+        }
+        if (blank == 0) blank = end;
+        wrapped.push_back(Shortened(text.substr(0, blank), width));
+        text.remove_prefix(blank);
+        text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    }
+    if (!text.empty()) wrapped.push_back(Shortened(text, width));
+    return wrapped;
+}
+
 }  // namespace mersola::tool

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace mersola::tool {
 
@@ -24,5 +25,9 @@ std::string GnuplotTick(std::string_view text, std::size_t width);
 
 /// The text without what no picture can hold, cut as above.
 std::string Shortened(std::string_view text, std::size_t width);
+
+/// The text in lines of at most so many characters, which end at blanks where there are such. What
+/// goes beyond the last one becomes an ellipsis.
+std::vector<std::string> Wrapped(std::string_view text, std::size_t width, std::size_t lines);
 
 }  // namespace mersola::tool

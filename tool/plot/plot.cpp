@@ -1,177 +1,181 @@
 // mersola plot: a picture of levels, spectra and events over time.
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <ostream>
 
 #include "bands/bands.h"
 #include "basics/failure.h"
-#include "basics/names.h"
-#include "basics/progress.h"
 #include "basics/times_text.h"
 #include "basics/whole_file.h"
 #include "catalogue/catalogue.h"
 #include "catalogue/measured.h"
-#include "catalogue/selection.h"
-#include "chart.h"
+#include "columns.h"
 #include "database/open_database.h"
 #include "plot.h"
+#include "series.h"
 
 namespace mersola::tool {
 namespace {
 
-// When the periods were.
-struct Clock {
-    CTimeEx origin;       // of period 0
-    std::int64_t length;  // of a period, in milliseconds
-
-    CTimeEx At(std::int64_t period) const { return origin + CTimeSpanEx(length * period); }
-};
-
-// What the picture is made of.
-struct Content {
-    std::vector<MeasuredFunction> lines;
-    std::optional<MeasuredFunction> spectra;
-    std::vector<std::int32_t> bands;  // of the spectra
-};
-
-// By their names; other functions may have any unit.
-bool IsLevel(const MeasuredFunction& function) {
-    return function.name.starts_with('L');
+double Seconds(const CTimeSpanEx& span) {
+    return static_cast<double>(span.GetTotalMilliseconds()) / 1000;
 }
 
-Clock ReadClock(Mersola& store, std::int64_t count) {
-    Clock clock{};
-    CTimeSpanEx length;
-    store.GetTrigTime(clock.origin);
-    store.GetRealPrdLength(length);
-    clock.length = length.GetTotalMilliseconds();
-    if (clock.length <= 0 || !clock.At(0).IsValid() || !clock.At(count).IsValid())
-        throw Failure("the report has no valid times; check it with: mersola list");
-    return clock;
+// Adds a text to a list of them, once.
+void AddOnce(std::vector<std::string>& texts, const std::string& text) {
+    if (std::ranges::find(texts, text) == texts.end()) texts.push_back(text);
 }
 
-// The periods that are asked for, as far as there are such.
-Range AskedPeriods(Mersola& store, const Selection& chosen, const Clock& clock, std::int32_t count,
-                   const PlotOptions& options) {
-    const auto offset = [&](const CTimeEx& time) {
-        return (time - clock.origin).GetTotalMilliseconds();
+std::string Joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all;
+}
+
+std::vector<Series> ChooseAll(Mersola& store, const PlotOptions& options) {
+    const std::vector<std::string> none{""}, first{"1"};
+    const auto& measurements = options.isContinuous ? none : options.measurements;
+    const auto& channels = options.channels.empty() ? first : options.channels;
+    const bool isOne = measurements.size() * channels.size() == 1;
+    std::vector<Series> all;
+    for (const std::string& measurement : measurements) {
+        for (const std::string& channel : channels)
+            all.push_back(ChooseSeries(
+                store,
+                {options.instrument, measurement, options.isContinuous, options.report, channel},
+                {options.functions, options.from, options.to, isOne && !options.by}));
+    }
+    return all;
+}
+
+// Names the lines by what tells them apart.
+std::string LineName(const std::vector<Series>& all, const Series& series,
+                     const MeasuredFunction& function) {
+    std::vector<std::string> words{function.name};
+    const auto isShared = [&](auto part) {
+        return std::ranges::all_of(all,
+                                   [&](const Series& each) { return part(each) == part(series); });
     };
-    std::int64_t first = FirstPeriod(store, chosen, count), end = count;
-    if (options.from) first = std::max<std::int64_t>(offset(*options.from), 0) / clock.length;
-    if (options.to) {
-        const auto past = std::max<std::int64_t>(offset(*options.to), 0);
-        end = std::min(end, (past + clock.length - 1) / clock.length);
-    }
-    if (first >= end)
-        throw Failure("there are no periods then; the report has them from " +
-                      TimeText(clock.At(0)) + " to " + TimeText(clock.At(count)));
-    return {static_cast<std::int32_t>(first), static_cast<std::int32_t>(end - first)};
+    if (!isShared([](const Series& each) { return each.chosen.channel; }))
+        words.push_back("channel " + std::to_string(series.chosen.channel));
+    if (!isShared([](const Series& each) { return each.chosen.measurement; }))
+        words.push_back(series.measurement);
+    return Joined(words);
 }
 
-// Finds out which functions are lines and which one has the spectra.
-class Chooser {
-  public:
-    Chooser(Mersola& store, const Selection& chosen, const Range& periods)
-        : store_(store), chosen_(chosen), periods_(periods) {}
-
-    Content Choose(const std::vector<std::string>& asked) {
-        for (const std::string& name : asked)
-            Take(ChooseFunction(chosen_, name));
-        if (content_.lines.empty()) TakeFirst("LAeq", true);
-        if (asked.empty() && !content_.spectra) TakeFirst("Leq", false);
-        return content_;
+ChartLine ReadLine(Mersola& store, const Chart& chart, const Series& series,
+                   const MeasuredFunction& function, const ColumnLength& column,
+                   std::ostream* terminal) {
+    const auto edges = ColumnEdges(series.clock, series.periods, column);
+    const auto steps = ReadSteps(store, function, {kBroadband}, edges, terminal);
+    ChartLine line{function.name, IsLevel(function), {}};
+    const double length = Seconds(chart.end - chart.start);
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        const auto at = [&](std::size_t edge) {
+            return std::clamp(Seconds(series.clock.At(edges[edge]) - chart.start), 0.0, length);
+        };
+        line.columns.push_back({at(i), at(i + 1), steps[i].least, steps[i].greatest,
+                                line.isLevel ? steps[i].energyMean : steps[i].mean,
+                                steps[i].count < edges[i + 1] - edges[i]});
     }
-
-  private:
-    // In the bands that have values in these periods, or else anywhere; the whole signal's first.
-    std::vector<std::int32_t> BandsOf(const MeasuredFunction& function) {
-        std::vector<std::int32_t> bands;
-        if (!chosen_.isContinuous) bands = StoredBands(store_, {function}, periods_);
-        if (bands.empty()) bands = StoredBands(store_, {function}, {});
-        std::stable_partition(bands.begin(), bands.end(),
-                              [](auto band) { return band == kBroadband; });
-        return bands;
-    }
-
-    void Take(const MeasuredFunction& function) {
-        auto bands = BandsOf(function);
-        const bool isLine = bands.empty() || bands.front() == kBroadband;
-        if (isLine && !bands.empty()) bands.erase(bands.begin());
-        if (isLine) {
-            content_.lines.push_back(function);
-        } else if (content_.spectra) {
-            throw Failure(Quoted(content_.spectra->name) + " and " + Quoted(function.name) +
-                          " both have spectra, and there is room for one; make two pictures");
-        }
-        if (!bands.empty() && !content_.spectra) TakeSpectra(function, std::move(bands));
-    }
-
-    void TakeSpectra(const MeasuredFunction& function, std::vector<std::int32_t> bands) {
-        content_.spectra = function;
-        content_.bands = std::move(bands);
-    }
-
-    // The preferred function, or else the first, that has a line or spectra.
-    void TakeFirst(const char* preferred, bool isLine) {
-        auto functions = chosen_.functions;
-        std::stable_partition(functions.begin(), functions.end(),
-                              [&](const auto& each) { return IsSameName(each.name, preferred); });
-        for (const MeasuredFunction& function : functions) {
-            auto bands = BandsOf(function);
-            if (bands.empty() || (bands.front() == kBroadband) != isLine) continue;
-            if (isLine)
-                content_.lines.push_back(function);
-            else
-                TakeSpectra(function, std::move(bands));
-            return;
-        }
-    }
-
-    Mersola& store_;
-    const Selection& chosen_;
-    Range periods_;
-    Content content_;
-};
-
-// Reads a block, which begins `done` periods into the picture; `each`: periods in a column.
-void ReadInto(Mersola& store, const Range& block, const MeasuredFunction& function,
-              const std::vector<std::int32_t>& bands, std::int64_t done, std::int64_t each,
-              std::vector<Thinned>& cells) {
-    store.SetFunction(function.id);
-    const auto values = ReadBands(store, block, bands);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto period = done + static_cast<std::int64_t>(i / bands.size());
-        const auto column = static_cast<std::size_t>(period / each);
-        cells[column * bands.size() + i % bands.size()].Add(values[i]);
-    }
+    return line;
 }
 
-// Fills the chart; a panel without values goes.
-void ReadValues(Mersola& store, const Content& content, const Range& periods, std::int64_t each,
-                Chart& chart, std::ostream* terminal) {
-    const auto columns = static_cast<std::size_t>((periods.count + each - 1) / each);
-    for (const auto& function : content.lines)
-        chart.lines.push_back(
-            {function.name, IsLevel(function), std::vector(columns, Thinned(IsLevel(function)))});
-    if (content.spectra)
-        chart.spectra.cells.assign(columns * content.bands.size(), Thinned(chart.spectra.isLevel));
-    constexpr std::int64_t kBlock = 8192;  // periods
-    Progress progress(terminal);
-    for (std::int64_t done = 0; done < periods.count; done += kBlock) {
-        const Range block{static_cast<std::int32_t>(periods.first + done),
-                          static_cast<std::int32_t>(std::min(kBlock, periods.count - done))};
-        for (std::size_t i = 0; i < content.lines.size(); ++i)
-            ReadInto(store, block, content.lines[i], {kBroadband}, done, each,
-                     chart.lines[i].columns);
-        if (content.spectra)
-            ReadInto(store, block, *content.spectra, content.bands, done, each,
-                     chart.spectra.cells);
-        progress.Show(static_cast<double>(done) / periods.count);
+void AddCells(ChartRaster& raster, const std::vector<StepSummary>& steps) {
+    for (const StepSummary& step : steps)
+        raster.cells.push_back(static_cast<float>(raster.isLevel ? step.energyMean : step.mean));
+}
+
+ChartRaster ReadSpectra(Mersola& store, const Chart& chart, const Series& series,
+                        const ColumnLength& column, std::ostream* terminal) {
+    int bandwidth = 0;
+    store.GetBandwidth(bandwidth);
+    const bool isThirds = bandwidth == kThirdOctaves;
+    ChartRaster raster{};
+    raster.name = series.spectra->name;
+    raster.isLevel = IsLevel(*series.spectra);
+    raster.kind = isThirds ? "Third-octave band" : "Frequency band";
+    raster.rows = series.bands.size();
+    const auto names = ReadBandNames(store);
+    for (const auto band : series.bands) {
+        const std::string name = BandName(names, band);
+        const auto* third = isThirds ? acoustics::FindBand(name) : nullptr;
+        raster.ticks.push_back(
+            {static_cast<double>(raster.ticks.size()), name, third && third->number % 3 == 0});
     }
-    const auto isEmpty = [](const std::vector<Thinned>& cells) {
-        return std::ranges::all_of(cells, &Thinned::IsEmpty);
-    };
-    if (std::ranges::all_of(chart.lines, isEmpty, &ChartLine::columns)) chart.lines.clear();
-    if (isEmpty(chart.spectra.cells)) chart.spectra = {};
+    const auto edges = ColumnEdges(series.clock, series.periods, column);
+    for (const auto edge : edges)
+        raster.edges.push_back(Seconds(series.clock.At(edge) - chart.start));
+    AddCells(raster, ReadSteps(store, *series.spectra, series.bands, edges, terminal));
+    return raster;
+}
+
+// Each day from midnight to midnight, in slots of ten minutes or, for longer periods, more.
+ChartRaster ReadDays(Mersola& store, Chart& chart, const Series& series, int width,
+                     std::ostream* terminal) {
+    if (series.lines.size() != 1)
+        throw Failure(
+            "a picture by day shows one function of one channel; name it with --function");
+    constexpr std::int64_t kMinute = 60'000, kDay = 24 * 60 * kMinute;
+    constexpr std::array kSlots{10, 15, 20, 30, 60, 120, 180, 240, 360, 480, 720, 1440};
+    const auto slot = kMinute * *std::ranges::find_if(kSlots, [&](int minutes) {
+                          return minutes * kMinute >= series.clock.length;
+                      });
+    const MeasuredFunction& function = series.lines.front();
+    chart.start = MidnightBefore(series.Start());
+    const auto days = ((series.End() - chart.start).GetTotalMilliseconds() + kDay - 1) / kDay;
+    chart.end = chart.start + CTimeSpanEx(days * kDay);
+    if (days > ChartColumns(width, true))
+        throw Failure("the picture has no room for " + Counted(days, "day") +
+                      "; choose some of them with --from and --to, or a greater --width");
+    ChartRaster raster{};
+    raster.name = function.name;
+    raster.isLevel = IsLevel(function);
+    raster.kind = "Hour of the day";
+    raster.rows = static_cast<std::size_t>(kDay / slot);
+    for (int hour = 0; hour <= 24; hour += 3)
+        raster.ticks.push_back(
+            {static_cast<double>(hour * 60 * kMinute) / static_cast<double>(slot) - 0.5,
+             std::to_string(hour), hour % 6 == 0});
+    std::vector<std::int32_t> edges;
+    for (std::int64_t at = 0; at <= days * kDay; at += slot) {
+        if (at % kDay == 0) raster.edges.push_back(static_cast<double>(at) / 1000);
+        edges.push_back(series.clock.PeriodFrom(chart.start + CTimeSpanEx(at), series.periods.first,
+                                                series.periods.first + series.periods.count));
+    }
+    AddCells(raster, ReadSteps(store, function, {kBroadband}, edges, terminal));
+    chart.note = "A column holds a day, and a cell " + PeriodText(CTimeSpanEx(slot)) +
+                 ". Colours show the mean" + (raster.isLevel ? " of the energy." : ".");
+    return raster;
+}
+
+// Fills the chart with lines and spectra over time.
+void ReadLines(Mersola& store, const std::vector<Series>& all, Chart& chart, int width,
+               std::ostream* terminal) {
+    const bool hasRaster = all.front().spectra.has_value();
+    const std::int64_t most = ChartColumns(width, hasRaster);
+    const auto pixel = ((chart.end - chart.start).GetTotalMilliseconds() + most - 1) / most;
+    std::vector<std::string> columns;
+    for (const Series& series : all) {
+        SelectAgain(store, series);
+        const ColumnLength column(pixel, series.clock.length);
+        if (column.milliseconds > series.clock.length)
+            AddOnce(columns, column.Text(series.clock.length));
+        for (const MeasuredFunction& function : series.lines) {
+            chart.lines.push_back(ReadLine(store, chart, series, function, column, terminal));
+            chart.lines.back().name = LineName(all, series, function);
+        }
+        if (series.spectra) chart.raster = ReadSpectra(store, chart, series, column, terminal);
+    }
+    std::erase_if(chart.lines, [](const ChartLine& line) {
+        return std::ranges::all_of(line.columns, &ChartColumn::IsEmpty);
+    });
+    if (!columns.empty())
+        chart.note = "A column holds " + (columns.size() == 1 ? columns[0] : "several periods") +
+                     ". Lines and colours show its mean (of levels, that of the energy), shades "
+                     "its lowest to its highest value.";
 }
 
 // The recording without its folders, whichever system wrote the path, and without its ending.
@@ -183,65 +187,55 @@ std::string RecordingName(const MarkerInfo& marker) {
                         : name.substr(0, dot == 0 ? name.npos : dot);
 }
 
-std::vector<ChartEvent> ReadEvents(Mersola& store, const CTimeEx& start, const CTimeEx& end) {
+// Adds the events of the measurement, or of the chain, that is selected.
+void AddEvents(Mersola& store, Chart& chart) {
     CArray<MarkerInfo, MarkerInfo&> markers;
     if (store.GetMarkers(markers) != 1)
         throw Failure("the markers could not be read" + WhyUnread(store));
     markers.Append(ReadOpenMarkers(store));
-    const auto seconds = [&](const CTimeEx& time) {
-        return static_cast<double>((time - start).GetTotalMilliseconds()) / 1000;
-    };
-    const double length = seconds(end);
-    std::vector<ChartEvent> events;
+    const auto seconds = [&](const CTimeEx& time) { return Seconds(time - chart.start); };
+    const double length = seconds(chart.end);
     for (const MarkerInfo& marker : markers) {
         CTimeEx from, to;
         if (!CTimeEx::FromText(marker.Start, from)) continue;
         const bool isOpen = marker.inProgess != 0;
-        if (isOpen || !CTimeEx::FromText(marker.Stop, to)) to = isOpen ? end : from;
+        if (isOpen || !CTimeEx::FromText(marker.Stop, to)) to = isOpen ? chart.end : from;
         const ChartEvent event{std::max(seconds(from), 0.0), std::min(seconds(to), length),
                                RecordingName(marker) + (isOpen ? " (open)" : "")};
         const bool isBefore = seconds(to) < 0 || (seconds(to) == 0 && seconds(from) < 0);
-        if (!isBefore && event.start < length) events.push_back(event);
+        if (!isBefore && event.start < length) chart.events.push_back(event);
     }
-    std::ranges::stable_sort(events, {}, &ChartEvent::start);
-    return events;
 }
 
-std::string TitleOf(Mersola& store, const Selection& chosen) {
-    InstrumentInfo instrument;
-    MeasurementInfo measurement;
-    store._GetInstrument(chosen.instrument, instrument, nullptr);
-    if (!chosen.isContinuous) store._GetMeasurement(chosen.measurement, measurement, nullptr);
-    return std::string(instrument.GroupName) + " \u2013 " +
-           (chosen.isContinuous ? "all measurements" : std::string(measurement.MeasName));
-}
-
-std::string SubtitleOf(const Selection& chosen, const Chart& chart, const Clock& clock) {
-    std::string functions;
-    for (const ChartLine& line : chart.lines)
-        functions += (functions.empty() ? "" : ", ") + line.name;
-    if (!chart.spectra.bands.empty())
-        functions += (functions.empty() ? "spectra of " : ", spectra of ") + chart.spectra.name;
-    return "Channel " + std::to_string(chosen.channel) + " \u00b7 " + functions +
-           " \u00b7 periods of " + PeriodText(CTimeSpanEx(clock.length));
-}
-
-ChartSpectra DescribeSpectra(Mersola& store, const Content& content) {
-    int bandwidth = 0;
-    store.GetBandwidth(bandwidth);
-    const bool isThirds = bandwidth == kThirdOctaves;
-    ChartSpectra spectra{content.spectra->name,
-                         IsLevel(*content.spectra),
-                         isThirds ? "Third-octave band" : "Frequency band",
-                         {},
-                         {}};
-    const auto names = ReadBandNames(store);
-    for (const auto band : content.bands) {
-        const std::string name = BandName(names, band);
-        const auto* third = isThirds ? acoustics::FindBand(name) : nullptr;
-        spectra.bands.push_back({name, third && third->number % 3 == 0});
+void ReadEvents(Mersola& store, const std::vector<Series>& all, Chart& chart) {
+    std::vector<std::int32_t> done;
+    for (const Series& series : all) {
+        if (std::ranges::find(done, series.chosen.measurement) != done.end()) continue;
+        done.push_back(series.chosen.measurement);
+        SelectAgain(store, series);
+        AddEvents(store, chart);
     }
-    return spectra;
+    std::ranges::stable_sort(chart.events, {}, &ChartEvent::start);
+}
+
+void Describe(const std::vector<Series>& all, const PlotOptions& options, Chart& chart) {
+    std::vector<std::string> measurements, channels, functions, lengths;
+    for (const Series& series : all) {
+        AddOnce(measurements, series.measurement);
+        AddOnce(channels, std::to_string(series.chosen.channel));
+        AddOnce(lengths, PeriodText(CTimeSpanEx(series.clock.length)));
+        for (const MeasuredFunction& function : series.lines)
+            AddOnce(functions, function.name);
+    }
+    if (chart.lines.empty()) functions.clear();
+    if (chart.raster.rows > 0)
+        functions.push_back((options.by ? "" : "spectra of ") + chart.raster.name);
+    chart.title = options.title
+                      ? *options.title
+                      : all.front().instrument + " \u2013 " +
+                            (options.isContinuous ? "all measurements" : Joined(measurements));
+    chart.subtitle = (channels.size() == 1 ? "Channel " : "Channels ") + Joined(channels) +
+                     " \u00b7 " + Joined(functions) + " \u00b7 periods of " + Joined(lengths);
 }
 
 }  // namespace
@@ -250,35 +244,34 @@ void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal)
     const auto form = PictureFormOf(options.file);
     if (!form) throw Failure(Quoted(options.file) + " does not end in .svg, .png or .html");
     const auto store = OpenDatabase(options.database, Access::Read);
-    const Selection chosen = Select(*store, options);
-    const auto count = CountPeriods(*store);
-    const Clock clock = ReadClock(*store, count);
-    const Range periods = AskedPeriods(*store, chosen, clock, count, options);
-    const Content content = Chooser(*store, chosen, periods).Choose(options.functions);
+    const std::vector<Series> all = ChooseAll(*store, options);
 
-    const std::int64_t most = ChartColumns(options.width);
-    const std::int64_t each = (periods.count + most - 1) / most;
     Chart chart{};
-    chart.start = clock.At(periods.first);
-    chart.end = clock.At(std::int64_t{periods.first} + periods.count);
-    chart.columnSeconds = static_cast<double>(each * clock.length) / 1000;
-    if (content.spectra) chart.spectra = DescribeSpectra(*store, content);
-    ReadValues(*store, content, periods, each, chart, terminal);
+    chart.reference = options.reference.value_or("");
+    chart.range = options.range;
+    chart.start = options.from.value_or(std::ranges::min(all, {}, &Series::Start).Start());
+    chart.end = options.to.value_or(std::ranges::max(all, {}, &Series::End).End());
     const std::string when = " from " + TimeText(chart.start) + " to " + TimeText(chart.end);
-    if (chart.lines.empty() && chart.spectra.bands.empty())
+    if (options.by) {
+        if (all.size() != 1) throw Failure("a picture by day shows one channel of one measurement");
+        chart.raster = ReadDays(*store, chart, all.front(), options.width, terminal);
+    } else {
+        ReadLines(*store, all, chart, options.width, terminal);
+        ReadEvents(*store, all, chart);
+    }
+    if (std::ranges::all_of(chart.raster.cells, [](float cell) { return std::isnan(cell); }))
+        chart.raster = {};
+    if (chart.lines.empty() && chart.raster.rows == 0)
         throw Failure("there are no values" + when + "; see what there is with: mersola values");
-    chart.events = ReadEvents(*store, chart.start, chart.end);
-    chart.title = TitleOf(*store, chosen);
-    chart.subtitle = SubtitleOf(chosen, chart, clock);
-    if (each > 1)
-        chart.note = "A column holds " + Counted(each, "period") +
-                     ". Lines and colours show its mean (of levels, that of the energy), shades "
-                     "its lowest to its highest value.";
+    chart.raster.range = options.colours;
+    Describe(all, options, chart);
     const std::string picture = DrawChart(chart, *form, options.width, options.height);
     WholeFile file(options.file);
     file.Write(picture);
     file.Finish();
-    out << "The picture " << Quoted(options.file) << " shows " << Counted(periods.count, "period")
+    out << "The picture " << Quoted(options.file) << " shows "
+        << (all.size() == 1 ? Counted(all.front().periods.count, "period")
+                            : Counted(std::ssize(chart.lines), "line"))
         << when << ".\n";
 }
 

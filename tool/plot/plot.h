@@ -8,18 +8,28 @@
 
 #include <mersola/times.h>
 
-#include "catalogue/selection.h"
+#include "chart.h"
 #include "database/database_argument.h"
 #include "options/streams.h"
 
 namespace mersola::tool {
 
-struct PlotOptions : SelectionOptions {
+struct PlotOptions {
     DatabaseArgument database;
-    std::vector<std::string> functions;  ///< names or numbers; LAeq and Leq when there are none
-    std::optional<CTimeEx> from;         ///< only periods that end after this time
-    std::optional<CTimeEx> to;           ///< only periods that begin before this time
-    int width = 1200;                    ///< this and the next: in pixels
+    std::string instrument;  ///< this and the next: names or numbers
+    std::vector<std::string> measurements;
+    bool isContinuous = false;             ///< all measurements as one, in place of some of them
+    std::string report;                    ///< a number, in the continuous view a type
+    std::vector<std::string> channels;     ///< 1 when there are none
+    std::vector<std::string> functions;    ///< names or numbers; LAeq and Leq when there are none
+    std::optional<CTimeEx> from;           ///< only periods that end after this time
+    std::optional<CTimeEx> to;             ///< only periods that begin before this time
+    std::optional<std::string> by;         ///< "day": days by hours
+    std::optional<std::string> title;      ///< in place of the names of what is shown
+    std::optional<std::string> reference;  ///< of levels, as "20 µPa"
+    std::optional<Limits> range;           ///< of the lines
+    std::optional<Limits> colours;         ///< of what has colours
+    int width = 1200;                      ///< this and the next: in pixels
     int height = 720;
     std::string file;  ///< where to put the picture; PictureFormOf tells its form
 };

@@ -21,6 +21,13 @@ ValueAxis::ValueAxis(double lowest, double highest, double least, int pixels) {
     high = std::ceil((highest + widened) / step) * step;
 }
 
+ValueAxis ValueAxis::Between(double low, double high, int pixels) {
+    ValueAxis axis(low, high, 0, pixels);
+    axis.low = low;
+    axis.high = high;
+    return axis;
+}
+
 std::string ValueAxis::Range() const {
     return "[" + NumberText(low) + ":" + NumberText(high) + "]";
 }

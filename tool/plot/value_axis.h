@@ -14,6 +14,9 @@ struct ValueAxis {
     /// For an axis of so many pixels, which spans `least` at least.
     ValueAxis(double lowest, double highest, double least, int pixels);
 
+    /// For an axis between limits that are asked for, which are kept as they are.
+    static ValueAxis Between(double low, double high, int pixels);
+
     /// As a script for gnuplot has a range.
     std::string Range() const;
 };
