@@ -93,6 +93,8 @@ TEST_F(DamagedBlocks, AreNamedByCheckWhichReadsTheRest) {
     EXPECT_THAT(checked.out, HasSubstr("remark: band 0: no name"));
     EXPECT_THAT(checked.out, HasSubstr("\n  mersola salvage "));
     EXPECT_THAT(checked.out, EndsWith("3 findings, 1 remark; 670 values were checked\n"));
+    Change("UPDATE ValueData SET Data=x'01'");
+    EXPECT_THAT(RunWords({"check", packed_}).out, HasSubstr("stored: file of "));
     EXPECT_THAT(RunWords({"export", packed_}).err, HasSubstr("mersola check says what is lost"));
 }
 

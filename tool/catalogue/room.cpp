@@ -117,13 +117,18 @@ Amount Room::Of(const KeyedPeriods& periods, const PartOfValues& part) const {
 
 Room::Sums Room::BytesOfAll() const {
     // The first period that has values is found without a look at other values.
-    return BytesOf(
+    const char* const all =
         "SELECT s.k,s.f,s.n-s.f AS c FROM (SELECT DISTINCT k.MeasValueId AS k,r.noOfPeriods AS "
         "n,(SELECT "
         "MIN(v.PeriodNo) FROM MeasuredValues v WHERE v.MeasValueId=k.MeasValueId) AS f FROM "
         "MeasValueMap k JOIN Reports r ON r.GroupId=k.GroupId AND r.MeasId=k.MeasId AND "
-        "r.ReportId=k.ReportId) s WHERE s.n>s.f",
-        kPartsOfMany, {});
+        "r.ReportId=k.ReportId) s WHERE s.n>s.f";
+    try {
+        return BytesOf(all, kPartsOfMany, {});
+    } catch (const _com_error& error) {
+        if (!IsDamage(error.what())) throw;
+        return {};
+    }
 }
 
 Room::Sums Room::ValuesOf(const std::string& periods, int parts, const PartOfValues& part) const {

@@ -50,7 +50,8 @@ class Room {
     using Sums = std::map<std::int32_t, std::int64_t>;  ///< by key
 
     /// How many bytes the values of each report take, more roughly. It decodes nothing, and the
-    /// number of statements does not grow with that of the reports.
+    /// number of statements does not grow with that of the reports. Nothing where a block in which
+    /// a report begins is damaged.
     Sums BytesOfAll() const;
 
     /// "file of 120 MB, 35 MB of it free"; empty where the database is no file.

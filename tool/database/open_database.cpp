@@ -187,7 +187,7 @@ std::string LastError(const Mersola& store) {
 
 bool IsDamage(std::string_view words) {
     return words.find("database disk image is malformed") != words.npos ||
-           (words.starts_with("the values of MeasValueId ") &&
+           (words.find("the values of MeasValueId ") != words.npos &&
             words.find(" cannot be read: ") != words.npos);
 }
 
