@@ -9,6 +9,7 @@
 #include <iostream>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "laid_out.h"
@@ -32,13 +33,22 @@ struct Failing {
     int stride;  // not every single one of what there are thousands of
 };
 
+struct Kept {
+    const char* name;
+    const char* layout = "rows";
+    bool converts = false;
+    int sparser = 1;
+};
+
 // What went wrong when the so manieth operation failed, or nothing. `isOver`: the history has
 // fewer.
-std::string FaultOf(Disk::Fault fault, int first, std::uint64_t seed, bool& isOver) {
+std::string FaultOf(Disk::Fault fault, const Kept& kept, int first, std::uint64_t seed,
+                    bool& isOver) {
     const ShownMessages messages;
-    const LaidOut database;
+    const LaidOut database(kept.layout);
     Disk& disk = Disk::Instance();
     RandomRecorder recorder(database.ConnectString(), seed);
+    if (kept.converts) recorder.Disturb([&] { return database.Convert(); });
     fault.first = first;
     disk.Fail(fault);
     bool isWorking = recorder.Start();
@@ -62,14 +72,16 @@ std::string FaultOf(Disk::Fault fault, int first, std::uint64_t seed, bool& isOv
     return wrong.empty() ? database.Findings() : "in the end, " + wrong;
 }
 
-class FailingDisk : public testing::TestWithParam<Failing> {};
+class FailingDisk : public testing::TestWithParam<std::tuple<Failing, Kept>> {};
 
 TEST_P(FailingDisk, LosesNothingAcknowledgedWhicheverOperationFails) {
-    const Failing& failing = GetParam();
+    const auto& [failing, kept] = GetParam();
     bool isOver = false;
+    const Disk::Fault& fault = failing.fault;
+    const Kept& layout = kept;
     const auto faultOf = [&](std::uint64_t seed) {
         const int first = static_cast<int>(std::mt19937_64(seed)() % kMostInShort + 1);
-        return FaultOf(failing.fault, first, seed, isOver);
+        return FaultOf(fault, layout, first, seed, isOver);
     };
     if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
         EXPECT_EQ(faultOf(std::strtoull(seed, nullptr, 10)), "");
@@ -86,8 +98,9 @@ TEST_P(FailingDisk, LosesNothingAcknowledgedWhicheverOperationFails) {
         return;
     }
     int tried = 0;
-    for (int first = 1; !isOver && first < kMostOperations; first += failing.stride, ++tried) {
-        EXPECT_EQ(FaultOf(failing.fault, first, kShortSeed, isOver), "")
+    for (int first = 1; !isOver && first < kMostOperations;
+         first += failing.stride * kept.sparser, ++tried) {
+        EXPECT_EQ(FaultOf(fault, kept, first, kShortSeed, isOver), "")
             << "at the operation " << first;
     }
     EXPECT_TRUE(isOver);
@@ -96,15 +109,21 @@ TEST_P(FailingDisk, LosesNothingAcknowledgedWhicheverOperationFails) {
 
 INSTANTIATE_TEST_SUITE_P(
     Of, FailingDisk,
-    testing::Values(Failing{"Reads", {Operation::Read, 0, SQLITE_IOERR_READ}, 1},
-                    Failing{"OneRead", {Operation::Read, 0, SQLITE_IOERR_READ, true}, 1},
-                    Failing{"Writes", {Operation::Write, 0, SQLITE_IOERR_WRITE}, 3},
-                    Failing{"OneWrite", {Operation::Write, 0, SQLITE_IOERR_WRITE, true, true}, 3},
-                    Failing{"Syncs", {Operation::Sync, 0, SQLITE_IOERR_FSYNC}, 1},
-                    Failing{"OneSync", {Operation::Sync, 0, SQLITE_IOERR_FSYNC, true}, 1},
-                    Failing{"Room", {Operation::Write, 0, SQLITE_FULL, false, true}, 1},
-                    Failing{"RoomOnce", {Operation::Write, 0, SQLITE_FULL, true}, 3}),
-    [](const auto& test) { return std::string(test.param.name); });
+    testing::Combine(
+        testing::Values(Failing{"Reads", {Operation::Read, 0, SQLITE_IOERR_READ}, 1},
+                        Failing{"OneRead", {Operation::Read, 0, SQLITE_IOERR_READ, true}, 1},
+                        Failing{"Writes", {Operation::Write, 0, SQLITE_IOERR_WRITE}, 3},
+                        Failing{
+                            "OneWrite", {Operation::Write, 0, SQLITE_IOERR_WRITE, true, true}, 3},
+                        Failing{"Syncs", {Operation::Sync, 0, SQLITE_IOERR_FSYNC}, 1},
+                        Failing{"OneSync", {Operation::Sync, 0, SQLITE_IOERR_FSYNC, true}, 1},
+                        Failing{"Room", {Operation::Write, 0, SQLITE_FULL, false, true}, 1},
+                        Failing{"RoomOnce", {Operation::Write, 0, SQLITE_FULL, true}, 3}),
+        testing::Values(Kept{"Rows"}, Kept{"Packed", "packed", false, 3},
+                        Kept{"Converted", "packed", true, 5})),
+    [](const auto& test) {
+        return std::string(std::get<0>(test.param).name) + std::get<1>(test.param).name;
+    });
 
 // What cannot be read is told, and never taken for what nobody recorded.
 TEST(ShrunkenFile, GivesWhatIsStoredOrTellsThatItCannot) {
