@@ -135,6 +135,34 @@ TEST_P(Overviews, AreThoseOfTheValuesWhateverLiesOverSealedBlocks) {
     ExpectAsFromValues(store, {0, 0, 64, 128, 128, 190, end}, kAll);
 }
 
+TEST_P(Overviews, TakeRowsBesideBlocksInAndTellOfDamage) {
+    if (GetParam() != "SQLitePacked") GTEST_SKIP() << "there are no blocks";
+    Random random(10);
+    Store store(database.ConnectString());
+    ASSERT_TRUE(Open(store, Measurement(), Report(1, 1000)));
+    WriteLevels(store, random, 0, 1000);
+    store.dbDisconnect();
+    database.Run(
+        {"DROP TABLE MeasuredValues",
+         "CREATE TABLE MeasuredRows (MeasValueId INTEGER NOT NULL, PeriodNo INTEGER NOT "
+         "NULL, Channel INTEGER NOT NULL, FuncId INTEGER NOT NULL, FrqId INTEGER NOT NULL, "
+         "Value REAL, Status TEXT COLLATE NOCASE, PRIMARY KEY (MeasValueId, Channel, "
+         "FuncId, PeriodNo, FrqId)) STRICT, WITHOUT ROWID",
+         "CREATE VIRTUAL TABLE MeasuredValues USING "
+         "mersola_values(rows=MeasuredRows,into=rows)",
+         "INSERT OR REPLACE INTO MeasuredValues VALUES (1,300,1,1,29,101,'')",
+         "INSERT INTO MeasuredValues VALUES (1,1500,1,1,31,7,'')"});
+    ASSERT_EQ(database.Ask("SELECT COUNT(*) FROM MeasuredRows"), "2");
+    Store reader(database.ConnectString());
+    Select(reader);
+    ExpectAsFromValues(reader, random, 1600);
+    database.Run({"UPDATE ValueBlocks SET Summary=X'0102'"});
+    CArray<StepSummary, StepSummary&> found;
+    EXPECT_EQ(reader.GetOverview(found, 0, 1000, 500, 29, 1), 0);
+    EXPECT_NE(reader.getConnection()->GetErrors().at(0).Description.Find("summary is damaged"), -1);
+    EXPECT_EQ(reader.GetOverview(found, 0, 1000, 500, 29, 1, kMeanSquares), 1);
+}
+
 TEST_P(Overviews, GoAcrossTheChain) {
     Random random(8);
     Store store(database.ConnectString());
