@@ -48,8 +48,10 @@ endfunction()
 if(MERSOLA_BUILD_TOOL)
     install(TARGETS mersola_tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
     install_compressed(${PROJECT_SOURCE_DIR}/docs/mersola.1 ${CMAKE_INSTALL_MANDIR}/man1 tool)
-    install(DIRECTORY schema/sqlserver/server DESTINATION ${CMAKE_INSTALL_DATADIR}/mersola/sqlserver
-            COMPONENT tool)
+    foreach(engine IN ITEMS postgresql sqlserver)
+        install(DIRECTORY schema/${engine}/server DESTINATION ${CMAKE_INSTALL_DATADIR}/mersola/${engine}
+                COMPONENT tool)
+    endforeach()
     # The dynamic linker looks into /usr by itself; elsewhere the tool finds its library beside it.
     if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
         file(RELATIVE_PATH from_tool_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})

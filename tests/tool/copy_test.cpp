@@ -292,5 +292,29 @@ TEST_F(Copying, GoesThroughOdbcAndBack) {
     EXPECT_EQ(Holdings(db_), Holdings(from_));
 }
 
+#ifdef MERSOLA_WITH_POSTGRESQL
+TEST_F(Copying, GoesThroughPostgreSQLAndBackThoughItStops) {
+    const test::Database server("PostgreSQL");
+    if (!server.Missing().empty() && !test::IsRequired(false)) GTEST_SKIP() << server.Missing();
+    ASSERT_EQ(server.Missing(), "");
+    const std::string back = folder_ / "back.db";
+    ASSERT_EQ(RunWords({"init", back, "--layout", "packed"}).status, 0);
+    const std::string watched =
+        "Provider=SQLite;Data Source=\"" + back + "\"" + std::string(test::kWatched);
+    for (const auto& [from, to] : {std::pair(from_, server.WatchedString() + ";Password=unused"),
+                                   {server.ConnectString(), watched}}) {
+        test::TheWatch().fails = [](std::string_view sql) {
+            return sql.starts_with("UPDATE Reports SET noOfPeriods");
+        };
+        EXPECT_EQ(RunWords({"copy", from, to}).status, 1);
+        test::TheWatch().Reset();
+        const Outcome rest = RunWords({"copy", from, to, "--verify"});
+        ASSERT_EQ(rest.status, 0) << rest.err;
+        EXPECT_NE(rest.out.find("verified 5 values in 2 reports"), rest.out.npos) << rest.out;
+    }
+    EXPECT_EQ(Holdings(back), Holdings(from_));
+}
+#endif
+
 }  // namespace
 }  // namespace mersola::tool

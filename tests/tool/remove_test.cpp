@@ -312,8 +312,7 @@ TEST(RemovedAndRenamed, IsTheSameOnServers) {
             EXPECT_FALSE(test::IsRequired(database.NeedsServer())) << database.Missing();
             continue;
         }
-        const bool isAsked = std::string(name) == "PostgreSQL";  // for a password
-        EXPECT_EQ(Left(database.ConnectString(isAsked ? ";Password=x" : ""), csv), expected);
+        EXPECT_EQ(Left(database.ConnectString(), csv), expected);
     }
 }
 

@@ -60,6 +60,15 @@ class Messages {
     MessageBoxHandler before_;
 };
 
+// libpq looks for a password in places of its own, and the server may want none.
+bool IsPostgresql(std::string_view text) {
+    return CompareNoCase(ConnectionValue(text, kProviderKeys), "PostgreSQL") == 0;
+}
+
+bool WantsPassword(std::string_view reason) {
+    return reason.find("no password supplied") != reason.npos;
+}
+
 bool IsWriteAhead(Mersola& store) {
     return Query(store, "PRAGMA journal_mode")->Fields(0).Text() == "wal";
 }
@@ -87,8 +96,12 @@ Database::Database(const DatabaseArgument& argument)
     if (!password_.empty()) return;
     if (!argument.passwordFile.empty())
         password_ = ReadPasswordFile(argument.passwordFile);
-    else if (!user_.empty())
-        password_ = AskPassword("Password of " + Quoted(user_) + " for " + Name() + ":");
+    else if (!user_.empty() && !IsPostgresql(argument.text))
+        Ask();
+}
+
+void Database::Ask() const {
+    password_ = AskPassword("Password of " + Quoted(user_) + " for " + Name() + ":");
 }
 
 std::string Database::Name() const {
@@ -118,6 +131,10 @@ std::unique_ptr<Mersola> Database::Connect(Access access) const {
                       "); to open it, even to read, you must be allowed to write to its folder, "
                       "unless a recorder has it open meanwhile");
     const std::string reason = messages.Reason();
+    if (!user_.empty() && password_.empty() && WantsPassword(reason)) {
+        Ask();
+        return Connect(access);
+    }
     if (reason.find(kIsTooNew) != reason.npos)
         throw Failure(Name() + " cannot be opened (" + reason +
                       "); use that version of mersola, or a later one");

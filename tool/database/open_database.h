@@ -19,8 +19,8 @@ enum class Access { Read, Write };
 class Database {
   public:
     /// Reads the password from its file or asks for it, where a user logs in to anything but a
-    /// SQLite file and the connection string holds none. Raises Failure. Implicit, so that commands
-    /// hand over what they were given.
+    /// SQLite file and the connection string holds none; for PostgreSQL only when the server wants
+    /// one. Raises Failure. Implicit, so that commands hand over what they were given.
     Database(const DatabaseArgument& argument);
 
     /// As it was given, without the password.
@@ -43,13 +43,15 @@ class Database {
     void RequireThere() const;
 
   private:
+    void Ask() const;
+
     std::string text_;
     std::string connectString_;
     std::optional<long> timeout_;
     bool isFile_ = false;
     std::string file_;
     std::string user_;
-    std::string password_;
+    mutable std::string password_;  // may be asked for late
 };
 
 /// Connects to a database that is laid out. With Access::Read a write-protected one will do, and a

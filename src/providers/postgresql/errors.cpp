@@ -10,10 +10,17 @@
 namespace mersola::postgresql {
 namespace {
 
+// In one line.
 std::string Trimmed(const char* words) {
-    std::string text(words ? words : "");
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-        text.pop_back();
+    std::string text;
+    for (const char c : std::string_view(words ? words : "")) {
+        const bool isBlank = c == ' ' || c == '\n' || c == '\t';
+        if (!isBlank)
+            text += c;
+        else if (!text.ends_with(' '))
+            text += ' ';
+    }
+    if (text.ends_with(' ')) text.pop_back();
     return text;
 }
 
