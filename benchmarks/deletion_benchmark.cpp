@@ -5,6 +5,7 @@
 //
 //     periods=11574   of 864 values each; 115741 are 100 million values
 //     packed=0        1: values lie in blocks
+//     quiet=10        seconds that the recorder has to itself before
 #include <sys/mman.h>
 
 #include <atomic>
@@ -29,7 +30,6 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr int kLength = 125;            // of a period, in milliseconds
-constexpr auto kQuiet = 10s;            // before the deletion begins
 constexpr std::int64_t kAim = 100'000;  // microseconds
 constexpr int kTransaction = 64;        // periods while the database is filled
 
@@ -112,7 +112,7 @@ void Tell(const char* when, Waits& waits) {
     std::fflush(stdout);
 }
 
-void Run(int periods, mersola::Layout layout) {
+void Run(int periods, mersola::Layout layout, std::chrono::seconds quiet) {
     const TemporaryFolder folder;
     const std::string path = folder / "deletion.db";
     {
@@ -146,7 +146,7 @@ void Run(int periods, mersola::Layout layout) {
     if (memory == MAP_FAILED) std::abort();
     Waits& waits = *new (memory) Waits;
     mersola::test::Child recorder([&](const auto&) { return Record(waits, connection); });
-    std::this_thread::sleep_for(kQuiet);
+    std::this_thread::sleep_for(quiet);
     Tell("before", waits);
 
     Mersola store(nullptr, nullptr, connection.c_str(), 30);
@@ -181,7 +181,7 @@ void Run(int periods, mersola::Layout layout) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::map<std::string, int> given{{"periods", 11574}, {"packed", 0}};
+    std::map<std::string, int> given{{"periods", 11574}, {"packed", 0}, {"quiet", 10}};
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         const auto found = given.find(word.substr(0, word.find('=')));
@@ -191,5 +191,6 @@ int main(int argc, char** argv) {
         }
         found->second = std::atoi(word.c_str() + word.find('=') + 1);
     }
-    Run(given["periods"], given["packed"] != 0 ? mersola::Layout::Packed : mersola::Layout::Rows);
+    Run(given["periods"], given["packed"] != 0 ? mersola::Layout::Packed : mersola::Layout::Rows,
+        std::chrono::seconds(given["quiet"]));
 }
