@@ -326,7 +326,7 @@ TEST_P(DeletionTest, LeavesWhatIsResumedMeanwhile) {
     EXPECT_EQ(Values(store, 0, 4), (std::vector<float>{-100, -100, -100, -100}));
 }
 
-TEST_P(DeletionTest, KeepsStatementsOnAServerBelowTheLocksOfAWholeTable) {
+TEST_P(DeletionTest, KeepsStatementsOnAServerBelowTheLocksOfAWholeTableAndFilesSmall) {
     RegisterWatchedProvider();
     Store recorder(database.ConnectString());
     ASSERT_TRUE(Open(recorder));
@@ -334,8 +334,8 @@ TEST_P(DeletionTest, KeepsStatementsOnAServerBelowTheLocksOfAWholeTable) {
         const auto batch = recorder.PutDataStart(nullptr);
         for (int value = 0; value < (period == 1 ? 6000 : 1500); ++value) {
             long next = 0;
-            ASSERT_TRUE(recorder.PutDataRelative(1, "", period, 1 + value % 3, 1, value / 3, false,
-                                                 next, true, batch));
+            ASSERT_TRUE(recorder.PutDataRelative(1.0 / (value + 1), "", period, 1 + value % 3, 1,
+                                                 value / 3, false, next, true, batch));
         }
         ASSERT_TRUE(recorder.PutDataEnd(batch));
     }
@@ -346,9 +346,16 @@ TEST_P(DeletionTest, KeepsStatementsOnAServerBelowTheLocksOfAWholeTable) {
         }
         return false;
     };
-    EXPECT_EQ(store.deleteInstrument(nullptr, 1), 1);
+    DeletionProgress last;
+    DeletionOptions options;
+    options.progress = [&](const DeletionProgress& progress) {
+        last = progress;
+        return true;
+    };
+    EXPECT_EQ(store.deleteInstrument(nullptr, 1, options), 1);
     TheWatch().Reset();
     EXPECT_EQ(Count("MeasuredValues"), "0");
+    EXPECT_EQ(last.bytesGivenBack > 0, database.EngineOf().room != nullptr);
 }
 
 TEST_P(DeletionTest, IsNoticedInTheContinuousView) {
