@@ -47,6 +47,25 @@ TEST_F(Packed, TakesCopiesOfRowsAndGivesThemBackBitForBit) {
     EXPECT_THAT(RunWords({"check", packed_}).out, EndsWith("; 10 values were checked\n"));
 }
 
+TEST_F(Packed, TakesCopiesThatItRoundsAndVerifiesThemToItsStep) {
+    const std::string rounded = folder_ / "rounded.db";
+    EXPECT_EQ(RunWords({"init", rounded, "--layout", "packed", "--resolution", "0.5"}).status, 0);
+    Mersola store = Connected();
+    store.dbExecute("INSERT INTO Groups (GroupId,GroupName) VALUES (1,'Pier')");
+    store.dbExecute("INSERT INTO Measurements (GroupId,MeasId,MeasName) VALUES (1,1,'noise')");
+    store.dbExecute("INSERT INTO Reports (GroupId,MeasId,ReportId) VALUES (1,1,1)");
+    store.dbExecute("INSERT INTO MeasValueMap VALUES (1,1,1,1)");
+    store.dbExecute(
+        "WITH RECURSIVE p(n) AS (SELECT 0 UNION ALL SELECT n+1 FROM p WHERE n<399) "
+        "INSERT INTO MeasuredValues SELECT 1,n,1,1,0,n/7.0,NULL FROM p");
+    EXPECT_THAT(RunWords({"copy", db_, rounded, "--verify"}).out,
+                HasSubstr("verified 400 values in 1 report and 400 periods, and 0 markers, with "
+                          "values rounded to steps of 0.5\n"));
+    store.dbExecute("UPDATE MeasuredValues SET Value=Value+0.6 WHERE PeriodNo=9");
+    EXPECT_THAT(RunWords({"copy", db_, rounded, "--verify"}).err,
+                HasSubstr("the two differ at period 9, "));
+}
+
 class DamagedBlocks : public Packed {
   protected:
     DamagedBlocks() {

@@ -152,9 +152,11 @@ class Copying {
                 done_ += PeriodsIn(report);
             }
             const std::int64_t markers = VerifyMarkers(EndsOf(measurement));
+            const std::string step = ResolutionOf(to_);
             Tell(measurement.title + ": verified " + Counted(values, "value") + " in " +
                  Counted(std::ssize(measurement.reports), "report") + " and " +
-                 Counted(periods, "period") + ", and " + Counted(markers, "marker"));
+                 Counted(periods, "period") + ", and " + Counted(markers, "marker") +
+                 (step.empty() ? "" : ", with values rounded to steps of " + step));
         } catch (const Failure& failure) {
             throw Failure("verifying " + measurement.title + ": " + failure.what(),
                           failure.Status());

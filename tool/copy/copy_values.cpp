@@ -10,6 +10,7 @@
 #include "basics/failure.h"
 #include "basics/times_text.h"
 #include "basics/utf8.h"
+#include "database/format.h"
 
 namespace mersola::tool {
 namespace {
@@ -196,6 +197,15 @@ std::int64_t FirstMissing(const ReportEnds& ends, const CopiedPeriods& periods) 
                : periods.first;
 }
 
+// Whether a value is stored as what it was. A packed target may round what it seals to a step; what
+// is not sealed yet is as it was.
+bool IsKept(const StoredValue& from, const StoredValue& to, double step) {
+    if (from == to || step == 0 || !from.value || !to.value) return from == to;
+    StoredValue rounded = from;
+    rounded.value = to.value;
+    return rounded == to && std::abs(*from.value - *to.value) <= step * 0.500001;
+}
+
 [[noreturn]] void Differ(const ReportEnds& ends, const StoredValue* from, const StoredValue* to) {
     const auto shown = [](const StoredValue* value) {
         return value ? Shown(*value) : std::string("nothing");
@@ -205,6 +215,12 @@ std::int64_t FirstMissing(const ReportEnds& ends, const CopiedPeriods& periods) 
 }
 
 }  // namespace
+
+std::string ResolutionOf(Side& side) {
+    std::string resolution;
+    side.Guard([&] { resolution = KeepingOf(side.Store()).resolution; });
+    return resolution;
+}
 
 std::string RaisedPeriods(const ReportPlace& place, std::int64_t periods) {
     const auto count = static_cast<long>(periods);
@@ -248,10 +264,12 @@ void CopyValues(const ReportEnds& ends, const CopiedPeriods& periods, const Adva
 void VerifyValues(const ReportEnds& ends, const CopiedPeriods& periods, const Advanced& advanced) {
     const bool grows =
         CountOf(ends.from, ends.fromKey, periods.last, periods.last) != periods.inLast;
+    const double step = ParseNumber<double>(ResolutionOf(ends.to)).value_or(0);
     Blocks blocks(ends, periods.first, std::int64_t{periods.last} - (grows ? 1 : 0));
     while (const auto block = blocks.Next()) {
         const auto from = ReadSource(ends, *block), to = ReadTarget(ends, *block);
-        const auto [left, right] = std::ranges::mismatch(from, to);
+        const auto [left, right] = std::ranges::mismatch(
+            from, to, [&](const auto& a, const auto& b) { return IsKept(a, b, step); });
         if (left != from.end() || right != to.end()) {
             const bool isExtra =
                 left == from.end() || (right != to.end() && Precedes(*right, *left));

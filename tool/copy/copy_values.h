@@ -59,8 +59,11 @@ using Advanced = std::function<void(std::int32_t period, std::int64_t values)>;
 /// stopped. Raises Failure.
 void CopyValues(const ReportEnds& ends, const CopiedPeriods& periods, const Advanced& advanced);
 
+/// The step to which packed values are rounded as they are stored; empty: they are not.
+std::string ResolutionOf(Side& side);
+
 /// Compares value by value. Raises Failure, which names the place, for a difference; values that
-/// came to the last period since it was copied make none.
+/// came to the last period since it was copied make none, and rounding in the target none either.
 void VerifyValues(const ReportEnds& ends, const CopiedPeriods& periods, const Advanced& advanced);
 
 }  // namespace mersola::tool
