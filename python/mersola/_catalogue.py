@@ -16,6 +16,7 @@ from ._library import CONTINUOUS, NO_TIME, int32, text, version
 from ._markers import Marker, Markers, marker_of
 from ._reading import DType, chunk_periods, float_type, read_block
 from ._series import Series, SeriesSet
+from ._steps import TAKEN, read_steps, step_edges, taken
 from ._times import LengthLike, TimeLike, from_python, milliseconds, to_python
 from .errors import Error, Invalid, NotFound, not_found
 
@@ -95,12 +96,14 @@ class _Source:
     @overload
     def read(self, function: Union[str, int], start: Optional[TimeLike] = ...,  # type: ignore[misc]
              stop: Optional[TimeLike] = ..., *, channel: Optional[int] = ..., report: Optional[int] = ...,
-             bands: BandsLike = ..., dtype: DType = ..., chunks: None = ...) -> Series: ...
+             bands: BandsLike = ..., dtype: DType = ..., chunks: None = ...,
+             every: Optional[LengthLike] = ..., by: Optional[str] = ...) -> Series: ...
 
     @overload
     def read(self, function: Sequence[Union[str, int]], start: Optional[TimeLike] = ...,
              stop: Optional[TimeLike] = ..., *, channel: Optional[int] = ..., report: Optional[int] = ...,
-             bands: BandsLike = ..., dtype: DType = ..., chunks: None = ...) -> SeriesSet: ...
+             bands: BandsLike = ..., dtype: DType = ..., chunks: None = ...,
+             every: Optional[LengthLike] = ..., by: Optional[str] = ...) -> SeriesSet: ...
 
     @overload
     def read(self, function: Union[str, int], start: Optional[TimeLike] = ..., stop: Optional[TimeLike] = ...,
@@ -109,7 +112,8 @@ class _Source:
 
     def read(self, function: Union[str, int, Sequence[Union[str, int]]], start: Optional[TimeLike] = None,
              stop: Optional[TimeLike] = None, *, channel: Optional[int] = None, report: Optional[int] = None,
-             bands: BandsLike = None, dtype: DType = "float32", chunks: Optional[LengthLike] = None
+             bands: BandsLike = None, dtype: DType = "float32", chunks: Optional[LengthLike] = None,
+             every: Optional[LengthLike] = None, by: Optional[str] = None
              ) -> Union[Series, SeriesSet, Iterator[Series]]:
         """Reads the values of a function.
 
@@ -124,6 +128,11 @@ class _Source:
         dtype  "float32", or "float64" for values with all the digits that are stored
         chunks  a length such as "1D": gives an iterator of series instead, cut where days (hours, ...)
             begin on the clock, so that a long range needs the memory of one of them
+        every  a length such as "1h": gives what the values of each such step come to in their place. Steps
+            begin on the clock. On packed databases a year of seconds takes half a second: the library
+            keeps summaries.
+        by  what is taken of a step: "energy" (the mean of levels), "mean", "rms", "min" or "max". Names of
+            levels tell it by themselves: LAeq is taken by its energy, and LAFmax by its maximum.
 
         Raises `NotFound` (a KeyError) for a name that is not there, `Invalid` (a ValueError) where
         several channels or reports would do, `TypeError` for another dtype, `Error` when the database
@@ -133,13 +142,20 @@ class _Source:
             if chunks is not None:
                 raise Invalid("chunks are of one function: read the others in turn")
             return SeriesSet((series.name, series) for series in (
-                self.read(each, start, stop, channel=channel, report=report, bands=bands, dtype=dtype)
+                self.read(each, start, stop, channel=channel, report=report, bands=bands, dtype=dtype,
+                          every=every, by=by)
                 for each in function))
+        if every is None and by is not None:
+            raise Invalid("by says what is taken of a step: give its length, as every='1h'")
+        if every is not None and chunks is not None:
+            raise Invalid("steps are read at once: give either chunks or every")
         return self._read(self._function(function, channel, report), start, stop, bands, float_type(dtype),
-                          None if chunks is None else milliseconds(chunks, "chunks"))
+                          None if chunks is None else milliseconds(chunks, "chunks"),
+                          None if every is None else milliseconds(every, "every"), by)
 
     def _read(self, function: Function, start: Optional[TimeLike], stop: Optional[TimeLike], bands: BandsLike,
-              dtype: np.dtype[Any], chunk: Optional[int]) -> Union[Series, Iterator[Series]]:
+              dtype: np.dtype[Any], chunk: Optional[int], every: Optional[int],
+              by: Optional[str]) -> Union[Series, Iterator[Series]]:
         handle, zone = self._db._handle, self._db.tz
         key = (self._instrument, self.id, function.report, function.channel, function.id)
         with handle.lock:
@@ -171,6 +187,14 @@ class _Source:
                           np.datetime64(origin + begin * length, "ms"), np.timedelta64(length, "ms"), begin,
                           dict(attrs), zone, notes)
 
+        if every is not None:
+            how = taken(by, attrs, function.name)
+            begin, edges = step_edges(origin, length, first, end, every)
+            steps = read_steps(handle, key, edges, first, end, chosen, how, dtype)
+            attrs.update(cell_methods=TAKEN[how][1], period_length_ms=every)
+            return Series(function.name, steps, chosen, [named.name(band) for band in chosen],
+                          np.array([named.hertz(band) for band in chosen], float),
+                          np.datetime64(begin, "ms"), np.timedelta64(every, "ms"), edges[0], attrs, zone)
         if chunk is None:
             return block(first, end)
         return (block(*each) for each in chunk_periods(origin, length, first, end, chunk))

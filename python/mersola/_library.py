@@ -62,6 +62,7 @@ _FUNCTIONS: Dict[str, Tuple[Any, Sequence[Any]]] = {
     "bands": (c_int32, [c_void_p, c_int64, c_int64, _LIST]),
     "read_float": (c_int32, [c_void_p, c_int64, c_int64, c_int32, c_int32, c_void_p, c_void_p]),
     "read_double": (c_int32, [c_void_p, c_int64, c_int64, c_int32, c_int32, c_void_p, c_void_p]),
+    "read_overview": (c_int32, [c_void_p, c_void_p, c_int64, c_int32, c_int32] + [c_void_p] * 8),
     "put_instrument": (c_int32, [c_void_p, c_char_p, c_char_p, c_char_p, _OUT32]),
     "put_measurement": (c_int32, [c_void_p, c_int32, c_char_p, c_char_p, c_int64, c_int32, c_double,
                                   c_double, c_double, c_double, _OUT32]),
