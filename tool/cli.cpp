@@ -102,11 +102,11 @@ int RunTool(int argc, const char* const* argv, std::ostream& out, std::ostream& 
         "Help on a command: mersola COMMAND --help\n\n"
         "DB is a SQLite file, or the connection string of a server, which has keys as Provider=, "
         "Driver=,\n"
-        "DSN= or the like: 'Provider=MSOLEDBSQL;Data Source=HOST;Initial Catalog=NAME'. A file of "
-        "such a\n"
-        "name can be given as ./NAME. The password of --user is asked for on the terminal, or "
-        "read with\n"
-        "--password-file; what stands on a command line, others can see.");
+        "DSN= or the like: 'Provider=PostgreSQL;Data Source=HOST;Initial Catalog=NAME', or "
+        "MSOLEDBSQL for\n"
+        "SQL Server. A file of such a name can be given as ./NAME. The password of --user is asked "
+        "for on the\n"
+        "terminal, or read with --password-file; what stands on a command line, others can see.");
     const Streams streams{out, err, isOnTerminal ? &err : nullptr};
     AddInit(app, streams);
     AddRecord(app, streams);
