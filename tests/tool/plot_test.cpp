@@ -68,6 +68,8 @@ TEST_F(Picture, IsMadeInEachFormWithNamesAsTheyAre) {
     EXPECT_NE(html.find("width=\"640\""), html.npos);
     EXPECT_EQ(html.find("<image "), html.npos) << "L10 has no bands";
     EXPECT_NE(html.find(">L10 in dB<"), html.npos);
+    EXPECT_NE(html.find("width=\"360\""), html.npos) << "for telephones";
+    EXPECT_EQ(html.find("id='gpDot'"), html.rfind("id='gpDot'")) << "names are there once";
 
     const auto png = Plotted("a.png", {"--height", "400"});
     EXPECT_EQ(png.substr(1, 3), "PNG");

@@ -18,7 +18,7 @@ namespace mersola::tool {
 namespace {
 
 // In pixels.
-constexpr int kLeft = 96, kRight = 44, kColours = 132, kText = 12, kTitle = 16, kBetween = 16;
+constexpr int kText = 12, kTitle = 16, kBetween = 16;
 constexpr int kLineHeight = 18, kTitleHeight = 22;
 constexpr double kFoot = 5;         // of what has values missing, in pixels
 constexpr double kEdge = 5;         // of events, in pixels
@@ -44,6 +44,24 @@ std::string Number(double number, int decimals = 3) {
     return std::string(text.data(), end);
 }
 
+// What is beside the panels; less of it where there is little room.
+struct Margins {
+    Margins(int width, bool hasRaster)
+        : isNarrow(width < 600),
+          head(isNarrow ? 8 : 96),
+          left(isNarrow ? 80 : 96),
+          right(hasRaster ? (isNarrow ? 72 : 132) : (isNarrow ? 24 : 44)),
+          bar(isNarrow ? 8 : 14),
+          name(isNarrow ? 10 : 16) {}
+
+    bool isNarrow;
+    int head;   // of the text above and below
+    int left;   // of the panels
+    int right;  // likewise
+    int bar;    // from the panels to the bar of colours
+    int name;   // from the edge to the names of the axes
+};
+
 std::size_t Fitting(double pixels, int size = kText) {
     return static_cast<std::size_t>(std::max(pixels / (kCharacter * size), 4.0));
 }
@@ -60,7 +78,7 @@ class Drawing {
           form_(form),
           width_(width),
           height_(height),
-          right_(chart.raster.rows > 0 ? kColours : kRight) {
+          margins_(width, chart.raster.rows > 0) {
         seconds_ = static_cast<double>((chart.end - chart.start).GetTotalMilliseconds()) / 1000;
     }
 
@@ -69,16 +87,16 @@ class Drawing {
         const TimeAxis axis = MakeTimeAxis(chart_.start, chart_.end, Columns() / 100);
         const bool hasDates =
             std::ranges::any_of(axis.ticks, [](const auto& tick) { return !tick.around.empty(); });
-        const auto note = Wrapped(chart_.note, Fitting(width_ - kLeft - 20), 3);
+        const double room = width_ - margins_.head - (margins_.isNarrow ? 8 : 20);
+        const auto note = Wrapped(chart_.note, Fitting(room), 5);
         JoinEvents();
         Begin();
-        int y = Lines(Wrapped(chart_.title, Fitting(width_ - kLeft - 20, kTitle), 3), 22, kInk,
-                      kTitle, kTitleHeight);
-        y = Lines(Wrapped(chart_.subtitle, Fitting(width_ - kLeft - 20), 3), y, kQuietInk, kText,
-                  kLineHeight);
-        if (hasLines) y = Legend(y);
+        int y =
+            Lines(Wrapped(chart_.title, Fitting(room, kTitle), 3), 22, kInk, kTitle, kTitleHeight);
+        y = Lines(Wrapped(chart_.subtitle, Fitting(room), 3), y, kQuietInk, kText, kLineHeight);
+        if (hasLines || (margins_.isNarrow && HasEmptyCells())) y = Legend(y);
         if (!spans_.empty()) EventNames(y);
-        const int top = spans_.empty() ? y - 4 : y + 10;
+        const int top = spans_.empty() ? y : y + 10;
         const int under = (hasDates ? 50 : 35) + 14;
         const int bottom = height_ - under - kLineHeight * static_cast<int>(note.size());
         const int panels = bottom - top - kBetween;
@@ -105,8 +123,8 @@ class Drawing {
     }
     std::string X(double pixels) const { return Number(pixels / width_, 5); }
     std::string Y(double pixels) const { return Number(1 - pixels / height_, 5); }
-    int Columns() const { return width_ - kLeft - right_; }
-    double PixelsAt(double seconds) const { return kLeft + seconds / seconds_ * Columns(); }
+    int Columns() const { return width_ - margins_.left - margins_.right; }
+    double PixelsAt(double seconds) const { return margins_.left + seconds / seconds_ * Columns(); }
     double SecondsOf(double pixels) const { return pixels * seconds_ / Columns(); }
     std::string Quantity(const std::string& name, bool isLevel) const {
         if (!isLevel) return name;
@@ -150,7 +168,7 @@ class Drawing {
     int Lines(const std::vector<std::string>& lines, int y, const char* colour, int size,
               int height) {
         for (const std::string& line : lines) {
-            Label(line, kLeft, y, line.size(), colour, size);
+            Label(line, margins_.head, y, line.size(), colour, size);
             y += height;
         }
         return y;
@@ -165,12 +183,12 @@ class Drawing {
     // What the panel of lines shows, in as many rows as it takes.
     int Legend(int y) {
         constexpr double kSwatch = 18;
-        double x = kLeft;
+        double x = margins_.head;
         const auto entry = [&](const std::string& text) {
             const std::string name = Shortened(text, Fitting(Columns() - kSwatch - 8));
             const double size = static_cast<double>(CountCharacters(name)) * kCharacter * kText;
-            if (x > kLeft && x + kSwatch + 8 + size > width_ - 20) {
-                x = kLeft;
+            if (x > margins_.head && x + kSwatch + 8 + size > width_ - 12) {
+                x = margins_.head;
                 y += kLineHeight;
             }
             Label(name, x + kSwatch + 6, y, name.size(), kInk);
@@ -188,7 +206,7 @@ class Drawing {
         const auto hasPartial = [&](const ChartLine& line) {
             return std::ranges::any_of(line.columns, isPartial);
         };
-        if (!Gaps().empty()) {
+        if (!Gaps().empty() || (margins_.isNarrow && HasEmptyCells())) {
             const double at = entry("no values");
             Swatch(at, y - 6, kSwatch, 12, kGap);
             Swatch(at, y + 6 - kFoot, kSwatch, kFoot, kMissingFoot);
@@ -210,7 +228,7 @@ class Drawing {
 
     // Names above the panels, as far as they do not run into each other.
     void EventNames(double y) {
-        double free = kLeft;
+        double free = margins_.left;
         std::string before;
         for (const Span& span : spans_) {
             std::string name = Shortened(span.name, 24);
@@ -231,15 +249,16 @@ class Drawing {
             Label(tick.around, x, panel + 29, 20, kInk, kText, "center");
             ticks_ += (ticks_.empty() ? "'' " : ", '' ") + Number(tick.at);
         }
-        Label(axis.name, kLeft + Columns() / 2.0, name, 40, kInk, kText, "center");
+        Label(axis.name, margins_.left + Columns() / 2.0, name, 40, kInk, kText, "center");
     }
 
     void Panel(int top, int bottom, const std::string& name, const std::string& range) {
-        Add({"set lmargin at screen ", X(kLeft), "\nset rmargin at screen ", X(width_ - right_),
-             "\nset tmargin at screen ", Y(top), "\nset bmargin at screen ", Y(bottom),
-             "\nset yrange ", range, "\nset xtics nomirror out scale 0.5 (", ticks_,
+        Add({"set lmargin at screen ", X(margins_.left), "\nset rmargin at screen ",
+             X(width_ - margins_.right), "\nset tmargin at screen ", Y(top),
+             "\nset bmargin at screen ", Y(bottom), "\nset yrange ", range,
+             "\nset xtics nomirror out scale 0.5 (", ticks_,
              ")\nset ytics nomirror out scale 0.5 textcolor rgb '", kInk, "'"});
-        Label(name, 16, (top + bottom) / 2.0, Fitting(bottom - top), kInk, kText,
+        Label(name, margins_.name, (top + bottom) / 2.0, Fitting(bottom - top), kInk, kText,
               "center rotate by 90");
     }
 
@@ -273,6 +292,7 @@ class Drawing {
     // Where no line has values.
     std::vector<Box> Gaps() const {
         std::vector<std::pair<double, double>> covered;
+        if (chart_.lines.empty()) return {};
         for (const ChartLine& line : chart_.lines) {
             for (const ChartColumn& column : line.columns) {
                 if (!column.IsEmpty()) covered.emplace_back(column.start, column.stop);
@@ -395,9 +415,7 @@ class Drawing {
     void Raster(int top, int bottom) {
         const ChartRaster& raster = chart_.raster;
         double lowest = std::numeric_limits<double>::infinity(), highest = -lowest;
-        bool hasGaps = false;
         for (const float cell : raster.cells) {
-            hasGaps = hasGaps || std::isnan(cell);
             if (std::isnan(cell)) continue;
             lowest = std::min(lowest, double{cell});
             highest = std::max(highest, double{cell});
@@ -405,6 +423,7 @@ class Drawing {
         // Colours are for what can be heard next to the loudest, not for the depths of silence.
         constexpr double kDepth = 70;  // dB
         const bool isDeep = raster.isLevel && highest - lowest > kDepth;
+        const bool hasGaps = !margins_.isNarrow && HasEmptyCells();  // the legend has room
         const int height = bottom - top, bar = hasGaps ? height - 26 : height;
         const ValueAxis scale = raster.range
                                     ? ValueAxis::Between(raster.range->low, raster.range->high, bar)
@@ -421,16 +440,16 @@ class Drawing {
         };
         if (lowest < scale.low) beyond("\u2264", scale.low);
         if (highest > scale.high) beyond("\u2265", scale.high);
-        Add({"set colorbox vertical user origin screen ", X(width_ - right_ + 14), ", screen ",
-             Y(top + bar), " size screen ", X(14), ", screen ",
+        Add({"set colorbox vertical user origin screen ", X(width_ - margins_.right + margins_.bar),
+             ", screen ", Y(top + bar), " size screen ", X(14), ", screen ",
              Number(static_cast<double>(bar) / height_, 5)});
-        Label(Quantity(raster.name, raster.isLevel), width_ - 16, top + bar / 2.0, Fitting(bar),
-              kInk, kText, "center rotate by 90");
+        Label(Quantity(raster.name, raster.isLevel), width_ - margins_.name, top + bar / 2.0,
+              Fitting(bar), kInk, kText, "center rotate by 90");
         Add({"set object rectangle from graph 0, graph 0 to graph 1, graph 1 behind fc rgb '", kGap,
              "' fs solid noborder"});
         if (hasGaps) {
-            Swatch(width_ - right_ + 14, bottom - 13, 14, 12, kGap);
-            Label("no values", width_ - right_ + 34, bottom - 7, 20, kInk);
+            Swatch(width_ - margins_.right + margins_.bar, bottom - 13, 14, 12, kGap);
+            Label("no values", width_ - margins_.right + margins_.bar + 20, bottom - 7, 20, kInk);
         }
         // Cells as large as they are to be seen: viewers blur what they enlarge.
         const auto across = static_cast<std::size_t>(std::max(Columns(), 2));
@@ -462,6 +481,11 @@ class Drawing {
         Add({plot});
     }
 
+    bool HasEmptyCells() const {
+        return std::ranges::any_of(chart_.raster.cells,
+                                   [](float cell) { return std::isnan(cell); });
+    }
+
     float CellAt(double seconds, std::size_t row) const {
         const auto& edges = chart_.raster.edges;
         const auto next = std::ranges::upper_bound(edges, seconds);
@@ -481,8 +505,10 @@ class Drawing {
         std::string text;
         for (std::size_t i = 0; i < ticks.size(); ++i) {
             if (i % every != 0 || (areFirst && !ticks[i].isFirst)) continue;
-            text += (text.empty() ? "" : ", ") + GnuplotTick(ticks[i].name, Fitting(kLeft - 34)) +
-                    " " + NumberText(ticks[i].row);
+            text +=
+                (text.empty() ? "" : ", ") +
+                GnuplotTick(ticks[i].name, Fitting(margins_.left - (margins_.isNarrow ? 20 : 34))) +
+                " " + NumberText(ticks[i].row);
         }
         return text;
     }
@@ -491,7 +517,7 @@ class Drawing {
     PictureForm form_;
     int width_;
     int height_;
-    int right_;         // of the panels to the edge
+    Margins margins_;
     double scale_ = 1;  // from pixels to the units of type
     double seconds_;
     std::vector<Span> spans_;
@@ -502,11 +528,12 @@ class Drawing {
 }  // namespace
 
 int ChartColumns(int width, bool hasRaster) {
-    return width - kLeft - (hasRaster ? kColours : kRight);
+    const Margins margins(width, hasRaster);
+    return width - margins.left - margins.right;
 }
 
-std::string DrawChart(const Chart& chart, PictureForm form, int width, int height) {
-    return DrawPicture(Drawing(chart, form, width, height).Script(), form, chart.title);
+std::string ChartScript(const Chart& chart, PictureForm form, int width, int height) {
+    return Drawing(chart, form, width, height).Script();
 }
 
 }  // namespace mersola::tool

@@ -74,7 +74,7 @@ struct Chart {
 /// The most columns that a picture of this width has room for.
 int ChartColumns(int width, bool hasRaster);
 
-/// Draws the chart. Sizes are in pixels. Raises Failure.
-std::string DrawChart(const Chart& chart, PictureForm form, int width, int height);
+/// The chart as a script for DrawPicture. Sizes are in pixels.
+std::string ChartScript(const Chart& chart, PictureForm form, int width, int height);
 
 }  // namespace mersola::tool

@@ -14,4 +14,8 @@ std::optional<PictureForm> PictureFormOf(const std::string& path);
 /// Draws a script for gnuplot; `name` is what a browser calls the picture. Raises Failure.
 std::string DrawPicture(const std::string& script, PictureForm form, const std::string& name);
 
+/// Draws two scripts as a page that shows the first, on paper as well, and on a narrow screen the
+/// second. Without a second, the first one can be moved sideways there. Raises Failure.
+std::string DrawPage(const std::string& wide, const std::string& narrow, const std::string& name);
+
 }  // namespace mersola::tool

@@ -18,6 +18,9 @@
 namespace mersola::tool {
 namespace {
 
+// Of the second picture of a page, for a telephone.
+constexpr int kNarrowWidth = 360, kNarrowHeight = 600;
+
 double Seconds(const CTimeSpanEx& span) {
     return static_cast<double>(span.GetTotalMilliseconds()) / 1000;
 }
@@ -112,6 +115,11 @@ ChartRaster ReadSpectra(Mersola& store, const Chart& chart, const Series& series
     return raster;
 }
 
+// Whether each day has a pixel.
+bool IsRoomByDay(const Chart& chart, int width) {
+    return Seconds(chart.end - chart.start) <= 86400.0 * ChartColumns(width, true);
+}
+
 // Each day from midnight to midnight, in slots of ten minutes or, for longer periods, more.
 ChartRaster ReadDays(Mersola& store, Chart& chart, const Series& series, int width,
                      std::ostream* terminal) {
@@ -127,7 +135,7 @@ ChartRaster ReadDays(Mersola& store, Chart& chart, const Series& series, int wid
     chart.start = MidnightBefore(series.Start());
     const auto days = ((series.End() - chart.start).GetTotalMilliseconds() + kDay - 1) / kDay;
     chart.end = chart.start + CTimeSpanEx(days * kDay);
-    if (days > ChartColumns(width, true))
+    if (!IsRoomByDay(chart, width))
         throw Failure("the picture has no room for " + Counted(days, "day") +
                       "; choose some of them with --from and --to, or a greater --width");
     ChartRaster raster{};
@@ -238,6 +246,36 @@ void Describe(const std::vector<Series>& all, const PlotOptions& options, Chart&
                      " \u00b7 " + Joined(functions) + " \u00b7 periods of " + Joined(lengths);
 }
 
+std::string WhenOf(const Chart& chart) {
+    return " from " + TimeText(chart.start) + " to " + TimeText(chart.end);
+}
+
+// `width`: in pixels.
+Chart ReadChart(Mersola& store, const std::vector<Series>& all, const PlotOptions& options,
+                int width, std::ostream* terminal) {
+    Chart chart{};
+    chart.reference = options.reference.value_or("");
+    chart.range = options.range;
+    chart.start = options.from.value_or(std::ranges::min(all, {}, &Series::Start).Start());
+    chart.end = options.to.value_or(std::ranges::max(all, {}, &Series::End).End());
+    if (options.by) {
+        if (all.size() != 1) throw Failure("a picture by day shows one channel of one measurement");
+        SelectAgain(store, all.front());
+        chart.raster = ReadDays(store, chart, all.front(), width, terminal);
+    } else {
+        ReadLines(store, all, chart, width, terminal);
+        ReadEvents(store, all, chart);
+    }
+    if (std::ranges::all_of(chart.raster.cells, [](float cell) { return std::isnan(cell); }))
+        chart.raster = {};
+    if (chart.lines.empty() && chart.raster.rows == 0)
+        throw Failure("there are no values" + WhenOf(chart) +
+                      "; see what there is with: mersola values");
+    chart.raster.range = options.colours;
+    Describe(all, options, chart);
+    return chart;
+}
+
 }  // namespace
 
 void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal) {
@@ -246,33 +284,26 @@ void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal)
     const auto store = OpenDatabase(options.database, Access::Read);
     const std::vector<Series> all = ChooseAll(*store, options);
 
-    Chart chart{};
-    chart.reference = options.reference.value_or("");
-    chart.range = options.range;
-    chart.start = options.from.value_or(std::ranges::min(all, {}, &Series::Start).Start());
-    chart.end = options.to.value_or(std::ranges::max(all, {}, &Series::End).End());
-    const std::string when = " from " + TimeText(chart.start) + " to " + TimeText(chart.end);
-    if (options.by) {
-        if (all.size() != 1) throw Failure("a picture by day shows one channel of one measurement");
-        chart.raster = ReadDays(*store, chart, all.front(), options.width, terminal);
+    const Chart chart = ReadChart(*store, all, options, options.width, terminal);
+    std::string picture;
+    if (form == PictureForm::Html) {
+        std::string narrow;
+        if (options.width > kNarrowWidth && (!options.by || IsRoomByDay(chart, kNarrowWidth)))
+            narrow = ChartScript(ReadChart(*store, all, options, kNarrowWidth, nullptr), *form,
+                                 kNarrowWidth, kNarrowHeight);
+        picture =
+            DrawPage(ChartScript(chart, *form, options.width, options.height), narrow, chart.title);
     } else {
-        ReadLines(*store, all, chart, options.width, terminal);
-        ReadEvents(*store, all, chart);
+        picture = DrawPicture(ChartScript(chart, *form, options.width, options.height), *form,
+                              chart.title);
     }
-    if (std::ranges::all_of(chart.raster.cells, [](float cell) { return std::isnan(cell); }))
-        chart.raster = {};
-    if (chart.lines.empty() && chart.raster.rows == 0)
-        throw Failure("there are no values" + when + "; see what there is with: mersola values");
-    chart.raster.range = options.colours;
-    Describe(all, options, chart);
-    const std::string picture = DrawChart(chart, *form, options.width, options.height);
     WholeFile file(options.file);
     file.Write(picture);
     file.Finish();
     out << "The picture " << Quoted(options.file) << " shows "
         << (all.size() == 1 ? Counted(all.front().periods.count, "period")
                             : Counted(std::ssize(chart.lines), "line"))
-        << when << ".\n";
+        << WhenOf(chart) << ".\n";
 }
 
 }  // namespace mersola::tool
