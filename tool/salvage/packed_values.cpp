@@ -45,14 +45,18 @@ void SavedDatabase::AddPacked(const StoredTree& tree, const Record& record) {
             throw Failure("it holds something else");
         }
     }
+    const std::int64_t before = Changes();
     store_.dbExecute(CString("INSERT OR IGNORE INTO " + tree.name + " VALUES (" + values + ")"));
-    // A statement is a million letters long at most.
-    const auto id = isNumbered ? record.rowid : std::int64_t{0};
-    for (std::size_t at = 0; isNumbered && at < rest.size(); at += kPiece)
-        store_.dbExecute(CString("UPDATE ValueData SET Data=CAST(Data||" +
+    // A statement is a million letters long at most. A summary is made anew.
+    const bool isThere = Changes() == before;
+    const std::string where =
+        isNumbered ? "DataId=" + std::to_string(record.rowid)
+                   : "(MeasValueId,PeriodNo)=(" + values.substr(0, values.find(",x'")) + ")";
+    for (std::size_t at = 0; !isThere && tree.name != kValueBlocks && at < rest.size();
+         at += kPiece)
+        store_.dbExecute(CString("UPDATE " + tree.name + " SET Data=CAST(Data||" +
                                  Hexadecimal(std::string_view(rest).substr(at, kPiece)) +
-                                 " AS BLOB) WHERE DataId=" + std::to_string(id)));
-    if (!isNumbered && !rest.empty()) throw Failure("it is too long");
+                                 " AS BLOB) WHERE " + where));
     if (bytes_ > kMostBytes) GoOn();
 }
 
