@@ -14,6 +14,8 @@ from .errors import Invalid
 if TYPE_CHECKING:
     from ._series import Series
 
+# How a file has times: exactly, whatever the first one is.
+_TIME_ENCODING = {"units": "milliseconds since 1970-01-01", "calendar": "proleptic_gregorian", "dtype": "int64"}
 _CELL_METHODS = {"eq": "time: mean", "max": "time: maximum", "min": "time: minimum"}
 
 
@@ -123,7 +125,9 @@ def _attributes(series: Series) -> Dict[str, Any]:
 def to_xarray(series: Series) -> Any:
     xarray = _needed("xarray", "to_xarray")
     dimensions, values = _shaped(series, series.values)
-    return xarray.DataArray(values, _coordinates(series), dimensions, series.name, _attributes(series))
+    array = xarray.DataArray(values, _coordinates(series), dimensions, series.name, _attributes(series))
+    array["time"].encoding.update(_TIME_ENCODING)
+    return array
 
 
 def _status(series: Series) -> Optional[Tuple[Any, Dict[str, Any]]]:
@@ -163,6 +167,8 @@ def to_dataset(members: List[Series]) -> Any:
             ends = np.stack([begin, begin + members[0].period.astype("timedelta64[ns]")], axis=1)
             whole["time_bounds"] = (("time", "bounds"), ends)
             whole["time"].attrs["bounds"] = "time_bounds"
+            whole["time_bounds"].encoding.update(_TIME_ENCODING)
+        whole["time"].encoding.update(_TIME_ENCODING)
         common = {key: value for key, value in members[0].attrs.items()
                   if all(series.attrs.get(key) == value for series in members)}
         whole.attrs.update({

@@ -90,12 +90,12 @@ class Database(Mapping):  # type: ignore[type-arg]  # subscripts need Python 3.9
     @property
     def functions(self) -> Dict[str, int]:
         """The numbers of functions by their names."""
-        return {row["name"]: row["id"] for row in reversed(self._handle.rows("function_names"))}
+        return _numbers(self._handle.rows("function_names"))
 
     @property
     def bands(self) -> Dict[str, int]:
         """The numbers of frequency bands by their names, as "1 kHz"."""
-        return {row["name"]: row["id"] for row in reversed(self._handle.rows("band_names"))}
+        return _numbers(self._handle.rows("band_names"))
 
     def _bands(self) -> Bands:
         return Bands({row["id"]: row["name"] for row in self._handle.rows("band_names")})
@@ -188,3 +188,11 @@ class Database(Mapping):  # type: ignore[type-arg]  # subscripts need Python 3.9
             return str(show(kind + after, self._HEADS, self._overview()))
         except Error as reason:
             return str(show(f"{kind}: {reason}{after}", self._HEADS, []))
+
+
+def _numbers(rows: List[Dict[str, Any]]) -> Dict[str, int]:
+    """Numbers by name, in their order; of a name that comes twice the first one."""
+    numbers: Dict[str, int] = {}
+    for row in rows:
+        numbers.setdefault(row["name"], row["id"])
+    return numbers

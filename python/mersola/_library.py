@@ -162,7 +162,7 @@ class Handle:
             _raise(code, library.mersola_error(None))
         self.lock = threading.RLock()
         self.selected: Optional[Tuple[int, ...]] = None
-        self.rate = 2e6  # values that it reads in a second, as seen last
+        self.rate = 4e6  # values that it reads in a second, as seen last
         self._library, self._pointer, self._process = library, pointer, os.getpid()
         self._end = weakref.finalize(self, _close, library, pointer, self._process)
 

@@ -36,11 +36,12 @@ def _groups(bands: Sequence[int]) -> List[Tuple[int, int, List[Tuple[int, int, i
     """What is read together: its first band, how many, and the runs of columns in it, each as
     (place in the array, place in what is read, length)."""
     groups: List[Tuple[int, int, List[Tuple[int, int, int]]]] = []
-    for column, band in enumerate(bands):
+    for column in sorted(range(len(bands)), key=lambda each: bands[each]):
+        band = bands[column]
         if groups and 0 < band - (groups[-1][0] + groups[-1][1] - 1) <= _WIDEST_GAP:
             first, count, runs = groups[-1]
             at, begin, length = runs[-1]
-            if band == first + count:
+            if band == first + count and column == at + length:
                 runs[-1] = (at, begin, length + 1)
             else:
                 runs.append((column, band - first, 1))
@@ -63,7 +64,7 @@ def read_block(handle: Handle, key: Tuple[int, ...], first: int, periods: int, b
     groups = _groups(bands)
     if not values.size:
         return values, notes
-    if len(groups) == 1 and groups[0][1] == len(bands):
+    if len(groups) == 1 and len(groups[0][2]) == 1:
         scratch = None  # the array itself takes what is read
     else:
         scratch = np.empty(0, dtype)
@@ -101,8 +102,8 @@ def read_block(handle: Handle, key: Tuple[int, ...], first: int, periods: int, b
             notes.append((at, kept))
         at += step
         passed = max(time.perf_counter() - begun, 1e-6)
-        # No more than twice the last step, so that one that was quick by chance does little harm.
-        handle.rate = min(step * widest / passed, 2 * max(handle.rate, 1e5))
+        # No more than four times the last step, so that one that was quick by chance does little harm.
+        handle.rate = min(step * widest / passed, 4 * max(handle.rate, 1e5))
     return values, notes
 
 
