@@ -1,4 +1,5 @@
-// Reads all values of one function in blocks of a day, as a program would, and says how long it took:
+// Reads all values of one function in blocks of a day, as a program would, and says how long it
+// took:
 //   block_reader DB
 // python_benchmark.py runs it beside Python.
 #include <algorithm>
@@ -12,7 +13,8 @@
 int main(int argc, char** argv) {
     if (argc != 2) return 2;
     constexpr int kDay = 86400, kBands = 36;
-    Mersola store("", "", ("Provider=SQLite;Mode=Read;Data Source=" + std::string(argv[1])).c_str(), 30);
+    Mersola store("", "", ("Provider=SQLite;Mode=Read;Data Source=" + std::string(argv[1])).c_str(),
+                  30);
     store.SetInstrument(1);
     if (!store.SetMeasurement(1) || !store.SetReport(1)) return 1;
     store.SetChannel(1);

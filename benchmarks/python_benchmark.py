@@ -84,9 +84,17 @@ def in_pandas(path):
 
 def beside_the_array(path):
     """MiB of a read of everything at once that are not the array's."""
-    program = ("import mersola, sys, resource as r; s = mersola.open(sys.argv[1])['Garden']['Summer']; "
-               "s.read('Leq', stop='2026-01-01T00:10'); before = r.getrusage(r.RUSAGE_SELF).ru_maxrss; "
-               "x = s.read('Leq'); print((r.getrusage(r.RUSAGE_SELF).ru_maxrss - before) / 1024 - x.values.nbytes / 2**20)")
+    program = """
+import mersola, sys
+def mib(what):
+    return next(int(line.split()[1]) for line in open("/proc/self/status") if line.startswith(what)) / 1024
+summer = mersola.open(sys.argv[1])["Garden"]["Summer"]
+summer.read("Leq", stop=summer.start.replace(day=2))  # what is loaded and kept once
+open("/proc/self/clear_refs", "w").write("5")
+before = mib("VmRSS")
+series = summer.read("Leq")
+print(mib("VmHWM") - before - series.values.nbytes / 2**20)
+"""
     return float(subprocess.run([sys.executable, "-c", program, path], check=True, capture_output=True, text=True,
                                 env={**os.environ, "PYTHONPATH": str(ROOT / "python")}).stdout)
 

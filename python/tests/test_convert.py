@@ -46,7 +46,7 @@ def test_what_is_not_installed_is_named_and_imported_only_where_it_is_used(db, m
     with db.record("Garden", "Summer", period="1s") as recorder:
         recorder.write({"LAeq": [1, 2]})
         series = recorder.measurement.read("LAeq")
-    for name in [name for name in sys.modules if name.split(".")[0] == module]:
+    for name in [module, *(name for name in sys.modules if name.split(".")[0] == module)]:
         monkeypatch.setitem(sys.modules, name, None)
     with pytest.raises(ImportError, match=f"{use} needs {module}.*python3-{module}"):
         getattr(series, use)()

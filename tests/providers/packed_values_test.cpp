@@ -2,6 +2,7 @@
 // the same statements do on rows.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <random>
 
 #include <sqlite3.h>
@@ -29,6 +30,7 @@ TEST(ValueStatement, IsWhatTheLibrarySendsAndNothingThatSaysMore) {
         Kind::Select);
     EXPECT_EQ(kind("select max( PeriodNo ) FROM MeasuredValues WHERE MeasValueId = ?"), Kind::Last);
     EXPECT_EQ(kind("DELETE FROM MeasuredValues WHERE MeasValueId=? AND PeriodNo<=?"), Kind::Delete);
+    EXPECT_EQ(kind("SELECT DISTINCT FrqId FROM MeasuredValues WHERE MeasValueId=?"), Kind::Bands);
     for (const char* other :
          {"INSERT INTO MeasuredValues (MeasValueId,PeriodNo,Channel,Value,Status,FrqId) VALUES "
           "(?,?,?,?,?,?)",
@@ -44,6 +46,7 @@ TEST(ValueStatement, IsWhatTheLibrarySendsAndNothingThatSaysMore) {
           "SELECT * FROM MeasuredValues WHERE MeasValueId=?+?",
           "SELECT * FROM MeasuredValues WHERE MeasValueId=? ORDER BY PeriodNo,FrqId DESC",
           "SELECT * FROM MeasuredValues WHERE MeasValueId=? ORDER BY PeriodNo",
+          "SELECT DISTINCT FrqId,Channel FROM MeasuredValues WHERE MeasValueId=?",
           "SELECT MIN(PeriodNo) AS p FROM MeasuredValues WHERE MeasValueId=?",
           "SELECT MIN(PeriodNo) FROM MeasuredValues WHERE MeasValueId=? LIMIT ?",
           "DELETE FROM MeasuredValues", "UPDATE MeasuredValues SET Value=? WHERE MeasValueId=?"}) {
@@ -157,10 +160,15 @@ class PackedValues : public testing::Test {
         Both("DELETE FROM MeasuredValues WHERE PeriodNo>2147483647");
     }
 
+    static std::string Sorted(std::string text) {
+        std::ranges::sort(text);
+        return text;
+    }
+
     void Step(int step) {
         const std::string period = Text(-3, 400);
         const std::string where = " FROM MeasuredValues WHERE MeasValueId=" + Text(1, 2);
-        switch (Number(0, 13)) {
+        switch (Number(0, 14)) {
             case 0:
             case 1:
             case 2:
@@ -193,7 +201,14 @@ class PackedValues : public testing::Test {
                     "ROLLBACK TO s"}[static_cast<std::size_t>(Number(0, 2))]);
             case 11:
                 return Both("SELECT count(*),sum(Value*FrqId)" + where);
-            case 12:
+            case 12: {  // in any order
+                const std::string sql =
+                    "SELECT DISTINCT FrqId" + where + " AND Channel=" + Text(1, 2) +
+                    " AND FuncId=1 AND PeriodNo>=" + period + " AND PeriodNo<" + Text(0, 400);
+                ASSERT_EQ(Sorted(packed.Run(sql)), Sorted(rows.Run(sql))) << sql;
+                return;
+            }
+            case 13:
                 return Both("UPDATE MeasuredValues SET Value=Value+1,Status=NULL WHERE PeriodNo=" +
                             period);
             default:

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -257,6 +258,42 @@ class One final : public Rows {
     bool isDone_ = false;
 };
 
+class OfBands final : public Rows {
+  public:
+    OfBands(std::string name, std::shared_ptr<packed::Statements> sources,
+            const packed::Series& series, packed::Range periods, packed::Range bands)
+        : Rows({std::move(name)}), reader_(std::move(sources), series, periods, bands) {}
+
+  private:
+    bool Fill(ado::ColumnBlock& block) override {
+        std::set<std::int64_t> found;
+        for (packed::SeriesBlock matrix; reader_.Next(matrix);) {
+            for (std::size_t band = 0; band < matrix.bands.size(); ++band) {
+                if (!found.contains(matrix.bands[band]) && HasRow(matrix, band))
+                    found.insert(matrix.bands[band]);
+            }
+        }
+        bands_.assign(found.begin(), found.end());
+        block.rows = bands_.size();
+        block.columns = {Spread(bands_.data())};
+        return !bands_.empty();
+    }
+
+    bool HasRow(const packed::SeriesBlock& matrix, std::size_t band) const {
+        const auto [first, end] = reader_.Columns(matrix);
+        if (matrix.states.empty()) return first < end;
+        const std::size_t row = band * static_cast<std::size_t>(matrix.periods);
+        for (auto column = static_cast<std::size_t>(first); column < static_cast<std::size_t>(end);
+             ++column) {
+            if (packed::StateAt(matrix, row + column) != packed::kNoRow) return true;
+        }
+        return false;
+    }
+
+    packed::SeriesReader reader_;
+    std::vector<std::int64_t> bands_;
+};
+
 class OfSummaries final : public ado::SummarySource {
   public:
     OfSummaries(std::shared_ptr<packed::Statements> sources, const packed::Series& series,
@@ -302,6 +339,13 @@ std::unique_ptr<ado::RowSource> PeriodRows(std::shared_ptr<packed::Statements> s
                                            std::int32_t measValueId,
                                            const packed::PeriodReader::Selection& selection) {
     return std::make_unique<OfPeriods>(std::move(sources), measValueId, selection);
+}
+
+std::unique_ptr<ado::RowSource> SeriesBands(std::string name,
+                                            std::shared_ptr<packed::Statements> sources,
+                                            const packed::Series& series, packed::Range periods,
+                                            packed::Range bands) {
+    return std::make_unique<OfBands>(std::move(name), std::move(sources), series, periods, bands);
 }
 
 std::unique_ptr<ado::RowSource> OnePeriod(std::string name, std::optional<std::int32_t> period) {

@@ -27,6 +27,12 @@ std::unique_ptr<ado::SummarySource> SeriesSummaries(std::shared_ptr<packed::Stat
                                                     std::span<const std::int64_t> edges,
                                                     packed::Range bands);
 
+/// The bands in which one series has values, ascending.
+std::unique_ptr<ado::RowSource> SeriesBands(std::string name,
+                                            std::shared_ptr<packed::Statements> sources,
+                                            const packed::Series& series, packed::Range periods,
+                                            packed::Range bands);
+
 /// One row of one column.
 std::unique_ptr<ado::RowSource> OnePeriod(std::string name, std::optional<std::int32_t> period);
 

@@ -185,6 +185,13 @@ std::unique_ptr<ado::RowSource> PackedValues::Read(const ValueStatement& stateme
     const auto& functions = ranges[packed::kFuncId];
     const auto& bands = ranges[packed::kFrqId];
     const auto report = static_cast<std::int32_t>(ranges[packed::kMeasValueId].first);
+    const bool isSeries = channels.IsOne() && functions.IsOne();
+    const packed::Series series{report, static_cast<std::int32_t>(channels.first),
+                                static_cast<std::int32_t>(functions.first)};
+    if (statement.kind == Kind::Bands) {
+        if (!isSeries) return nullptr;
+        return SeriesBands(statement.expression, sources, series, periods, bands);
+    }
     if (statement.kind != Kind::Select) {
         if (!AreWhole(ranges,
                       {packed::kPeriodNo, packed::kChannel, packed::kFuncId, packed::kFrqId}))
@@ -193,12 +200,7 @@ std::unique_ptr<ado::RowSource> PackedValues::Read(const ValueStatement& stateme
             statement.kind == Kind::First ? store->FirstPeriod(report) : store->LastPeriod(report);
         return OnePeriod(statement.expression, period);
     }
-    if (channels.IsOne() && functions.IsOne()) {
-        return SeriesRows(sources,
-                          {report, static_cast<std::int32_t>(channels.first),
-                           static_cast<std::int32_t>(functions.first)},
-                          periods, bands);
-    }
+    if (isSeries) return SeriesRows(sources, series, periods, bands);
     if (!statement.isOrdered) return nullptr;
     return PeriodRows(sources, report, {channels, functions, periods, bands});
 }

@@ -123,6 +123,11 @@ bool Read(Reader& reader, ValueStatement& statement) {
     const std::size_t start = reader.Position();
     if (reader.Symbol('*')) {
         statement.kind = Kind::Select;
+    } else if (reader.Word("DISTINCT")) {
+        statement.kind = Kind::Bands;
+        const std::size_t column = reader.Position();
+        if (!reader.Word("FRQID")) return false;
+        statement.expression = reader.From(column);
     } else {
         statement.kind = reader.Word("MIN") ? Kind::First : Kind::Last;
         if (statement.kind == Kind::Last && !reader.Word("MAX")) return false;

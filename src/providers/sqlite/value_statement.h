@@ -22,6 +22,7 @@ struct ValueStatement {
         Select,  // * by conditions on the key, ordered by period and band or not at all
         First,   // MIN(PeriodNo) by conditions on the key
         Last,    // MAX(PeriodNo)
+        Bands,   // DISTINCT FrqId by conditions on the key
         Delete,  // by conditions on the key
     };
     /// What the literal at its place is: a column's value, or the other side of its comparison,
@@ -34,7 +35,7 @@ struct ValueStatement {
 
     Kind kind = Kind::Other;
     bool isOrdered = false;
-    std::string expression;  // of First and Last, as it is written
+    std::string expression;  // of First, Last and Bands, as it is written
     std::vector<Place> places;
 
     /// The row to insert; nothing where a literal is not what its column holds. The status refers
