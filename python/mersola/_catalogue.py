@@ -129,8 +129,8 @@ class _Source:
         chunks  a length such as "1D": gives an iterator of series instead, cut where days (hours, ...)
             begin on the clock, so that a long range needs the memory of one of them
         every  a length such as "1h": gives what the values of each such step come to in their place. Steps
-            begin on the clock. On packed databases a year of seconds takes half a second: the library
-            keeps summaries.
+            begin on the clock. Packed databases keep summaries: with bands that are given, a year of
+            seconds takes less than a second.
         by  what is taken of a step: "energy" (the mean of levels), "mean", "rms", "min" or "max". Names of
             levels tell it by themselves: LAeq is taken by its energy, and LAFmax by its maximum.
 
