@@ -25,6 +25,9 @@ std::string Settings(const std::string& schema, long seconds) {
         "SET standard_conforming_strings=on;SET default_transaction_isolation='read committed'";
     // A lock is given up by the server itself, which costs no cancelling.
     settings += ";SET lock_timeout=" + std::to_string(std::min(seconds, 2000000L) * 1000);
+    // The key gives rows in their order; a bitmap's would have to be sorted, a long block's on
+    // disk.
+    settings += ";SET enable_bitmapscan=off";
     if (schema.empty()) return settings;
     settings += ";SET search_path=\"";
     for (const char c : schema)
@@ -98,7 +101,8 @@ void Connection::Run(const char* sql) {
     while (const Result result = Receive()) {
         if (IsFailure(result.get()) && !failure) failure = FailureIn(result.get(), secrets_);
     }
-    running_ = hasSavepoint_ = isChanged_ = false;
+    running_ = hasSavepoint_ = isChanged_ = isInsert_ = false;
+    inserts_.clear();
     if (failure) Raise(*failure);
 }
 
@@ -136,7 +140,10 @@ bool Connection::SendBefore(const Call& call) {
         ++before_;
     }
     hasSavepoint_ |= setsSavepoint;
-    if (setsSavepoint) isChanged_ = false;
+    if (setsSavepoint) {
+        isChanged_ = false;
+        inserts_.clear();
+    }
     return true;
 }
 
@@ -145,6 +152,7 @@ void Connection::Send(const Call& call) {
     running_ = true;
     isQuery_ = call.isQuery;
     const bool together = SendBefore(call);
+    Remember(call);
     const Parameters& parameters = call.parameters;
     constexpr int kBinary = 1;
     Require(call.name ? PQsendQueryPrepared(connection_, call.name, parameters.Count(),
@@ -211,6 +219,11 @@ CopiedRow Connection::NextCopied() {
     return {};
 }
 
+void Connection::Remember(const Call& call) {
+    isInsert_ = call.insert && hasSavepoint_;
+    if (isInsert_) inserts_.push_back({call.insert, call.parameters});
+}
+
 void Connection::ReadBefore() {
     for (int i = 0; i < before_; ++i) {
         const Result result = Receive();
@@ -234,6 +247,9 @@ Result Connection::Next() {
     Finish();
     if (!isQuery_) {
         hasSavepoint_ = false;
+    } else if (isInsert_) {
+        constexpr std::size_t kMostInserts = 64;
+        isChanged_ = inserts_.size() == kMostInserts;
     } else if (result && !std::string_view(PQcmdStatus(result.get())).starts_with("SELECT")) {
         isChanged_ = true;
     }
@@ -259,11 +275,26 @@ void Connection::Finish() {
 void Connection::Raise(const Failure& failure) {
     lastState_ = failure.state;
     if (PQstatus(connection_) == CONNECTION_BAD) Lose(failure.words);
-    if (isQuery_ && hasSavepoint_ && PQtransactionStatus(connection_) == PQTRANS_INERROR) {
-        Run(kGoBack);
-        hasSavepoint_ = true;  // it stays, to go back to again
-    }
+    if (isQuery_ && hasSavepoint_ && PQtransactionStatus(connection_) == PQTRANS_INERROR) GoBack();
     throw failure.Translated();
+}
+
+// Undoes the statement that failed, and nothing in front of it.
+void Connection::GoBack() {
+    std::vector<Insert> inserts = std::move(inserts_);
+    inserts_.clear();
+    if (isInsert_) inserts.pop_back();
+    Run(kGoBack);
+    hasSavepoint_ = true;  // it stays, to go back to again
+    for (const Insert& insert : inserts) {
+        // Somebody else may have stored the same row meanwhile, which is a failure as well; what
+        // was repeated until then, and a savepoint for the rest, stay.
+        try {
+            Execute({.text = insert.text.c_str(), .parameters = insert.parameters});
+        } catch (const _com_error& error) {
+            if (!error.IsDuplicate()) throw;
+        }
+    }
 }
 
 void Connection::Abandon() {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <libpq-fe.h>
 
@@ -31,6 +32,9 @@ struct Call {
     const char* first = nullptr;
     /// Its rows come as one result, which is the end as well.
     bool isWhole = false;
+    /// The text of an INSERT of values. It can be repeated, so that it needs no savepoint of its
+    /// own. Or null.
+    const char* insert = nullptr;
 };
 
 /// A row as COPY gives it.
@@ -94,6 +98,8 @@ class Connection {
     std::future<void> Cancel() const;
     [[noreturn]] void Lose(std::string_view words = {});
     bool SetsSavepoint(bool isQuery) const;
+    void GoBack();
+    void Remember(const Call& call);
     bool SendBefore(const Call& call);
     void ReadBefore();
     void Finish();
@@ -112,6 +118,12 @@ class Connection {
     // Of the transaction:
     bool hasSavepoint_ = false;
     bool isChanged_ = false;  // since the savepoint was set
+    struct Insert {
+        std::string text;
+        Parameters parameters;
+    };
+    std::vector<Insert> inserts_;  // since then
+    bool isInsert_ = false;        // what was sent last, which is the last of these
 };
 
 }  // namespace mersola::postgresql

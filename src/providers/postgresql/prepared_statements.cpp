@@ -27,6 +27,7 @@ Known& PreparedStatements::Add(std::string_view sql, std::string_view text) {
         known.isPlain = !reading->countsRows;
         if (known.isPlain) known.text += " LIMIT " + std::to_string(kMostAtOnce + 1);
     }
+    known.isInsert = IsInsert(sql);
     if (entries_.size() == kMost) DropOldest();
     entries_.push_front(std::move(known));
     byKey_.emplace(entries_.front().key, entries_.begin());
@@ -37,7 +38,8 @@ void PreparedStatements::Send(Known& known, const Parameters& parameters) {
     Call call{.text = known.text.c_str(),
               .parameters = parameters,
               .first = known.first,
-              .isWhole = known.isPlain};
+              .isWhole = known.isPlain,
+              .insert = known.isInsert ? known.text.c_str() : nullptr};
     if (isNew_) return connection_.Send(call);
     if (!known.name.empty()) {
         call.text = nullptr;

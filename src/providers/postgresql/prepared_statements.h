@@ -25,6 +25,7 @@ struct Known {
     /// they come at once; when there are more, they are asked for anew in a way that takes any
     /// number.
     bool isPlain = false;
+    bool isInsert = false;                                    // of values that are parameters
     std::shared_ptr<bool> isLong = std::make_shared<bool>();  // there were more the last time
     RowShape shape{};                                         // of such rows
 };

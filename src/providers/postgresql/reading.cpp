@@ -70,6 +70,17 @@ std::optional<Reading> Recognise(std::string_view sql) {
     return reading;
 }
 
+bool IsInsert(std::string_view sql) {
+    Lexer lexer(sql);
+    if (!IsWord(lexer.Next(), {"INSERT"})) return false;
+    bool hasValues = false;
+    for (Token token = lexer.Next(); token.kind != TokenKind::End; token = lexer.Next()) {
+        hasValues = hasValues || IsWord(token, {"VALUES"});
+        if (IsWord(token, {"SELECT", "RETURNING", "ON"})) return false;
+    }
+    return hasValues;
+}
+
 std::string KeyOrder::Behind(const Reading& reading) {
     if (reading.countsRows || reading.table == kValues) return {};
     if (!keys_) Load();

@@ -19,6 +19,8 @@ struct Reading {
 
 /// Recognises a statement that the lexer accepts.
 std::optional<Reading> Recognise(std::string_view sql);
+/// Whether it is an INSERT of values, which gives no rows.
+bool IsInsert(std::string_view sql);
 
 /// The other engines keep the rows of a table by its primary key, and so give them in this order
 /// wherever a statement names none, or equal rows of the one it names. Here an UPDATE moves a row.

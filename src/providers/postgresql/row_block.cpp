@@ -70,6 +70,44 @@ void RowBlock::Add(std::size_t index, const char* bytes, std::size_t length) {
     }
 }
 
+void RowBlock::Take(const PGresult* rows) {
+    Clear();
+    const int count = PQntuples(rows);
+    for (std::size_t index = 0; index < columns_.size(); ++index) {
+        Column& column = columns_[index];
+        const auto number = static_cast<int>(index);
+        const auto forEach = [&](auto add) {
+            for (int row = 0; row < count; ++row) {
+                const char* const value = PQgetvalue(rows, row, number);
+                if (*value == '\0' &&
+                    PQgetisnull(rows, row, number)) {  // an empty one has no bytes
+                    rows_ = static_cast<std::size_t>(row);
+                    AddNull(index);
+                } else {
+                    add(row, value);
+                }
+            }
+        };
+        if (column.type == kInt4) {
+            column.integers.reserve(static_cast<std::size_t>(count));
+            forEach([&](int, const char* value) {
+                column.integers.push_back(
+                    static_cast<std::int32_t>(NumberAt<std::uint32_t>(value)));
+            });
+        } else if (column.type == kFloat8) {
+            column.reals.reserve(static_cast<std::size_t>(count));
+            forEach([&](int, const char* value) {
+                column.reals.push_back(std::bit_cast<double>(NumberAt<std::uint64_t>(value)));
+            });
+        } else {
+            forEach([&](int row, const char* value) {
+                Add(index, value, static_cast<std::size_t>(PQgetlength(rows, row, number)));
+            });
+        }
+    }
+    rows_ = static_cast<std::size_t>(count);
+}
+
 void RowBlock::Give(ado::ColumnBlock& block) {
     block.rows = rows_;
     block.columns.clear();

@@ -26,6 +26,8 @@ class RowBlock {
     void AddNull(std::size_t column);
     void Add(std::size_t column, const char* bytes, std::size_t length);
     void EndRow() { ++rows_; }
+    /// Takes all rows of a result.
+    void Take(const PGresult* rows);
     /// Hands the columns out. They are valid until the next Clear.
     void Give(ado::ColumnBlock& block);
 

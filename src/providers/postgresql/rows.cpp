@@ -70,17 +70,8 @@ bool WholeRows::NextBlock(ado::ColumnBlock& block) {
     if (!block_->IsPlain()) return RowSource::NextBlock(block);
     const int rows = PQntuples(rows_.get());
     if (row_ >= 0 || rows == 0) return false;
-    for (row_ = 0; row_ < rows; ++row_) {
-        for (int column = 0; column < PQnfields(rows_.get()); ++column) {
-            const auto index = static_cast<std::size_t>(column);
-            if (PQgetisnull(rows_.get(), row_, column))
-                block_->AddNull(index);
-            else
-                block_->Add(index, PQgetvalue(rows_.get(), row_, column),
-                            static_cast<std::size_t>(PQgetlength(rows_.get(), row_, column)));
-        }
-        block_->EndRow();
-    }
+    row_ = rows;
+    block_->Take(rows_.get());
     block_->Give(block);
     return true;
 }
