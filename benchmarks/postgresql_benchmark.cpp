@@ -1,7 +1,7 @@
 // Blocks, batches and single values on PostgreSQL: the library beside plain libpq on the same
-// server: on one that this program starts and that does not wait for the disk,
-// or on the one that the connection string in MERSOLA_TEST_POSTGRESQL names. There it uses a schema
-// of its own, "mersola_benchmark", which it LOSES.
+// server: on one that this program starts and that does not wait for the disk, or on the one that
+// the connection string in MERSOLA_TEST_POSTGRESQL names. There it uses a schema of
+// its own, "mersola_benchmark", which it LOSES.
 #include <algorithm>
 #include <array>
 #include <bit>
