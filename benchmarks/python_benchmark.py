@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Reads 54 million values through Python, beside the library in C++ and pandas.read_sql, in turns:
     python_benchmark.py BUILD [PERIODS]
-BUILD is a build of the preset bench. The databases are made beside it, and are removed at the end.
+BUILD is a build of the preset bench. The databases are made in it, take 2.4 GB, and are removed at the end. Pandas
+reads two days of them in each turn.
 """
 import os
 import pathlib
@@ -17,7 +18,7 @@ import warnings
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 build = pathlib.Path(sys.argv[1]).resolve()
 periods = int(sys.argv[2]) if len(sys.argv) > 2 else 1_500_000
-BANDS, DAY, TURNS = 36, 86_400, 5
+BANDS, DAY, TURNS, PANDAS_DAYS = 36, 86_400, 3, 2
 os.environ["MERSOLA_LIBRARY"] = str(build / "src/libmersola.so.1")
 sys.path.insert(0, str(ROOT / "python"))
 
@@ -71,15 +72,19 @@ def in_python(path, **bands):
 
 
 def in_pandas(path):
+    """The seconds that a value takes: the rows alone, and as a matrix of the days that it reads."""
     db = connected(path)
-    rows, begun = 0, time.perf_counter()
-    for first in range(0, periods, DAY):
-        rows += len(pd.read_sql(
-            "SELECT PeriodNo,FrqId,Value FROM MeasuredValues WHERE MeasValueId=1 AND Channel=1 AND FuncId=1 "
-            "AND PeriodNo>=? AND PeriodNo<?", db, params=(first, first + DAY)))
-    passed = time.perf_counter() - begun
-    assert rows == periods * BANDS
-    return passed
+    rows, reading, begun = 0, 0.0, time.perf_counter()
+    for first in range(0, min(periods, PANDAS_DAYS * DAY), DAY):
+        before = time.perf_counter()
+        frame = pd.read_sql(
+            "SELECT PeriodNo,FrqId,Value,Status FROM MeasuredValues WHERE MeasValueId=1 AND Channel=1 AND FuncId=1 "
+            "AND PeriodNo>=? AND PeriodNo<?", db, params=(first, first + DAY))
+        reading += time.perf_counter() - before
+        rows += len(frame)
+        frame.loc[frame["Status"] == "A", "Value"] = np.nan
+        frame.pivot(index="PeriodNo", columns="FrqId", values="Value").to_numpy(np.float32)
+    return reading / rows, (time.perf_counter() - begun) / rows
 
 
 def beside_the_array(path):
@@ -110,15 +115,16 @@ def main():
                 names = [name for name, band in db.bands.items() if 1 <= band <= BANDS]
             rivals = {"C++": in_cpp, "Python": lambda path: in_python(path, bands=names),
                       "Python that looks for the bands": in_python}
-            taken = {name: [] for name in rivals}
+            taken = {name: [] for name in (*rivals, "pandas.read_sql", "pandas.read_sql, as a matrix")}
             for turn in range(TURNS):
                 for name in list(rivals)[turn % 3:] + list(rivals)[:turn % 3]:
                     taken[name].append(rivals[name](path))
-            taken["pandas.read_sql"] = [in_pandas(path)]
+                for name, seconds in zip(list(taken)[3:], in_pandas(path)):
+                    taken[name].append(seconds * count)
             best = statistics.median(taken["C++"])
             for name, seconds in taken.items():
                 median = statistics.median(seconds)
-                print(f"{layout}: {name}: {count / median / 1e6:.1f} million values/s, {best / median:.3f} of C++ "
+                print(f"{layout}: {name}: {count / median / 1e6:.2f} million values/s, {best / median:.4f} of C++ "
                       f"({min(seconds):.2f} to {max(seconds):.2f} s)", flush=True)
             print(f"{layout}: {beside_the_array(path):.1f} MiB beside the array of {count * 4 / 2**20:.0f} MiB", flush=True)
 

@@ -123,7 +123,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-mersola)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "python3 (>= 3.9), python3-numpy, libmersola${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})")
+    "python3 (>= 3.9), python3-numpy (>= 1:1.22), libmersola${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-pandas, python3-xarray, python3-matplotlib")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-netcdf4, tzdata")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/python/postinst

@@ -98,8 +98,8 @@ class Series:
     def __len__(self) -> int:
         return len(self.values)
 
-    def __array__(self, dtype: Any = None) -> npt.NDArray[Any]:
-        return np.asarray(self.values, dtype)
+    def __array__(self, dtype: Any = None, copy: Optional[bool] = None) -> npt.NDArray[Any]:
+        return np.array(self.values, dtype) if copy else np.asarray(self.values, dtype)
 
     def band(self, asked: Union[str, float]) -> Values:
         """The values of one band by its name ("1 kHz") or frequency in Hz (1000): a view."""
