@@ -106,6 +106,19 @@ TEST_F(Picture, ShowsAHoleOfOneColumn) {
     EXPECT_NE(svg.find(">no values<"), svg.npos);
 }
 
+TEST_F(Picture, OfALongTimeHasBandsThatOccurOnceInIt) {
+    RecordAt("10:00");
+    Execute("DELETE FROM MeasuredValues WHERE FuncId=1 AND (FrqId<>30 OR PeriodNo<>8)");
+    Execute("UPDATE MeasuredValues SET PeriodNo=550 WHERE FuncId=1");
+    Execute("INSERT INTO MeasuredValues SELECT MeasValueId, 40000, Channel, FuncId, 20, Value, "
+            "Status FROM MeasuredValues WHERE FuncId=1");
+    Execute("UPDATE Reports SET noOfPeriods=40001");
+    const auto svg = Plotted("a.svg", {"--from", "2026-11-15"});
+    EXPECT_NE(svg.find(">1 kHz<"), svg.npos);
+    EXPECT_NE(svg.find(">100 Hz<"), svg.npos);
+    EXPECT_EQ(svg.find(">500 Hz<"), svg.npos);
+}
+
 TEST_F(Picture, HasWhatIsAskedForWrittenOnIt) {
     RecordAt("10:00");
     const auto svg =

@@ -86,9 +86,8 @@ ChartLine ReadLine(Mersola& store, const Chart& chart, const Series& series,
     return line;
 }
 
-void AddCells(ChartRaster& raster, const std::vector<StepSummary>& steps) {
-    for (const StepSummary& step : steps)
-        raster.cells.push_back(static_cast<float>(raster.isLevel ? step.energyMean : step.mean));
+void AddCell(ChartRaster& raster, const StepSummary& step) {
+    raster.cells.push_back(static_cast<float>(raster.isLevel ? step.energyMean : step.mean));
 }
 
 ChartRaster ReadSpectra(Mersola& store, const Chart& chart, const Series& series,
@@ -100,18 +99,32 @@ ChartRaster ReadSpectra(Mersola& store, const Chart& chart, const Series& series
     raster.name = series.spectra->name;
     raster.isLevel = IsLevel(*series.spectra);
     raster.kind = isThirds ? "Third-octave band" : "Frequency band";
-    raster.rows = series.bands.size();
-    const auto names = ReadBandNames(store);
-    for (const auto band : series.bands) {
-        const std::string name = BandName(names, band);
-        const auto* third = isThirds ? acoustics::FindBand(name) : nullptr;
-        raster.ticks.push_back(
-            {static_cast<double>(raster.ticks.size()), name, third && third->number % 3 == 0});
-    }
     const auto edges = ColumnEdges(series.clock, series.periods, column);
     for (const auto edge : edges)
         raster.edges.push_back(Seconds(series.clock.At(edge) - chart.start));
-    AddCells(raster, ReadSteps(store, *series.spectra, series.bands, edges, terminal));
+    const auto& bands = series.bands;
+    const auto steps = ReadSteps(store, *series.spectra, bands, edges, terminal);
+    const auto hasValues = [&](std::size_t band) {
+        for (std::size_t i = band; i < steps.size(); i += bands.size()) {
+            if (steps[i].count > 0) return true;
+        }
+        return false;
+    };
+    const auto names = ReadBandNames(store);
+    std::vector<std::size_t> shown;
+    for (std::size_t band = 0; band < bands.size(); ++band) {
+        if (!hasValues(band)) continue;
+        const std::string name = BandName(names, bands[band]);
+        const auto* third = isThirds ? acoustics::FindBand(name) : nullptr;
+        raster.ticks.push_back(
+            {static_cast<double>(shown.size()), name, third && third->number % 3 == 0});
+        shown.push_back(band);
+    }
+    raster.rows = shown.size();
+    for (std::size_t first = 0; first < steps.size(); first += bands.size()) {
+        for (const auto band : shown)
+            AddCell(raster, steps[first + band]);
+    }
     return raster;
 }
 
@@ -153,7 +166,8 @@ ChartRaster ReadDays(Mersola& store, Chart& chart, const Series& series, int wid
         edges.push_back(series.clock.PeriodFrom(chart.start + CTimeSpanEx(at), series.periods.first,
                                                 series.periods.first + series.periods.count));
     }
-    AddCells(raster, ReadSteps(store, function, {kBroadband}, edges, terminal));
+    for (const auto& step : ReadSteps(store, function, {kBroadband}, edges, terminal))
+        AddCell(raster, step);
     chart.note = "A column holds a day, and a cell " + PeriodText(CTimeSpanEx(slot)) +
                  ". Colours show the mean" + (raster.isLevel ? " of the energy." : ".");
     return raster;

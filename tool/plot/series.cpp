@@ -58,18 +58,20 @@ class Chooser {
     }
 
   private:
+    static constexpr std::int64_t kSamples = 64, kSample = 512;
+    bool IsSampled() const { return series_.periods.count > kSamples * kSample; }
+
     // In the bands that have values in these periods, or else anywhere; the whole signal's first.
     // Of a long time it looks at samples: to ask each value for its band takes longer than the
     // picture.
     std::vector<std::int32_t> BandsOf(const MeasuredFunction& function) {
-        constexpr std::int64_t kSamples = 64, kSample = 512;
         const Range& all = series_.periods;
         std::set<std::int32_t> found;
         const auto look = [&](const std::optional<Range>& periods) {
             const auto bands = StoredBands(store_, {function}, periods);
             found.insert(bands.begin(), bands.end());
         };
-        for (std::int64_t i = 0; all.count > kSamples * kSample && i < kSamples; ++i)
+        for (std::int64_t i = 0; IsSampled() && i < kSamples; ++i)
             look(Range{
                 static_cast<std::int32_t>(all.first + (all.count - kSample) * i / (kSamples - 1)),
                 kSample});
@@ -94,13 +96,17 @@ class Chooser {
             throw Failure(Quoted(series_.spectra->name) + " and " + Quoted(function.name) +
                           " both have spectra, and there is room for one; make two pictures");
         }
-        if (!bands.empty() && hasSpectra_ && !series_.spectra)
-            TakeSpectra(function, std::move(bands));
+        if (!bands.empty() && hasSpectra_ && !series_.spectra) TakeSpectra(function, bands);
     }
 
-    void TakeSpectra(const MeasuredFunction& function, std::vector<std::int32_t> bands) {
+    void TakeSpectra(const MeasuredFunction& function, const std::vector<std::int32_t>& bands) {
         series_.spectra = function;
-        series_.bands = std::move(bands);
+        // Samples may have missed some; which have values shows when they are read.
+        std::set<std::int32_t> all(bands.begin(), bands.end());
+        for (const auto& [band, name] : ReadBandNames(store_)) {
+            if (IsSampled() && band != kBroadband) all.insert(band);
+        }
+        series_.bands.assign(all.begin(), all.end());
     }
 
     // The preferred function, or else the first, that has a line or spectra.
@@ -114,7 +120,7 @@ class Chooser {
             if (isLine)
                 series_.lines.push_back(function);
             else
-                TakeSpectra(function, std::move(bands));
+                TakeSpectra(function, bands);
             return;
         }
     }

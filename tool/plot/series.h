@@ -25,7 +25,7 @@ struct Series {
     Range periods;
     std::vector<MeasuredFunction> lines;
     std::optional<MeasuredFunction> spectra;
-    std::vector<std::int32_t> bands;  ///< of the spectra
+    std::vector<std::int32_t> bands;  ///< of the spectra, perhaps with some that have no values
 
     CTimeEx Start() const { return clock.At(periods.first); }
     CTimeEx End() const { return clock.At(std::int64_t{periods.first} + periods.count); }
