@@ -4,7 +4,7 @@ from __future__ import annotations
 from collections.abc import Mapping
 from dataclasses import dataclass
 from datetime import datetime
-from typing import (TYPE_CHECKING, Any, Dict, Iterable, Iterator, List, Optional, Sequence, TypeVar, Union,
+from typing import (TYPE_CHECKING, Any, Dict, Iterable, Iterator, List, Optional, Sequence, Tuple, TypeVar, Union,
                     overload)
 
 import numpy as np
@@ -14,7 +14,7 @@ from ._bands import Bands, BandsLike
 from ._convert import described
 from ._library import CONTINUOUS, NO_TIME, int32, text, version
 from ._markers import Marker, Markers, marker_of
-from ._reading import DType, chunk_periods, float_type, read_block
+from ._reading import DType, chunk_periods, float_type, read_block, stored_bands
 from ._series import Series, SeriesSet
 from ._steps import TAKEN, read_steps, step_edges, taken
 from ._times import LengthLike, TimeLike, from_python, milliseconds, to_python
@@ -171,13 +171,9 @@ class _Source:
             if stop is not None:
                 end = min(end, -(-(from_python(stop, zone, "stop") - origin) // length))
             end = max(first, end)
-            named = self._db._bands()
-            if first == end:
-                chosen: List[int] = []
-            elif bands is None:
-                chosen = [row["band"] for row in handle.rows("bands", first, end - first)]
-            else:
-                chosen = self._chosen(named, bands, first, end)
+        named = self._db._bands()
+        chosen = stored_bands(handle, key, first, end) if bands is None else \
+            self._chosen(named, bands, key, first, end)
         attrs = self._attributes(function, length)
 
         def block(begin: int, stop: int) -> Series:
@@ -199,15 +195,14 @@ class _Source:
             return block(first, end)
         return (block(*each) for each in chunk_periods(origin, length, first, end, chunk))
 
-    def _chosen(self, named: Bands, bands: BandsLike, first: int, end: int) -> List[int]:
+    def _chosen(self, named: Bands, bands: BandsLike, key: Tuple[int, ...], first: int, end: int) -> List[int]:
         """The bands that are asked for. Those that have names need no look at the values."""
         if not isinstance(bands, slice):
             try:
                 return named.choose(bands, named.known())
             except NotFound:
                 pass
-        stored = [row["band"] for row in self._db._handle.rows("bands", first, end - first)]
-        return named.choose(bands, stored)
+        return named.choose(bands, stored_bands(self._db._handle, key, first, end))
 
     def _function(self, asked: Union[str, int], channel: Optional[int], report: Optional[int]) -> Function:
         there = self.functions

@@ -7,7 +7,7 @@ that nothing of the size of the array is needed beside it.
 from __future__ import annotations
 
 import time
-from typing import Any, List, Sequence, Tuple, Type, Union
+from typing import Any, List, Sequence, Set, Tuple, Type, Union
 
 import numpy as np
 
@@ -105,6 +105,22 @@ def read_block(handle: Handle, key: Tuple[int, ...], first: int, periods: int, b
         # No more than four times the last step, so that one that was quick by chance does little harm.
         handle.rate = min(step * widest / passed, 4 * max(handle.rate, 1e5))
     return values, notes
+
+
+def stored_bands(handle: Handle, key: Tuple[int, ...], first: int, end: int) -> List[int]:
+    """The bands that have values in the periods from `first` up to `end`, looked up in steps as well."""
+    found: Set[int] = set()
+    step = 4096
+    while first < end:
+        count = min(step, end - first)
+        begun = time.perf_counter()
+        with handle.lock:
+            handle.select(key)
+            found.update(row["band"] for row in handle.rows("bands", first, count))
+        passed = max(time.perf_counter() - begun, 1e-6)
+        step = max(1, int(count * min(_STEP_SECONDS / passed, 4)))
+        first += count
+    return sorted(found)
 
 
 def _assume(kept: Bytes, values: Values, groups: Sequence[Tuple[int, int, Any]], until: int) -> None:

@@ -50,7 +50,8 @@ def test_what_is_not_installed_is_named_and_imported_only_where_it_is_used(db, m
         monkeypatch.setitem(sys.modules, name, None)
     with pytest.raises(ImportError, match=f"{use} needs {module}.*python3-{module}"):
         getattr(series, use)()
-    loaded = subprocess.run([sys.executable, "-c", "import mersola, sys; mersola.library_version(); print(*sys.modules)"],
+    program = "import mersola, sys; mersola.library_version(); print(*sys.modules)"
+    loaded = subprocess.run([sys.executable, "-c", program],
                             check=True, capture_output=True, text=True).stdout.split()
     assert module not in loaded and "numpy" in loaded
 
