@@ -110,8 +110,9 @@ TEST_F(Picture, OfALongTimeHasBandsThatOccurOnceInIt) {
     RecordAt("10:00");
     Execute("DELETE FROM MeasuredValues WHERE FuncId=1 AND (FrqId<>30 OR PeriodNo<>8)");
     Execute("UPDATE MeasuredValues SET PeriodNo=550 WHERE FuncId=1");
-    Execute("INSERT INTO MeasuredValues SELECT MeasValueId, 40000, Channel, FuncId, 20, Value, "
-            "Status FROM MeasuredValues WHERE FuncId=1");
+    Execute(
+        "INSERT INTO MeasuredValues SELECT MeasValueId, 40000, Channel, FuncId, 20, Value, "
+        "Status FROM MeasuredValues WHERE FuncId=1");
     Execute("UPDATE Reports SET noOfPeriods=40001");
     const auto svg = Plotted("a.svg", {"--from", "2026-11-15"});
     EXPECT_NE(svg.find(">1 kHz<"), svg.npos);

@@ -35,7 +35,7 @@ constexpr const char* kFitting =
 constexpr const char* kStyle =
     "\nbody { margin: 0; background: white; }"
     "\ndiv { overflow-x: auto; }"
-    "\nsvg { display: block; margin: 0 auto; }"
+    "\nsvg { display: block; margin: 0 auto; max-width: 100%; height: auto; }"
     "\n.narrow { display: none; }"
     "\n.narrow svg { width: 100%; height: auto; max-width: 600px; }"
     "\n@page { size: landscape; margin: 10mm; }"
@@ -70,13 +70,15 @@ std::string DrawPicture(const std::string& script, PictureForm form, const std::
     return picture;
 }
 
-std::string DrawPage(const std::string& wide, const std::string& narrow, const std::string& name) {
+std::string DrawPage(const std::string& wide, int width, const std::string& narrow,
+                     const std::string& name) {
     const auto drawn = [&](const std::string& script) {
         const std::string picture = DrawPicture(script, PictureForm::Svg, name);
         return picture.substr(picture.find("<svg"));
     };
     std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\">\n" +
                        std::string(kFitting) + TitleOf(name) + "\n<style>" + kStyle;
+    page += "@media screen { .wide svg { min-width: " + std::to_string(width * 3 / 4) + "px; } }\n";
     if (!narrow.empty()) page += kTwoSizes;
     page += "</style></head>\n<body>\n<div class=\"wide\">" + drawn(wide) + "</div>\n";
     if (!narrow.empty()) {

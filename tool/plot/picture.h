@@ -15,7 +15,9 @@ std::optional<PictureForm> PictureFormOf(const std::string& path);
 std::string DrawPicture(const std::string& script, PictureForm form, const std::string& name);
 
 /// Draws two scripts as a page that shows the first, on paper as well, and on a narrow screen the
-/// second. Without a second, the first one can be moved sideways there. Raises Failure.
-std::string DrawPage(const std::string& wide, const std::string& narrow, const std::string& name);
+/// second, which may be empty. `width`: of the first, in pixels; where there is a little less room
+/// it shrinks, and where there is much less it can be moved sideways. Raises Failure.
+std::string DrawPage(const std::string& wide, int width, const std::string& narrow,
+                     const std::string& name);
 
 }  // namespace mersola::tool

@@ -305,8 +305,8 @@ void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal)
         if (options.width > kNarrowWidth && (!options.by || IsRoomByDay(chart, kNarrowWidth)))
             narrow = ChartScript(ReadChart(*store, all, options, kNarrowWidth, nullptr), *form,
                                  kNarrowWidth, kNarrowHeight);
-        picture =
-            DrawPage(ChartScript(chart, *form, options.width, options.height), narrow, chart.title);
+        picture = DrawPage(ChartScript(chart, *form, options.width, options.height), options.width,
+                           narrow, chart.title);
     } else {
         picture = DrawPicture(ChartScript(chart, *form, options.width, options.height), *form,
                               chart.title);
