@@ -183,6 +183,9 @@ TEST_P(PostgresqlTest, ReadsStatementsAsTheOthersDo) {
             << where;
     }
     EXPECT_EQ(Ask(connection, "SELECT GroupId FROM Groups"), "1") << "by the key";
+    EXPECT_EQ(
+        Ask(connection, "SELECT TOP (1) GroupId FROM Groups WITH (NOLOCK) ORDER BY GroupId DESC;"),
+        "2");
     EXPECT_EQ(Ask(connection, "SELECT 1234567890.5-0.25"), "1234567890.25");
     EXPECT_EQ(Ask(connection, "SELECT CAST(-20000 AS numeric)"), "-20000");
     EXPECT_EQ(CodeOf(connection, "SELECT now()"), DB_E_ERRORSINCOMMAND) << "no type of ours";

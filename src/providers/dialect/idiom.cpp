@@ -31,6 +31,7 @@ const Idiom kPostgresqlIdiom{
     .like = "ILIKE",
     .pattern = "COLLATE \"C\"",  // that of the columns has no patterns
     .noEscape = "ESCAPE ''",
+    .limit = "LIMIT",
     .numbersParameters = true,
     .foldsNames = true,
 };

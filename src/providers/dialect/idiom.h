@@ -19,6 +19,8 @@ struct Idiom {
     std::string_view like = {};
     std::string_view pattern = {};
     std::string_view noEscape = {};
+    // Stands behind a statement for the TOP at its beginning; empty where TOP stays.
+    std::string_view limit = {};
     // Parameters are $1, $2 and so on, and not `?`.
     bool numbersParameters = false;
     // A name is folded to lower case, unless it stands in quotes.

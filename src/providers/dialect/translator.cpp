@@ -152,10 +152,15 @@ Translation Translator::Translate(std::string_view sql, Literals mode) {
     const bool noOperation = IsWord(first, "SET") && IsIsolationLevel(lexer_);
     Begin(first);
     Put(first);
+    const std::string_view top = TakeTop();
     for (;;) {
         const Token token = Next();
         if (token.kind == TokenKind::End) break;
         Put(token);
+    }
+    if (!top.empty()) {
+        output_.Append(idiom_.limit, true);
+        output_.Append(top, true);
     }
     const std::string_view text = output_.Finish();
     if (liftable_) memory_.Commit(text);
@@ -393,6 +398,20 @@ bool Translator::SkipHints() {
             return false;
         }
     }
+}
+
+// Reads over the TOP behind the SELECT at the beginning, and gives its number.
+std::string_view Translator::TakeTop() {
+    if (idiom_.limit.empty() || previous_.keyword != Keyword::Select) return {};
+    Lexer ahead = lexer_;
+    if (!IsWord(Read(ahead), "TOP")) return {};
+    Token number = Read(ahead);
+    const bool isEnclosed = number.Is('(');
+    if (isEnclosed) number = Read(ahead);
+    if (number.kind != TokenKind::Integer || (isEnclosed && !Read(ahead).Is(')'))) return {};
+    lexer_ = ahead;
+    dropped_ = true;
+    return number.text;
 }
 
 // Writes a query for the server's catalogue of objects.

@@ -85,6 +85,7 @@ class Translator {
     std::string_view Unescaped(std::string_view body, char quote);
 
     bool SkipHints();
+    std::string_view TakeTop();
     bool PutSysobjects(const Token& token);
     bool PutObjectId(const Token& token);
     bool PutUserTableTest();
