@@ -10,6 +10,18 @@ set(MERSOLA_SCHEMA_PACKED
 set(MERSOLA_SCHEMA_OPTIONS  # those that the engine has
     options/measured_values_locks options/markers_locks options/reports_locks
     options/measured_values_compression)
+set(MERSOLA_SCHEMA_VIEWS  # likewise, each behind what it is made from
+    views/time_text views/report_view views/value_view views/event_view)
+
+# Those of `files` that the engine has.
+function(mersola_schema_present engine files result)
+    foreach(name IN LISTS files)
+        if(NOT EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/${name}.sql")
+            list(REMOVE_ITEM files ${name})
+        endif()
+    endforeach()
+    set(${result} "${files}" PARENT_SCOPE)
+endfunction()
 
 function(mersola_schema_texts engine files result)
     set(statements "")
@@ -27,24 +39,21 @@ function(mersola_embed_schema output)
     list(TRANSFORM engines REPLACE "/groups.sql$" "")
     set(layouts "")
     foreach(engine IN LISTS engines)
-        set(engine_options ${MERSOLA_SCHEMA_OPTIONS})
-        foreach(option IN LISTS MERSOLA_SCHEMA_OPTIONS)
-            if(NOT EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/${option}.sql")
-                list(REMOVE_ITEM engine_options ${option})
-            endif()
-        endforeach()
+        mersola_schema_present(${engine} "${MERSOLA_SCHEMA_OPTIONS}" engine_options)
+        mersola_schema_present(${engine} "${MERSOLA_SCHEMA_VIEWS}" engine_views)
         set(files ${MERSOLA_SCHEMA_FILES})
         if(EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/${MERSOLA_SCHEMA_FIRST}.sql")
             list(PREPEND files ${MERSOLA_SCHEMA_FIRST})
         endif()
         mersola_schema_texts(${engine} "${files}" statements)
         mersola_schema_texts(${engine} "${engine_options}" options)
+        mersola_schema_texts(${engine} "${engine_views}" views)
         set(packed "")
         if(EXISTS "${PROJECT_SOURCE_DIR}/schema/${engine}/packed")
             string(REPLACE "measured_values;measured_values_index" "${MERSOLA_SCHEMA_PACKED}" files "${MERSOLA_SCHEMA_FILES}")
             mersola_schema_texts(${engine} "${files}" packed)
         endif()
-        string(APPEND layouts "{\"${engine}\", {\n${statements}}, {\n${packed}}, {\n${options}}},\n")
+        string(APPEND layouts "{\"${engine}\", {\n${statements}}, {\n${packed}}, {\n${options}}, {\n${views}}},\n")
     endforeach()
     file(CONFIGURE OUTPUT "${output}" @ONLY CONTENT
 "// Made from the files in schema/.
@@ -58,7 +67,7 @@ namespace {
 
 struct Folder {
     std::string_view name;
-    std::vector<std::string_view> statements, packed, options;
+    std::vector<std::string_view> statements, packed, options, views;
 };
 
 const Folder kFolders[]{
@@ -83,6 +92,10 @@ const std::vector<std::string_view>& SchemaStatements(const Engine& engine, Layo
 
 const std::vector<std::string_view>& SchemaOptions(const Engine& engine) {
     return FolderOf(engine).options;
+}
+
+const std::vector<std::string_view>& SchemaViews(const Engine& engine) {
+    return FolderOf(engine).views;
 }
 
 }  // namespace mersola

@@ -21,4 +21,8 @@ const std::vector<std::string_view>& SchemaStatements(const Engine& engine,
 /// not know the option, or whose edition lacks it, and nothing depends on it.
 const std::vector<std::string_view>& SchemaOptions(const Engine& engine);
 
+/// Statements that make the views for programs that know nothing of mersola, in the order in which
+/// they are to be run. A server puts them in the place of earlier ones; a file has to drop those.
+const std::vector<std::string_view>& SchemaViews(const Engine& engine);
+
 }  // namespace mersola

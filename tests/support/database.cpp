@@ -69,8 +69,8 @@ std::string WhyMissing(const Target& target) {
 
 Database::Database(const std::string& name)
     : target_(std::ranges::find(kTargets, name, &Target::name)),
-      needsServer_(target_->variable != nullptr),
-      missing_(WhyMissing(*target_)) {
+      needsServer_(target_ == std::end(kTargets) || target_->variable != nullptr),
+      missing_(target_ == std::end(kTargets) ? name + " is not built in" : WhyMissing(*target_)) {
     if (!missing_.empty()) target_ = kTargets;  // for what is set up before the test is skipped
     if (IsServer()) {
         DropTables();

@@ -13,6 +13,7 @@
 #include "file_beside.h"
 #include "layout.h"
 #include "schema/schema.h"
+#include "views.h"
 
 namespace mersola::tool {
 namespace {
@@ -74,7 +75,7 @@ void AddName(Mersola& store, const char* columns, int id, std::string_view name)
 
 // `check`: runs once no other program can write to a file any more.
 void LayOut(
-    Mersola& store, const Engine& engine, const Keeping& keeping,
+    Mersola& store, const Engine& engine, const Keeping& keeping, bool hasViews = false,
     const std::function<void()>& check = [] {}) {
     // It counts only before there is a first page.
     if (engine.room) Query(store, "%s=INCREMENTAL", engine.room->mode);
@@ -86,6 +87,7 @@ void LayOut(
     }
     for (const Function& function : kFunctions)
         AddName(store, "FuncNameMap (FuncId,FuncName)", function.id, function.name);
+    if (hasViews) MakeViews(store);
     constexpr const char* bands = "FrqNameMap (FrqId,FrqName)";
     AddName(store, bands, kBroadband, kBroadbandName);
     for (const auto& band : acoustics::AllBands())
@@ -116,28 +118,28 @@ void KeepLog(
 // A new file appears laid out and filled, or not at all. False if another program made one
 // meanwhile.
 bool MakeNewFile(
-    const Database& database, const Keeping& keeping,
+    const Database& database, const Keeping& keeping, bool hasViews = false,
     const std::function<void(Mersola&)>& fill = [](Mersola&) {}) {
     const FileBeside file(database.File());
     const Database beside = database.At(file.Path());
-    LayOut(*beside.Connect(Access::Write), kSqlite, keeping);
+    LayOut(*beside.Connect(Access::Write), kSqlite, keeping, hasViews);
     KeepLog(beside, fill);
     return file.Place(database.File());
 }
 
-void InitFile(const Database& database, const Keeping& keeping) {
-    if (!IsThere(database.File()) && MakeNewFile(database, keeping)) return;
+void InitFile(const Database& database, const Keeping& keeping, bool hasViews) {
+    if (!IsThere(database.File()) && MakeNewFile(database, keeping, hasViews)) return;
     RequireEmpty(database);  // before another program's file is changed
     const auto requireStillEmpty = [&] { RequireEmpty(database); };
-    LayOut(*database.Connect(Access::Write), kSqlite, keeping, requireStillEmpty);
+    LayOut(*database.Connect(Access::Write), kSqlite, keeping, hasViews, requireStillEmpty);
     KeepLog(database);
 }
 
-void InitServer(const Database& database, std::ostream& err) {
+void InitServer(const Database& database, bool hasViews, std::ostream& err) {
     const auto store = database.Connect(Access::Write);
     const Engine& engine = EngineOf(*store);
     RequireNoTables(*store, engine, database);
-    LayOut(*store, engine, {});
+    LayOut(*store, engine, {}, hasViews);
     SetOptions(*store, engine, err);
 }
 
@@ -145,20 +147,20 @@ void InitServer(const Database& database, std::ostream& err) {
 
 void MakeFile(const Database& database, const Keeping& keeping,
               const std::function<void(Mersola&)>& fill) {
-    if (IsThere(database.File()) || !MakeNewFile(database, keeping, fill))
+    if (IsThere(database.File()) || !MakeNewFile(database, keeping, false, fill))
         throw Failure(database.Name() + " exists already; choose another name");
 }
 
-void Init(const DatabaseArgument& argument, const Keeping& keeping, std::ostream& out,
-          std::ostream& err) {
+void Init(const DatabaseArgument& argument, const Keeping& keeping, bool hasViews,
+          std::ostream& out, std::ostream& err) {
     const Database database(argument);
     if (!database.IsFile() && keeping.IsPacked())
         throw Failure(database.Name() +
                       " is no SQLite file, and only such a file can be packed; leave out --layout");
     if (database.IsFile())
-        InitFile(database, keeping);
+        InitFile(database, keeping, hasViews);
     else
-        InitServer(database, err);
+        InitServer(database, hasViews, err);
     TellDone(out, "The database " + database.Name() +
                       " is laid out. Record a sound file with:\n  mersola record " +
                       ShellText(argument) + " FILE --instrument NAME --measurement NAME\n");

@@ -17,13 +17,14 @@ namespace mersola::tool {
 /// as before; only that the output is lost comes when the database is laid out. What the server
 /// does not know of the layout's options is told on `err`, a line each, and is no failure. Only a
 /// file can be packed.
-void Init(const DatabaseArgument& argument, const Keeping& keeping, std::ostream& out,
-          std::ostream& err);
+void Init(const DatabaseArgument& argument, const Keeping& keeping, bool hasViews,
+          std::ostream& out, std::ostream& err);
 
 struct UpgradeOptions {
     DatabaseArgument database;
     bool isDryRun = false;
     bool hasBackup = true;
+    bool hasViews = false;  ///< makes the views as well, or makes them anew
 };
 
 /// Brings a database to the form that Init would lay out, forward only. A file is copied first, to

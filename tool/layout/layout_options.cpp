@@ -41,6 +41,7 @@ void AddInit(CLI::App& app, const Streams& streams) {
     Command command(app, "init", "Lay out a new database");
     auto database = std::make_shared<DatabaseArgument>();
     const auto keeping = std::make_shared<Keeping>();
+    const auto hasViews = std::make_shared<bool>(false);
     AddDatabase(command, *database);
     command
         .Parsed("--layout", keeping->layout, ParseLayout, "rows or packed",
@@ -48,13 +49,15 @@ void AddInit(CLI::App& app, const Streams& streams) {
                 "room")
         .Default("rows");
     AddResolution(command, keeping->resolution);
+    command.Flag("--views", *hasViews,
+                 "Make views that programs such as Grafana read, with names and times");
     command.Run([=] {
         if (!keeping->resolution.empty() && !keeping->IsPacked())
             throw Failure(
                 "only packed values are rounded; add --layout packed, or leave out "
                 "--resolution",
                 2);
-        Init(*database, *keeping, streams.out, streams.err);
+        Init(*database, *keeping, *hasViews, streams.out, streams.err);
     });
     command.Footer(
         "A file that exists is refused, unless it is an empty database, and a server's database "
@@ -98,6 +101,8 @@ void AddUpgrade(CLI::App& app, const Streams& streams) {
     AddDatabase(command, given->database);
     command.Flag("--dry-run", given->isDryRun, "Say what would be done, and do nothing");
     command.Flag("--no-backup", *noBackup, "Make no copy first");
+    command.Flag("--views", given->hasViews,
+                 "Make the views of mersola init --views, in the place of earlier ones");
     command.Run([=] {
         given->hasBackup = !*noBackup;
         Upgrade(*given, streams.out);

@@ -14,6 +14,7 @@
 #include "database/stored_row.h"
 #include "file_beside.h"
 #include "layout.h"
+#include "views.h"
 
 namespace mersola::tool {
 namespace {
@@ -112,6 +113,11 @@ constexpr Step kSteps[]{
      RewritingNeeds, Rewrite},
 };
 
+// Where views are asked for. They hold nothing, so that the history need not tell of them.
+constexpr Step kViews{"make the views for other programs",
+                      [](Mersola&, const Database&) { return true; },
+                      [](Mersola& store, const char*) { MakeViews(store); }};
+
 std::vector<const Step*> DueSteps(Mersola& store, const Database& database) {
     std::vector<const Step*> due;
     for (const Step& step : kSteps) {
@@ -151,18 +157,21 @@ void Upgrade(const UpgradeOptions& options, std::ostream& out) {
     const Database database(options.database);
     const auto store = OpenDatabase(database, options.isDryRun ? Access::Read : Access::Write);
     auto due = DueSteps(*store, database);
+    const bool onlyViews = due.empty();  // then nothing that is there changes
+    if (options.hasViews) due.push_back(&kViews);
     if (due.empty()) {
         out << database.Name() << " is of " << FormatText(*store)
             << "; there is nothing to upgrade.\n";
         return;
     }
-    if (options.hasBackup && !database.IsFile())
+    const bool hasBackup = options.hasBackup && !onlyViews;
+    if (hasBackup && !database.IsFile())
         throw Failure(database.Name() +
                       " cannot be copied from here; back it up with its own means, and then "
                       "upgrade it with --no-backup");
     if (options.isDryRun) {
         out << database.Name() << " is of " << FormatText(*store) << ". An upgrade would:\n";
-        if (options.hasBackup) out << "  copy it to a new file beside it\n";
+        if (hasBackup) out << "  copy it to a new file beside it\n";
         for (const Step* step : due) {
             out << "  " << step->what << '\n';
             if (step->needs) out << "    which takes " << step->needs(*store, database) << '\n';
@@ -172,7 +181,7 @@ void Upgrade(const UpgradeOptions& options, std::ostream& out) {
     const auto needsAll = [](const Step* step) { return step->takeAlone != nullptr; };
     const bool isRefused = std::ranges::any_of(due, needsAll) && !IsAlone(*store);
     if (isRefused) std::erase_if(due, needsAll);  // recorders may go on beside the others
-    if (options.hasBackup && !due.empty())
+    if (hasBackup && !due.empty())
         out << "Copied it to " << Quoted(BackUp(*store, database)) << ".\n" << std::flush;
     for (const Step* step : due) {
         if (step->takeAlone) {
