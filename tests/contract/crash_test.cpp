@@ -148,7 +148,7 @@ TEST_P(Crash, ServesTwoRecordersAndThreeReadersAtOnce) {
     programs.clear();
     for (int station = 0; station < kStations; ++station)
         start([&, station] { return Record(all, text, station, false); });
-    for (const std::uint64_t seed : {1, 2, 3})
+    for (const std::uint64_t seed : {1U, 2U, 3U})
         start([&, seed] { return Read(all, text, seed, Connects::Once); });
     const auto goesOn = [&] {
         return std::ranges::all_of(programs, [](const auto& each) { return !each->HasEnded(); }) &&
