@@ -42,6 +42,8 @@ class Recorder:
         with handle.lock:
             if db._recorder is not None:
                 raise Error("this database object records already: end that, or open another one")
+            if not text(measurement, "measurement"):  # before the instrument is registered
+                raise Invalid("a measurement has a name")
             self._instrument = handle.integer("put_instrument", text(instrument, "instrument"),
                                               text(instrument_type, "instrument_type"),
                                               text(instrument_info, "instrument_info"))

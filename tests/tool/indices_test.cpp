@@ -96,6 +96,7 @@ TEST_F(IndicesTool, RefusesInOneLineWhatMakesNoSense) {
     ExpectRefused(Asked({"--function", "Lmax", "--events"}), "exposure levels cannot be made of");
     ExpectRefused(Asked({"--threshold", "60 Pa"}), "the threshold is in Pa, and 'LAeq' in dB");
     ExpectRefused(Asked({"--threshold", "60"}), "a number with its unit", 2);
+    ExpectRefused(Asked({"--threshold", "nandB"}), "a number with its unit", 2);
     for (const char* hours : {"7/6/23", "07/19", "7/19/24", "7/19/23/24", "7/x/23", ""})
         ExpectRefused(Asked({"--hours", hours}), "--hours", 2);
     ExpectRefused(Asked({"--percent", "10,,50"}), "from 0 to 100", 2);

@@ -1,6 +1,7 @@
 // The options of mersola indices.
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <memory>
 
 #include "indices.h"
@@ -67,7 +68,7 @@ std::optional<Threshold> ParseThreshold(const std::string& text) {
     const char* const end = text.data() + text.size();
     const auto parsed =
         std::from_chars(text.data(), end, threshold.value, std::chars_format::fixed);
-    if (parsed.ec != std::errc()) return std::nullopt;
+    if (parsed.ec != std::errc() || !std::isfinite(threshold.value)) return std::nullopt;
     threshold.unit.assign(parsed.ptr, end);
     threshold.unit.erase(0, threshold.unit.find_first_not_of(' '));
     const auto isNumber = [](char c) { return (c >= '0' && c <= '9') || c == '.' || c == ','; };

@@ -9,6 +9,7 @@
 #include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
+#include "database/snapshot.h"
 #include "engines/sqlite.h"
 #include "file_beside.h"
 #include "layout.h"
@@ -34,8 +35,8 @@ bool IsThere(const std::string& path) {
 void RequireEmpty(const Database& database) {
     const char* advice = "; choose another name, or remove the file first";
     try {
-        const auto rows =
-            database.Connect(Access::Read)->dbExecute("SELECT count(*) FROM sqlite_master");
+        Snapshot snapshot(database);
+        const auto rows = snapshot.Store().dbExecute("SELECT count(*) FROM sqlite_master");
         if (rows->Fields(0).Long() == 0) return;
     } catch (const Failure&) {
         throw Failure(database.Name() + " exists and is no empty database" + advice);

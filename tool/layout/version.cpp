@@ -7,6 +7,7 @@
 #include "database/format.h"
 #include "database/open_database.h"
 #include "database/query.h"
+#include "database/snapshot.h"
 #include "layout.h"
 
 namespace mersola::tool {
@@ -44,12 +45,13 @@ void Version(const VersionOptions& options, std::ostream& out) {
     const Database database(options.database);
     if (options.added) Add(database, options, out);
     database.RequireThere();
-    const auto store = database.Connect(Access::Read);
+    Snapshot snapshot(database);
+    Mersola& store = snapshot.Store();
     versionHistory first;
-    switch (store->GetVersion(nullptr, first)) {
+    switch (store.GetVersion(nullptr, first)) {
         case 1:
-            out << "Database of " << FormatText(*store) << '\n';
-            for (_Recordset& row : Rows(*store, "SELECT * FROM VersionHistory"))
+            out << "Database of " << FormatText(store) << '\n';
+            for (_Recordset& row : Rows(store, "SELECT * FROM VersionHistory"))
                 Tell(row, out);
             break;
         case 0:
@@ -64,7 +66,7 @@ void Version(const VersionOptions& options, std::ostream& out) {
             break;
         default:
             throw Failure("the version of " + database.Name() + " cannot be read" +
-                          LastError(*store) + "; check that it is a database and whole");
+                          LastError(store) + "; check that it is a database and whole");
     }
 }
 

@@ -314,10 +314,10 @@ void Plot(const PlotOptions& options, std::ostream& out, std::ostream* terminal)
     WholeFile file(options.file);
     file.Write(picture);
     file.Finish();
-    out << "The picture " << Quoted(options.file) << " shows "
-        << (all.size() == 1 ? Counted(all.front().periods.count, "period")
-                            : Counted(std::ssize(chart.lines), "line"))
-        << WhenOf(chart) << ".\n";
+    TellDone(out, "The picture " + Quoted(options.file) + " shows " +
+                      (all.size() == 1 ? Counted(all.front().periods.count, "period")
+                                       : Counted(std::ssize(chart.lines), "line")) +
+                      WhenOf(chart) + ".\n");
 }
 
 }  // namespace mersola::tool
