@@ -214,6 +214,9 @@ TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
     const std::string path = File("old"), link = folder_ / "link.csv", pipe = folder_ / "pipe";
     std::filesystem::create_symlink("file.csv", link);
     ExpectRefused({"export", db_, "--function", "none", "-o", path}, "no function 'none'");
+    ExpectRefused({"export", db_, "--channel", "9"}, "no channel '9'");
+    ExpectRefused({"export", db_, "--instrument", "1", "--measurement", "1", "--report", "1 OR 1"},
+                  "no report '1 OR 1'");
     ExpectRefused({"export", db_, "-o", folder_ / "none/a.csv"}, "cannot be written");
     ExpectRefused({"export", db_, "-o", folder_ / "."}, "cannot be written");
     EXPECT_EQ(Contents(path), "old");

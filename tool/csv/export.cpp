@@ -85,6 +85,7 @@ class Exporter {
 
     void ReadNames();
     void Choose();
+    void ChooseReport(std::int32_t groupId, std::int32_t measId);
     std::vector<ExportedReport> Reports();
     void ReadBands(const std::vector<ExportedReport>& reports);
 
@@ -116,6 +117,7 @@ class Exporter {
     Labels instruments_, functions_, bands_;
     std::vector<std::int32_t> groups_;  // the chosen ones
     std::vector<Measurement> measurements_;
+    std::optional<std::int32_t> report_;          // the chosen one
     std::string channels_, chosenFunctions_;      // conditions
     std::map<std::int32_t, std::string> labels_;  // of bands, as fields
     // A wide file: its bands, and a row for each status that values of the current period have.
@@ -135,7 +137,14 @@ void Exporter::ReadNames() {
 }
 
 void Exporter::Choose() {
-    if (options_.channel) channels_ = " AND Channel=" + std::to_string(*options_.channel);
+    if (options_.channel) {
+        std::vector<Choice> choices;
+        for (_Recordset& row :
+             Rows(store_, "SELECT DISTINCT Channel FROM MeasuredFunctions ORDER BY Channel"))
+            choices.push_back({row.Fields(0).Long(), ""});
+        channels_ = " AND Channel=" + std::to_string(tool::Choose(
+                                          "channel", std::to_string(*options_.channel), choices));
+    }
     if (!options_.function.empty()) {
         std::vector<Choice> choices;
         for (_Recordset& row : Rows(store_,
@@ -153,8 +162,10 @@ void Exporter::Choose() {
     }
     for (const auto group : groups_) {
         std::optional<std::int32_t> chosen;
-        if (!options_.measurement.empty())
+        if (!options_.measurement.empty()) {
             chosen = ChooseMeasurement(store_, group, options_.measurement);
+            ChooseReport(group, *chosen);
+        }
         Labels labels;
         const auto stored = ReadMeasurements(store_, group);
         for (const auto& each : stored)
@@ -166,13 +177,20 @@ void Exporter::Choose() {
     }
 }
 
+void Exporter::ChooseReport(std::int32_t groupId, std::int32_t measId) {
+    if (options_.report.empty()) return;
+    std::vector<Choice> choices;
+    for (const auto& each : ReadReports(store_, groupId, measId))
+        choices.push_back({each.ReportId, ""});
+    report_ = tool::Choose("report", options_.report, choices);
+}
+
 std::vector<ExportedReport> Exporter::Reports() {
     std::vector<ExportedReport> reports;
     for (const Measurement& measurement : measurements_) {
         store_.SetInstrument(measurement.groupId);
         for (const auto& each : ReadReports(store_, measurement.groupId, measurement.id)) {
-            if (!options_.report.empty() && std::to_string(each.ReportId) != options_.report)
-                continue;
+            if (report_ && each.ReportId != *report_) continue;
             const auto key = Query(store_,
                                    "SELECT MeasValueId FROM MeasValueMap WHERE GroupId=%d AND "
                                    "MeasId=%d AND ReportId=%d",
@@ -203,7 +221,7 @@ void Exporter::WriteCatalogue() {
     WriteRecords(StoredTable::FrqNameMap, "ORDER BY FrqId");
     for (const auto group : groups_)
         WriteRecords(StoredTable::Groups, "WHERE GroupId=" + std::to_string(group));
-    const std::string report = options_.report.empty() ? "" : " AND ReportId=" + options_.report;
+    const std::string report = report_ ? " AND ReportId=" + std::to_string(*report_) : "";
     for (const Measurement& each : measurements_) {
         const std::string here = "WHERE GroupId=" + std::to_string(each.groupId) +
                                  " AND MeasId=" + std::to_string(each.id);
