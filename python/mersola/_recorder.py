@@ -91,6 +91,8 @@ class Recorder:
         refuses: the whole call can be repeated."""
         at = self._at(period, time)
         channel = int32(channel, "channel")
+        if not hasattr(values, "items"):
+            raise TypeError(f"values go by function, as {{'LAeq': 61.2}}, not {type(values).__name__}")
         blocks = [self._block(function, value, bands, status) for function, value in values.items()]
         periods = max((block[2].shape[0] for block in blocks), default=1)
         if any(block[2].shape[0] != periods for block in blocks):

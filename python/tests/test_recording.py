@@ -43,7 +43,8 @@ def test_duplicates_stay_and_what_has_no_place_is_refused_before_anything_is_wri
             recorder.write({"LAeq": [9, 9, 3]}, period=0)
         assert recorder.period == 3
         for kind, values, options in [
-            (KeyError, {"PPV": 1}, {}), (TypeError, {"LAeq": "loud"}, {}), (ValueError, {"LAeq": np.inf}, {}),
+            (KeyError, {"PPV": 1}, {}), (TypeError, {"LAeq": "loud"}, {}), (TypeError, 5, {}),
+            (ValueError, {"LAeq": np.inf}, {}),
             (ValueError, {"LAeq": [1, 2], "Leq": [1]}, {}), (ValueError, {"LAeq": 1}, {"status": "Äh"}),
             (ValueError, {"Leq": [1, 2, 3]}, {"bands": [1000]}), (ValueError, {"LAeq": 1}, {"period": 2**40}),
             (ValueError, {"LAeq": 1}, {"time": "2001-01-01"}), (ValueError, {2**40: 1}, {}),

@@ -44,9 +44,10 @@ void AddInit(CLI::App& app, const Streams& streams) {
     const auto hasViews = std::make_shared<bool>(false);
     AddDatabase(command, *database);
     command
-        .Parsed("--layout", keeping->layout, ParseLayout, "rows or packed",
-                "How the values lie: rows, which every program reads, or packed, in a tenth of the "
-                "room")
+        .Parsed(
+            "--layout", keeping->layout, ParseLayout, "rows or packed",
+            "How the values lie: rows, which every program reads, or packed, in a fraction of the "
+            "room")
         .Default("rows");
     AddResolution(command, keeping->resolution);
     command.Flag("--views", *hasViews,
