@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <future>
+#include <thread>
 
 #include "postgresql/connect_text.h"
 #include "support/store.h"
@@ -75,7 +76,9 @@ TEST_P(PostgresqlTest, GivesUpWhatTakesTooLongAndGoesOn) {
     Run(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'a')");
     connection->BeginTrans();
     Run(connection, "UPDATE Groups SET State='x' WHERE GroupId=1");
+    Run(connection, "SELECT count(*) FROM Groups");  // it numbers one
     impatient->BeginTrans();
+    EXPECT_EQ(CodeOf(impatient, "SELECT count(*) FROM Groups"), DB_E_ABORTLIMITREACHED);
     Run(impatient, Insert(1));
     for (const char* slow :
          {"UPDATE Groups SET State='y' WHERE GroupId=1", "SELECT pg_sleep(30)"}) {
@@ -190,6 +193,35 @@ TEST_P(PostgresqlTest, ReadsStatementsAsTheOthersDo) {
     EXPECT_EQ(Ask(connection, "SELECT CAST(-20000 AS numeric)"), "-20000");
     EXPECT_EQ(CodeOf(connection, "SELECT now()"), DB_E_ERRORSINCOMMAND) << "no type of ours";
     EXPECT_EQ(CodeOf(connection, "SELECT E'\\'; DROP TABLE Groups; --'"), DB_E_ERRORSINCOMMAND);
+}
+
+TEST_P(PostgresqlTest, ReadsALongResultWhoseTableWasChangedAtTheSecondTry) {
+    Fill(connection, 3000);
+    const char* const all = "SELECT * FROM MeasuredValues ORDER BY PeriodNo";
+    for (int run = 0; run < 2; ++run)
+        EXPECT_EQ(CodeOf(connection, all), S_OK);
+    database.Run({"ALTER TABLE MeasuredValues ALTER Channel TYPE smallint"});
+    EXPECT_EQ(CodeOf(connection, all), E_FAIL);
+    EXPECT_EQ(Run(connection, all)->Fields("Channel").Long(), 1);
+}
+
+TEST_P(PostgresqlTest, CommitsNothingWhereWhatAFailureTookAlongCannotBeRepeated) {
+    const auto impatient = Connect(1);
+    impatient->BeginTrans();
+    for (int period = 0; period < 5; ++period)
+        Run(impatient, Insert(period));
+    connection->BeginTrans();
+    auto waiting = std::async(std::launch::async, [&] { return CodeOf(connection, Insert(3)); });
+    while (database.Ask("SELECT count(*) FROM pg_locks WHERE NOT granted") == "0")
+        std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(CodeOf(impatient, Insert(0)), E_FAIL);
+    EXPECT_EQ(waiting.get(), S_OK);
+    EXPECT_THROW(impatient->CommitTrans(), _com_error);
+    impatient->RollbackTrans();
+    connection->RollbackTrans();
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "0");
+    Fill(impatient, 5);
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "5");
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, PostgresqlTest, testing::Values("PostgreSQL"),

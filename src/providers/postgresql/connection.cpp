@@ -82,7 +82,8 @@ bool Connection::InTransaction() const {
 
 void Connection::Commit() {
     Open();
-    const bool isUndone = PQtransactionStatus(connection_) == PQTRANS_INERROR;
+    const bool isUndone =
+        std::exchange(isTorn_, false) || PQtransactionStatus(connection_) == PQTRANS_INERROR;
     Run(isUndone ? "ROLLBACK" : "COMMIT");
     if (isUndone)
         throw _com_error(E_FAIL, "The transaction had failed already and is undone", kSource);
@@ -90,6 +91,7 @@ void Connection::Commit() {
 
 void Connection::Rollback() {
     Open();
+    isTorn_ = false;
     if (InTransaction()) Run("ROLLBACK");  // after a failed commit the server has done it by itself
 }
 
@@ -132,7 +134,10 @@ bool Connection::SendBefore(const Call& call) {
         ++before_;
     };
     if (setsSavepoint && hasSavepoint_) send(kRelease);
-    if (hasFirst) send(call.first);  // in front of the savepoint, so that it stays
+    // It stays when the call is undone, and when it fails itself, what came before stays.
+    if (setsSavepoint && hasFirst) send(kSavepoint);
+    if (hasFirst) send(call.first);
+    if (setsSavepoint && hasFirst) send(kRelease);
     if (setsSavepoint) send(kSavepoint);
     if (prepares) {
         Require(PQsendPrepare(connection_, call.name, call.text, call.parameters.Count(),
@@ -149,6 +154,7 @@ bool Connection::SendBefore(const Call& call) {
 
 void Connection::Send(const Call& call) {
     Open();
+    lastState_.clear();
     running_ = true;
     isQuery_ = call.isQuery;
     const bool together = SendBefore(call);
@@ -273,9 +279,9 @@ void Connection::Finish() {
 }
 
 void Connection::Raise(const Failure& failure) {
-    lastState_ = failure.state;
     if (PQstatus(connection_) == CONNECTION_BAD) Lose(failure.words);
     if (isQuery_ && hasSavepoint_ && PQtransactionStatus(connection_) == PQTRANS_INERROR) GoBack();
+    lastState_ = failure.state;
     throw failure.Translated();
 }
 
@@ -287,12 +293,17 @@ void Connection::GoBack() {
     Run(kGoBack);
     hasSavepoint_ = true;  // it stays, to go back to again
     for (const Insert& insert : inserts) {
-        // Somebody else may have stored the same row meanwhile, which is a failure as well; what
-        // was repeated until then, and a savepoint for the rest, stay.
+        // Somebody else may have stored the same row meanwhile, or hold it. The caller was told
+        // that it is stored, so that nothing of the transaction may be committed.
         try {
             Execute({.text = insert.text.c_str(), .parameters = insert.parameters});
         } catch (const _com_error& error) {
-            if (!error.IsDuplicate()) throw;
+            isTorn_ = true;
+            lastState_.clear();
+            if (!IsOpen()) throw;
+            throw _com_error(E_FAIL,
+                             (std::string("The transaction cannot go on: ") + error.what()).c_str(),
+                             kSource);
         }
     }
 }

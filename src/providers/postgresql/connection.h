@@ -81,7 +81,7 @@ class Connection {
     void Abandon();
     /// Sends a statement and gives its end.
     Result Execute(const Call& call);
-    /// SQLSTATE of the last failure.
+    /// SQLSTATE of the last statement, if that failed at the server.
     const std::string& LastState() const { return lastState_; }
 
   private:
@@ -118,6 +118,7 @@ class Connection {
     // Of the transaction:
     bool hasSavepoint_ = false;
     bool isChanged_ = false;  // since the savepoint was set
+    bool isTorn_ = false;     // what it wrote could not be repeated, so that it can only be undone
     struct Insert {
         std::string text;
         Parameters parameters;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <utility>
 
 #include "dialect/keywords.h"
 #include "dialect/lexer.h"
@@ -90,7 +91,7 @@ std::string KeyOrder::Behind(const Reading& reading) {
 }
 
 void KeyOrder::Load() {
-    keys_.emplace();
+    std::map<std::string, std::string, std::less<>> keys;
     connection_.Send(
         {.text = "SELECT CAST(c.relname AS text),string_agg(quote_ident(a.attname),',' ORDER BY "
                  "k.n) FROM pg_catalog.pg_index i JOIN pg_catalog.pg_class c ON c.oid=i.indrelid,"
@@ -101,7 +102,8 @@ void KeyOrder::Load() {
          .parameters = Parameters()});
     for (Result row = connection_.Next(); row && PQresultStatus(row.get()) == PGRES_SINGLE_TUPLE;
          row = connection_.Next())
-        keys_->emplace(PQgetvalue(row.get(), 0, 0), PQgetvalue(row.get(), 0, 1));
+        keys.emplace(PQgetvalue(row.get(), 0, 0), PQgetvalue(row.get(), 0, 1));
+    keys_ = std::move(keys);
 }
 
 const char* LockFor(const Reading& reading) {

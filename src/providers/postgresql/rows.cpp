@@ -87,11 +87,16 @@ CopiedRows::CopiedRows(std::shared_ptr<Connection> connection, RowShape shape,
 bool CopiedRows::Next() {
     if (ended_) return false;
     ended_ = true;  // also where this fails
+    // The next time the rows come as a result, which tells their types.
+    const auto refuse = [&] {
+        *areMany_ = false;
+        RefuseForm();
+    };
     row_ = connection_->NextCopied();
     const char* at = row_.bytes.get();
     const char* const end = at + row_.size;
     if (!std::exchange(begun_, true) && at) {
-        if (row_.size < kHeader + NumberAt<std::uint32_t>(at + kHeader - 4)) RefuseForm();
+        if (row_.size < kHeader + NumberAt<std::uint32_t>(at + kHeader - 4)) refuse();
         at += kHeader + NumberAt<std::uint32_t>(at + kHeader - 4);
     }
     if (!at) {
@@ -103,7 +108,7 @@ bool CopiedRows::Next() {
         return Next();
     }
     const auto take = [&](std::size_t bytes) {
-        if (static_cast<std::size_t>(end - at) < bytes) RefuseForm();
+        if (static_cast<std::size_t>(end - at) < bytes) refuse();
         return std::exchange(at, at + bytes);
     };
     const auto count = static_cast<std::int16_t>(NumberAt<std::uint16_t>(take(2)));
@@ -111,11 +116,10 @@ bool CopiedRows::Next() {
         ended_ = false;
         return Next();
     }
-    if (static_cast<std::size_t>(count) != fields_.size()) RefuseForm();
+    if (static_cast<std::size_t>(count) != fields_.size()) refuse();
     for (std::size_t i = 0; i < fields_.size(); ++i) {
         const auto length = static_cast<std::int32_t>(NumberAt<std::uint32_t>(take(4)));
-        if (length >= 0 && !HasLength(shape_.types[i], static_cast<std::size_t>(length)))
-            RefuseForm();
+        if (length >= 0 && !HasLength(shape_.types[i], static_cast<std::size_t>(length))) refuse();
         fields_[i] = {length < 0 ? nullptr : take(static_cast<std::size_t>(length)), length};
     }
     ended_ = false;
