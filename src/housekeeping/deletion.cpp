@@ -260,15 +260,17 @@ void Deletion::DeleteMarkers(const CString& condition) {
         std::set<CString> paths;
         CString last;
         std::int64_t count = 0;
+        bool hasNull = false;  // they come first on some engines and last on others
         // Markers of one start go together.
         for (; !rows->EndOfFile(); rows->MoveNext(), ++count) {
             const CString start = rows->Fields(0).Text();
-            if (count >= kMarkersAtOnce && start != last) break;
+            if (count >= kMarkersAtOnce && start != last && IsTimeText(last)) break;
+            hasNull = hasNull || rows->Fields(0).IsNull();
             last = start;
             paths.insert(rows->Fields(1).Text());
         }
         if (count == 0) return;
-        isAll = rows->EndOfFile() || !IsTimeText(last);
+        isAll = rows->EndOfFile();
         rows->Close();
         if (files_) {
             if (!kept) kept = PathsToKeep(condition);
@@ -278,7 +280,8 @@ void Deletion::DeleteMarkers(const CString& condition) {
             CString upToLast;
             if (!isAll)
                 upToLast =
-                    formatted(" AND (Start IS NULL OR Start<=%s)", quoteText(last).GetString());
+                    formatted(hasNull ? " AND (Start IS NULL OR Start<=%s)" : " AND Start<=%s",
+                              quoteText(last).GetString());
             pieces_.Run("DELETE FROM Markers WHERE " + condition + upToLast);
             pieces_.progress.markers += count;
         });

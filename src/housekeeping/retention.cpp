@@ -114,7 +114,8 @@ OldMeasurement OldPart(const Statements& run, int groupId, int measId, const CTi
 }  // namespace
 
 CString EndedBefore(const CTimeEx& before) {
-    return formatted(" AND COALESCE(Stop,'9999')<%s AND COALESCE(inProgess,0)=0",
+    // An event without an end may have begun a moment ago.
+    return formatted(" AND COALESCE(NULLIF(Stop,''),'9999')<%s AND COALESCE(inProgess,0)=0",
                      quoteText(before.ToText()).GetString());
 }
 

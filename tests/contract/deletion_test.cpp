@@ -28,6 +28,16 @@ struct Series {
     int periods;
 };
 
+// The component that deletes recording files, and notes which.
+struct Receiver : IMsgReceiver {
+    explicit Receiver(std::vector<std::string>& asked) : asked_(asked) {}
+    HRESULT deleteFile(const CString& path) override {
+        asked_.emplace_back(path.View());
+        return S_OK;
+    }
+    std::vector<std::string>& asked_;
+};
+
 class DeletionTest : public Contract {
   protected:
     using Random = std::mt19937;
@@ -458,14 +468,6 @@ TEST_P(DeletionTest, TakesNoFileButThoseBelowTheFolders) {
         EXPECT_TRUE(fs::exists(path)) << path;
     EXPECT_EQ(Count("Markers"), "1");
 
-    struct Receiver : IMsgReceiver {
-        explicit Receiver(std::vector<std::string>& asked) : asked_(asked) {}
-        HRESULT deleteFile(const CString& path) override {
-            asked_.emplace_back(path.View());
-            return S_OK;
-        }
-        std::vector<std::string>& asked_;
-    };
     std::vector<std::string> asked;
     RegisterComponent("TarvelMsgClient.MsgReceiver",
                       [&] { return std::make_shared<Receiver>(asked); });
@@ -474,6 +476,51 @@ TEST_P(DeletionTest, TakesNoFileButThoseBelowTheFolders) {
     RegisterComponent("TarvelMsgClient.MsgReceiver", nullptr);
     EXPECT_EQ(asked, std::vector<std::string>{(inside / "shared.wav").string()});
     EXPECT_TRUE(fs::exists(inside / "shared.wav")) << "the component may be of another machine";
+}
+
+TEST_P(DeletionTest, KeepsMarkersOfWhichNobodyKnowsWhetherTheyHaveEnded) {
+    const CTimeEx now = CTimeEx::GetCurrentTime();
+    Store recorder(database.ConnectString());
+    ASSERT_TRUE(
+        Open(recorder, Measurement("noise", now - CTimeSpanEx(10 * kMinute)), Report(1, kMinute)));
+    for (int period = 0; period < 10; ++period)
+        ASSERT_TRUE(Write(recorder, period, 1));
+    AddMarker(1, "old");
+    AddMarker(1, "null");
+    AddMarker(1, "empty");
+    database.Run({"UPDATE Markers SET Stop=NULL WHERE Path='null'",
+                  "UPDATE Markers SET Stop='' WHERE Path='empty'"});
+    Store store(database.ConnectString());
+    ASSERT_EQ(store.deleteOldMeasurements(nullptr, now - CTimeSpanEx(5 * kMinute)), 1);
+    EXPECT_EQ(Count("Markers"), "2");
+    EXPECT_EQ(Count("Markers WHERE Path='old'"), "0");
+}
+
+TEST_P(DeletionTest, DeletesTheFilesOfManyMarkersAlsoWhereAStartIsNoTime) {
+    std::vector<std::string> statements;
+    for (int i = 0; i < 1001; ++i) {
+        CString text;
+        text.Format(
+            "INSERT INTO Markers (GroupId,MeasId,Path,Start) VALUES "
+            "(1,1,'timed','2020,01,01,00,%02d,%02d,000')",
+            i / 60, i % 60);
+        statements.emplace_back(text.View());
+    }
+    statements.emplace_back("INSERT INTO Markers (GroupId,MeasId,Path) VALUES (1,1,'null')");
+    statements.emplace_back(
+        "INSERT INTO Markers (GroupId,MeasId,Path,Start) VALUES (1,1,'odd','?')");
+    database.Run(statements);
+    std::vector<std::string> asked;
+    RegisterComponent("TarvelMsgClient.MsgReceiver",
+                      [&] { return std::make_shared<Receiver>(asked); });
+    Store store(database.ConnectString());
+    DeletionOptions options;
+    options.recordingFiles = true;
+    EXPECT_EQ(store.deleteInstrument(nullptr, 1, options), 1);
+    RegisterComponent("TarvelMsgClient.MsgReceiver", nullptr);
+    for (const char* path : {"timed", "null", "odd"})
+        EXPECT_TRUE(std::ranges::count(asked, path)) << path;
+    EXPECT_EQ(Count("Markers"), "0");
 }
 
 INSTANTIATE_ON_EVERY_ENGINE(DeletionTest);
