@@ -142,16 +142,22 @@ class Database(Mapping):  # type: ignore[type-arg]  # subscripts need Python 3.9
     @contextmanager
     def transaction(self) -> Iterator[None]:
         """Makes what is written inside of ``with db.transaction():`` one transaction, which is rolled
-        back when an exception leaves it. Other threads wait for its end. Raises `Error`."""
+        back when an exception leaves it. A recording that began inside has ended then. Other threads
+        wait for its end. Raises `Error`, also when it cannot be committed, which rolls it back."""
         with self._handle.lock:
+            before = self._recorder
             self._handle.call("begin")
             try:
                 yield
+                self._handle.call("commit")
             except BaseException:
+                if self._recorder is not before:
+                    self._recorder = None  # what it registered is gone
+                elif before is not None:
+                    before._registered.clear()
                 if not self._handle.is_closed:
                     self._handle.call("rollback")
                 raise
-            self._handle.call("commit")
 
     # ---- Life
 

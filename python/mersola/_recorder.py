@@ -85,14 +85,17 @@ class Recorder:
         status  None for plain values, a character for all of them ("A" for invalid, "O" for an overload),
             or bytes as `Series.status` has them
 
-        NaN is not written; its period counts all the same. Raises `Duplicate` when some were stored
+        NaN, and what is masked, is not written; its period counts all the same. Raises `Duplicate` when some were stored
         already: these stay, and all others are written. Raises `NotFound` for an unknown name and
         `Invalid` for what has no place, before anything is written. Raises `Error` when the database
         refuses: the whole call can be repeated."""
-        at = self._at(period, time)
-        channel = int32(channel, "channel")
         if not hasattr(values, "items"):
             raise TypeError(f"values go by function, as {{'LAeq': 61.2}}, not {type(values).__name__}")
+        with self._handle.lock:  # of two threads the second one writes behind the first
+            self._write(values, int32(channel, "channel"), bands, self._at(period, time), status)
+
+    def _write(self, values: Mapping[Union[str, int], Any], channel: int,
+               bands: Optional[Sequence[Union[str, float]]], at: int, status: Any) -> None:
         blocks = [self._block(function, value, bands, status) for function, value in values.items()]
         periods = max((block[2].shape[0] for block in blocks), default=1)
         if any(block[2].shape[0] != periods for block in blocks):
@@ -105,22 +108,21 @@ class Recorder:
             columns[1].append(np.full(levels.size, function, np.int32))
             columns[2].append(np.tile(np.array(numbers, np.int32), periods))
             columns[3].append(levels.ravel())
-        with self._handle.lock:
-            self._require()
-            for function, _, _, _ in blocks:
-                if (function, channel) not in self._registered:
-                    self._handle.call("put_function", function, channel)
-                    self._registered.add((function, channel))
-            try:
-                if blocks:
-                    self._put(channel, [np.concatenate(column) for column in columns],
-                              np.concatenate([marks.ravel() for _, _, _, marks in blocks]))
-                self._handle.call("put_periods", at + periods)
-            except Duplicate:
-                self._handle.call("put_periods", at + periods)
-                self.period = at + periods
-                raise
+        self._require()
+        for function, _, _, _ in blocks:
+            if (function, channel) not in self._registered:
+                self._handle.call("put_function", function, channel)
+                self._registered.add((function, channel))
+        try:
+            if blocks:
+                self._put(channel, [np.concatenate(column) for column in columns],
+                          np.concatenate([marks.ravel() for _, _, _, marks in blocks]))
+            self._handle.call("put_periods", at + periods)
+        except Duplicate:
+            self._handle.call("put_periods", at + periods)
             self.period = at + periods
+            raise
+        self.period = at + periods
 
     def _put(self, channel: int, columns: List[npt.NDArray[Any]], marks: npt.NDArray[np.uint8]) -> None:
         where, function, band, level = (np.ascontiguousarray(column) for column in columns)
@@ -162,6 +164,9 @@ class Recorder:
                status: Any) -> Tuple[int, List[int], npt.NDArray[np.float64], npt.NDArray[np.uint8]]:
         """The number of the function, those of its bands, and values and status of periods x bands."""
         number = self._function(function)
+        if isinstance(given, np.ma.MaskedArray):  # what is masked is no value
+            masked: Any = given
+            given = masked.astype(np.float64).filled(np.nan)
         levels = np.asarray(given.values if isinstance(given, Series) else given)
         if levels.dtype.kind not in "fiu":
             raise TypeError(f"the values of {function} are numbers, not {levels.dtype}")
@@ -186,7 +191,10 @@ class Recorder:
                 raise Invalid(f"a status is one ASCII character, not {status!r}")
             marks = np.full(levels.shape, ord(status) if status else _VALID, np.uint8)
         else:
-            marks = np.array(np.broadcast_to(np.asarray(status, np.uint8), levels.shape))
+            codes = np.asarray(status)
+            if codes.dtype.kind not in "iu" or (codes.size and not 0 <= codes.min() <= codes.max() <= 255):
+                raise Invalid("status bytes are whole numbers from 0 to 255")
+            marks = np.array(np.broadcast_to(codes.astype(np.uint8), levels.shape))
         return number, numbers, levels, marks
 
     def _function(self, function: Union[str, int]) -> int:

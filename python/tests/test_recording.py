@@ -68,6 +68,26 @@ def test_a_transaction_is_undone_as_a_whole(db):
                 recorder.write({"LAeq": 2})
                 1 / 0
         assert len(recorder.measurement.read("LAeq")) == 1
+        db.name_function("PPV", 100)
+        with pytest.raises(ZeroDivisionError), db.transaction():
+            recorder.write({"PPV": 2})
+            1 / 0
+        recorder.write({"PPV": 3}, period=1)
+        assert list(recorder.measurement.read("PPV").values[:, 0]) == [3], "its function is registered anew"
+    with pytest.raises(ZeroDivisionError), db.transaction():
+        inside = db.record("Balcony", "Summer", period="1s")
+        1 / 0
+    with pytest.raises(mersola.Error):
+        inside.write({"LAeq": 1})
+
+
+def test_masked_values_and_broken_status_are_not_written(db):
+    with db.record("Garden", "Summer", period="1s") as recorder:
+        recorder.write({"LAeq": np.ma.array([1.0, 1e20, 3.0], mask=[0, 1, 0])})
+        for status in [300], [-1], [0.5]:
+            with pytest.raises(mersola.Invalid):
+                recorder.write({"LAeq": 4}, status=np.array(status))
+        assert list(np.isnan(recorder.measurement.read("LAeq").values[:, 0])) == [False, True, False]
 
 
 def test_markers_are_written_and_closed(db):
