@@ -46,7 +46,8 @@ Cell DecimalAt(const char* bytes) {
     }
     double real = 0;
     digits += 'e' + std::to_string(4 * behind);
-    parse(real);
+    if (!parse(real) && groups + behind > 0)  // beyond a double, and not below it
+        real = sign == kMinus ? -Limits::infinity() : Limits::infinity();
     return Cell::Real(real);
 }
 
