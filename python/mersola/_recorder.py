@@ -85,10 +85,10 @@ class Recorder:
         status  None for plain values, a character for all of them ("A" for invalid, "O" for an overload),
             or bytes as `Series.status` has them
 
-        NaN, and what is masked, is not written; its period counts all the same. Raises `Duplicate` when some were stored
-        already: these stay, and all others are written. Raises `NotFound` for an unknown name and
-        `Invalid` for what has no place, before anything is written. Raises `Error` when the database
-        refuses: the whole call can be repeated."""
+        NaN, and what is masked, is not written; its period counts all the same. Raises `Duplicate` when
+        some were stored already: these stay, and all others are written. Raises `NotFound` for an unknown
+        name and `Invalid` for what has no place, before anything is written. Raises `Error` when the
+        database refuses: the whole call can be repeated."""
         if not hasattr(values, "items"):
             raise TypeError(f"values go by function, as {{'LAeq': 61.2}}, not {type(values).__name__}")
         with self._handle.lock:  # of two threads the second one writes behind the first
