@@ -16,7 +16,7 @@ from ._catalogue import Instrument, pick
 from ._library import Handle, int32, text
 from ._recorder import Recorder
 from ._times import LengthLike, TimeLike, zone_of
-from .errors import Error
+from .errors import Duplicate, Error
 
 # One of these keys makes a text a connection string.
 _CONNECTION = re.compile(
@@ -103,12 +103,21 @@ class Database(Mapping):  # type: ignore[type-arg]  # subscripts need Python 3.9
     # ---- Writing
 
     def name_function(self, name: str, id: int) -> None:
-        """Gives a function a name in this database. Raises `Duplicate` when it has another one."""
-        self._handle.call("put_function_name", int32(id, "id"), text(name, "name"))
+        """Gives a function a name in this database. Raises `Duplicate` when it has another one, or when
+        another function has this one."""
+        self._give_name("function", self.functions, name, id)
 
     def name_band(self, name: str, id: int) -> None:
-        """Gives a frequency band a name, as "1 kHz". Raises `Duplicate` when it has another one."""
-        self._handle.call("put_band_name", int32(id, "id"), text(name, "name"))
+        """Gives a frequency band a name, as "1 kHz". Raises `Duplicate` when it has another one, or when
+        another band has this one."""
+        self._give_name("band", self.bands, name, id)
+
+    def _give_name(self, what: str, numbers: Dict[str, int], name: str, id: int) -> None:
+        number, encoded = int32(id, "id"), text(name, "name")
+        for known, other in numbers.items():
+            if other != number and known.casefold() == name.casefold():
+                raise Duplicate(f"{what} {other} has the name {known!r}, so that {number} cannot have it")
+        self._handle.call(f"put_{what}_name", number, encoded)
 
     def record(self, instrument: str, measurement: str, period: LengthLike, *,
                start: Optional[TimeLike] = None, report: int = 1, report_type: Optional[int] = None,

@@ -38,26 +38,30 @@ class Recorder:
         #: Number of the next period, counted from the start of this recording.
         self.period = 0
         self._registered: Set[Tuple[int, int]] = set()
+        # All of these before anything is registered.
         report = int32(report, "report")
+        name = text(measurement, "measurement")
+        if not name:
+            raise Invalid("a measurement has a name")
+        who = (text(instrument, "instrument"), text(instrument_type, "instrument_type"),
+               text(instrument_info, "instrument_info"))
+        described = text(info, "info")
+        settings = [float(each) for each in (lower_frequency, upper_frequency, fullscale, sensitivity)]
+        report_type = None if report_type is None else int32(report_type, "report_type")
+        bandwidth = None if bandwidth is None else int32(bandwidth, "bandwidth")
         with handle.lock:
             if db._recorder is not None:
                 raise Error("this database object records already: end that, or open another one")
-            if not text(measurement, "measurement"):  # before the instrument is registered
-                raise Invalid("a measurement has a name")
-            self._instrument = handle.integer("put_instrument", text(instrument, "instrument"),
-                                              text(instrument_type, "instrument_type"),
-                                              text(instrument_info, "instrument_info"))
+            self._instrument = handle.integer("put_instrument", *who)
             known = db[self._instrument].get(measurement)
             if known is not None:
                 of = [each for each in known.reports if each.id == report]
                 report_type = of[0].type if report_type is None and of else report_type
                 bandwidth = known.bandwidth if bandwidth is None else bandwidth
             self._measurement = handle.integer(
-                "put_measurement", self._instrument, text(measurement, "measurement"), text(info, "info"),
-                self._start, 3 if bandwidth is None else int32(bandwidth, "bandwidth"), lower_frequency,
-                upper_frequency, fullscale, sensitivity)
-            handle.call("put_report", report, report if report_type is None else int32(report_type, "type"),
-                        self._length)
+                "put_measurement", self._instrument, name, described, self._start,
+                3 if bandwidth is None else bandwidth, *settings)
+            handle.call("put_report", report, report if report_type is None else report_type, self._length)
             db._recorder = self
 
     @property

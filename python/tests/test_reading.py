@@ -113,6 +113,8 @@ def test_bands_far_apart_are_read_by_themselves(db):
     db.name_band("ultra", 2_000_000)
     with pytest.raises(mersola.Duplicate, match="named ultra"):
         db.name_band("infra", 2_000_000)
+    with pytest.raises(mersola.Duplicate, match="band 2000000 has"):
+        db.name_band("Ultra", 2_000_001)
     with db.record("Garden", "Summer", period="1s") as recorder:
         recorder.write({"Leq": [[1, 2, 3], [4, 5, 6]]}, bands=["broadband", "1 kHz", "ultra"],
                        status=[[0, 0, 0], [0, 0, ord("O")]])

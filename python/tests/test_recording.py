@@ -58,6 +58,9 @@ def test_duplicates_stay_and_what_has_no_place_is_refused_before_anything_is_wri
     for name in "O'Neill", "zero\0", "\ud800":
         with pytest.raises(ValueError):
             db.record(name, "Summer", period="1s")
+    with pytest.raises(ValueError):
+        db.record("Shed", "Summer", period="1s", bandwidth=2**40)
+    assert "Shed" not in db, "nothing is registered before all of it is known to be good"
 
 
 def test_a_transaction_is_undone_as_a_whole(db):

@@ -240,10 +240,11 @@ void Deletion::DeletePiece(int measValueId, std::int64_t first, std::int64_t end
 // Whether the lower bound that is kept with the report lies below `period`.
 bool Deletion::RaiseLowest(const Report& report, std::int64_t period, bool isToBeDone) {
     if (!keepsLowest_) return false;
-    // On a server the lock keeps another retention from raising it further in between.
-    const auto rows = pieces_.Run(formatted(
-        "SELECT MinPeriod FROM Reports%s WHERE GroupId=%d AND MeasId=%d AND ReportId=%d",
-        isToBeDone ? " WITH (UPDLOCK)" : "", report.groupId, report.measId, report.reportId));
+    const CString of = formatted("GroupId=%d AND MeasId=%d AND ReportId=%d", report.groupId,
+                                 report.measId, report.reportId);
+    // The row is locked, so that another retention does not raise it further in between.
+    if (isToBeDone) pieces_.Run("UPDATE Reports SET MinPeriod=MinPeriod WHERE " + of);
+    const auto rows = pieces_.Run("SELECT MinPeriod FROM Reports WHERE " + of);
     if (!atFirstRow(rows) || rows->Fields(0).Long() >= period) return false;
     if (isToBeDone)
         pieces_.Run(formatted(

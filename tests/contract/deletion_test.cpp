@@ -3,6 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <random>
 
 #include "support/child.h"
@@ -476,6 +477,27 @@ TEST_P(DeletionTest, TakesNoFileButThoseBelowTheFolders) {
     RegisterComponent("TarvelMsgClient.MsgReceiver", nullptr);
     EXPECT_EQ(asked, std::vector<std::string>{(inside / "shared.wav").string()});
     EXPECT_TRUE(fs::exists(inside / "shared.wav")) << "the component may be of another machine";
+}
+
+TEST_P(DeletionTest, NeverLowersWhatAnotherRetentionRaisesBesideIt) {
+    const CTimeEx now = CTimeEx::GetCurrentTime();
+    Store recorder(database.ConnectString());
+    ASSERT_TRUE(
+        Open(recorder, Measurement("noise", now - CTimeSpanEx(10 * kMinute)), Report(1, kMinute)));
+    for (int period = 0; period < 10; ++period)
+        ASSERT_TRUE(Write(recorder, period, 1));
+    const auto other = _Connection::CreateInstance();
+    other->Open(database.ConnectString(), "", "");
+    other->BeginTrans();
+    recorder.dbExecute(other, "UPDATE Reports SET MinPeriod=8");
+    auto deleted = std::async(std::launch::async, [&] {
+        Store store(database.ConnectString());
+        return store.deleteOldMeasurements(nullptr, now - CTimeSpanEx(5 * kMinute));
+    });
+    EXPECT_EQ(deleted.wait_for(std::chrono::milliseconds(500)), std::future_status::timeout);
+    other->CommitTrans();
+    EXPECT_EQ(deleted.get(), 1);
+    EXPECT_EQ(database.Ask("SELECT MinPeriod FROM Reports"), "8");
 }
 
 TEST_P(DeletionTest, KeepsMarkersOfWhichNobodyKnowsWhetherTheyHaveEnded) {

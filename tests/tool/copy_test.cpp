@@ -277,6 +277,12 @@ TEST_F(Copying, RefusesAnEngineThatIsNotKnown) {
     EXPECT_EQ(RunWords({"init", empty}).status, 0) << "nothing was laid out";
 }
 
+TEST_F(Copying, RefusesToCopyAFileToItself) {
+    const Outcome refused = RunWords({"copy", from_, folder_ / "./from.db"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("are the same file"), refused.err.npos) << refused.err;
+}
+
 TEST_F(Copying, GoesThroughOdbcAndBack) {
     const std::string odbc = "Driver={SQLite3};Database=" + (folder_ / "odbc.db").string();
     const Outcome init = RunWords({"init", odbc});

@@ -1,5 +1,6 @@
 // mersola copy: history from one database into another.
 #include <algorithm>
+#include <filesystem>
 #include <ostream>
 
 #include "basics/failure.h"
@@ -16,9 +17,10 @@ namespace {
 
 class Copying {
   public:
-    Copying(const CopyOptions& options, std::ostream& out, std::ostream* terminal)
-        : from_(options.from, Access::Read),
-          to_(options.to, Access::Write),
+    Copying(const Database& from, const Database& to, const CopyOptions& options, std::ostream& out,
+            std::ostream* terminal)
+        : from_(from, Access::Read),
+          to_(to, Access::Write),
           names_(from_, to_),
           plan_(PlanCopy(from_, to_, names_, options.instrument)),
           out_(out),
@@ -188,10 +190,18 @@ class Copying {
     std::int64_t copied_ = 0;            // values
 };
 
+void RequireTwo(const Database& from, const Database& to) {
+    std::error_code none;
+    if (from.IsFile() && to.IsFile() && std::filesystem::equivalent(from.File(), to.File(), none))
+        throw Failure(from.Name() + " and " + to.Name() + " are the same file");
+}
+
 }  // namespace
 
 void Copy(const CopyOptions& options, std::ostream& out, std::ostream* terminal) {
-    Copying copying(options, out, terminal);
+    const Database from(options.from), to(options.to);
+    RequireTwo(from, to);
+    Copying copying(from, to, options, out, terminal);
     copying.CopyAll();
     if (options.verify) copying.VerifyAll();
     copying.RequireTold(options.verify);

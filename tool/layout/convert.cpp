@@ -203,7 +203,7 @@ class Conversion {
             return NumberText(std::round(size * 10) / 10) + " MB";
         };
         return "The file has " + megabytes(pages) +
-               (free == 0
+               (free * bytes < 50'000
                     ? "."
                     : ", of which " + megabytes(free) +
                           " are free and are used again; VACUUM gives them back to the disk.");
