@@ -207,6 +207,20 @@ TEST_P(PostgresqlTest, ReadsALongResultWhoseTableWasChangedAtTheSecondTry) {
     EXPECT_EQ(Run(connection, all)->Fields("Channel").Long(), 1);
 }
 
+TEST_P(PostgresqlTest, KeepsWhatWasInsertedInFrontOfALongReadingThatFails) {
+    Fill(connection, 3000);
+    const char* const many = "SELECT PeriodNo FROM MeasuredValues WHERE 1/(PeriodNo-5000)<2";
+    ASSERT_EQ(CodeOf(connection, many), S_OK);
+    connection->BeginTrans();
+    for (const int period : {4000, 5000})
+        Run(connection, Insert(period));
+    EXPECT_THROW(
+        for (const auto rows = Run(connection, many); !rows->EndOfFile();) rows->MoveNext(),
+        _com_error);
+    connection->CommitTrans();
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "3002");
+}
+
 TEST_P(PostgresqlTest, CommitsNothingWhereWhatAFailureTookAlongCannotBeRepeated) {
     database.Run(
         {"CREATE FUNCTION MayWrite() RETURNS boolean LANGUAGE sql AS 'SELECT count(*)=0 FROM "

@@ -199,6 +199,7 @@ void Connection::SendCopy(const char* text) {
         hasSavepoint_ = true;
     }
     running_ = isQuery_ = true;
+    isInsert_ = false;
     Require(PQsendQueryParams(connection_, text, 0, nullptr, nullptr, nullptr, nullptr, 0));
     const Result begun = Receive();
     copying_ = PQresultStatus(begun.get()) == PGRES_COPY_OUT;
