@@ -211,11 +211,12 @@ class FromValues {
                                     nullptr) != count)
                 return false;
             for (const double value : values_) {
-                const bool isAbove = request_.threshold && value > *request_.threshold;
+                const bool counts = std::isfinite(value);
+                const bool isAbove = counts && request_.threshold && value > *request_.threshold;
                 rises += isAbove && !isAbove_;
                 above += isAbove;
                 isAbove_ = isAbove;
-                if (!request_.percentages.empty() && std::isfinite(value)) distribution_.Add(value);
+                if (counts && !request_.percentages.empty()) distribution_.Add(value);
             }
         }
         const double coverage = row.mean.coverage;

@@ -66,6 +66,13 @@ TEST_F(IndicesTool, WritesTheSameAsTableCsvAndJson) {
         EXPECT_NE(json.find(part), json.npos) << json;
 }
 
+TEST_F(IndicesTool, CountsNothingThatIsNotFinite) {
+    Execute("UPDATE MeasuredValues SET Value=9e999 WHERE PeriodNo=16");
+    EXPECT_NE(Answer({"--csv", "--per", "span", "--threshold", "55 dB", "--percent", "0"})
+                  .find(",95.83,60,2026-11-15 07:00:00.000,50,2026-11-16 00:00:00.000,60,1,57600"),
+              std::string::npos);
+}
+
 TEST_F(IndicesTool, GivesEventsTheirExposureLevels) {
     // It touches the hours from 22:00 to 01:00: 10 lg of (60 dB + 2 x 50 dB) in 3600 s.
     EXPECT_EQ(Answer({"--events", "--csv"}),
