@@ -187,6 +187,8 @@ TEST_F(Picture, IsNotThereWhenItCannotBeMade) {
     setenv("PATH", (folder_ / "none").c_str(), 1);
     ExpectRefused(PlotWords("a.svg"), "install gnuplot");
     setenv("PATH", path.c_str(), 1);
+    Execute("UPDATE MeasuredValues SET Value=1e300 WHERE PeriodNo=3");
+    ExpectRefused(PlotWords("a.svg", {"--function", "Lmax"}), "too large for a picture");
     Execute("UPDATE MeasuredValues SET Status='A'");
     ExpectRefused(PlotWords("a.svg"), "there are no values");
     for (const auto& entry : std::filesystem::directory_iterator(folder_ / "."))

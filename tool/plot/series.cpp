@@ -2,6 +2,7 @@
 #include "series.h"
 
 #include <algorithm>
+#include <limits>
 #include <ostream>
 #include <set>
 
@@ -192,6 +193,12 @@ std::vector<StepSummary> ReadSteps(Mersola& store, const MeasuredFunction& funct
         }
         progress.Show(static_cast<double>(end) / static_cast<double>(edges.size()));
     }
+    constexpr double kMost = std::numeric_limits<float>::max();
+    if (std::ranges::any_of(steps, [](const StepSummary& step) {
+            return step.least < -kMost || step.greatest > kMost;
+        }))
+        throw Failure("values of " + Quoted(function.name) +
+                      " are too large for a picture, which goes to 3e+38");
     return steps;
 }
 
