@@ -33,14 +33,15 @@ TEST_P(Viewed, ByNameWithTimesOfTheirOwnAndNothingWhereATextIsNone) {
         "INSERT INTO MeasValueMap VALUES (1,2,1,9)",
         "INSERT INTO FuncNameMap VALUES (2,'LAeq')",
         "INSERT INTO FrqNameMap VALUES (31,'1.25 kHz')",
+        "INSERT INTO FrqNameMap VALUES (32,'1,6 kHz')",
         "INSERT INTO MeasuredValues VALUES (7,1,1,2,31,60.5,'')",
         "INSERT INTO MeasuredValues VALUES (7,2,1,2,31,61.5,'Ax')",
-        "INSERT INTO MeasuredValues VALUES (7,3,1,9,31,62.5,'a')",
+        "INSERT INTO MeasuredValues VALUES (7,3,1,9,32,62.5,'a')",
         "INSERT INTO MeasuredValues VALUES (9,1,1,2,31,63.5,'')",
         "INSERT INTO Markers (GroupId,MeasId,Path,Start,Stop,inProgess,funcId) VALUES "
         "(1,1,'a.wav','2024,03,01,00,00,01,500','2024,03,01,00,00,01,500',1,2)",
         "INSERT INTO Markers (GroupId,MeasId,Path,Start,Stop,inProgess) VALUES "
-        "(5,1,'b.wav','','1969,12,31,23,59,59,000',0)",
+        "(5,1,'b.wav','','1969,12,31,23,59,59,250',0)",
     });
     ASSERT_EQ(RunWords(upgrade).status, 0);  // anew
     const auto count = [&](const std::string& from) {
@@ -57,14 +58,14 @@ TEST_P(Viewed, ByNameWithTimesOfTheirOwnAndNothingWhereATextIsNone) {
                     "Value=60.5 AND (0-StartMs)/PeriodMs<PeriodNo"),
               "1");
     EXPECT_EQ(count("ValueView WHERE Value IS NULL AND PeriodNo=2"), "1");
-    EXPECT_EQ(count("ValueView WHERE Value=62.5 AND FuncName IS NULL"), "1");
+    EXPECT_EQ(count("ValueView WHERE Value=62.5 AND FuncName IS NULL AND BandHz IS NULL"), "1");
     EXPECT_EQ(count("ValueView WHERE Value=63.5 AND Epoch IS NULL"), "1");
     EXPECT_EQ(count("ValueView"), "4");
     EXPECT_EQ(count("EventView WHERE Path='a.wav' AND StartTime='2024-03-01T00:00:01.500' AND "
                     "StartEpoch=1709251201.5 AND StopEpoch IS NULL AND FuncName='LAeq'"),
               "1");
     EXPECT_EQ(count("EventView WHERE Path='b.wav' AND Instrument IS NULL AND StartTime IS NULL AND "
-                    "StopEpoch=-1 AND StopTime='1969-12-31T23:59:59.000'"),
+                    "StopEpoch=-0.75 AND StopTime='1969-12-31T23:59:59.250'"),
               "1");
 }
 

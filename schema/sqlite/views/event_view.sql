@@ -1,9 +1,9 @@
 -- Markers by name, with the times of their events; an event that goes on has no end yet.
 CREATE VIEW EventView AS
 SELECT Instrument, Measurement, MarkerId, MarkerType, StartMs / 1000.0 AS StartEpoch,
-    strftime('%Y-%m-%dT%H:%M:%S', StartMs / 1000, 'unixepoch') || printf('.%03d', StartMs % 1000) AS StartTime,
+    strftime('%Y-%m-%dT%H:%M:%f', StartMs / 1000.0, 'unixepoch') AS StartTime,
     StopMs / 1000.0 AS StopEpoch,
-    strftime('%Y-%m-%dT%H:%M:%S', StopMs / 1000, 'unixepoch') || printf('.%03d', StopMs % 1000) AS StopTime,
+    strftime('%Y-%m-%dT%H:%M:%f', StopMs / 1000.0, 'unixepoch') AS StopTime,
     FuncName, Band, TriggerCondition, Path
 FROM (
     SELECT g.GroupName AS Instrument, m.MeasName AS Measurement, e.MarkerId, e.MarkerType,

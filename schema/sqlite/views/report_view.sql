@@ -2,7 +2,7 @@
 -- since 1970, and NULL where a text is no time. docs/grafana.md shows how the views are asked.
 CREATE VIEW ReportView AS
 SELECT Instrument, Measurement, ReportId, MeasValueId, StartMs / 1000.0 AS StartEpoch,
-    strftime('%Y-%m-%dT%H:%M:%S', StartMs / 1000, 'unixepoch') || printf('.%03d', StartMs % 1000) AS StartTime,
+    strftime('%Y-%m-%dT%H:%M:%f', StartMs / 1000.0, 'unixepoch') AS StartTime,
     StartMs, PeriodMs
 FROM (
     SELECT g.GroupName AS Instrument, m.MeasName AS Measurement, r.ReportId, k.MeasValueId,
