@@ -99,7 +99,7 @@ void ForgetErrors(const mersola_db& db);
 /// Runs an action on a handle.
 template <class Action>
 int32_t Call(mersola_db* db, Action action) noexcept {
-    if (!db) return MERSOLA_MISUSE;
+    if (!db) return Guarded(ThreadError(), [] { Refuse("the handle is a null pointer"); });
     return Guarded(db->error, [&] {
         ForgetErrors(*db);
         action(*db);

@@ -23,11 +23,14 @@ struct AsNumbers {
     template <class Value>
     static constexpr auto kEmpty = static_cast<Value>(kMissingValue);
     static constexpr char kMark = 'A';
+    static char MarkOfNull(char stored) { return stored; }
 };
 struct AsNaN {
     template <class Value>
     static constexpr Value kEmpty = std::numeric_limits<Value>::quiet_NaN();
     static constexpr char kMark = kNotStored;
+    // Or else it would look like a number.
+    static char MarkOfNull(char) { return kMark; }
 };
 
 // The block that a caller wants filled.
@@ -43,6 +46,7 @@ struct CallersBlock {
     int firstFrq;
     int nFrq;
 
+    static char MarkOfNull(char stored) { return Missing::MarkOfNull(stored); }
     static bool IsEmpty(Value value) { return value == kEmpty || std::isnan(value); }
 
     /// The place of a period's first value, counted from the block's first period.
@@ -84,9 +88,11 @@ void PutAny(const ado::BlockReader& rows, const Block& block) {
     const ado::Column& value = rows.At(kValue);
     for (std::size_t row = 0; row < rows.Rows(); ++row) {
         const char mark = rows.At(kStatus).FirstCharacter(row);
-        block.Put(rows.At(kPeriodNo).Long(row), rows.At(kFrqId).Long(row), mark,
-                  IsInvalid(mark) || IsNull(value, row) ? Block::kEmpty
-                                                        : static_cast<Value>(value.Double(row)));
+        const bool isInvalid = IsInvalid(mark);
+        const bool isNull = !isInvalid && IsNull(value, row);
+        block.Put(rows.At(kPeriodNo).Long(row), rows.At(kFrqId).Long(row),
+                  isNull ? Block::MarkOfNull(mark) : mark,
+                  isInvalid || isNull ? Block::kEmpty : static_cast<Value>(value.Double(row)));
     }
 }
 

@@ -143,6 +143,7 @@ static void ReadsOnly(const char* path) {
     EXPECT(strstr(mersola_error(NULL), "/nowhere") != NULL);
     EXPECT(mersola_open("Provider=None", "", "", 5, 0, &db) == MERSOLA_FAILED);
     EXPECT(mersola_periods(NULL, NULL) == MERSOLA_MISUSE);
+    EXPECT(strstr(mersola_error(NULL), "handle") != NULL);
 }
 
 static void TimesReadBack(void) {

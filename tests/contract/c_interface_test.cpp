@@ -66,6 +66,11 @@ TEST_P(CInterface, ReadsBitForBitWhatWasWritten) {
         ASSERT_EQ(doubles[i], written[i]) << i;
         ASSERT_EQ(floats[i], known[i]) << i;
     }
+    database.Run({"UPDATE MeasuredValues SET Value=NULL"});  // no numbers any more
+    ASSERT_EQ(mersola_read_double(db, 0, kPeriods, 10, kBands, doubles.data(), status.data()),
+              MERSOLA_OK);
+    for (std::size_t i = 0; i < kSize; ++i)
+        ASSERT_EQ(status[i], marks[i] == MERSOLA_INVALID ? MERSOLA_INVALID : MERSOLA_MISSING) << i;
 }
 
 TEST_P(CInterface, HandsOnTheEnginesWordsOfTheCallThatFailed) {
