@@ -45,7 +45,8 @@ def open(source: Union[str, "os.PathLike[str]"], user: str = "", password: str =
         raise FileNotFoundError(errno.ENOENT, "there is no database; mersola init makes one",
                                 os.fspath(source))
     zone = zone_of(tz)
-    handle = Handle(source, is_file, user, password, -1 if timeout is None else timeout, readonly)
+    handle = Handle(source, is_file, user, password, -1 if timeout is None else int32(timeout, "timeout"),
+                    readonly)
     name = os.path.basename(os.fspath(source)) if is_file else "database"
     return Database(handle, name, zone)
 

@@ -35,7 +35,7 @@ def step_edges(start: int, length: int, first: int, end: int, every: int) -> Tup
     if every < length:
         raise Invalid("a step is not shorter than a period")
     begin = (start + first * length) // every * every
-    count = -(-(start + end * length - begin) // every)
+    count = -(-(start + end * length - begin) // every) if end > first else 0
     return begin, [-(-(begin + step * every - start) // length) for step in range(count + 1)]
 
 
@@ -57,7 +57,9 @@ def read_steps(handle: Handle, key: Tuple[int, ...], edges: Sequence[int], first
             with handle.lock:
                 handle.select(key)
                 handle.call("read_overview", cuts[at:stop + 1].ctypes.data, stop - at, lowest, count, *arrays)
+            if by == "rms":  # before it is rounded: squares go further than the values do
+                np.sqrt(found, out=found)
             for to, begin, width in runs:
                 values[at:stop, to:to + width] = found[:, begin:begin + width]
             at = stop
-    return np.sqrt(values) if by == "rms" else values
+    return values

@@ -86,6 +86,8 @@ def test_a_wrong_name_says_what_there_is(recorded):
         mersola.open(recorded.with_name("none.db"))
     with pytest.raises(mersola.Error, match="Provider"):
         mersola.open("Provider=Nobody;Data Source=x")
+    with pytest.raises(mersola.Invalid, match="timeout"):
+        mersola.open(recorded, timeout=2**32)  # not one that waits without end
 
 
 def test_missing_and_invalid_are_told_apart_without_an_array_of_status(db):

@@ -36,3 +36,13 @@ def test_names_tell_what_is_taken_of_levels_and_of_nothing_else(recorded):
             {"every": "50ms"}, {"every": "1h", "chunks": "1h"}:
         with pytest.raises(mersola.Invalid):
             summer.read(**{"function": "LAeq", **wrong})
+
+
+def test_steps_of_no_time_are_none_and_squares_go_beyond_what_the_values_are_rounded_to(db):
+    db.name_function("v rms", 100)
+    with db.record("Roof", "Spring", "1s") as recorder:
+        recorder.write({"v rms": np.full(9, 3e-30)})
+    spring = db["Roof"]["Spring"]
+    np.testing.assert_allclose(spring.read("v rms", every="1h", by="rms").values, 3e-30, rtol=1e-6)
+    for start in "9999-01-01T00:00:01", spring.read("v rms").times[-1] + np.timedelta64(1, "s"):
+        assert spring.read("v rms", start, bands=0, every="1h", by="rms").shape == (0, 1)
