@@ -59,6 +59,9 @@ class Periods {
                                  kExtremePeriods | (squares ? kMeanSquares : 0)) == 1;
     }
 
+    bool AreEmpty() const {
+        return std::ranges::all_of(steps_, [](const auto& step) { return step.count == 0; });
+    }
     /// Appends the steps of a span that have values.
     void Take(const Span& span, std::vector<const StepSummary*>& out) const {
         const auto first = std::ranges::lower_bound(edges_, clock_.From(span.start));
@@ -111,9 +114,13 @@ class Figures {
     Index Of(double value, double coverage) const {
         return {coverage > 0 && coverage >= request_.leastCoverage ? value : kNothing, coverage};
     }
-    double Coverage(std::int64_t count, Milliseconds time) const {
-        return std::min(1.0, static_cast<double>(count) * static_cast<double>(clock_.length) /
-                                 static_cast<double>(time));
+    /// How many periods belong to a span. Their time is that of the span but for what reaches in
+    /// from the one before it, and out into the next one.
+    std::int64_t PeriodsIn(const Span& span) const {
+        return std::int64_t{clock_.From(span.end)} - clock_.From(span.start);
+    }
+    static double Coverage(std::int64_t count, std::int64_t periods) {
+        return periods > 0 ? static_cast<double>(count) / static_cast<double>(periods) : 0;
     }
 
     IndexRow Row(const Periods& periods, const Span& span) const {
@@ -123,7 +130,7 @@ class Figures {
         row.leastAt = row.greatestAt = clock_.At(kNone);
         Steps steps;
         periods.Take(span, steps);
-        const double coverage = Coverage(CountOf(steps), span.end - span.start);
+        const double coverage = Coverage(CountOf(steps), PeriodsIn(span));
         row.mean = Of(MeanOf(steps, request_.kind), coverage);
         row.least = row.greatest = {kNothing, coverage};
         if (!steps.empty()) {
@@ -165,24 +172,24 @@ class Figures {
   private:
     void PutParts(const Periods& periods, const Span& span, IndexRow& row) const {
         std::int64_t countInAll = 0;
-        Milliseconds timeInAll = 0;
+        std::int64_t periodsInAll = 0;
         const auto put = [&](const std::vector<Span>& parts, Index& index) {
             Steps steps;
-            Milliseconds time = 0;
+            std::int64_t periodsInParts = 0;
             for (const Span& part : parts) {
                 periods.Take(part, steps);
-                time += part.end - part.start;
+                periodsInParts += PeriodsIn(part);
             }
-            index = Of(MeanOf(steps, request_.kind), Coverage(CountOf(steps), time));
+            index = Of(MeanOf(steps, request_.kind), Coverage(CountOf(steps), periodsInParts));
             countInAll += CountOf(steps);
-            timeInAll += time;
+            periodsInAll += periodsInParts;
         };
         put(Days(span), row.day);
         put(Evenings(span), row.evening);
         put(Nights(span), row.night);
         row.dayEveningNight = Of(
             DayEveningNightLevel(row.day.value, row.evening.value, row.night.value, request_.hours),
-            Coverage(countInAll, timeInAll));
+            Coverage(countInAll, periodsInAll));
     }
 
     const IndexRequest& request_;
@@ -284,7 +291,8 @@ int Mersola::GetIndices(std::vector<IndexRow>& out, const IndexRequest& request)
     if (!periods.Read(*this, request)) return 0;
     long first = 0, last = kNone;
     FromValues fromValues(request, clock, figures);
-    if (fromValues.IsNeeded()) GetStoredPeriods(first, last);
+    // That no value is stored cannot be the reason then.
+    if (fromValues.IsNeeded() && !GetStoredPeriods(first, last) && !periods.AreEmpty()) return 0;
     for (const Span& span : spans) {
         out.push_back(figures.Row(periods, span));
         if (fromValues.IsNeeded() && !fromValues.Put(*this, span, first, last, out.back())) {

@@ -126,6 +126,25 @@ TEST_P(ComputedIndices, AreThePublishedOnes) {
     EXPECT_EQ(row.leastAt.ToText(), Start(10 * 15 * 60000).ToText());
 }
 
+TEST_P(ComputedIndices, CoverAnHourThatPeriodsDoNotDivideAllTheSame) {
+    ASSERT_TRUE(Open(store, Measurement(), Report(1, 11 * 60000)));
+    for (int period = 0; period < 30; ++period) {
+        if (period == 13) continue;
+        ASSERT_TRUE(Write(store, period, 60));
+    }
+    Select(store);
+    IndexRequest request;
+    request.from = StepBefore(Start(), IndexStep::Hour) + CTimeSpanEx(3600000);
+    request.to = request.from + CTimeSpanEx(4 * 3600000);
+    request.step = IndexStep::Hour;
+    int complete = 0;
+    for (const IndexRow& row : Rows(request)) {
+        complete += row.mean.coverage == 1;
+        EXPECT_GE(row.mean.coverage, 0.8 - 1e-9);
+    }
+    EXPECT_EQ(complete, 3);
+}
+
 TEST_P(ComputedIndices, GiveTheNightToTheDayInWhichItBegan) {
     // Days of 60 dB and evenings of 55 dB; the first night has 50 dB, and the second one 53.01,
     // which is double the energy.
@@ -242,6 +261,14 @@ TEST_P(ComputedIndices, AreRefusedWhereTheyMakeNoSense) {
         request.kind = ValueKind::Percentile;
         request.percentages = {10};
     });
+    Store watched(database.WatchedString());
+    Select(watched);
+    good.threshold = 50;
+    good.band = 30;
+    TheWatch().FailOn("MIN(PeriodNo)");
+    EXPECT_EQ(watched.GetIndices(rows, good), 0) << "not an hour without exceedances";
+    TheWatch().Reset();
+    EXPECT_EQ(watched.GetIndices(rows, good), 1);
     store.dbDisconnect();
     expectRefused([](IndexRequest&) {});
 }
