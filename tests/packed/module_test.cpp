@@ -95,6 +95,44 @@ TEST_F(PackedTable, ReadsNoWrongValueWhateverByteHasFlipped) {
     flip("PendingValues", " WHERE PeriodNo=590", period, rest + ">590");
 }
 
+TEST_F(PackedTable, RecordsOnBehindWhatIsDamaged) {
+    Record("n");
+    Ask("UPDATE PendingValues SET Data=zeroblob(9) WHERE PeriodNo=590");
+    for (int period = 600; period < 900; ++period)
+        ASSERT_EQ(
+            Ask("INSERT INTO MeasuredValues VALUES (7," + std::to_string(period) + ",1,5,20,1,'')"),
+            "");
+    EXPECT_EQ(Ask("SELECT sum(Value) FROM MeasuredValues WHERE PeriodNo>590"), "5655.0");
+    EXPECT_EQ(Ask("SELECT count(*) FROM PendingValues"), "260") << "the next block is sealed";
+    Ask("BEGIN");
+    EXPECT_THAT(Ask("UPDATE OR REPLACE MeasuredValues SET PeriodNo=590 WHERE MeasValueId=7 AND "
+                    "PeriodNo=599 AND Channel=1 AND FuncId=5 AND FrqId=20"),
+                HasSubstr("period 590"));
+    Ask("COMMIT");
+    EXPECT_EQ(Ask("SELECT Value FROM MeasuredValues WHERE PeriodNo=599"), "599.0");
+}
+
+TEST_F(PackedTable, ReadsNoTablesThatAreNone) {
+    const std::string ofSeries =
+        "SELECT count(*) FROM MeasuredValues WHERE MeasValueId=7 AND Channel=1 AND FuncId=5";
+    Record("n");
+    const auto reopened = [&](const std::string& sql) {
+        twins_.Reopen(0);
+        return Ask(sql);
+    };
+    // A damaged index, or somebody's table, may give rows twice.
+    Ask("ALTER TABLE PendingValues RENAME TO Sound");
+    Ask("CREATE TABLE PendingValues AS SELECT s.* FROM Sound s,Sound LIMIT 4000");
+    EXPECT_THAT(reopened(ofSeries), HasSubstr("they lie in two rows"));
+    EXPECT_EQ(Ask("INSERT INTO MeasuredValues VALUES (7,900,1,5,20,1,'')"), "");
+    Ask("DROP TABLE PendingValues");
+    EXPECT_EQ(reopened(ofSeries), "no such table: main.PendingValues");
+    Ask("CREATE VIEW PendingValues AS SELECT * FROM MeasuredValues,Sound");
+    EXPECT_EQ(reopened(ofSeries), "no such table: main.PendingValues");
+    Ask("CREATE VIRTUAL TABLE Other USING mersola_values(rows=Other)");
+    EXPECT_EQ(reopened("SELECT * FROM Other"), "no such table: main.PendingValues");
+}
+
 TEST_F(PackedTable, RoundsWhatItSealsToItsResolution) {
     Record("CASE n WHEN 3 THEN -100 WHEN 4 THEN 9e999 ELSE n/7.0 END");
     const std::string rounded =

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "packed/overlay.h"
 #include "packed/summary.h"
 #include "support/packed_samples.h"
 
@@ -237,6 +238,15 @@ TEST(PackedBlock, RoundsToAResolution) {
     for (const double none : {0.0, -0.01, 1e-7, 1.0 / 3, HUGE_VAL, std::nan("")}) {
         EXPECT_FALSE(IsResolution(none)) << none;
     }
+}
+
+TEST(PackedBlock, KeepsStatusesThatItsWriterListedTwice) {
+    SeriesBlock block{.periods = 1, .bands = {1, 2}, .values = {1, 2}};
+    block.statuses = {"a", "a", "b"};
+    block.statusOf = {1, 2};
+    Overlay(block, {});
+    EXPECT_EQ(StatusAt(block, 0), "a");
+    EXPECT_EQ(StatusAt(block, 1), "b");
 }
 
 TEST(PackedBlock, IsNotMadeOfWhatIsNone) {

@@ -250,7 +250,8 @@ int Update(sqlite3_vtab* table, int count, sqlite3_value** values, sqlite3_int64
             store.Insert(row, true);
             return;
         }
-        if (!replaces && store.Contains(row)) throw DuplicateKey();
+        // What cannot be read fails here, while nothing is changed.
+        if (store.Contains(row) && !replaces) throw DuplicateKey();
         store.Erase(before);
         store.Insert(row, true);
     });

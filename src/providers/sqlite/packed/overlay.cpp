@@ -220,8 +220,13 @@ void Overlay(SeriesBlock& block, std::span<const Run> runs, std::span<const Eras
     if (!hadValues) block = {};
     Widen(block, std::move(extent));
     StatusTable table;
+    std::vector<std::uint16_t> own;
     for (const Status& status : block.statuses)
-        table.Index(View(status));
+        own.push_back(table.Index(View(status)));
+    if (table.Texts().size() != own.size()) {  // stored by somebody who lists one of them twice
+        for (std::uint16_t& status : block.statusOf)
+            status = own[status];
+    }
     StatusTranslation translated(table);
     Fill(block, runs, translated);
     block.statuses = table.Texts();
@@ -249,6 +254,7 @@ SeriesBlock ColumnOf(const SeriesBlock& block, std::int32_t period) {
     column.firstPeriod = period;
     column.periods = 1;
     column.statuses = block.statuses;
+    Tidy(column);
     return column;
 }
 

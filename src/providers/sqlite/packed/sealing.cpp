@@ -159,31 +159,43 @@ std::optional<std::int64_t> Store::Seal(std::int32_t measValueId, std::int32_t b
     Changes changes;
     std::vector<PeriodRow> rows;  // the runs refer to them
     rows.reserve(2 * kBlockPeriods);
-    const auto pending =
-        statements_->Take(Sql::PendingRows, measValueId, FirstOf(block), LastOf(block));
     std::int64_t count = 0;
-    for (; pending->Step(); ++count) {
-        const std::int32_t period = pending->Int32(0);
-        PeriodRow& row = rows.emplace_back();
-        try {
-            DecodePeriod(measValueId, period, pending->Blob(1), row);
-        } catch (const DamagedBlock& damaged) {
-            RaiseDamage(measValueId, period, damaged.what());
+    const auto takePending = [&] {
+        const auto pending =
+            statements_->Take(Sql::PendingRows, measValueId, FirstOf(block), LastOf(block));
+        for (std::int64_t last = FirstOf(block) - 1; pending->Step(); ++count) {
+            const std::int32_t period = pending->Int32(0);
+            if (period <= last) RaiseTwoRows(measValueId, period);
+            last = period;
+            PeriodRow& row = rows.emplace_back();
+            try {
+                DecodePeriod(measValueId, period, pending->Blob(1), row);
+            } catch (const DamagedBlock& damaged) {
+                RaiseDamage(measValueId, period, damaged.what());
+            }
+            AddRuns(period, row, changes);
         }
-        AddRuns(period, row, changes);
-    }
-    for (; staged != end; ++staged) {
-        if (staged->second.values.empty()) continue;
-        AddRuns(staged->first, rows.emplace_back(PutIn(staged->second, stage_.statuses)), changes);
-        AddErased(staged->first, staged->second, changes);
-    }
+    };
     const auto before = [&](const ChannelAndFunction& key) -> SeriesBlock {
         const Series series{measValueId, key.first, key.second};
         SealedBlock& sealed = SealedAt(series, block);
         return sealed.exists ? Decoded(series, block, sealed) : SeriesBlock();
     };
-    for (const auto& [key, change] : changes)
-        if (!FitsBlock(before(key), change.runs)) return std::nullopt;
+    try {
+        takePending();
+        for (; staged != end; ++staged) {
+            if (staged->second.values.empty()) continue;
+            AddRuns(staged->first, rows.emplace_back(PutIn(staged->second, stage_.statuses)),
+                    changes);
+            AddErased(staged->first, staged->second, changes);
+        }
+        for (const auto& [key, change] : changes)
+            if (!FitsBlock(before(key), change.runs)) return std::nullopt;
+    } catch (const Failure& failure) {
+        // What is damaged stays as it is, and keeps nobody from recording.
+        if ((failure.code & 0xFF) != SQLITE_CORRUPT) throw;
+        return std::nullopt;
+    }
     for (const auto& [key, change] : changes)
         ApplyChange({measValueId, key.first, key.second}, block, change, before(key));
     if (count > 0) statements_->Run(Sql::DropPending, measValueId, FirstOf(block), LastOf(block));

@@ -5,6 +5,11 @@
 #include "readers.h"
 
 namespace mersola::packed {
+namespace {
+
+constexpr std::int64_t kBeforeAll = std::numeric_limits<std::int64_t>::min();
+
+}  // namespace
 
 SeriesReader::SeriesReader(std::shared_ptr<Statements> statements, const Series& series,
                            Range periods, Range bands)
@@ -88,8 +93,11 @@ void SeriesReader::CollectPending(std::int32_t block) {
         return std::span<const PeriodValue>(first, end);
     };
     if (held_.size() < kBlockPeriods) held_.resize(kBlockPeriods);
+    std::int64_t before = kBeforeAll;
     for (; hasPending_ && BlockOf(pending_->Int32(0)) == block; hasPending_ = pending_->Step()) {
         const std::int32_t period = pending_->Int32(0);
+        if (period <= before) RaiseTwoRows(series_.measValueId, period);
+        before = period;
         PeriodRow& row = held_[count];
         try {
             DecodePeriod(series_, period, pending_->Blob(1), row);
@@ -105,9 +113,12 @@ void SeriesReader::CollectPending(std::int32_t block) {
 
 void SeriesReader::CollectRows(std::int32_t block) {
     // What was collected before stays where it is: runs refer to it.
+    if (heldRows_.size() < kBlockPeriods) heldRows_.resize(kBlockPeriods);
+    std::int64_t before = kBeforeAll;
     for (std::size_t at = 0; !rows_.AtEnd() && BlockOf(rows_.Period()) == block; ++at) {
-        if (heldRows_.size() < kBlockPeriods) heldRows_.resize(kBlockPeriods);
         const std::int32_t period = rows_.Period();
+        if (period <= before) RaiseTwoRows(series_.measValueId, period);
+        before = period;
         rows_.Read(heldRows_[at]);
         runs_.push_back({period, heldRows_[at].values, &heldRows_[at].statuses});
     }

@@ -129,12 +129,31 @@ Statements::Lease Statements::Take(Sql which) {
         idle.pop_back();
         return lease;
     }
-    const std::string text = WithNames(kTexts[static_cast<std::size_t>(which)], schema_, rows_);
+    if (!areTables_) RequireTables();
+    areTables_ = true;
+    return {shared_from_this(), which, Prepare(kTexts[static_cast<std::size_t>(which)])};
+}
+
+std::unique_ptr<Statement> Statements::Prepare(std::string_view text) const {
     sqlite3_stmt* prepared = nullptr;
-    const int code =
-        sqlite3_prepare_v3(db_, text.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+    const int code = sqlite3_prepare_v3(db_, WithNames(text, schema_, rows_).c_str(), -1,
+                                        SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
     if (code != SQLITE_OK) throw Failure(sqlite3_extended_errcode(db_), sqlite3_errmsg(db_));
-    return {shared_from_this(), which, std::make_unique<Statement>(prepared)};
+    return std::make_unique<Statement>(prepared);
+}
+
+// A view would run somebody else's statements, maybe without an end, and a virtual table ours.
+void Statements::RequireTables() const {
+    const auto find = Prepare(
+        "SELECT 1 FROM @.sqlite_schema WHERE type='table' AND rootpage>0 AND name=?1 COLLATE "
+        "NOCASE");
+    for (const std::string& name : {std::string("PendingValues"), std::string("ValueBlocks"),
+                                    std::string("ValueData"), rows_}) {
+        if (name.empty()) continue;
+        find->Bind(std::optional(name));
+        if (!find->Step()) throw Failure(SQLITE_ERROR, "no such table: " + schema_ + "." + name);
+        find->Reset();
+    }
 }
 
 Statements::Lease& Statements::Lease::operator=(Lease&& other) noexcept {
@@ -166,6 +185,10 @@ void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why)
     throw Failure(SQLITE_CORRUPT_VTAB, "the values of MeasValueId " + std::to_string(measValueId) +
                                            ", period " + std::to_string(period) +
                                            " cannot be read: " + why);
+}
+
+void RaiseTwoRows(std::int32_t measValueId, std::int32_t period) {
+    RaiseDamage(measValueId, period, "they lie in two rows, or not in their order");
 }
 
 void RaiseTwoBlocks(const Series& series, std::int32_t block) {

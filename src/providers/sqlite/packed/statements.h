@@ -75,7 +75,7 @@ class Statement {
     template <class... Values>
     void Bind(const Values&... values) {
         int index = 0;
-        (BindOne(++index, values), ...);
+        (Require(BindOne(++index, values)), ...);
     }
     /// Whether there is a row. Raises what SQLite says.
     bool Step();
@@ -95,20 +95,23 @@ class Statement {
     std::span<const std::byte> Blob(int column);
 
   private:
-    void BindOne(int index, std::nullptr_t) { sqlite3_bind_null(statement_, index); }
-    void BindOne(int index, double value) { sqlite3_bind_double(statement_, index, value); }
-    void BindOne(int index, const std::optional<std::string>& text) {
+    int BindOne(int index, std::nullptr_t) { return sqlite3_bind_null(statement_, index); }
+    int BindOne(int index, double value) { return sqlite3_bind_double(statement_, index, value); }
+    int BindOne(int index, const std::optional<std::string>& text) {
         if (!text) return BindOne(index, nullptr);
-        sqlite3_bind_text64(statement_, index, text->data(), text->size(), SQLITE_STATIC,
-                            SQLITE_UTF8);
+        return sqlite3_bind_text64(statement_, index, text->data(), text->size(), SQLITE_STATIC,
+                                   SQLITE_UTF8);
     }
-    void BindOne(int index, std::integral auto value) { BindInteger(index, value); }
-    void BindInteger(int index, std::int64_t value) {
-        sqlite3_bind_int64(statement_, index, value);
+    int BindOne(int index, std::integral auto value) { return BindInteger(index, value); }
+    int BindInteger(int index, std::int64_t value) {
+        return sqlite3_bind_int64(statement_, index, value);
     }
     /// Not copied: it must stay until the statement is reset.
-    void BindOne(int index, const std::string& bytes) {
-        sqlite3_bind_blob64(statement_, index, bytes.data(), bytes.size(), SQLITE_STATIC);
+    int BindOne(int index, const std::string& bytes) {
+        return sqlite3_bind_blob64(statement_, index, bytes.data(), bytes.size(), SQLITE_STATIC);
+    }
+    static void Require(int code) {
+        if (code != SQLITE_OK) throw Failure(code, sqlite3_errstr(code));
     }
 
     sqlite3_stmt* statement_;
@@ -164,14 +167,20 @@ class Statements : public std::enable_shared_from_this<Statements> {
     int readers = 0;
 
   private:
+    std::unique_ptr<Statement> Prepare(std::string_view text) const;
+    void RequireTables() const;
+
     sqlite3* db_;
     std::string schema_, rows_;
+    bool areTables_ = false;  // what the statements name
     std::array<std::vector<std::unique_ptr<Statement>>, static_cast<std::size_t>(Sql::Count)> idle_;
 };
 
 /// What is wrong with a block, in words that tell where it lies.
 [[noreturn]] void RaiseDamage(const Series& series, std::int32_t block, const char* why);
 [[noreturn]] void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why);
+/// A damaged index gives rows out of order, and some of them again.
+[[noreturn]] void RaiseTwoRows(std::int32_t measValueId, std::int32_t period);
 [[noreturn]] void RaiseTwoBlocks(const Series& series, std::int32_t block);
 /// Raises that there are two if there are.
 void RequireOneBlock(Statements& statements, const Series& series, std::int32_t block);

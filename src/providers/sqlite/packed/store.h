@@ -115,7 +115,8 @@ class Store {
     void MergePeriod(std::int32_t measValueId, std::int32_t period, const StagedPeriod& staged);
     void EraseSealed(std::int32_t measValueId, std::int32_t block, const Changes& changes);
     /// Seals what is pending in a block together with staged periods, which are of this block.
-    /// Returns the number of pending rows that are no more, or nothing if it would not fit.
+    /// Returns the number of pending rows that are no more, or nothing if it would not fit, or some
+    /// of it is damaged.
     std::optional<std::int64_t> Seal(std::int32_t measValueId, std::int32_t block,
                                      Periods::iterator staged, Periods::iterator end);
     void SealDue(std::int32_t measValueId, std::int32_t newest);
@@ -148,7 +149,7 @@ class Store {
     struct Crowd {
         std::int64_t rows = 0;  // as far as this connection knows
         bool isCounted = false;
-        std::int64_t from = kOldest;  // what is pending before does not fit into blocks
+        std::int64_t from = kOldest;  // what is pending before cannot be sealed
     };
     std::unordered_map<std::int32_t, Crowd> crowds_;
 
