@@ -20,7 +20,9 @@ namespace {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a failure to be told of
+    // A reader that went away, and a file that may not grow, are failures to be told of.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     std::ios::sync_with_stdio(false);
     return mersola::tool::RunTool(argc, argv, std::cout, std::cerr);
 }

@@ -371,6 +371,8 @@ TEST_F(RecordingTool, InitLeavesAloneWhatIsThere) {
     ExpectRefused({"init", folder_ / "link"}, "is a link to a file that is not there");
     ExpectRefused({"init", folder_ / "pipe"}, "is a pipe or a device");
     ExpectRefused({"init", folder_ / ""}, "is a folder");
+    for (const char* const command : {"list", "check"})
+        ExpectRefused({command, folder_ / "pipe"}, "is not a file");
     EXPECT_NE(RunWords({"init", folder_ / "no/folder.db"}).err.find("No such file"),
               std::string::npos);
     EXPECT_NE(RunWords({"list", folder_ / "none.db"}).err.find("there is no database"),

@@ -92,8 +92,9 @@ TEST_P(Renamed, BandGivesItsValuesToTheRightOneUnlessBothHaveSome) {
     ExpectRefused(Words{"rename", db_} + wrong + Words{"2 kHz"},
                   "both bands have values, as in instrument 1, measurement 2, report 1, period 0, "
                   "channel 1, function 2");
-    ExpectRefused(Words{"rename", db_, "--instrument", "Gate"} + wrong + Words{"9 kHz"},
-                  "there is no band '9 kHz' to which the values");
+    for (const char* const name : {"9 kHz", "1 KHZ"})
+        ExpectRefused(Words{"rename", db_, "--instrument", "Gate"} + wrong + Words{name},
+                      std::string("there is no other band '") + name + "' to which the values");
     EXPECT_EQ(Exported(), before);
     const std::string pier =
         Rename(wrong + Words{"2 kHz", "--instrument", "1", "--measurement", "day"});

@@ -64,7 +64,7 @@ std::uint32_t NumberAt(std::string_view bytes, std::size_t at, std::size_t size)
 }
 
 PageFile::Bytes::Bytes(const std::string& path) : path_(path) {
-    file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);  // a pipe is not waited for
     struct stat status {};
     if (file_ < 0 && errno == ENOENT) return;
     if (file_ < 0 || fstat(file_, &status) != 0)

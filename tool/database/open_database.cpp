@@ -34,7 +34,9 @@ std::string DataSource(const std::string& path) {
 bool LacksWritableFolder(const std::string& path) {
     constexpr std::streamoff kModeInHeader = 18;
     const auto folder = std::filesystem::path(path).parent_path();
-    return std::ifstream(path, std::ios::binary).seekg(kModeInHeader).get() == 2 &&
+    std::error_code ignored;  // a pipe would be waited for
+    return std::filesystem::is_regular_file(path, ignored) &&
+           std::ifstream(path, std::ios::binary).seekg(kModeInHeader).get() == 2 &&
            faccessat(AT_FDCWD, folder.empty() ? "." : folder.c_str(), W_OK, AT_EACCESS) != 0;
 }
 

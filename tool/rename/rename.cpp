@@ -110,13 +110,13 @@ class Renaming {
             isThere && number && std::ranges::find(names, *number, &Choice::id) == names.end())
             names.push_back({*number, ""});
         const std::int32_t from = Choose("band", options_.band, names);
-        if (!isThere && instrument_)
-            throw Failure("there is no band " + Quoted(options_.to) + " to which the values of " +
-                              Quoted(options_.band) +
-                              " could go, and a name is that of all instruments; leave out "
-                              "--instrument to rename the band",
-                          1);
-        if (!isThere || to == from) {
+        const bool isName = !isThere || to == from;
+        if (isName && instrument_)
+            throw Failure("there is no other band " + Quoted(options_.to) +
+                          " to which the values of " + Quoted(options_.band) +
+                          " could go, and a name is that of all instruments; leave out "
+                          "--instrument to rename the band");
+        if (isName) {
             Set("band", "FrqNameMap", "FrqId=" + std::to_string(from), "FrqName", names, from);
             return;
         }
