@@ -229,6 +229,13 @@ TEST_P(Removed, IsRefusedInOneLineWhereTheCallIsWrong) {
     ExpectRefused(pier_ + yes_ + Words{"--function", "Leq"}, "choose one of: LAeq (2), Lmax (3)");
     ExpectRefused(pier_ + yes_ + Words{"--from", "2020-03-02", "--to", "2020-03-01"},
                   "does not lie behind --from", 2);
+    {
+        Mersola holder = Connected();
+        holder.BeginTrans();
+        holder.dbExecute("DELETE FROM Markers");
+        ExpectRefused(prune_ + yes_ + Words{"--timeout", "1"},
+                      "the deletion failed (database is locked; another program holds it");
+    }
     // What lies ahead does not say that all is old.
     EXPECT_EQ(RunWords({"prune", db_, "--before", tomorrow, "--force", "--dry-run"}).status, 0);
 }

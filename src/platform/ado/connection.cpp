@@ -98,7 +98,7 @@ void _Connection::BeginTrans() {
         throw _com_error(XACT_E_XTIONEXISTS, "Only one transaction can be active on a connection",
                          kSource);
     }
-    session.Begin();
+    state_->Noting([&] { session.Begin(); });
     state_->inTransaction = true;
 }
 
@@ -107,7 +107,8 @@ void _Connection::CommitTrans() {
     if (!state_->inTransaction) {
         throw _com_error(XACT_E_NOTRANSACTION, "No transaction is active", kSource);
     }
-    session.Commit();  // when it raises, the transaction is still there to be rolled back
+    // When it raises, the transaction is still there to be rolled back.
+    state_->Noting([&] { session.Commit(); });
     state_->inTransaction = false;
 }
 
