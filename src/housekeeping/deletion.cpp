@@ -321,6 +321,10 @@ void Deletion::DeleteFiles(const std::set<CString>& paths, const std::set<std::s
 
 // What recorders have added since goes as well.
 void Deletion::DeleteRest(const CString& scope) {
+    // Where others write meanwhile, the rows are locked, so that whoever is storing values under
+    // them has done so, and whoever wants to finds them gone.
+    if (keepsLowest_ && !pieces_.IsAlone())
+        pieces_.Run("UPDATE Reports SET MinPeriod=MinPeriod WHERE " + scope);
     std::vector<int> keys;
     const auto rows = pieces_.Run("SELECT MeasValueId FROM MeasValueMap WHERE " + scope);
     for (; !rows->EndOfFile(); rows->MoveNext())

@@ -1,4 +1,6 @@
 // Imports beside recorders, and imports that end early.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -130,6 +132,24 @@ TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
         EXPECT_NE(rest.out.find("were stored already"), rest.out.npos) << rest.out << rest.err;
         EXPECT_TRUE(holdings(db) == holdings(expected));
     }
+}
+
+TEST_F(Imports, LeaveNoValuesInAMeasurementThatIsDeletedMeanwhile) {
+    const std::string text = Contents(File("file.csv", 300)), pipe = folder_ / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::signal(SIGPIPE, SIG_IGN);  // as in the program
+    const auto import = ImportingChild(Into(db_, pipe));
+    std::ofstream file(pipe);
+    file << text.substr(0, text.size() / 2) << std::flush;
+    while (Count("MeasuredValues") == 0)
+        std::this_thread::sleep_for(5ms);
+    EXPECT_EQ(RunWords({"delete", db_, "--instrument", "meter", "--yes"}).status, 0);
+    file << text.substr(text.size() / 2);
+    file.close();
+    EXPECT_EQ(import->Wait(), 1);
+    EXPECT_THAT(import->Acknowledged().at(0),
+                testing::StartsWith("mersola: the measurement was deleted meanwhile"));
+    EXPECT_EQ(Count("MeasuredValues"), 0);
 }
 
 }  // namespace

@@ -155,4 +155,22 @@ std::int32_t ChooseMeasurement(Mersola& store, std::int32_t groupId, const std::
     return Choose("measurement", asked, choices);
 }
 
+Deleted::Deleted()
+    : Failure(
+          "the measurement was deleted meanwhile, with what was stored of it; the same command "
+          "begins anew") {}
+
+void HoldReport(Mersola& store, std::int32_t groupId, std::int32_t measId, std::int32_t reportId,
+                std::int32_t key) {
+    const std::string where =
+        Statement("GroupId=%d AND MeasId=%d AND ReportId=%d", groupId, measId, reportId);
+    // Where a transaction does not keep all others from writing, the row is locked, as whoever
+    // deletes it does before looking for values.
+    if (!EngineOf(store).hasOneWriter)
+        Query(store, "UPDATE Reports SET noOfPeriods=noOfPeriods WHERE %s", where.c_str());
+    const auto stored =
+        Query(store, "SELECT MeasValueId FROM MeasValueMap WHERE %s", where.c_str());
+    if (stored->EndOfFile() || stored->Fields(0).Long() != key) throw Deleted();
+}
+
 }  // namespace mersola::tool

@@ -8,6 +8,8 @@
 
 #include <mersola/mersola.h>
 
+#include "basics/failure.h"
+
 namespace mersola::tool {
 
 /// Each raises Failure or _com_error when the database cannot be read.
@@ -57,5 +59,16 @@ std::int32_t Choose(const char* what, const std::string& asked, const std::vecto
 /// the selected one.
 std::int32_t ChooseInstrument(Mersola& store, const std::string& asked);
 std::int32_t ChooseMeasurement(Mersola& store, std::int32_t groupId, const std::string& asked);
+
+/// What others have deleted while something was being stored in it.
+class Deleted : public Failure {
+  public:
+    Deleted();
+};
+
+/// Keeps a report from being deleted until the transaction that is open ends, so that values which
+/// that stores under its key have an owner. Raises Deleted where it is gone.
+void HoldReport(Mersola& store, std::int32_t groupId, std::int32_t measId, std::int32_t reportId,
+                std::int32_t key);
 
 }  // namespace mersola::tool

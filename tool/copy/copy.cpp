@@ -7,6 +7,7 @@
 #include "basics/interruption.h"
 #include "basics/progress.h"
 #include "basics/times_text.h"
+#include "catalogue/catalogue.h"
 #include "copy.h"
 #include "copy_markers.h"
 #include "copy_plan.h"
@@ -43,6 +44,8 @@ class Copying {
                     CopyMeasurement(instrument, measurement);
                 TellMarkersLeft(instrument);
             }
+        } catch (const Deleted&) {
+            throw;
         } catch (const Unplaceable& failure) {
             throw Failure(failure.what() + CopiedSafely());
         } catch (const Failure& failure) {

@@ -10,6 +10,7 @@
 #include "basics/failure.h"
 #include "basics/times_text.h"
 #include "basics/utf8.h"
+#include "catalogue/catalogue.h"
 #include "database/format.h"
 
 namespace mersola::tool {
@@ -133,6 +134,8 @@ class Writer {
         RequireFit(values);
         ends_.to.Guard([&] {
             Transaction transaction(ends_.to.Store());
+            HoldReport(ends_.to.Store(), ends_.place.group, ends_.place.meas, ends_.place.report,
+                       ends_.toKey);
             Add(values);
             rows_->UpdateBatch();
             const auto counted = std::min<std::int64_t>(periods, ends_.counted);

@@ -15,6 +15,7 @@
 #include "basics/progress.h"
 #include "basics/times_text.h"
 #include "basics/utf8.h"
+#include "catalogue/catalogue.h"
 #include "csv_commands.h"
 #include "csv_dialect.h"
 #include "csv_lines.h"
@@ -387,6 +388,8 @@ class Importing {
                 Store(block);
                 pass();
             }
+        } catch (const Deleted&) {
+            throw;
         } catch (const Failure& failure) {
             if (lines_ == 0) throw;
             throw Failure(failure.what() + ("; the lines up to " + std::to_string(lines_)) +

@@ -5,6 +5,7 @@
 
 #include "basics/failure.h"
 #include "basics/times_text.h"
+#include "catalogue/catalogue.h"
 #include "database/query.h"
 
 namespace mersola::tool {
@@ -106,11 +107,14 @@ void ImportedValues::Insert(ImportTarget& target) {
              status = rows->Fields("Status");
     const ImportedValue* before = nullptr;
     for (const ImportedValue& each : values_) {
+        const ImportedReport& report = *each.report;
+        if (!before || before->report->key != report.key)
+            HoldReport(store_, report.groupId, report.measId, report.reportId, report.key);
         if (!before || !IsSameSeries(*before, each))
-            target.RegisterFunction(*each.report, each.channel, each.function);
+            target.RegisterFunction(report, each.channel, each.function);
         before = &each;
         rows->AddNew();
-        key.Put(each.report->key);
+        key.Put(report.key);
         period.Put(each.period);
         channel.Put(each.channel);
         function.Put(each.function);

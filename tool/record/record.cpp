@@ -112,6 +112,8 @@ void StoreAll(const Analysis::Periods& periods, Recording& recording,
     for (const auto& levels : periods) {
         try {
             recording.Store(levels);
+        } catch (const Deleted&) {
+            throw;
         } catch (const Failure& failure) {
             throw Failure(failure.what() + WhatIsStored(recording, options));
         }

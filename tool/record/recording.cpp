@@ -7,8 +7,10 @@
 
 #include "basics/failure.h"
 #include "basics/times_text.h"
+#include "catalogue/catalogue.h"
 #include "catalogue/measured.h"
 #include "database/open_database.h"
+#include "database/query.h"
 
 namespace mersola::tool {
 namespace {
@@ -145,6 +147,13 @@ void Recording::Register() {
     if (storedBefore_ > firstPeriod_)
         Require(store_.PutPeriodsRelative(nullptr, storedBefore_ - firstPeriod_),
                 "the number of periods could not be kept");
+    instrumentId_ = instrument.GroupId;
+    key_ = Query(store_,
+                 "SELECT MeasValueId FROM MeasValueMap WHERE GroupId=%d AND MeasId=%d AND "
+                 "ReportId=%d",
+                 instrumentId_, measurement_.MeasId, kReport)
+               ->Fields(0)
+               .Long();
     if (isResumed_) before_.emplace(store_, instrument.GroupId, measurement_.MeasId, kReport);
     const CTimeSpanEx storedLength(report_.PeriodLen.GetTotalMilliseconds() * storedBefore_);
     if (trigger_)
@@ -166,7 +175,10 @@ void Recording::Finish() {
 void Recording::Store(std::span<const acoustics::PeriodLevels> levels) {
     try {
         Transaction transaction(store_);
-        if (stored_ == 0) Register();
+        if (stored_ == 0)
+            Register();
+        else
+            HoldReport(store_, instrumentId_, measurement_.MeasId, kReport, key_);
         const int period = firstPeriod_ + stored_;
         const Functions kept = before_ ? before_->FunctionsIn(period) : Functions();
         const auto batch = store_.PutDataStart(nullptr);

@@ -81,6 +81,7 @@ class Recording {
     std::optional<Trigger> trigger_;
     MeasurementInfo measurement_;
     ReportInfo report_;
+    std::int32_t instrumentId_ = kNone, key_ = kNone;  // once the first period is stored
     bool isResumed_ = false;
     CTimeEx firstStart_;    // of the measurement
     int storedBefore_ = 0;  // periods

@@ -101,7 +101,7 @@ class MERSOLA_EXPORT _Connection : public std::enable_shared_from_this<_Connecti
     /// Server". Raises on a closed connection.
     CString DbmsName() const;
 
-    /// The errors of the last Open, statement, begin or commit that failed, in the provider's order.
+    /// The errors of the last Open, statement, begin or commit that failed, as the provider orders.
     const std::vector<AdoError>& GetErrors() const;
 
   private:
