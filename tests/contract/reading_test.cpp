@@ -181,14 +181,16 @@ TEST_P(Reading, FillsABlockWithWhatIsStoredAndTheRestAsMissing) {
     EXPECT_EQ(list.GetNext(at).Value, -100);
 }
 
-TEST_P(Reading, FillsABlockOfMoreRowsThanARecordsetHolds) {
-    constexpr int first = 10, periods = 1000, bands = 2;  // every seventh value is not stored
+TEST_P(Reading, FillsABlockOfMoreRowsThanAnyBufferHolds) {
+    // Every seventh value is not stored, and every eleventh is null.
+    constexpr int first = 10, periods = 3000, bands = 2;
     auto batch = _Recordset::CreateInstance();
     batch->Open("MEASUREDVALUES", store.m_connection, adOpenForwardOnly, adLockBatchOptimistic,
                 adCmdUnknown);
     std::vector<float> expected;
     for (int i = 0; i < periods * bands; ++i) {
-        expected.push_back(i % 7 == 0 ? -100 : static_cast<float>(i) / 4);
+        const bool isNull = i > periods && i % 11 == 0;
+        expected.push_back(i % 7 == 0 || isNull ? -100 : static_cast<float>(i) / 4);
         if (i % 7 == 0) continue;
         batch->AddNew();
         batch->Fields("MeasValueId").Put(7);
@@ -196,8 +198,8 @@ TEST_P(Reading, FillsABlockOfMoreRowsThanARecordsetHolds) {
         batch->Fields("Channel").Put(1);
         batch->Fields("FuncId").Put(5);
         batch->Fields("FrqId").Put(30 + i % bands);
-        batch->Fields("Value").Put(i / 4.0);
-        batch->Fields("Status").Put(std::string_view(i % 5 == 0 ? "O" : ""));
+        if (!isNull) batch->Fields("Value").Put(i / 4.0);
+        batch->Fields("Status").Put(std::string_view(i % 5 == 0 ? "Overload" : ""));
     }
     batch->UpdateBatch();
     SelectFirst(store);
@@ -207,6 +209,17 @@ TEST_P(Reading, FillsABlockOfMoreRowsThanARecordsetHolds) {
     EXPECT_EQ(values, expected);
     for (std::size_t i = 0; i < status.size(); ++i)
         ASSERT_EQ(status[i], i % 7 == 0 ? 'A' : i % 5 == 0 ? 'O' : '\0') << i;
+
+    if (GetParam() != "SQLite") return;
+    // A table of another origin may hold anything.
+    database.Run({"CREATE TABLE Loose AS SELECT * FROM MeasuredValues", "DROP TABLE MeasuredValues",
+                  "ALTER TABLE Loose RENAME TO MeasuredValues",
+                  "UPDATE MeasuredValues SET Value='4e2' WHERE PeriodNo=2011 AND FrqId=31"});
+    expected[(2011 - first) * bands + 1] = 400;
+    EXPECT_EQ(store.GetData(values.data(), first, periods, 30, bands), periods);
+    EXPECT_EQ(values, expected);
+    database.Run({"UPDATE MeasuredValues SET Value='loud' WHERE PeriodNo=2011"});
+    EXPECT_EQ(store.GetData(values.data(), first, periods, 30, bands), -1);
 }
 
 TEST_P(Reading, FailsOnNumbersBeyond32BitsAndWrapsNone) {

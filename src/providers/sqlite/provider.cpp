@@ -9,6 +9,7 @@
 
 #include "errors.h"
 #include "form/form.h"
+#include "gathered_values.h"
 #include "log_guard.h"
 #include "packed/module.h"
 #include "session.h"
@@ -98,6 +99,7 @@ class Provider : public ado::Provider {
         sqlite3_busy_timeout(db.get(), patience);  // until the session has its own
         Harden(db.get());
         Check(db.get(), packed::RegisterModule(db.get()));
+        GatheredValues::Register(db.get());
         Run(db.get(), "PRAGMA synchronous=" + std::string(synchronous));
         sqlite3* const handle = db.get();
         auto session =

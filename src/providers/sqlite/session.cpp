@@ -2,10 +2,13 @@
 #include "session.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dialect/characters.h"
 #include "errors.h"
+#include "gathered_values.h"
+#include "running_statement.h"
 #include "table_writer.h"
 
 namespace mersola::sqlite {
@@ -45,36 +48,11 @@ class Attaching {
     sqlite3* db_;
 };
 
-// A statement while it runs. It goes back to the cache whatever happens.
-class RunningStatement {
-  public:
-    RunningStatement(sqlite3* db, StatementCache& cache, std::string_view text)
-        : db_(db), cache_(&cache), statement_(cache.Take(text)) {}
-    RunningStatement(RunningStatement&&) = default;
-    ~RunningStatement() {
-        if (!statement_) return;  // moved on
-        const char* text = sqlite3_sql(statement_.get());
-        cache_->Return(text, std::move(statement_));
-    }
-
-    sqlite3_stmt* Get() const { return statement_.get(); }
-    bool Step() const {
-        const int code = sqlite3_step(Get());
-        if (code == SQLITE_ROW) return true;
-        Check(db_, code);
-        return false;
-    }
-
-  private:
-    sqlite3* db_;
-    StatementCache* cache_;
-    Statement statement_;
-};
-
 class Rows : public ado::RowSource {
   public:
-    explicit Rows(RunningStatement statement)
-        : statement_(std::move(statement)), row_(statement_.Get()) {}
+    /// `values` gives the same rows in blocks; null where they are too few, or others.
+    Rows(RunningStatement statement, std::unique_ptr<GatheredValues> values)
+        : statement_(std::move(statement)), row_(statement_.Get()), values_(std::move(values)) {}
 
     const std::vector<std::string>& Columns() const override {
         if (columns_.empty()) {
@@ -85,7 +63,22 @@ class Rows : public ado::RowSource {
         return columns_;
     }
 
-    bool Next() override { return statement_.Step(); }
+    bool Next() override { return std::exchange(isAhead_, false) || statement_.Step(); }
+
+    bool NextBlock(ado::ColumnBlock& block) override {
+        if (!values_) return RowSource::NextBlock(block);
+        // As long as this statement stands on its first row, all others see what it saw.
+        if (block.columns.empty() && !Next()) return false;
+        if (values_->Next(block)) return true;
+        if (values_->IsAtEnd()) return false;
+        while (sqlite3_column_int64(row_, packed::kPeriodNo) < values_->Rest()) {
+            if (!Next()) return false;
+        }
+        values_.reset();
+        isAhead_ = true;
+        block.columns.clear();
+        return RowSource::NextBlock(block);
+    }
 
     ado::Cell At(int column) const override {
         // This looks the column up once. sqlite3_column_* would look it up three times, for type,
@@ -109,6 +102,8 @@ class Rows : public ado::RowSource {
   private:
     RunningStatement statement_;
     sqlite3_stmt* row_;
+    std::unique_ptr<GatheredValues> values_;
+    bool isAhead_ = false;  // on a row that is still to be handed out
     mutable std::vector<std::string> columns_;
 };
 
@@ -129,7 +124,9 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
         if (!givesRows && !dialect::IsUtf8(literal.text)) throw NoUtf8();
         Bind(db_.get(), statement.Get(), ++index, literal, keeping);
     }
-    if (givesRows) return std::make_unique<Rows>(std::move(statement));
+    if (givesRows)
+        return std::make_unique<Rows>(std::move(statement),
+                                      GatheredValues::Of(db_.get(), cache_, translation));
     const Attaching attaching(db_.get(), translation.text);
     while (statement.Step()) {  // some of SQLite's own do a part of their work in each step
     }
