@@ -241,7 +241,10 @@ TEST(PackedBlock, RoundsToAResolution) {
 }
 
 TEST(PackedBlock, KeepsStatusesThatItsWriterListedTwice) {
-    SeriesBlock block{.periods = 1, .bands = {1, 2}, .values = {1, 2}};
+    SeriesBlock block;
+    block.periods = 1;
+    block.bands = {1, 2};
+    block.values = {1, 2};
     block.statuses = {"a", "a", "b"};
     block.statusOf = {1, 2};
     Overlay(block, {});
