@@ -81,6 +81,9 @@ TEST_F(IndicesTool, GivesEventsTheirExposureLevels) {
               "2026-11-15 22:00:00.000,7.wav\n");
     EXPECT_EQ(Answer({"--events", "--csv", "--from", "2026-11-16"}).find("7.wav"),
               std::string::npos);
+    Execute("UPDATE Markers SET MarkerId=12345678,Stop='2027,03,11,01,17,45,678'");
+    EXPECT_NE(Answer({"--events"}).find(" 12345678  9946066 "), std::string::npos);
+    EXPECT_NE(Answer({"--events", "--csv"}).find(",12345678,9946065.678,"), std::string::npos);
 }
 
 TEST_F(IndicesTool, TakesFunctionsForWhatTheirNamesOrTheUserSay) {

@@ -32,6 +32,13 @@ std::string NumberText(double number, Style style, bool isAligned) {
         using std::chars_format;
         if (style == Style::Percent)  // to the nearest hundredth
             return std::to_chars(text.data(), end, std::round(number * 100) / 100);
+        // Numbers of things and seconds as they are, without an exponent.
+        const double size = std::abs(number);
+        if (style == Style::Number && size < 1e15) {
+            if (number == std::trunc(number) || (isAligned && size >= 1e3))
+                return std::to_chars(text.data(), end, number, chars_format::fixed, 0);
+            if (size >= 1e6) return std::to_chars(text.data(), end, number, chars_format::fixed, 3);
+        }
         if (!isAligned) return std::to_chars(text.data(), end, number, chars_format::general, 7);
         return style == Style::Level
                    ? std::to_chars(text.data(), end, number, chars_format::fixed, 1)
