@@ -5,6 +5,7 @@
 
 #include "packed/checksum.h"
 #include "packed/compression.h"
+#include "packed/overlay.h"
 #include "packed/period_row.h"
 #include "packed/summary.h"
 #include "property.h"
@@ -39,6 +40,15 @@ void CheckBlock(std::string data) {
     Require(Same(part.values, std::span(block.values).subspan(band * periods, periods)),
             "a band reads as the block");
     if (block.values.size() > kMost) return;
+    SeriesBlock laidOut = block;
+    Overlay(laidOut, {});
+    for (std::size_t cell = 0; cell < block.values.size(); ++cell) {
+        const std::uint8_t state = StateAt(block, cell);
+        Require(StateAt(laidOut, cell) == state, "a block laid out anew has the same cells");
+        Require(state == kNoRow || (Same({&laidOut.values[cell], 1}, {&block.values[cell], 1}) &&
+                                    StatusAt(laidOut, cell) == StatusAt(block, cell)),
+                "a block laid out anew holds the same");
+    }
     std::string encoded, encodedAgain, summary;
     EncodeBlock(kSeries, block, 0, encoded, summary);
     DecodeBlock(kSeries, kPeriod, Bytes(encoded), again);

@@ -56,6 +56,8 @@ TEST_F(PackedTable, TellsWhichPeriodsCannotBeReadAndReadsTheOthers) {
         << "whether it is stored already, nobody knows";
     Ask("INSERT INTO ValueBlocks SELECT MeasValueId,Channel,FuncId,FirstPeriod+9,LastPeriod,"
         "DataId,Summary FROM ValueBlocks WHERE FirstPeriod=384");
+    Ask("UPDATE ValueBlocks SET LastPeriod=200 WHERE FirstPeriod=0");
+    EXPECT_THAT(Ask(sum + "0 AND 10"), HasSubstr("periods 0 to 127 cannot be read: they are of"));
     for (const char* statement :
          {"SELECT sum(Value) FROM MeasuredValues WHERE PeriodNo BETWEEN 384 AND 511",
           "SELECT Value FROM MeasuredValues WHERE MeasValueId=7 AND PeriodNo=500 ORDER BY PeriodNo",

@@ -119,19 +119,26 @@ TEST_F(Conversion, ChangesItsDirectionAndKeepsItsResolution) {
 }
 
 TEST_F(Conversion, IsRefusedWhereSomethingWouldBeLost) {
-    const auto expectRefused = [&](const char* statement, const char* reason) {
+    const auto expectRefused = [&](const char* statement, const char* reason,
+                                   const char* before = "PRAGMA user_version") {
         const std::string copy = folder_ / "copy.db";
         std::filesystem::copy_file(MERSOLA_GOLDEN "format-1.db", copy,
                                    std::filesystem::copy_options::overwrite_existing);
+        Run(copy, before);
         Run(copy, statement);
-        const std::string before = ValuesOf(copy);
+        const std::string values = ValuesOf(copy);
         const Outcome outcome = RunWords({"pack", copy});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, HasSubstr(reason));
         EXPECT_EQ(std::ranges::count(outcome.err, '\n'), 1) << outcome.err;
-        EXPECT_EQ(ValuesOf(copy), before);
+        EXPECT_EQ(ValuesOf(copy), values);
         EXPECT_THAT(RunWords({"list", copy}).out, HasSubstr("values in rows"));
     };
+    expectRefused(
+        "CREATE TABLE MeasuredValues (MeasValueId INTEGER,PeriodNo INTEGER,Channel INTEGER,"
+        "FuncId INTEGER,FrqId INTEGER,Value REAL,Status TEXT,PRIMARY KEY (MeasValueId,Channel,"
+        "FuncId,PeriodNo,Value))",
+        "another key", "ALTER TABLE MeasuredValues RENAME TO Old");
     expectRefused("CREATE TRIGGER t AFTER INSERT ON MeasuredValues BEGIN SELECT 1; END",
                   "triggers on MeasuredValues");
     expectRefused("ALTER TABLE MeasuredValues ADD COLUMN Extra TEXT", "has other columns");

@@ -121,7 +121,9 @@ PageFile::PageFile(const std::string& path) : file_(path), log_(path + "-wal") {
     if (file_.Size() < pageSize_)
         throw Failure(Quoted(path) + " ends within its first page: there is nothing to save");
     const PageNumber inFile = static_cast<PageNumber>(file_.Size() / pageSize_);
-    count_ = loggedCount_ != 0 ? loggedCount_ : inFile;
+    count_ = inFile;
+    if (loggedCount_ != 0)  // what the log says may be anything; pages lie here or there
+        count_ = std::min(loggedCount_, inFile + static_cast<PageNumber>(logged_.size()));
     std::string first;
     if (!hasHeader || !Read(1, first)) return;
     const Format format = FormatInHeader(NumberAt(first, 68, 4), NumberAt(first, 60, 4));

@@ -7,6 +7,7 @@
 
 #include "basics/failure.h"
 #include "basics/interruption.h"
+#include "basics/names.h"
 #include "basics/progress.h"
 #include "basics/times_text.h"
 #include "database/query.h"
@@ -94,15 +95,19 @@ class Conversion {
         std::string columns;
         for (const StoredColumn& column : ColumnsOf(StoredTable::MeasuredValues))
             columns += column.name + std::string(",");
-        std::string found, keys;
+        const auto keys = KeysOf(StoredTable::MeasuredValues).front();
+        std::string found;
+        bool hasKey = true;
         for (_Recordset& row : Rows(*store_, "PRAGMA table_info(MeasuredValues)")) {
-            found += std::string(row.Fields(1).Text().View()) + ",";
-            if (row.Fields(5).Long() > 0) keys += "*";
+            const CString name = row.Fields(1).Text();
+            found += std::string(name.View()) + ",";
+            const bool isOfKey = std::ranges::any_of(
+                keys, [&](const char* column) { return IsSameName(column, name.View()); });
+            hasKey &= (row.Fields(5).Long() > 0) == isOfKey;
         }
         if (CompareNoCase(found, columns) != 0)
             refuse("its table MeasuredValues has other columns");
-        if (keys.size() != KeysOf(StoredTable::MeasuredValues).front().size())
-            refuse("its table MeasuredValues has no key");
+        if (!hasKey) refuse("its table MeasuredValues has another key, or none");
         if (Number(*store_,
                    "SELECT count(*) FROM sqlite_master WHERE type='trigger' AND "
                    "lower(tbl_name)='measuredvalues'") > 0)

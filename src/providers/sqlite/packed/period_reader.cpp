@@ -87,12 +87,8 @@ void PeriodReader::Load(std::int32_t block) {
         if (blocks_.size() == blockCount_) blocks_.emplace_back();
         SealedSeriesBlock& into = blocks_[blockCount_];
         into.key = series_[i];
-        try {
-            DecodeBlock(series, row->Int32(0), row->Blob(2), selection_.bands.first,
-                        selection_.bands.last + 1, into.block);
-        } catch (const DamagedBlock& damaged) {
-            RaiseDamage(series, block, damaged.what());
-        }
+        DecodeSealed(series, row->Int32(0), row->Int32(1), row->Blob(2), selection_.bands.first,
+                     selection_.bands.last + 1, into.block);
         if (row->Step()) RaiseTwoBlocks(series, block);
         ++blockCount_;
     }

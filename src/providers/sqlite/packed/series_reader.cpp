@@ -65,11 +65,7 @@ void SeriesReader::ReadSealed(SeriesBlock& out) {
         return;
     }
     if (sealed_->IsNull(2)) RaiseDamage(series_, BlockOf(first), "they are missing");
-    try {
-        DecodeBlock(series_, first, sealed_->Blob(2), bands_.first, bands_.last + 1, out);
-    } catch (const DamagedBlock& damaged) {
-        RaiseDamage(series_, BlockOf(first), damaged.what());
-    }
+    DecodeSealed(series_, first, last, sealed_->Blob(2), bands_.first, bands_.last + 1, out);
     hasSealed_ = sealed_->Step();
 }
 

@@ -171,6 +171,19 @@ void Statements::Lease::Return() {
     owner_.reset();
 }
 
+void DecodeSealed(const Series& series, std::int32_t firstPeriod, std::int32_t lastPeriod,
+                  std::span<const std::byte> data, std::int64_t firstBand, std::int64_t endBand,
+                  SeriesBlock& out) {
+    try {
+        DecodeBlock(series, firstPeriod, data, firstBand, endBand, out);
+    } catch (const DamagedBlock& damaged) {
+        RaiseDamage(series, BlockOf(firstPeriod), damaged.what());
+    }
+    // No checksum stands over that row itself.
+    if (out.firstPeriod != firstPeriod || out.firstPeriod + (out.periods - 1) != lastPeriod)
+        RaiseDamage(series, BlockOf(firstPeriod), "they are of other periods");
+}
+
 void RaiseDamage(const Series& series, std::int32_t block, const char* why) {
     const std::int64_t first = std::int64_t{block} * kBlockPeriods;
     throw Failure(SQLITE_CORRUPT_VTAB,

@@ -176,6 +176,12 @@ class Statements : public std::enable_shared_from_this<Statements> {
     std::array<std::vector<std::unique_ptr<Statement>>, static_cast<std::size_t>(Sql::Count)> idle_;
 };
 
+/// Decodes the data of a row of ValueBlocks, which tells these periods, as DecodeBlock does. Raises
+/// Failure.
+void DecodeSealed(const Series& series, std::int32_t firstPeriod, std::int32_t lastPeriod,
+                  std::span<const std::byte> data, std::int64_t firstBand, std::int64_t endBand,
+                  SeriesBlock& out);
+
 /// What is wrong with a block, in words that tell where it lies.
 [[noreturn]] void RaiseDamage(const Series& series, std::int32_t block, const char* why);
 [[noreturn]] void RaiseDamage(std::int32_t measValueId, std::int32_t period, const char* why);

@@ -147,11 +147,8 @@ const SeriesBlock& Store::Decoded(const Series& series, std::int32_t block, Seal
     const auto row = statements_->Take(Sql::BlockData, sealed.dataId);
     if (!row->Step()) RaiseDamage(series, block, "they are missing");
     auto decoded = std::make_unique<SeriesBlock>();
-    try {
-        DecodeBlock(series, sealed.firstPeriod, row->Blob(0), *decoded);
-    } catch (const DamagedBlock& damaged) {
-        RaiseDamage(series, block, damaged.what());
-    }
+    DecodeSealed(series, sealed.firstPeriod, sealed.lastPeriod, row->Blob(0), kOldest, kNewest + 1,
+                 *decoded);
     ++stage_.decoded;
     return *(sealed.decoded = std::move(decoded));
 }
