@@ -67,10 +67,12 @@ CTimeEx StepBehind(const CTimeEx& time, IndexStep step) {
     return TimeAt(before == at ? at : Boundary(at, step, 1));
 }
 
-std::vector<Milliseconds> Boundaries(Milliseconds from, Milliseconds to, IndexStep step) {
+std::vector<Milliseconds> Boundaries(Milliseconds from, Milliseconds to, IndexStep step,
+                                     std::size_t most) {
     std::vector<Milliseconds> all{from};
     if (step != IndexStep::Whole) {
-        for (Milliseconds next = Boundary(from, step, 1); next < to; next = Boundary(next, step, 1))
+        for (Milliseconds next = Boundary(from, step, 1); next < to && all.size() < most;
+             next = Boundary(next, step, 1))
             all.push_back(next);
     }
     all.push_back(to);

@@ -20,7 +20,9 @@ CTimeEx TimeAt(Milliseconds time);
 /// The beginning of the day that the time lies in.
 Milliseconds DayOf(Milliseconds time);
 
-/// The boundaries of a step from one time to another: both of these, and what lies between.
-std::vector<Milliseconds> Boundaries(Milliseconds from, Milliseconds to, IndexStep step);
+/// The boundaries of a step from one time to another: both of these, and what lies between, as far
+/// as there are not more than `most` before the last one.
+std::vector<Milliseconds> Boundaries(Milliseconds from, Milliseconds to, IndexStep step,
+                                     std::size_t most);
 
 }  // namespace mersola

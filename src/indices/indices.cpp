@@ -15,7 +15,7 @@ using namespace mersola;
 namespace {
 
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
-constexpr std::size_t kMostRows = 10'000'000;
+constexpr std::size_t kMostRows = 1'000'000;  // the hours of a century
 
 // When periods are. One belongs to the stretch in which it begins.
 struct Clock {
@@ -272,9 +272,9 @@ int Mersola::GetIndices(std::vector<IndexRow>& out, const IndexRequest& request)
     if (!IsAnswerable(request) || !origin.IsValid() || length.GetTotalMilliseconds() <= 0) return 0;
     const Clock clock{MillisecondsOf(origin), length.GetTotalMilliseconds()};
     const Figures figures(request, clock);
-    const auto bounds =
-        Boundaries(MillisecondsOf(request.from), MillisecondsOf(request.to), request.step);
-    if (bounds.size() > kMostRows) return 0;
+    const auto bounds = Boundaries(MillisecondsOf(request.from), MillisecondsOf(request.to),
+                                   request.step, kMostRows + 1);
+    if (bounds.size() > kMostRows + 1) return 0;
     std::vector<Span> spans;
     for (std::size_t i = 0; i + 1 < bounds.size(); ++i)
         spans.push_back({bounds[i], bounds[i + 1]});

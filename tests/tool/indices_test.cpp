@@ -114,6 +114,7 @@ TEST_F(IndicesTool, RefusesInOneLineWhatMakesNoSense) {
                   "there are no values of 'LAeq' from 2027-01-01");
     ExpectRefused(Asked({"--from", "2027-01-01"}), "there are no values of 'LAeq' from 2027-01-01");
     ExpectRefused(Asked({"--band", "3"}), "there are no values of 'LAeq'");
+    ExpectRefused(Asked({"--per", "hour", "--from", "1000-01-01"}), "too many rows");
 }
 
 }  // namespace

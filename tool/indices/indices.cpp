@@ -116,6 +116,11 @@ void Indices(const IndicesOptions& options, std::ostream& out) {
         options.to.value_or(StepBehind(function.clock.At(std::int64_t{last} + 1), options.step));
     const std::string when = " from " + TimeText(request.from) + " to " + TimeText(request.to);
     if ((request.to - request.from).GetTotalMilliseconds() <= 0) refuse(when);
+    const std::int64_t hours = (request.to - request.from).GetTotalMilliseconds() / 3600000;
+    if ((options.step == IndexStep::Hour ? hours : hours / 24) >= 1'000'000 &&
+        (options.step == IndexStep::Hour || options.step == IndexStep::Day))
+        throw Failure("there are too many rows" + when +
+                      "; choose less of it with --from and --to, or a longer --per");
     const auto rows = ReadIndices(*store, request);
     if (std::ranges::all_of(rows, [](const IndexRow& row) { return row.mean.coverage == 0; }))
         refuse(when + ", " + function.bandName);
