@@ -145,6 +145,14 @@ TEST_F(Import, RefusesWhatIsNoBandAndSaysWhatIs) {
         "line 2: '17' is no frequency of a band");
 }
 
+TEST_F(Import, RefusesWhatNoNumberIsLeftFor) {
+    const Words words = Into("Period,Function,40\n0,new,1\n", {"--start", "2026-06-01 00:00"});
+    Execute("INSERT INTO FuncNameMap VALUES (2147483647,'last')");
+    ExpectRefused(words, "there is no free FuncId behind 2147483647");
+    Execute("INSERT INTO Groups (GroupId,GroupName) VALUES (2147483647,'last')");
+    ExpectRefused(words, "there is no free GroupId behind 2147483647");
+}
+
 TEST_F(Import, PutsEachRowIntoTheNearestPeriodAndNoTwoIntoOne) {
     const Words leq{"--function", "Leq"};
     const std::string rows =

@@ -18,7 +18,8 @@ std::int32_t NamedFunction(Mersola& store, const std::string& name) {
     const auto last = Query(store,
                             "SELECT MAX(FuncId) FROM (SELECT FuncId FROM FuncNameMap UNION ALL "
                             "SELECT FuncId FROM MeasuredFunctions) Known");
-    const std::int32_t id = std::max<std::int32_t>(last->Fields(0).Long(), kL90) + 1;
+    const std::int32_t id =
+        NumberBehind(std::max<std::int32_t>(last->Fields(0).Long(), kL90), "FuncId");
     const Row row{{"FuncId", id}, {"FuncName", name}};
     store.dbExecute(CString(InsertOf(StoredTable::FuncNameMap, row)));
     return id;

@@ -51,9 +51,15 @@ std::vector<Series> ReadSeries(Mersola& store, const std::vector<std::string>& p
                   "MAX(PeriodNo),MIN(Value),MAX(Value) FROM MeasuredValues%s "
                   "GROUP BY MeasValueId,Channel,FuncId ORDER BY MeasValueId,Channel,FuncId",
                   part.c_str())) {
-            const Series each{row.Fields(0).Long(), row.Fields(1).Long(),   row.Fields(2).Long(),
-                              row.Fields(3).Long(), row.Fields(4).Long(),   row.Fields(5).Long(),
-                              row.Fields(6).Long(), row.Fields(7).Double(), row.Fields(8).Double()};
+            const Series each{row.Fields(0).Long(),
+                              row.Fields(1).Long(),
+                              row.Fields(2).Long(),
+                              std::llround(row.Fields(3).Double()),  // may have more than 32 bits
+                              std::llround(row.Fields(4).Double()),
+                              row.Fields(5).Long(),
+                              row.Fields(6).Long(),
+                              row.Fields(7).Double(),
+                              row.Fields(8).Double()};
             if (!series.empty() && series.back().Id() == each.Id())
                 series.back() = Sum(series.back(), each);
             else

@@ -27,14 +27,14 @@ std::string InsertOfName(StoredTable table, std::int32_t number, const std::stri
 }
 
 // Beyond all that name or measure a function.
-std::int32_t FirstFree(Side& from, Side& to) {
+std::int32_t LastUsed(Side& from, Side& to) {
     std::int32_t last = 0;
     for (Side* side : {&from, &to}) {
         for (const char* table : {"FuncNameMap", "MeasuredFunctions"})
             last = std::max(
                 last, side->Number(Statement("SELECT MAX(FuncId) FROM %s", table)).value_or(0));
     }
-    return last + 1;
+    return last;
 }
 
 }  // namespace
@@ -74,12 +74,13 @@ void CopiedNames::PlanFunctions(Side& from, Side& to) {
                         nameless.insert(number);
                         renumbered.emplace_back(number, "function " + std::to_string(number));
                     });
-    std::int32_t next = renumbered.empty() ? 0 : FirstFree(from, to);
+    std::int32_t last = renumbered.empty() ? 0 : LastUsed(from, to);
     for (const auto& [number, name] : renumbered) {
         const auto own = std::ranges::find_if(stored, [&, &wantedName = name](const auto& each) {
             return IsSameName(each.second, wantedName) && !taken.contains(each.first);
         });
-        const std::int32_t target = own != stored.end() ? own->first : next++;
+        if (own == stored.end()) last = NumberBehind(last, "FuncId");
+        const std::int32_t target = own == stored.end() ? last : own->first;
         if (own == stored.end())
             inserts_.push_back(InsertOfName(StoredTable::FuncNameMap, target, name));
         taken.insert(target);

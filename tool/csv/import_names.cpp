@@ -139,9 +139,10 @@ void ImportedKind::FindUsed() {
 
 std::int32_t ImportedKind::Free() {
     const std::int32_t last = Used().empty() ? 0 : *Used().rbegin();
-    std::int32_t id = std::max(last, names_.Stored().Last()) + 1;
+    const char* const column = ColumnsOf(table_)[0].name;
+    std::int32_t id = NumberBehind(std::max(last, names_.Stored().Last()), column);
     while (names_.IsTaken(id))
-        ++id;
+        id = NumberBehind(id, column);
     return id;
 }
 

@@ -361,10 +361,9 @@ ImportedNames& ImportTarget::MeasurementsOf(std::int32_t group) {
 
 std::int32_t ImportTarget::Next(StoredTable table, const char* column,
                                 const std::string& condition) {
-    return Query(store_, "SELECT MAX(%s) FROM %s %s", column, NameOf(table), condition.c_str())
-               ->Fields(0)
-               .Long() +
-           1;
+    const auto last =
+        Query(store_, "SELECT MAX(%s) FROM %s %s", column, NameOf(table), condition.c_str());
+    return NumberBehind(last->Fields(0).Long(), column);
 }
 
 bool ImportTarget::IsStored(StoredTable table, const std::string& condition) {

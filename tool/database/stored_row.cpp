@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 #include "basics/failure.h"
 #include "basics/times_text.h"
@@ -69,6 +70,13 @@ std::string Literal(const Cell& cell) {
     if (const auto* number = std::get_if<std::int32_t>(&cell)) return std::to_string(*number);
     if (const auto* real = std::get_if<double>(&cell)) return RealLiteral(*real);
     return "NULL";
+}
+
+std::int32_t NumberBehind(std::int32_t last, const char* column) {
+    if (last == std::numeric_limits<std::int32_t>::max())
+        throw Failure("there is no free " + std::string(column) + " behind " +
+                      std::to_string(last));
+    return last + 1;
 }
 
 std::string InsertOf(StoredTable table, const Row& row) {

@@ -35,6 +35,9 @@ std::optional<std::int64_t> StoredLength(const CString& text);
 /// As it stands in a statement, on either engine.
 std::string Literal(const Cell& cell);
 
+/// The next number in a column. Raises Failure where 32 bits hold no greater one.
+std::int32_t NumberBehind(std::int32_t last, const char* column);
+
 /// The statement that adds a row.
 std::string InsertOf(StoredTable table, const Row& row);
 
