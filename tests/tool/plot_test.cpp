@@ -9,6 +9,7 @@
 #include "catalogue/selection.h"
 #include "plot/columns.h"
 #include "plot/gnuplot.h"
+#include "plot/series.h"
 #include "plot/time_axis.h"
 #include "recording_fixture.h"
 
@@ -152,6 +153,18 @@ TEST_F(Picture, HasALineForEachFunctionChannelAndMeasurement) {
                   "no room for spectra");
     ExpectRefused(PlotWords("b.svg", {"--channel", "1", "--channel", "2", "--by", "day"}),
                   "one channel of one measurement");
+}
+
+TEST(Lines, AreOfLevelsWhereTheirNamesSaySo) {
+    const auto isLevel = [](const char* name) {
+        MeasuredFunction function{};
+        function.name = name;
+        return IsLevel(function);
+    };
+    for (const char* name : {"LAeq", "laeq", "L99.9", "LAE", "Lp", "Lden", "Levening", "L"})
+        EXPECT_TRUE(isLevel(name)) << name;
+    for (const char* name : {"Luminance", "Luftdruck", "L1 rms", "Temperature", "v", ""})
+        EXPECT_FALSE(isLevel(name)) << name;
 }
 
 TEST(Columns, OfMonthsAreWholeDays) {

@@ -142,7 +142,13 @@ std::size_t RunLength(const std::vector<std::int32_t>& bands, std::size_t first)
 }  // namespace
 
 bool IsLevel(const MeasuredFunction& function) {
-    return function.name.starts_with('L');
+    const std::string& name = function.name;
+    if (const auto kind = ValueKindOf(name.c_str()))
+        return *kind != ValueKind::Arithmetic && *kind != ValueKind::RootMeanSquare;
+    // As LAE, Lp and Lden, unlike Luminance.
+    const auto index = name.find_first_not_of("abcdefghijklmnopqrstuvwxyz", 1);
+    return name.starts_with('L') && (std::min(index, name.size()) <= 4 ||
+                                     name.starts_with("Leve") || name.starts_with("Lnight"));
 }
 
 Series ChooseSeries(Mersola& store, const SelectionOptions& asked, const SeriesOptions& options) {
