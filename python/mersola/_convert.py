@@ -3,12 +3,15 @@ from __future__ import annotations
 
 import importlib
 import re
+from dataclasses import replace
+from datetime import tzinfo
 from typing import TYPE_CHECKING, Any, Dict, List, Optional, Sequence, Tuple
 
 import numpy as np
 
 from ._bands import WHOLE_SIGNAL
 from ._library import INVALID, MISSING
+from ._times import Times, to_utc
 from .errors import Invalid
 
 if TYPE_CHECKING:
@@ -46,10 +49,10 @@ def described(name: str) -> Dict[str, Any]:
 # ---- pandas ------------------------------------------------------------------------------------
 
 
-def _index(series: Series, pandas: Any) -> Any:
-    if series.tz is None:
-        return pandas.DatetimeIndex(series.times, name="time")
-    return pandas.DatetimeIndex(series.utc, tz="UTC", name="time").tz_convert(series.tz)
+def _index(times: Times, zone: Optional[tzinfo], pandas: Any) -> Any:
+    if zone is None:
+        return pandas.DatetimeIndex(times, name="time")
+    return pandas.DatetimeIndex(to_utc(times, zone), tz="UTC", name="time").tz_convert(zone)
 
 
 def _columns(series: Series, pandas: Any) -> Any:
@@ -60,7 +63,7 @@ def _columns(series: Series, pandas: Any) -> Any:
 
 def to_pandas(series: Series) -> Any:
     pandas = _needed("pandas", "to_pandas")
-    index = _index(series, pandas)
+    index = _index(series.times, series.tz, pandas)
     if len(series.band_ids) == 1:
         return pandas.Series(series.values[:, 0], index, name=series.name, copy=False)
     return pandas.DataFrame(series.values, index, _columns(series, pandas), copy=False)
@@ -72,13 +75,15 @@ def frame(members: Sequence[Series]) -> Any:
         return pandas.DataFrame()
     parts = []
     for series in members:
-        part = to_pandas(series)
+        part = to_pandas(replace(series, tz=None))  # a moment may come twice, a local time does not
         if len(series.band_ids) == 1:
             part = part.to_frame()
         else:
             part.columns = [f"{series.name} {name}" for name in series.band_names]
         parts.append(part)
-    return pandas.concat(parts, axis=1)
+    whole = pandas.concat(parts, axis=1)
+    whole.index = _index(whole.index.values, members[0].tz, pandas)
+    return whole
 
 
 # ---- xarray ------------------------------------------------------------------------------------
@@ -97,7 +102,7 @@ def _shaped(series: Series, values: Any) -> Tuple[Tuple[str, ...], Any]:
     return (("time",), values[:, 0]) if _is_whole_signal(series) else (("time", "band"), values)
 
 
-def _coordinates(series: Series) -> Dict[str, Any]:
+def _coordinates(series: Series, moments: Times) -> Dict[str, Any]:
     aware = series.tz is not None
     time: Dict[str, Any] = {
         "standard_name": "time", "axis": "T",
@@ -111,7 +116,6 @@ def _coordinates(series: Series) -> Dict[str, Any]:
     else:
         bands = np.array(series.band_ids, np.int32)
         band = {"long_name": "number of the frequency band"}
-    moments = series.utc if aware else series.times
     times = {"time": ("time", moments.astype("datetime64[ns]"), time)}
     return times if _is_whole_signal(series) else {
             **times, "band": ("band", bands, band),
@@ -125,7 +129,8 @@ def _attributes(series: Series) -> Dict[str, Any]:
 def to_xarray(series: Series) -> Any:
     xarray = _needed("xarray", "to_xarray")
     dimensions, values = _shaped(series, series.values)
-    array = xarray.DataArray(values, _coordinates(series), dimensions, series.name, _attributes(series))
+    moments = series.times if series.tz is None else series.utc
+    array = xarray.DataArray(values, _coordinates(series, moments), dimensions, series.name, _attributes(series))
     array["time"].encoding.update(_TIME_ENCODING)
     return array
 
@@ -157,10 +162,13 @@ def to_dataset(members: List[Series]) -> Any:
             attributes["ancillary_variables"] = f"{name}_status"
             variables[f"{name}_status"] = (*_shaped(series, status[0]), status[1])
             missing[f"{name}_status"] = np.uint8(MISSING)
-        parts.append(xarray.Dataset(variables, _coordinates(series)))
+        parts.append(xarray.Dataset(variables, _coordinates(series, series.times)))
     whole = xarray.merge(parts, combine_attrs="override",
                          fill_value={**{name: np.nan for part in parts for name in part}, **missing})
     if members:
+        if members[0].tz is not None:  # only now, since a moment may come twice
+            moments = to_utc(whole["time"].values, members[0].tz)
+            whole = whole.assign_coords(time=("time", moments.astype("datetime64[ns]"), whole["time"].attrs))
         lengths = {series.period for series in members}
         if len(lengths) == 1:  # where a period ends
             begin = whole["time"].values

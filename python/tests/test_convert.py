@@ -41,6 +41,20 @@ def test_views_of_pandas_and_xarray_share_the_memory(db):
     np.testing.assert_array_equal(np.asarray(series), series.values)
 
 
+def test_functions_are_put_side_by_side_also_where_spring_gives_two_times_one_moment(empty):
+    with mersola.open(empty, tz="Europe/Berlin") as db:
+        with db.record("Garden", "Spring", period="30min", start="2026-03-28T22:00") as recorder:
+            recorder.write({"LAeq": np.arange(20.0)})
+            recorder.write({"Lmax": np.arange(15.0)}, period=3)
+        both = db["Garden"]["Spring"].read(["LAeq", "Lmax"])
+    table, dataset = both.to_pandas(), both.to_xarray()
+    np.testing.assert_array_equal(table["LAeq"], np.arange(20))
+    np.testing.assert_array_equal(dataset["Lmax"][3:18], np.arange(15))
+    np.testing.assert_array_equal(dataset["time"], both["LAeq"].utc)
+    assert str(table.index[10]) == "2026-03-29 03:00:00+02:00" and table.index[8] == table.index[10]
+    assert "UTC" in dataset["time"].attrs["comment"]
+
+
 @pytest.mark.parametrize("module, use", [("pandas", "to_pandas"), ("xarray", "to_xarray"), ("matplotlib", "plot")])
 def test_what_is_not_installed_is_named_and_imported_only_where_it_is_used(db, monkeypatch, module, use):
     with db.record("Garden", "Summer", period="1s") as recorder:
