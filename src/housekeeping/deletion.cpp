@@ -83,6 +83,7 @@ void Deletion::DeleteInstrument(int groupId) {
     const CString scope = formatted("GroupId=%d", groupId);
     DeleteMarkers(scope);
     pieces_.Take(single_, [&] {
+        HoldReports(scope);
         DeleteRest(scope);
         pieces_.Run("DELETE FROM Groups WHERE " + scope);
     });
@@ -135,6 +136,7 @@ void Deletion::CarryOut(const OldMeasurement& old, const CTimeEx* before) {
     if (!isWholeNow()) return;
     DeleteMarkers(scope);
     pieces_.Take(single_, [&] {
+        HoldReports(scope);
         if (!isWholeNow()) return;
         DeleteRest(scope);
         ++pieces_.progress.measurements;
@@ -319,12 +321,15 @@ void Deletion::DeleteFiles(const std::set<CString>& paths, const std::set<std::s
     }
 }
 
-// What recorders have added since goes as well.
-void Deletion::DeleteRest(const CString& scope) {
-    // Where others write meanwhile, the rows are locked, so that whoever is storing values under
-    // them has done so, and whoever wants to finds them gone.
+// Where others write meanwhile, the rows are locked, so that whoever is storing values under them
+// has done so, and whoever wants to finds them gone.
+void Deletion::HoldReports(const CString& scope) {
     if (keepsLowest_ && !pieces_.IsAlone())
         pieces_.Run("UPDATE Reports SET MinPeriod=MinPeriod WHERE " + scope);
+}
+
+// What recorders have added since goes as well.
+void Deletion::DeleteRest(const CString& scope) {
     std::vector<int> keys;
     const auto rows = pieces_.Run("SELECT MeasValueId FROM MeasValueMap WHERE " + scope);
     for (; !rows->EndOfFile(); rows->MoveNext())

@@ -53,6 +53,7 @@ class Deletion {
     void DeleteMarkers(const CString& condition);
     std::set<std::string> PathsToKeep(const CString& condition) const;
     void DeleteFiles(const std::set<CString>& paths, const std::set<std::string>& kept);
+    void HoldReports(const CString& scope);
     void DeleteRest(const CString& scope);
 
     Pieces pieces_;

@@ -171,6 +171,11 @@ class Deleting {
                         std::clamp(PeriodFrom(*options_.to, start, *length), stretch.first, behind);
                 const CTimeEx from = BeginOf(first, start, *length);
                 const CTimeEx to = BeginOf(behind, start, *length);
+                if (!from.IsValid() || !to.IsValid())
+                    throw Failure(removal_.Place(group_, measurement.MeasId) + ", report " +
+                                  std::to_string(stretch.reportId) +
+                                  ": its periods reach beyond all calendars; delete the whole "
+                                  "measurement, or repair what mersola check says of it");
                 if (begin.GetStatus() == COleDateTime::null || from < begin) begin = from;
                 if (end.GetStatus() == COleDateTime::null || to > end) end = to;
             }
