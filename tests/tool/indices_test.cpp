@@ -93,6 +93,9 @@ TEST_F(IndicesTool, TakesFunctionsForWhatTheirNamesOrTheUserSay) {
         Answer({"--function", "Vibration", "--kind", "rms", "--csv", "--threshold", "55 mm/s"})
             .find(",Vibration rms,Vibration rms %,Vibration max,"),
         std::string::npos);
+    EXPECT_NE(Answer({"--function", "Vibration", "--kind", "rms", "--threshold", "5.5e1mm/s"})
+                  .find("> 55 mm/s"),
+              std::string::npos);
     EXPECT_NE(Answer({"--function", "L10", "--kind", "arithmetic", "--per", "span", "--csv"})
                   .find(",56.66667,100,"),
               std::string::npos);

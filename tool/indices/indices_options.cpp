@@ -66,8 +66,7 @@ std::optional<DayParts> ParseHours(const std::string& text) {
 std::optional<Threshold> ParseThreshold(const std::string& text) {
     Threshold threshold{};
     const char* const end = text.data() + text.size();
-    const auto parsed =
-        std::from_chars(text.data(), end, threshold.value, std::chars_format::fixed);
+    const auto parsed = std::from_chars(text.data(), end, threshold.value);
     if (parsed.ec != std::errc() || !std::isfinite(threshold.value)) return std::nullopt;
     threshold.unit.assign(parsed.ptr, end);
     threshold.unit.erase(0, threshold.unit.find_first_not_of(' '));
