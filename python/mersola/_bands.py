@@ -45,6 +45,8 @@ class Bands:
                 raise Invalid("a range of bands has no step")
             low = -math.inf if asked.start is None else _hertz(asked.start)
             high = math.inf if asked.stop is None else _hertz(asked.stop)
+            if math.isnan(low) or math.isnan(high):
+                raise Invalid("a range of bands is one of frequencies, as slice(100, 5000) or slice('100 Hz', '5 kHz')")
             return [band for band in stored if band and low <= self.hertz(band) <= high]
         if isinstance(asked, (str, float)) or isinstance(asked, numbers.Real):
             return [self._one(asked, stored)]

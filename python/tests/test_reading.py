@@ -77,7 +77,8 @@ def test_a_wrong_name_says_what_there_is(recorded):
         assert isinstance(raised.value, mersola.Error) and said in str(raised.value)
     assert db["garden"] == db[1] and db.get("Nobody") is None and "Summer" in db["Garden"]
     for kind, wrong in [(TypeError, {"dtype": "int16"}), (TypeError, {"start": 3}), (ValueError, {"start": "noon"}),
-                        (ValueError, {"chunks": "50ms"}), (ValueError, {"start": datetime.now(timezone.utc)})]:
+                        (ValueError, {"chunks": "50ms"}), (ValueError, {"start": datetime.now(timezone.utc)}),
+                        (ValueError, {"bands": slice("low", None)})]:
         with pytest.raises(kind):
             list(db["Garden"]["Summer"].read("Leq", **{"chunks": "1h", **wrong}))
     for text in (repr(db), db._repr_html_(), repr(db["Garden"]), db["Garden"]["Summer"]._repr_html_()):
