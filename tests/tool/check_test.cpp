@@ -6,8 +6,6 @@
 #include <thread>
 
 #include "recording_fixture.h"
-#include "schema/tables.h"
-#include "support/watched_provider.h"
 
 namespace mersola::tool {
 namespace {
@@ -18,9 +16,7 @@ class Checked : public RecordingTool {
     Checked() {
         const auto file = Sound("1.wav", 1, [](double t, int) { return std::sin(6000 * t); });
         for (const char* start : {"2026-11-15 10:00", "2026-11-15 10:01"})
-            EXPECT_EQ(RunWords(RecordWords(file) + Words{"--start", start, "--trigger", "LAeq>60"})
-                          .status,
-                      0);
+            Done(RecordWords(file) + Words{"--start", start, "--trigger", "LAeq>60"});
     }
     // Without what is told of the room.
     static std::string Findings(const Outcome& outcome) {
@@ -33,20 +29,15 @@ class Checked : public RecordingTool {
     Outcome CheckAfter(const Words& statements) {
         const std::string copy = folder_ / "copy.db";
         std::filesystem::copy_file(db_, copy, std::filesystem::copy_options::overwrite_existing);
-        {
-            Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + copy).c_str(), 5);
-            for (const auto& statement : statements)
-                store.dbExecute(statement.c_str());
-        }
+        In(copy, statements);
         return RunWords({"check", copy});
     }
 };
 
 TEST_F(Checked, FindsNothingInWhatWasRecordedAndChangesNothing) {
     const std::string before = Contents(db_);
-    const Outcome outcome = RunWords({"check", db_});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out,
+    const std::string outcome = Done({"check", db_});
+    EXPECT_EQ(outcome,
               "stored: instrument 'Pier 4' (1), measurement 'noise' (1): 1504 values since "
               "2026-11-15 10:00:00.000, about 60 kB\n"
               "stored: file of 139 kB, 0 bytes of it free\n"
@@ -57,19 +48,17 @@ TEST_F(Checked, FindsNothingInWhatWasRecordedAndChangesNothing) {
     EXPECT_EQ(CheckAfter({"INSERT INTO Groups VALUES (2,'alarm','','Alarm,1','station')",
                           "UPDATE Markers SET GroupId=2, MeasId=-2"})
                   .out,
-              outcome.out);
+              outcome);
 }
 
 TEST_F(Checked, TakesALostConnectionForNoFinding) {
-    test::RegisterWatchedProvider();
     test::TheWatch().error = _com_error(E_FAIL, "link failure", "Watched");
     test::TheWatch().FailOn("FROM Markers WHERE 1=0");
-    const Outcome outcome = RunWords(
-        {"check", "Provider=SQLite;Data Source=\"" + db_ + "\"" + std::string(test::kWatched)});
+    const Outcome outcome = RunWords({"check", Watched(db_)});
     test::TheWatch().Reset();
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_NE(outcome.err.find("link failure"), outcome.err.npos) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("link failure"));
 }
 
 TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
@@ -133,17 +122,14 @@ TEST_F(Checked, FindsEachFaultInALineThatSaysWhere) {
     for (const auto& fault : faults) {
         const Outcome outcome = CheckAfter(fault.statements);
         EXPECT_EQ(outcome.status, 1) << fault.finding << outcome.err;
-        EXPECT_NE(outcome.out.find(fault.finding), std::string::npos) << fault.finding << '\n'
-                                                                      << outcome.out;
+        EXPECT_THAT(outcome.out, HasSubstr(fault.finding)) << fault.finding << '\n' << outcome.out;
         EXPECT_EQ(std::ranges::count(Findings(outcome), '\n'), fault.count + 1) << outcome.out;
-        EXPECT_NE(outcome.out.find("\n" + std::to_string(fault.count) + " finding"),
-                  std::string::npos)
-            << outcome.out;
+        EXPECT_THAT(outcome.out, HasSubstr("\n" + std::to_string(fault.count) + " finding"));
     }
     Words tables;
     for (const StoredTable each : kStoredTables)
         tables.push_back(std::string("DROP TABLE ") + NameOf(each));
-    EXPECT_NE(CheckAfter(tables).err.find("no tables for measurements"), std::string::npos);
+    EXPECT_THAT(CheckAfter(tables).err, HasSubstr("no tables for measurements"));
 }
 
 TEST_F(Checked, RemarksOnMissingNamesAndFindsNoFaultInThem) {
@@ -172,8 +158,7 @@ TEST_F(Checked, SaysWhichValuesADamagedPageHeldAndHowToSaveTheRest) {
             sum = sum << 8 | static_cast<unsigned char>(contents[at + i]);
         return sum;
     };
-    const auto table =
-        Connected().dbExecute("SELECT rootpage FROM sqlite_master WHERE name='MeasuredValues'");
+    const auto table = In(db_, {"SELECT rootpage FROM sqlite_master WHERE name='MeasuredValues'"});
     // The last page of the table, as its root says: no other is as sure to hold the last period.
     const std::size_t root = static_cast<std::size_t>(table->Fields(0).Long() - 1) * kPage;
     const std::size_t page = number(root + 8, 4), values = number((page - 1) * kPage + 3, 2);
@@ -182,14 +167,13 @@ TEST_F(Checked, SaysWhichValuesADamagedPageHeldAndHowToSaveTheRest) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out.find("file: "), 0U) << outcome.out << outcome.err;
     // Versions of SQLite begin this line differently.
-    EXPECT_NE(outcome.out.find("age " + std::to_string(page) + ": "), std::string::npos)
-        << outcome.out;
-    EXPECT_NE(outcome.out.find("table MeasuredValues: page " + std::to_string(page) + " cannot"),
-              std::string::npos);
-    EXPECT_NE(outcome.out.find("lost: instrument 'Pier 4' (1), measurement 'noise' (1), report 1, "
-                               "channel 1, function"),
-              std::string::npos);
-    EXPECT_NE(outcome.out.find(" to 2026-11-15 10:01:01.000\n"), std::string::npos) << outcome.out;
+    EXPECT_THAT(outcome.out, HasSubstr("age " + std::to_string(page) + ": "));
+    EXPECT_THAT(outcome.out,
+                HasSubstr("table MeasuredValues: page " + std::to_string(page) + " cannot"));
+    EXPECT_THAT(outcome.out,
+                HasSubstr("lost: instrument 'Pier 4' (1), measurement 'noise' (1), report 1, "
+                          "channel 1, function"));
+    EXPECT_THAT(outcome.out, HasSubstr(" to 2026-11-15 10:01:01.000\n"));
 
     // The command that it gives, run as it stands.
     const auto command = outcome.out.find("\n  ") + 1;
@@ -198,22 +182,19 @@ TEST_F(Checked, SaysWhichValuesADamagedPageHeldAndHowToSaveTheRest) {
     line.replace(line.find("mersola"), 7, MERSOLA_TOOL);
     std::ofstream(script) << line;
     ASSERT_NE(std::system(("sh '" + script + "' >/dev/null").c_str()), 0) << line;
-    EXPECT_NE(RunWords({"check", saved}).out.find("0 findings"), std::string::npos);
-    Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + saved).c_str(), 5);
-    EXPECT_EQ(store.dbExecute("SELECT COUNT(*) FROM MeasuredValues")->Fields(0).Long(),
-              1504 - static_cast<long>(values));
+    EXPECT_THAT(RunWords({"check", saved}).out, HasSubstr("0 findings"));
+    EXPECT_EQ(RowsOf(saved, "MeasuredValues").size(), 1504 - values);
 }
 
 TEST_F(Checked, LetsARecorderCountAPeriodThatItHasJustStored) {
-    Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + db_).c_str(), 5);
+    Mersola store = Connected();
     store.dbExecute("UPDATE Reports SET noOfPeriods=487");
     std::thread recorder([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
         store.dbExecute("UPDATE Reports SET noOfPeriods=488");
     });
-    const Outcome outcome = RunWords({"check", db_});
+    Done({"check", db_});
     recorder.join();
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
 }
 
 }  // namespace

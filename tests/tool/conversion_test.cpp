@@ -1,18 +1,12 @@
 // Values that are packed, and unpacked again, where they lie.
-#include <gmock/gmock.h>
-
 #include <chrono>
 #include <filesystem>
 #include <thread>
 
-#include "support/child.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
-
-using testing::HasSubstr;
-using testing::StartsWith;
 
 class Conversion : public Tool {
   protected:
@@ -27,24 +21,18 @@ class Conversion : public Tool {
             "i*0.37 END,CASE i%89 WHEN 0 THEN 'A' WHEN 1 THEN '' END FROM n");
     }
 
-    static std::string ConnectString(const std::string& path) {
-        return "Provider=SQLite;Synchronous=NORMAL;Data Source=\"" + path + "\"";
-    }
-    static void Run(const std::string& path, const std::string& statement) {
-        Mersola("", "", ConnectString(path).c_str(), 5).dbExecute(statement.c_str());
-    }
     void Both(const std::string& statement) const {
         for (const std::string& database : {db_, twin_})
-            Run(database, statement);
+            In(database, {statement});
     }
     static std::string ValuesOf(const std::string& path) {
-        Mersola store("", "", ConnectString(path).c_str(), 5);
-        std::string all;
-        const auto rows = store.dbExecute(
-            "SELECT group_concat(MeasValueId||' '||Channel||' '||FuncId||' '||PeriodNo||' '||FrqId"
-            "||' '||ifnull(hex(CAST(printf('%!.17g',Value) AS BLOB)),'-')||ifnull(Status,'-'),'|') "
-            "FROM (SELECT * FROM MeasuredValues ORDER BY MeasValueId,Channel,FuncId,PeriodNo,"
-            "FrqId)");
+        const auto rows = In(
+            path,
+            {"SELECT group_concat(MeasValueId||' '||Channel||' '||FuncId||' '||PeriodNo||' '||FrqId"
+             "||' '||ifnull(hex(CAST(printf('%!.17g',Value) AS "
+             "BLOB)),'-')||ifnull(Status,'-'),'|') "
+             "FROM (SELECT * FROM MeasuredValues ORDER BY MeasValueId,Channel,FuncId,PeriodNo,"
+             "FrqId)"});
         return std::string(rows->Fields(0).Text().View());
     }
 
@@ -53,14 +41,13 @@ class Conversion : public Tool {
 
 TEST_F(Conversion, GoesOnAfterKillsBesideARecorderAndLosesNothing) {
     using namespace std::chrono_literals;
-    Mersola recorder("", "", ConnectString(db_).c_str(), 5),
-        other("", "", ConnectString(twin_).c_str(), 5);
+    Mersola recorder = Connected(), other = tool::Connected(twin_);
     int period = 0, kills = 0;
     for (const char* command : {"pack", "unpack", "pack"}) {
         for (int status = -1, attempt = 0; status != 0; ++attempt) {
-            test::Child child([&](const auto&) { return RunWords({command, db_}).status; });
+            const auto child = Started({command, db_});
             for (const auto end = std::chrono::steady_clock::now() + 15ms * (attempt + 1);
-                 std::chrono::steady_clock::now() < end && !child.HasEnded();) {
+                 std::chrono::steady_clock::now() < end && !child->HasEnded();) {
                 const std::string next = std::to_string(period++),
                                   back = std::to_string(750 - period);
                 for (Mersola* store : {&recorder, &other}) {
@@ -78,8 +65,8 @@ TEST_F(Conversion, GoesOnAfterKillsBesideARecorderAndLosesNothing) {
                 }
                 std::this_thread::sleep_for(3ms);
             }
-            if (attempt < 8) child.Kill();
-            status = child.Wait();
+            if (attempt < 8) child->Kill();
+            status = child->Wait();
             kills += status == 128 + SIGKILL;
             ASSERT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
             ASSERT_EQ(ValuesOf(db_), ValuesOf(twin_)) << command << ", attempt " << attempt;
@@ -96,24 +83,22 @@ TEST_F(Conversion, GoesOnAfterKillsBesideARecorderAndLosesNothing) {
 }
 
 TEST_F(Conversion, ChangesItsDirectionAndKeepsItsResolution) {
-    Run(db_, "UPDATE MeasuredValues SET Value=Value+0.001 WHERE MeasValueId=7");
-    EXPECT_EQ(RunWords({"pack", db_, "--resolution", "0.5"}).status, 0);
+    Execute("UPDATE MeasuredValues SET Value=Value+0.001 WHERE MeasValueId=7");
+    Done({"pack", db_, "--resolution", "0.5"});
     EXPECT_THAT(RunWords({"list", db_}).out, HasSubstr("values packed in steps of 0.5\n"));
     EXPECT_EQ(Count("MeasuredValues WHERE MeasValueId=7 AND Value*2<>round(Value*2)"), 0);
     // As one that was stopped half way.
-    Run(db_,
-        "CREATE TABLE MeasuredRows (MeasValueId INTEGER NOT NULL,PeriodNo INTEGER NOT NULL,"
-        "Channel INTEGER NOT NULL,FuncId INTEGER NOT NULL,FrqId INTEGER NOT NULL,Value REAL,"
-        "Status TEXT COLLATE NOCASE,PRIMARY KEY (MeasValueId,Channel,FuncId,PeriodNo,FrqId)) "
-        "STRICT, WITHOUT ROWID");
-    Run(db_, "DROP TABLE MeasuredValues");
-    Run(db_,
-        "CREATE VIRTUAL TABLE MeasuredValues USING "
-        "mersola_values(resolution=0.5,rows=MeasuredRows,into=rows)");
-    Run(db_, "INSERT INTO MeasuredValues VALUES (8,1,1,1,0,0.3,NULL)");
+    In(db_, {"CREATE TABLE MeasuredRows (MeasValueId INTEGER NOT NULL,PeriodNo INTEGER NOT NULL,"
+             "Channel INTEGER NOT NULL,FuncId INTEGER NOT NULL,FrqId INTEGER NOT NULL,Value REAL,"
+             "Status TEXT COLLATE NOCASE,PRIMARY KEY (MeasValueId,Channel,FuncId,PeriodNo,FrqId)) "
+             "STRICT, WITHOUT ROWID",
+             "DROP TABLE MeasuredValues",
+             "CREATE VIRTUAL TABLE MeasuredValues USING "
+             "mersola_values(resolution=0.5,rows=MeasuredRows,into=rows)",
+             "INSERT INTO MeasuredValues VALUES (8,1,1,1,0,0.3,NULL)"});
     EXPECT_THAT(RunWords({"list", db_}).out, HasSubstr("values partly packed in steps of 0.5\n"));
     EXPECT_THAT(RunWords({"pack", db_, "--resolution", "0.1"}).err, HasSubstr("without another"));
-    EXPECT_EQ(RunWords({"pack", db_}).status, 0);
+    Done({"pack", db_});
     EXPECT_EQ(Count("MeasuredValues WHERE MeasValueId=8 AND Value=0.5"), 1);
     EXPECT_THAT(RunWords({"list", db_}).out, HasSubstr("values packed in steps of 0.5\n"));
 }
@@ -124,8 +109,7 @@ TEST_F(Conversion, IsRefusedWhereSomethingWouldBeLost) {
         const std::string copy = folder_ / "copy.db";
         std::filesystem::copy_file(MERSOLA_GOLDEN "format-1.db", copy,
                                    std::filesystem::copy_options::overwrite_existing);
-        Run(copy, before);
-        Run(copy, statement);
+        In(copy, {before, statement});
         const std::string values = ValuesOf(copy);
         const Outcome outcome = RunWords({"pack", copy});
         EXPECT_EQ(outcome.status, 1);
@@ -149,7 +133,7 @@ TEST_F(Conversion, IsRefusedWhereSomethingWouldBeLost) {
                 HasSubstr("is no SQLite file"));
     EXPECT_THAT(RunWords({"unpack", db_}).err, HasSubstr("are in rows already"));
 
-    Mersola holder("", "", ConnectString(db_).c_str(), 5);
+    Mersola holder = Connected();
     holder.BeginTrans();
     holder.dbExecute("DELETE FROM Markers");
     const Outcome locked = RunWords({"pack", db_, "--timeout", "1"});

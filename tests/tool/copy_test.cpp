@@ -1,10 +1,7 @@
 // Copying history: what arrives, what an interruption leaves, and what is refused.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <string>
 
-#include "support/watched_provider.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
@@ -14,7 +11,7 @@ namespace {
 class Copying : public Tool {
   protected:
     Copying() {
-        EXPECT_EQ(RunWords({"init", from_}).status, 0);
+        Done({"init", from_});
         In(from_, {"INSERT INTO Groups VALUES (1,N'Pier ''4''',N'it''s',N'0',NULL)",
                    "INSERT INTO Measurements VALUES (1,1,N'long \"one\"',NULL,3,0.1,1e-7,25,20000,"
                    "N'2026,01,01,00,00,00,500',N'10,50')",
@@ -42,13 +39,6 @@ class Copying : public Tool {
                  "INSERT INTO FuncNameMap VALUES (8,N'L1')"});
     }
 
-    static _RecordsetPtr In(const std::string& path, const Words& statements) {
-        Mersola store("", "", ("Provider=SQLite;Data Source=\"" + path + "\"").c_str(), 5);
-        _RecordsetPtr rows;
-        for (const auto& each : statements)
-            rows = store.dbExecute(each.c_str());
-        return rows;
-    }
     void AddMarker(const std::string& values) const {
         In(from_, {"INSERT INTO Markers (GroupId,MeasId,Path,Start,Stop,inProgess,MarkerId,funcId) "
                    "VALUES (1,1," +
@@ -56,12 +46,12 @@ class Copying : public Tool {
     }
 
     // All that the measurement has, by names and not by numbers.
-    static std::string Holdings(const std::string& path) {
+    static Words Holdings(const std::string& path) {
         const std::string measurement =
             "FROM Groups g JOIN Measurements m ON m.GroupId=g.GroupId AND m.MeasName LIKE 'long%' ";
         const std::string report =
             measurement + "JOIN Reports r ON r.GroupId=m.GroupId AND r.MeasId=m.MeasId ";
-        std::string text;
+        Words all;
         for (const auto& query :
              Words{"SELECT g.GroupName,g.Info,g.Type,g.State,MeasName,m.Info,BandWidth,Fullscale,"
                    "Sensitivity,FrqLower,StartAt,Percentiles,r.ReportId,PeriodLen,RealPeriodLen,"
@@ -77,13 +67,9 @@ class Copying : public Tool {
                    "SELECT Path,Start,Stop,inProgess,MarkerId,Color,n.FuncName " + measurement +
                        "JOIN Markers k ON k.GroupId=m.GroupId AND k.MeasId=m.MeasId "
                        "JOIN FuncNameMap n ON n.FuncId=k.funcId ORDER BY Start,inProgess"}) {
-            for (const auto rows = In(path, {query}); !rows->EndOfFile(); rows->MoveNext()) {
-                for (int i = 0; i < rows->FieldCount(); ++i)
-                    text += rows->Fields(i).IsNull() ? "NULL|" : rows->Fields(i).Text() + "|";
-                text += '\n';
-            }
+            all = all + RowsOf(In(path, {query}));
         }
-        return text;
+        return all;
     }
 
     Outcome Copy(const Words& more = {}) const {
@@ -96,16 +82,16 @@ class Copying : public Tool {
 TEST_F(Copying, BringsEverythingOverUnchangedAndOnce) {
     const Outcome first = Copy({"--verify"});
     ASSERT_EQ(first.status, 0) << first.err;
-    EXPECT_NE(first.out.find("copied 5 values and 3 markers"), first.out.npos) << first.out;
-    EXPECT_NE(first.out.find("verified 5 values in 2 reports"), first.out.npos) << first.out;
-    EXPECT_NE(first.out.find("function 8 'L5' goes by the number 9"), first.out.npos) << first.out;
-    EXPECT_EQ(std::ranges::count(Holdings(from_), '\n'), 2 + 5 + 3);
+    EXPECT_THAT(first.out, HasSubstr("copied 5 values and 3 markers"));
+    EXPECT_THAT(first.out, HasSubstr("verified 5 values in 2 reports"));
+    EXPECT_THAT(first.out, HasSubstr("function 8 'L5' goes by the number 9"));
+    EXPECT_EQ(Holdings(from_).size(), 2U + 5U + 3U);
     EXPECT_EQ(Holdings(db_), Holdings(from_));
     EXPECT_EQ(Count("MeasuredValues WHERE Value=77"), 2);
 
     const Outcome second = Copy({"--verify", "--instrument", "pier '4'"});
     ASSERT_EQ(second.status, 0) << second.err;
-    EXPECT_NE(second.out.find("nothing new"), second.out.npos) << second.out;
+    EXPECT_THAT(second.out, HasSubstr("nothing new"));
     EXPECT_EQ(Holdings(db_), Holdings(from_));
     EXPECT_EQ(Count("FuncNameMap WHERE FuncName='L5'"), 1);
 }
@@ -118,17 +104,13 @@ TEST_F(Copying, GoesOnWhereItStopped) {
                     std::to_string(100 + i % 100) + ",1,N'')";
         In(from_, {"INSERT INTO MeasuredValues VALUES " + rows});
     }
-    test::RegisterWatchedProvider();
     test::TheWatch().fails = [batches = 0](std::string_view sql) mutable {
         return sql.starts_with("UPDATE Reports SET noOfPeriods") && ++batches == 10;
     };
-    const std::string watched =
-        "Provider=SQLite;Data Source=\"" + db_ + "\"" + std::string(test::kWatched);
-    const Outcome stopped = RunWords({"copy", from_, watched});
+    const Outcome stopped = RunWords({"copy", from_, Watched(db_)});
     test::TheWatch().Reset();
     EXPECT_EQ(stopped.status, 1);
-    EXPECT_NE(stopped.err.find("copied safely, the same command goes on"), stopped.err.npos)
-        << stopped.err;
+    EXPECT_THAT(stopped.err, HasSubstr("copied safely, the same command goes on"));
     const long arrived = Count("MeasuredValues WHERE MeasValueId<>1 AND MeasValueId<>9");
     EXPECT_GT(arrived, 5000);
     EXPECT_LT(arrived, 30000);
@@ -141,8 +123,7 @@ TEST_F(Copying, GoesOnWhereItStopped) {
 
     const Outcome rest = Copy({"--verify"});
     ASSERT_EQ(rest.status, 0) << rest.err;
-    EXPECT_NE(rest.out.find("copied " + std::to_string(35005 - arrived) + " values"), rest.out.npos)
-        << rest.out;
+    EXPECT_THAT(rest.out, HasSubstr("copied " + std::to_string(35005 - arrived) + " values"));
     EXPECT_EQ(Holdings(db_), Holdings(from_));
 }
 
@@ -158,7 +139,7 @@ TEST_F(Copying, BringsWhatIsNewAnotherTime) {
         "UPDATE Markers SET inProgess=0,Stop=N'2026,01,01,00,01,00,000' WHERE inProgess<>0"});
     const Outcome again = Copy({"--verify"});
     ASSERT_EQ(again.status, 0) << again.err;
-    EXPECT_NE(again.out.find("copied 3 values and 1 marker"), again.out.npos) << again.out;
+    EXPECT_THAT(again.out, HasSubstr("copied 3 values and 1 marker"));
     EXPECT_EQ(Holdings(db_), Holdings(from_));
 
     In(from_, {"INSERT INTO MeasuredValues VALUES (1,401,1,8,31,5,N'')"});
@@ -171,10 +152,8 @@ TEST_F(Copying, KeepsAFunctionWithoutANameFromThatOfAnother) {
     for (const char* expected : {"copied 5 values and 3 markers", "nothing new"}) {
         const Outcome outcome = Copy({"--verify"});
         ASSERT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_NE(outcome.out.find(expected), outcome.out.npos) << outcome.out;
-        EXPECT_NE(outcome.out.find("function 8 without a name goes by the number 9"),
-                  outcome.out.npos)
-            << outcome.out;
+        EXPECT_THAT(outcome.out, HasSubstr(expected));
+        EXPECT_THAT(outcome.out, HasSubstr("function 8 without a name goes by the number 9"));
     }
     EXPECT_EQ(Count("MeasuredValues WHERE FuncId=9"), 5);
     EXPECT_EQ(Count("Markers WHERE funcId=9"), 3);
@@ -185,9 +164,7 @@ TEST_F(Copying, TellsWhereTheTwoDiffer) {
     Execute("UPDATE MeasuredValues SET Value=0.10000000000000002 WHERE PeriodNo=3 AND Value<>77");
     const Outcome outcome = Copy({"--verify"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.err.find("period 3, channel 1, function 9, band 30: 0.1 with"),
-              outcome.err.npos)
-        << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("period 3, channel 1, function 9, band 30: 0.1 with"));
     Execute("UPDATE MeasuredValues SET Value=0.1 WHERE PeriodNo=3 AND Value<>77");
     Execute("UPDATE MeasuredValues SET Status=NULL WHERE PeriodNo=5");
     EXPECT_EQ(Copy({"--verify"}).status, 1);
@@ -222,8 +199,8 @@ TEST_F(Copying, MixesNoTwoInstrumentsThatAreOneNameInTheTarget) {
     for (const char* safe : {"; 0 values copied safely\n", "another name\n"}) {
         const Outcome refused = Copy();
         EXPECT_EQ(refused.status, 1);
-        EXPECT_NE(refused.err.find("'Pier '4' ' cannot be in "), refused.err.npos) << refused.err;
-        EXPECT_TRUE(refused.err.ends_with(safe)) << refused.err;
+        EXPECT_THAT(refused.err, HasSubstr("'Pier '4' ' cannot be in "));
+        EXPECT_THAT(refused.err, EndsWith(safe));
         EXPECT_EQ(Count("Groups"), 1);
     }
     EXPECT_EQ(Copy({"--instrument", "1"}).status, 0);
@@ -232,10 +209,7 @@ TEST_F(Copying, MixesNoTwoInstrumentsThatAreOneNameInTheTarget) {
 
 TEST_F(Copying, NamesTheStatusThatAServerCannotHold) {
     In(from_, {"DELETE FROM MeasuredValues WHERE PeriodNo=300"});
-    test::RegisterWatchedProvider();
     test::TheWatch().dbmsName = "Microsoft SQL Server";
-    const std::string watched =
-        "Provider=SQLite;Data Source=\"" + db_ + "\"" + std::string(test::kWatched);
     std::string letters;
     for (int letter = 0; letter < 64; ++letter)
         letters += "\xC3\xA4";
@@ -245,31 +219,25 @@ TEST_F(Copying, NamesTheStatusThatAServerCannotHold) {
         {letters, nullptr}};
     for (const auto& [status, reason] : statuses) {
         In(from_, {"UPDATE MeasuredValues SET Status=N'" + status + "' WHERE PeriodNo=4"});
-        const Outcome outcome = RunWords({"copy", from_, watched});
+        const Outcome outcome = RunWords({"copy", from_, Watched(db_)});
         EXPECT_EQ(outcome.status, reason ? 1 : 0) << outcome.err;
-        EXPECT_NE(outcome.err.find(reason ? reason : ""), outcome.err.npos) << outcome.err;
-        EXPECT_EQ(outcome.err.find("goes on"), outcome.err.npos) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(reason ? reason : ""));
+        EXPECT_THAT(outcome.err, Not(HasSubstr("goes on")));
     }
     test::TheWatch().Reset();
 }
 
 TEST_F(Copying, RefusesAnEngineThatIsNotKnown) {
     const auto before = Holdings(db_);
-    test::RegisterWatchedProvider();
     test::TheWatch().dbmsName = "Another Server";
     const std::string empty = folder_ / "empty.db";
     std::ofstream(empty).close();
     for (const std::string& path : {empty, db_}) {
-        const std::string watched =
-            "Provider=SQLite;Data Source=\"" + path + "\"" + std::string(test::kWatched);
-        for (const auto& words :
-             {std::vector<std::string>{"init", watched}, {"copy", from_, watched}}) {
+        for (const auto& words : {Words{"init", Watched(path)}, {"copy", from_, Watched(path)}}) {
             const Outcome outcome = RunWords(words);
             EXPECT_EQ(outcome.status, 1);
-            EXPECT_NE(
-                outcome.err.find("Another Server is not known here; what is known is SQLite, "),
-                outcome.err.npos)
-                << outcome.err;
+            EXPECT_THAT(outcome.err,
+                        HasSubstr("Another Server is not known here; what is known is SQLite, "));
         }
     }
     test::TheWatch().Reset();
@@ -278,9 +246,7 @@ TEST_F(Copying, RefusesAnEngineThatIsNotKnown) {
 }
 
 TEST_F(Copying, RefusesToCopyAFileToItself) {
-    const Outcome refused = RunWords({"copy", from_, folder_ / "./from.db"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_NE(refused.err.find("are the same file"), refused.err.npos) << refused.err;
+    ExpectRefused({"copy", from_, folder_ / "./from.db"}, "are the same file");
 }
 
 TEST_F(Copying, GoesThroughOdbcAndBack) {
@@ -289,12 +255,11 @@ TEST_F(Copying, GoesThroughOdbcAndBack) {
     if (init.err.find("an't open lib") != init.err.npos && !test::IsRequired(false))
         GTEST_SKIP() << "no driver: " << init.err;
     ASSERT_EQ(init.status, 0) << init.err;
-    EXPECT_NE(RunWords({"init", odbc}).err.find("a table Groups already"), std::string::npos);
+    EXPECT_THAT(RunWords({"init", odbc}).err, HasSubstr("a table Groups already"));
     In(from_, {"UPDATE MeasuredValues SET Value=60.5 WHERE PeriodNo=300"});
-    ASSERT_EQ(RunWords({"copy", from_, odbc, "--verify"}).status, 0);
+    Done({"copy", from_, odbc, "--verify"});
     ASSERT_EQ(RunWords({"list", odbc}).out, RunWords({"list", from_}).out);
-    const Outcome back = RunWords({"copy", odbc, db_, "--verify"});
-    ASSERT_EQ(back.status, 0) << back.err;
+    Done({"copy", odbc, db_, "--verify"});
     EXPECT_EQ(Holdings(db_), Holdings(from_));
 }
 
@@ -304,19 +269,16 @@ TEST_F(Copying, GoesThroughPostgreSQLAndBackThoughItStops) {
     if (!server.Missing().empty() && !test::IsRequired(false)) GTEST_SKIP() << server.Missing();
     ASSERT_EQ(server.Missing(), "");
     const std::string back = folder_ / "back.db";
-    ASSERT_EQ(RunWords({"init", back, "--layout", "packed"}).status, 0);
-    const std::string watched =
-        "Provider=SQLite;Data Source=\"" + back + "\"" + std::string(test::kWatched);
+    Done({"init", back, "--layout", "packed"});
     for (const auto& [from, to] : {std::pair(from_, server.WatchedString() + ";Password=unused"),
-                                   {server.ConnectString(), watched}}) {
+                                   {server.ConnectString(), Watched(back)}}) {
         test::TheWatch().fails = [](std::string_view sql) {
             return sql.starts_with("UPDATE Reports SET noOfPeriods");
         };
         EXPECT_EQ(RunWords({"copy", from, to}).status, 1);
         test::TheWatch().Reset();
-        const Outcome rest = RunWords({"copy", from, to, "--verify"});
-        ASSERT_EQ(rest.status, 0) << rest.err;
-        EXPECT_NE(rest.out.find("verified 5 values in 2 reports"), rest.out.npos) << rest.out;
+        const std::string rest = Done({"copy", from, to, "--verify"});
+        EXPECT_THAT(rest, HasSubstr("verified 5 values in 2 reports"));
     }
     EXPECT_EQ(Holdings(back), Holdings(from_));
 }

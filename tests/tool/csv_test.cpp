@@ -17,7 +17,6 @@
 #include "csv/csv_lines.h"
 #include "csv/csv_reader.h"
 #include "recording_fixture.h"
-#include "schema/tables.h"
 
 namespace mersola::tool {
 namespace {
@@ -48,21 +47,21 @@ TEST(CsvReader, KeepsFieldsAndCountsLines) {
     for (const std::string field : {"a,b", " a", "a\t", "\"", "a\nb", "\r", "", "plain"})
         EXPECT_EQ(Records("x," + CsvField(field) + "\n"), "1:x|" + field + "|");
     EXPECT_EQ(CsvLine(std::vector<std::string>{"", "a", ""}), ",a,\n");
-    EXPECT_TRUE(Records("a\n\"b\nc\n").starts_with("line 2: a quote is not closed"));
-    EXPECT_TRUE(Records("a\n\"b\n" + std::string(5000, '\n')).starts_with("line 2: a quote"));
-    EXPECT_TRUE(Records("a\nb\"c\n").starts_with("line 2: a quote stands"));
+    EXPECT_THAT(Records("a\n\"b\nc\n"), StartsWith("line 2: a quote is not closed"));
+    EXPECT_THAT(Records("a\n\"b\n" + std::string(5000, '\n')), StartsWith("line 2: a quote"));
+    EXPECT_THAT(Records("a\nb\"c\n"), StartsWith("line 2: a quote stands"));
     for (const char* wrong : {"\xB5g", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"})
-        EXPECT_TRUE(
-            Records(std::string("a\n\n") + wrong + "\n").starts_with("line 3: this is no UTF-8"));
-    EXPECT_TRUE(Records("a\rb\r").starts_with("line 1: its lines end"));
+        EXPECT_THAT(Records(std::string("a\n\n") + wrong + "\n"),
+                    StartsWith("line 3: this is no UTF-8"));
+    EXPECT_THAT(Records("a\rb\r"), StartsWith("line 1: its lines end"));
     EXPECT_EQ(Records("a\t \tb c\t\n\t\n", '\t'), "1:a||b c||2:||");
     EXPECT_EQ(Records("S\xFC"
                       "d;\xB5\n",
                       ';', "latin1"),
               "1:S\xC3\xBC"
               "d|\xC2\xB5|");
-    EXPECT_TRUE(
-        Records("a\n\x81\n", ',', "windows-1252").starts_with("line 2: this is no text in"));
+    EXPECT_THAT(Records("a\n\x81\n", ',', "windows-1252"),
+                StartsWith("line 2: this is no text in"));
     for (const char* none : {"utf-16", "UCS-4", "latin1//IGNORE", "EBCDIC-US", "noise", ""})
         EXPECT_FALSE(LineReader::IsReadable(none)) << none;
 }
@@ -70,9 +69,9 @@ TEST(CsvReader, KeepsFieldsAndCountsLines) {
 TEST(CsvReader, TakesNoMoreMemoryThanOneRecordMayHave) {
     const std::string mebibyte(1 << 20, 'x'), most = mebibyte.substr(7);
     EXPECT_EQ(Records("a\n\"" + most + "\",1\n"), "1:a|2:" + most + "|1|");
-    EXPECT_TRUE(Records("a\n" + mebibyte + "y\n").starts_with("line 2: it is longer than 1 MiB"));
-    EXPECT_TRUE(Records("a\nb,\"" + most + "\n\n\n\n\n\n\n\n\",1\n")
-                    .starts_with("line 2: a quote is not closed, or"));
+    EXPECT_THAT(Records("a\n" + mebibyte + "y\n"), StartsWith("line 2: it is longer than 1 MiB"));
+    EXPECT_THAT(Records("a\nb,\"" + most + "\n\n\n\n\n\n\n\n\",1\n"),
+                StartsWith("line 2: a quote is not closed, or"));
     std::ifstream zeros("/dev/zero");
     LineReader lines(zeros);
     EXPECT_THROW(lines.Beginning(), Failure);
@@ -81,31 +80,12 @@ TEST(CsvReader, TakesNoMoreMemoryThanOneRecordMayHave) {
 class Csv : public RecordingTool {
   protected:
     std::string NewDatabase(const std::string& name) {
-        EXPECT_EQ(RunWords({"init", folder_ / name}).status, 0);
+        Done({"init", folder_ / name});
         return folder_ / name;
     }
     std::string File(const std::string& text) {
         std::ofstream(folder_ / "file.csv", std::ios::binary) << text;
         return folder_ / "file.csv";
-    }
-    // Every row of every table but the version history.
-    static Words Dump(const std::string& db) {
-        Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=\"" + db + "\"").c_str(), 5);
-        Words dump;
-        for (const StoredTable table : kStoredTables) {
-            if (table == StoredTable::VersionHistory) continue;
-            const auto rows = store.dbExecute(CString("SELECT * FROM ") + NameOf(table));
-            for (; !rows->EndOfFile(); rows->MoveNext()) {
-                std::string row = NameOf(table);
-                for (int i = 0; i < rows->FieldCount(); ++i) {
-                    const AdoField field = rows->Fields(i);
-                    row += "|" + (field.IsNull() ? "null" : std::string(field.Text()));
-                }
-                dump.push_back(row);
-            }
-        }
-        std::ranges::sort(dump);
-        return dump;
     }
     static std::string FirstDifference(const Words& left, const Words& right) {
         const auto [a, b] = std::ranges::mismatch(left, right);
@@ -119,37 +99,35 @@ class Csv : public RecordingTool {
 
 TEST_F(Csv, BringsBackTheSameDatabase) {
     const auto file = Sound("it's.wav", 1, [](double t, int) { return std::sin(6000 * t); });
-    ASSERT_EQ(RunWords(RecordWords(file) + Words{"--start", "2026-11-15 10:00"}).status, 0);
-    for (const char* sql :
-         {"UPDATE MeasuredValues SET Status='A', Value=-100 WHERE PeriodNo=3 AND FrqId>20",
-          "UPDATE MeasuredValues SET Value=NULL WHERE PeriodNo=4 AND FrqId=20",
-          "UPDATE MeasuredValues SET Status='x, y', Value=1e-300 WHERE PeriodNo=5 AND FrqId=0",
-          "UPDATE Measurements SET Info='two\nlines, \"quoted\" ', FrqLower=0.1, MeasId=5",
-          "UPDATE Reports SET MeasId=5, ReportId=3, RealPeriodLen='00,00,00,00,126', "
-          "PeriodLen='125'",
-          "UPDATE MeasValueMap SET MeasId=5, ReportId=3",
-          "UPDATE MeasuredFunctions SET MeasId=5, ReportId=3, FuncId=77 WHERE FuncId=7",
-          "UPDATE MeasuredFunctions SET MeasId=5, ReportId=3",
-          "UPDATE MeasuredValues SET FuncId=77 WHERE FuncId=7",
-          "INSERT INTO FuncNameMap VALUES (9,'#8'),(10,'12'),(11,'leq'),(12,NULL)",
-          "INSERT INTO MeasuredFunctions VALUES (1,5,3,9,1),(1,5,3,10,1),(1,5,3,11,1)",
-          "INSERT INTO MeasuredValues VALUES (1,2,1,9,0,1,''),(1,2,1,10,0,2,''),(1,2,1,11,0,3,'')",
-          "INSERT INTO FrqNameMap VALUES (99,'Status')",
-          "INSERT INTO MeasuredValues VALUES (1,1,1,9,99,-0.1,''),(1,7,1,9,98,5,'')",
-          "INSERT INTO Groups VALUES (4,NULL,'\xC3\xBC',NULL,'it''s'),(9,'empty','','','')",
-          "INSERT INTO Measurements (GroupId,MeasId,MeasName,StartAt) VALUES "
-          "(4,0,'noise','2001,01,01,00,00,00,000')",
-          "INSERT INTO Markers (GroupId,MeasId,Path,Start,funcId) VALUES "
-          "(1,5,'a','b',7),(1,5,'a','b',7),(9,-2,'','',0)"})
-        Execute(sql);
-    const Words before = Dump(db_);
+    Done(RecordWords(file) + Words{"--start", "2026-11-15 10:00"});
+    In(db_,
+       {"UPDATE MeasuredValues SET Status='A', Value=-100 WHERE PeriodNo=3 AND FrqId>20",
+        "UPDATE MeasuredValues SET Value=NULL WHERE PeriodNo=4 AND FrqId=20",
+        "UPDATE MeasuredValues SET Status='x, y', Value=1e-300 WHERE PeriodNo=5 AND FrqId=0",
+        "UPDATE Measurements SET Info='two\nlines, \"quoted\" ', FrqLower=0.1, MeasId=5",
+        "UPDATE Reports SET MeasId=5, ReportId=3, RealPeriodLen='00,00,00,00,126', "
+        "PeriodLen='125'",
+        "UPDATE MeasValueMap SET MeasId=5, ReportId=3",
+        "UPDATE MeasuredFunctions SET MeasId=5, ReportId=3, FuncId=77 WHERE FuncId=7",
+        "UPDATE MeasuredFunctions SET MeasId=5, ReportId=3",
+        "UPDATE MeasuredValues SET FuncId=77 WHERE FuncId=7",
+        "INSERT INTO FuncNameMap VALUES (9,'#8'),(10,'12'),(11,'leq'),(12,NULL)",
+        "INSERT INTO MeasuredFunctions VALUES (1,5,3,9,1),(1,5,3,10,1),(1,5,3,11,1)",
+        "INSERT INTO MeasuredValues VALUES (1,2,1,9,0,1,''),(1,2,1,10,0,2,''),(1,2,1,11,0,3,'')",
+        "INSERT INTO FrqNameMap VALUES (99,'Status')",
+        "INSERT INTO MeasuredValues VALUES (1,1,1,9,99,-0.1,''),(1,7,1,9,98,5,'')",
+        "INSERT INTO Groups VALUES (4,NULL,'\xC3\xBC',NULL,'it''s'),(9,'empty','','','')",
+        "INSERT INTO Measurements (GroupId,MeasId,MeasName,StartAt) VALUES "
+        "(4,0,'noise','2001,01,01,00,00,00,000')",
+        "INSERT INTO Markers (GroupId,MeasId,Path,Start,funcId) VALUES "
+        "(1,5,'a','b',7),(1,5,'a','b',7),(9,-2,'','',0)"});
+    const Words before = RowsOf(db_);
     for (const Words& form : {Words{}, Words{"--wide"}}) {
         const std::string csv = folder_ / "whole.csv", copy = NewDatabase("copy.db");
-        ASSERT_EQ(RunWords(Words{"export", db_, "-o", csv} + form).status, 0);
+        Done(Words{"export", db_, "-o", csv} + form);
         for (int time = 0; time < 2; ++time) {
-            const Outcome outcome = RunWords({"import", copy, csv});
-            ASSERT_EQ(outcome.status, 0) << outcome.err;
-            EXPECT_EQ(FirstDifference(Dump(copy), before), "") << time;
+            Done({"import", copy, csv});
+            EXPECT_EQ(FirstDifference(RowsOf(copy), before), "") << time;
         }
         EXPECT_TRUE(RunWords(Words{"export", copy} + form).out == Contents(csv));
         std::filesystem::remove(copy);
@@ -158,59 +136,56 @@ TEST_F(Csv, BringsBackTheSameDatabase) {
 
 TEST_F(Csv, IsAddedToWhatAnotherDatabaseHolds) {
     const auto file = Silence("1.wav", 1);
-    ASSERT_EQ(RunWords(RecordWords(file) + Words{"--start", "2026-11-15 10:00"}).status, 0);
+    Done(RecordWords(file) + Words{"--start", "2026-11-15 10:00"});
     const std::string all = RunWords({"export", db_}).out;
     const std::string other = NewDatabase("other.db");
-    ASSERT_EQ(RunWords(Into(other, "Time,Value\n2026-01-01 00:00,50\n",
-                            {"--function", "Lden", "--period", "1s"}))
-                  .status,
-              0);
+    Done(
+        Into(other, "Time,Value\n2026-01-01 00:00,50\n", {"--function", "Lden", "--period", "1s"}));
     // Here the names and numbers belong together in another way.
-    Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + other).c_str(), 5);
-    for (const char* sql :
-         {"UPDATE FuncNameMap SET FuncId=FuncId+100",
-          "UPDATE FuncNameMap SET FuncId=2 WHERE FuncName='Lden'",
-          "UPDATE MeasuredFunctions SET FuncId=2", "UPDATE MeasuredValues SET FuncId=2"})
-        store.dbExecute(sql);
+    In(other, {"UPDATE FuncNameMap SET FuncId=FuncId+100",
+               "UPDATE FuncNameMap SET FuncId=2 WHERE FuncName='Lden'",
+               "UPDATE MeasuredFunctions SET FuncId=2", "UPDATE MeasuredValues SET FuncId=2"});
     for (int time = 0; time < 2; ++time)
-        ASSERT_EQ(RunWords({"import", other, File(all)}).status, 0);
-    EXPECT_TRUE(
-        RunWords({"check", other}).out.ends_with("\n0 findings; 753 values were checked\n"));
+        Done({"import", other, File(all)});
+    EXPECT_THAT(RunWords({"check", other}).out,
+                EndsWith("\n0 findings; 753 values were checked\n"));
     const Words values{"--instrument", "Pier 4", "--measurement", "noise",
                        "--function",   "LAeq",   "--csv"};
     EXPECT_EQ(RunWords(Words{"values", other} + values).out,
               RunWords(Words{"values", db_} + values).out);
     Execute("UPDATE Measurements SET Sensitivity=2");
     const Outcome refused = RunWords({"import", other, File(RunWords({"export", db_}).out)});
-    EXPECT_NE(
-        refused.err.find("line 41: the measurement 'noise' is stored with another Sensitivity"),
-        std::string::npos)
-        << refused.err;
+    EXPECT_THAT(refused.err,
+                HasSubstr("line 41: the measurement 'noise' is stored with another Sensitivity"));
 }
 
-TEST_F(Csv, HasPointsUnderALocaleWithCommas) {
+TEST_F(Csv, AndAllElseHasPointsUnderALocaleWithCommas) {
     const std::string command = "localedef -i de_DE -f UTF-8 " + (folder_ / "de_DE.UTF-8").string();
     ASSERT_EQ(std::system(command.c_str()), 0);
     ASSERT_EQ(setenv("LOCPATH", (folder_ / "").c_str(), 1), 0);
     ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-    const Outcome meter =
-        RunWords(Into(db_, "Period,Value\n0,50.25\n1,-1e-3\n",
-                      {"--function", "Leq", "--period", "0.5s", "--start", "2026-01-01 00:00"}));
+    const Words record = RecordWords(Silence("1.wav", 1));
+    Done(record + Words{"--period", "0.5s", "--fullscale", "0.5"});
+    const std::string list = Done({"list", db_});
+    const Outcome comma = RunWords(record + Words{"--fullscale", "0,5"});
+    Done(Into(db_, "Period,Value\n0,50.25\n1,-1e-3\n",
+              {"--function", "Leq", "--period", "0.5s", "--start", "2026-01-01 00:00"}));
     Execute("UPDATE Measurements SET Sensitivity=0.05");
     const std::string csv = RunWords({"export", db_}).out, copy = NewDatabase("copy.db");
-    const Outcome again = RunWords({"import", copy, File(csv)});
-    const Words left = Dump(copy), right = Dump(db_);
+    Done({"import", copy, File(csv)});
+    const Words left = RowsOf(copy), right = RowsOf(db_);
     std::setlocale(LC_ALL, "C");
     unsetenv("LOCPATH");
-    EXPECT_EQ(meter.status, 0) << meter.err;
-    EXPECT_EQ(again.status, 0) << again.err;
-    EXPECT_NE(csv.find(",50.25,"), csv.npos) << csv;
-    EXPECT_NE(csv.find("Sensitivity=0.05"), csv.npos) << csv;
+    EXPECT_THAT(list, HasSubstr("full scale 0.5,"));
+    EXPECT_THAT(RunWords(ValuesWords()).out, HasSubstr("  -90.0  "));
+    EXPECT_EQ(comma.status, 2);
+    EXPECT_THAT(csv, HasSubstr(",50.25,"));
+    EXPECT_THAT(csv, HasSubstr("Sensitivity=0.05"));
     EXPECT_EQ(FirstDifference(left, right), "");
 }
 
 TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
-    ASSERT_EQ(RunWords(RecordWords(Silence("1.wav", 1))).status, 0);
+    Done(RecordWords(Silence("1.wav", 1)));
     const std::string path = File("old"), link = folder_ / "link.csv", pipe = folder_ / "pipe";
     std::filesystem::create_symlink("file.csv", link);
     ExpectRefused({"export", db_, "--function", "none", "-o", path}, "no function 'none'");
@@ -220,7 +195,7 @@ TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
     ExpectRefused({"export", db_, "-o", folder_ / "none/a.csv"}, "cannot be written");
     ExpectRefused({"export", db_, "-o", folder_ / "."}, "cannot be written");
     EXPECT_EQ(Contents(path), "old");
-    ASSERT_EQ(RunWords({"export", db_, "-o", link}).status, 0);
+    Done({"export", db_, "-o", link});
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(Contents(path), RunWords({"export", db_}).out);
     for (const int signal : {SIGINT, SIGTERM}) {
@@ -236,12 +211,12 @@ TEST_F(Csv, IsThereAsAWholeOrNotAtAll) {
     }
     EXPECT_EQ(Contents(path), RunWords({"export", db_}).out);
     for (const auto& entry : std::filesystem::directory_iterator(folder_ / "."))
-        EXPECT_EQ(entry.path().string().find(".part"), std::string::npos) << entry.path();
+        EXPECT_THAT(entry.path().string(), Not(HasSubstr(".part"))) << entry.path();
     // What cannot be replaced is written to.
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
     const Words one{"export", db_, "--plain", "--function", "LAeq", "--count", "1"};
-    EXPECT_EQ(RunWords(one + Words{"-o", pipe}).status, 0);
+    Done(one + Words{"-o", pipe});
     std::string taken(4096, ' ');
     taken.resize(
         static_cast<std::size_t>(std::max<ssize_t>(read(reader, taken.data(), taken.size()), 0)));
@@ -256,18 +231,15 @@ TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
     const std::string text =
         "Date,Laeq,Remark\n2026-01-01 00:00:10,50.5,\n2026-01-01 "
         "00:00:12.999,+5e1,loud\n2026-01-01 00:00:13,,\n";
-    const Outcome outcome = RunWords(Into(db_, text, levels));
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out,
+    const std::string outcome = Done(Into(db_, text, levels));
+    EXPECT_EQ(outcome,
               "Read with commas, decimal points, the year first in dates; the column names are "
               "in line 1.\nStored 2 values in 1 report; 1 field held none.\n");
     const std::string spectra =
         "Date,L1000,31.5 hz,Status\n2026-01-01 00:00:11,41,42,\n2026-01-01 00:00:12,43,44,A\n";
-    ASSERT_EQ(RunWords(Into(db_, spectra,
-                            {"--column", "time=Date", "--column", "1 kHz=L1000", "--bands",
-                             "31.5 Hz", "--function", "Leq"}))
-                  .status,
-              0);
+    Done(Into(db_, spectra,
+              {"--column", "time=Date", "--column", "1 kHz=L1000", "--bands", "31.5 Hz",
+               "--function", "Leq"}));
     const Outcome exported =
         RunWords({"export", db_, "--plain", "--wide", "--from", "1", "--count", "2"});
     const std::string row = "meter,day,1,1 s,";
@@ -281,7 +253,7 @@ TEST_F(Csv, OfAMeterIsMappedOnTheCommandLine) {
                     "FrqLower=31.5 AND FrqUpper=1000"),
               1);
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=3"), 1);
-    EXPECT_EQ(RunWords({"check", db_}).status, 0);
+    Done({"check", db_});
 }
 
 TEST_F(Csv, HasTheSameLengthOfPeriodsInAllRowsOfAReport) {
@@ -300,17 +272,17 @@ TEST_F(Csv, HasTheSameLengthOfPeriodsInAllRowsOfAReport) {
     ExpectRefused(Into(db_, "Period,Value\n0,1\n", {"--function", "L\xFC"}), "'L?' is no text");
     ExpectRefused(Into(db_, "Time,Value\n2026-13-01 00:00,1\n", leq + Words{"--period", "1s"}),
                   "line 2: Time '2026-13-01 00:00' is no time");
-    ASSERT_EQ(RunWords(Into(db_, rows("1s", "1000 ms"), leq)).status, 0);
+    Done(Into(db_, rows("1s", "1000 ms"), leq));
     EXPECT_EQ(Count("MeasuredValues"), 3);
     // Longer ones than are read come back from an export, and only as they are.
     Execute("UPDATE Reports SET PeriodLen='02,00,00,00,000'");
     std::string csv = RunWords({"export", db_}).out;
     const std::string copy = NewDatabase("copy.db");
-    EXPECT_EQ(RunWords({"import", copy, File(csv)}).status, 0);
-    EXPECT_EQ(FirstDifference(Dump(copy), Dump(db_)), "");
+    Done({"import", copy, File(csv)});
+    EXPECT_EQ(FirstDifference(RowsOf(copy), RowsOf(db_)), "");
     csv.replace(csv.find("StartAt=2026") + 8, 4, "noon");
     const Outcome junk = RunWords({"import", copy, File(csv)});
-    EXPECT_NE(junk.err.find(": StartAt 'noon,"), junk.err.npos) << junk.err;
+    EXPECT_THAT(junk.err, HasSubstr(": StartAt 'noon,"));
 }
 
 TEST_F(Csv, ComesThroughAPipe) {
@@ -323,12 +295,12 @@ TEST_F(Csv, ComesThroughAPipe) {
     words[2] = "/dev/fd/" + std::to_string(ends[0]);
     const Outcome outcome = RunWords(words);
     close(ends[0]);
-    EXPECT_TRUE(outcome.out.ends_with("\nStored 1 value in 1 report.\n")) << outcome.err;
+    EXPECT_THAT(outcome.out, EndsWith("\nStored 1 value in 1 report.\n"));
 }
 
 TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
     const Words options{"--function", "Leq", "--period", "1s", "--start", "2026-01-01 00:00"};
-    ASSERT_EQ(RunWords(Into(db_, "Period,Band,Value\n0,1 kHz,50\n", options)).status, 0);
+    Done(Into(db_, "Period,Band,Value\n0,1 kHz,50\n", options));
     const std::string header = "Period,Band,Value,Status\n5,new band,1,\n6,\"a\nband\",2,\n\n";
     const struct {
         std::string rows, reason;
@@ -368,7 +340,7 @@ TEST_F(Csv, WithAFaultIsRefusedWithItsLineAndWithoutATrace) {
             "is a part of the database itself");
     ExpectRefused({"import", db_, folder_ / "way"}, "is a folder");
     const Outcome zeros = RunWords(Into(db_, std::string(100'000, '\0') + "\n", options));
-    EXPECT_NE(zeros.err.find("???\u2026"), std::string::npos);
+    EXPECT_THAT(zeros.err, HasSubstr("???\u2026"));
     EXPECT_LT(zeros.err.size(), 400);
     ExpectRefused(Into(db_, "", {"--column", "value"}), "is not a column and its name", 2);
 }

@@ -1,11 +1,5 @@
 // What names a database on the command line, and passwords that nobody gets to see.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <pty.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include <fstream>
 
@@ -13,6 +7,7 @@
 #include "database/credentials.h"
 #include "database/database_argument.h"
 #include "database/open_database.h"
+#include "terminal.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
@@ -77,53 +72,25 @@ TEST(Passwords, ComeFromFilesThatOnlyTheirOwnerCanRead) {
     };
     EXPECT_EQ(read(" secret \nmore", 0600), " secret ");
     EXPECT_EQ(read("secret\r\n", 0400), "secret");
-    EXPECT_NE(read("secret\n", 0640).find("chmod 600"), std::string::npos);
-    EXPECT_NE(read("secret\n", 0604).find("chmod 600"), std::string::npos);
-    EXPECT_NE(read("\nsecret", 0600).find("no password"), std::string::npos);
-}
-
-// Asks on a terminal of its own and types `typed`. The exit status is 0 when "secret" was
-// understood, that of the failure otherwise.
-int Typed(const char* typed, std::string& screen, bool& echoesAgain) {
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-        try {
-            _exit(AskPassword("Password:") == "secret" ? 0 : 9);
-        } catch (const Failure& failure) {
-            _exit(failure.Status());
-        }
-    }
-    char c = 0;
-    while (!screen.ends_with("Password: ") && read(terminal, &c, 1) == 1)
-        screen += c;
-    EXPECT_EQ(write(terminal, typed, std::char_traits<char>::length(typed)),
-              std::ssize(std::string(typed)));
-    int status = 0;
-    // Kept open until then: a terminal that is gone has no settings to ask for.
-    const int held = open(ptsname(terminal), O_RDWR | O_NOCTTY);
-    waitpid(child, &status, 0);
-    termios settings{};
-    echoesAgain = tcgetattr(terminal, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
-    close(held);
-    while (read(terminal, &c, 1) == 1)
-        screen += c;
-    close(terminal);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    EXPECT_THAT(read("secret\n", 0640), HasSubstr("chmod 600"));
+    EXPECT_THAT(read("secret\n", 0604), HasSubstr("chmod 600"));
+    EXPECT_THAT(read("\nsecret", 0600), HasSubstr("no password"));
 }
 
 TEST(Passwords, AreTypedUnseenAndTheTerminalIsLeftAsItWas) {
-    int ends[2];
-    if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0)
-        GTEST_SKIP() << "this system gives no terminal (/dev/pts)";
-    close(ends[0]);
-    close(ends[1]);
+    if (!HasTerminals()) GTEST_SKIP() << "this system gives no terminal (/dev/pts)";
+    const auto ask = [] {
+        try {
+            return AskPassword("Password:") == "secret" ? 0 : 9;
+        } catch (const Failure& failure) {
+            return failure.Status();
+        }
+    };
     for (const auto& [typed, status] : {std::pair{"secret\n", 0}, {"secr\x03", 130}, {"\n", 1}}) {
-        std::string screen;
-        bool echoesAgain = false;
-        EXPECT_EQ(Typed(typed, screen, echoesAgain), status);
-        EXPECT_TRUE(echoesAgain) << status;
-        EXPECT_EQ(screen.find("secr"), screen.npos) << screen;
+        const Typed result = TypedOn("Password: ", typed, ask);
+        EXPECT_EQ(result.status, status);
+        EXPECT_TRUE(result.echoesAgain) << status;
+        EXPECT_THAT(result.screen, Not(HasSubstr("secr")));
     }
 }
 
@@ -136,15 +103,14 @@ TEST_F(Tool, ShowsNoPasswordWhateverGoesWrong) {
                                {source}}) {
         const Outcome outcome = RunWords(words);
         EXPECT_NE(outcome.status, 0);
-        EXPECT_EQ(outcome.err.find("secret"), std::string::npos) << outcome.err;
-        EXPECT_NE(outcome.err.find("Password=***"), std::string::npos) << outcome.err;
-        EXPECT_TRUE(outcome.err.starts_with("mersola: warning: others can see")) << outcome.err;
+        EXPECT_THAT(outcome.err, Not(HasSubstr("secret")));
+        EXPECT_THAT(outcome.err, HasSubstr("Password=***"));
+        EXPECT_THAT(outcome.err, StartsWith("mersola: warning: others can see"));
     }
-    EXPECT_EQ(RunWords({"list", db_, "--password", "secret"}).err.find("secret"), source.npos);
-    EXPECT_EQ(Database(DatabaseArgument{source, "", ""}).Name().find("secret"), source.npos);
+    EXPECT_THAT(RunWords({"list", db_, "--password", "secret"}).err, Not(HasSubstr("secret")));
+    EXPECT_THAT(Database(DatabaseArgument{source, "", ""}).Name(), Not(HasSubstr("secret")));
     const std::string file = "Provider=SQLite;Data Source=\"" + db_ + "\"";
-    const Outcome listed = RunWords({"list", file, "--user", "me"});
-    EXPECT_EQ(listed.status, 0) << "asked for a file's password: " << listed.err;
+    Done({"list", file, "--user", "me"});
 }
 
 }  // namespace

@@ -5,13 +5,9 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <memory>
 #include <thread>
 #include <utility>
 
-#include <gmock/gmock.h>
-
-#include "support/child.h"
 #include "support/store.h"
 #include "tool_fixture.h"
 
@@ -44,22 +40,15 @@ class Imports : public Tool {
         return {"import", db,         file, "--instrument", "meter",           "--measurement",
                 "day",    "--period", "1s", "--start",      "2026-01-01 00:00"};
     }
-    static auto ImportingChild(const Words& words) {
-        return std::make_unique<test::Child>([=](const auto& acknowledge) {
-            const Outcome outcome = RunWords(words);
-            acknowledge(outcome.err);
-            return outcome.status;
-        });
-    }
 };
 
 TEST_F(Imports, LetARecorderInWithinHalfASecond) {
     constexpr int periods = 6'000;
     const auto file = File("file.csv", periods);
-    test::Store recorder("Provider=SQLite;Data Source=\"" + db_ + "\"");
+    test::Store recorder(ConnectString(db_));
     ASSERT_TRUE(test::Open(recorder));
     const auto begun = Clock::now();
-    const auto import = ImportingChild(Into(db_, file));
+    const auto import = Started(Into(db_, file));
     Clock::duration longest{};
     long values = 0;
     int period = 0;
@@ -86,16 +75,16 @@ TEST_F(Imports, LetARecorderInWithinHalfASecond) {
 TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
     const auto laidOut = [&](const std::string& name, const std::string& provider) {
         const std::string db = provider + (folder_ / name).string();
-        EXPECT_EQ(RunWords({"init", db}).status, 0);
+        Done({"init", db});
         Mersola store("", "", db.c_str(), 5);
         store.dbExecute("UPDATE FuncNameMap SET FuncName='mine' WHERE FuncId=4");
         return db;
     };
     const auto holdings = [](const std::string& db) { return RunWords({"export", db}).out; };
     const auto plain = File("plain.csv", 800), exported = (folder_ / "exported.csv").string();
-    ASSERT_EQ(RunWords(Into(db_, plain)).status, 0);
+    Done(Into(db_, plain));
     Execute("DELETE FROM FuncNameMap WHERE FuncName='Lmin'");  // a number that is not free
-    ASSERT_EQ(RunWords({"export", db_, "-o", exported}).status, 0);
+    Done({"export", db_, "-o", exported});
     const std::string sqlite = "Provider=SQLite;Data Source=", odbc = "Driver={SQLite3};Database=";
     int number = 0;
     for (const auto& [provider, file] :
@@ -103,14 +92,14 @@ TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
         SCOPED_TRACE(provider + file);
         if (provider == odbc && !test::Database("ODBC").Missing().empty()) break;
         const auto expected = laidOut("whole" + std::to_string(++number), provider);
-        ASSERT_EQ(RunWords(Into(expected, file)).status, 0);
+        Done(Into(expected, file));
         const auto db = laidOut("stopped" + std::to_string(number), provider);
         Mersola reader("", "", db.c_str(), 5);
         const auto values = [&] {
             return reader.dbExecute("SELECT COUNT(*) FROM MeasuredValues")->Fields(0).Long();
         };
         for (const int signal : {SIGKILL, SIGTERM}) {
-            const auto child = ImportingChild(Into(db, file));
+            const auto child = Started(Into(db, file));
             for (const auto before = values(); values() < before + 2'000;)
                 std::this_thread::sleep_for(5ms);
             child->Kill(signal);
@@ -121,15 +110,14 @@ TEST_F(Imports, GoOnWhereTheyStoppedAsIfTheyHadNot) {
                                                   ".* are stored, the same command goes on.*"));
             }
             EXPECT_LT(values(), 24'800);
-            const Outcome check = RunWords({"check", db});
-            EXPECT_EQ(check.status, 0) << check.out;
+            Done({"check", db});
         }
         std::ofstream(folder_ / "faulty.csv") << Contents(file) << "x\n";
         const Outcome fault = RunWords(Into(db, folder_ / "faulty.csv"));
-        EXPECT_NE(fault.err.find(" 1 field where the line"), fault.err.npos) << fault.err;
-        EXPECT_NE(fault.err.find("; the lines up to "), fault.err.npos) << fault.err;
+        EXPECT_THAT(fault.err, HasSubstr(" 1 field where the line"));
+        EXPECT_THAT(fault.err, HasSubstr("; the lines up to "));
         const Outcome rest = RunWords(Into(db, file));
-        EXPECT_NE(rest.out.find("were stored already"), rest.out.npos) << rest.out << rest.err;
+        EXPECT_THAT(rest.out, HasSubstr("were stored already"));
         EXPECT_TRUE(holdings(db) == holdings(expected));
     }
 }
@@ -138,7 +126,7 @@ TEST_F(Imports, LeaveNoValuesInAMeasurementThatIsDeletedMeanwhile) {
     const std::string text = Contents(File("file.csv", 300)), pipe = folder_ / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     std::signal(SIGPIPE, SIG_IGN);  // as in the program
-    const auto import = ImportingChild(Into(db_, pipe));
+    const auto import = Started(Into(db_, pipe));
     std::ofstream file(pipe);
     file << text.substr(0, text.size() / 2) << std::flush;
     while (Count("MeasuredValues") == 0)
@@ -148,7 +136,7 @@ TEST_F(Imports, LeaveNoValuesInAMeasurementThatIsDeletedMeanwhile) {
     file.close();
     EXPECT_EQ(import->Wait(), 1);
     EXPECT_THAT(import->Acknowledged().at(0),
-                testing::StartsWith("mersola: the measurement was deleted meanwhile"));
+                StartsWith("mersola: the measurement was deleted meanwhile"));
     EXPECT_EQ(Count("MeasuredValues"), 0);
 }
 

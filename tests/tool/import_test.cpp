@@ -39,10 +39,9 @@ TEST(ImportedTimes, AreReadInTheOrderOfTheFile) {
           "2026-06-01 07:05:", "2026-06-01 07:05:09.", "2026-06-01 13:00 PM", "2026-06-01 0:10 AM",
           "2026-06-01 07:05 +2", "2026-06-01 07:05x", "2026-06-01 07:05+02:00x", "2026-06-01Z",
           "99999999999-01-01", "20260601", "1780272000"})
-        EXPECT_NE(Read(text, YearFirst).find("' is no time, as '2026-11-15"), std::string::npos)
-            << text;
+        EXPECT_THAT(Read(text, YearFirst), HasSubstr("' is no time, as '2026-11-15")) << text;
     for (const char* text : {"-1", "1e9", "1780272000 s", "178027200000000", "0x1"})
-        EXPECT_NE(Read(text, Epoch).find("' is no time"), std::string::npos) << text;
+        EXPECT_THAT(Read(text, Epoch), HasSubstr("' is no time")) << text;
 }
 
 TEST(ImportedTimes, OfUtcBecomeThoseOfTheZoneThatIsStored) {
@@ -63,18 +62,16 @@ TEST(ImportedTimes, OfUtcBecomeThoseOfTheZoneThatIsStored) {
         EXPECT_EQ(Read("1780272000250", Epoch, &berlin), "2026-06-01 02:00:00.250");
         for (const char* twice :
              {"2026-10-25T02:00+02:00", "2026-10-25T02:59:59+01:00", "2026-10-25 02:30"})
-            EXPECT_NE(
-                Read(twice, YearFirst, &berlin).find("the clocks of Europe/Berlin show twice"),
-                std::string::npos)
+            EXPECT_THAT(Read(twice, YearFirst, &berlin),
+                        HasSubstr("the clocks of Europe/Berlin show twice"))
                 << twice;
-        EXPECT_NE(Read("2026-03-29 02:30", YearFirst, &berlin).find("leave out"),
-                  std::string::npos);
+        EXPECT_THAT(Read("2026-03-29 02:30", YearFirst, &berlin), HasSubstr("leave out"));
     }
     EXPECT_STREQ(std::getenv("TZ"), before);
     for (const char* none : {"Europe/Bonn", "CEST5", "", "../../../etc/passwd", "."})
         EXPECT_THROW(TimeZone zone(none), Failure) << none;
-    EXPECT_NE(Read("2026-06-01T00:00Z", YearFirst).find("say with --zone"), std::string::npos);
-    EXPECT_NE(Read("1780272000", Epoch).find("say with --zone"), std::string::npos);
+    EXPECT_THAT(Read("2026-06-01T00:00Z", YearFirst), HasSubstr("say with --zone"));
+    EXPECT_THAT(Read("1780272000", Epoch), HasSubstr("say with --zone"));
 }
 
 class Import : public Tool {
@@ -105,9 +102,7 @@ class Import : public Tool {
 TEST_F(Import, PutsEachHeadingIntoTheBandOfItsFrequency) {
     const std::string row = "2026-06-01 00:00:00,1,2,3,4,5,6,7,8\n";
     const Words leq{"--function", "Leq"};
-    const Outcome outcome =
-        RunWords(Into("Time,20Hz,\"31,5\",40,1000,1.25k,16 kHz,broadband,#50\n" + row, leq));
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Done(Into("Time,20Hz,\"31,5\",40,1000,1.25k,16 kHz,broadband,#50\n" + row, leq));
     const std::pair<int, const char*> bands[] = {{13, "1"}, {15, "2"}, {16, "3"}, {30, "4"},
                                                  {31, "5"}, {42, "6"}, {0, "7"},  {50, "8"}};
     for (const auto& [band, value] : bands)
@@ -116,14 +111,11 @@ TEST_F(Import, PutsEachHeadingIntoTheBandOfItsFrequency) {
     EXPECT_EQ(Count("FrqNameMap"), 32);
     EXPECT_EQ(Count("FrqNameMap WHERE FrqId=13 AND FrqName='20 Hz'"), 1);
     EXPECT_EQ(Count("Measurements WHERE FrqLower=20 AND FrqUpper=16000"), 1);
-    ASSERT_EQ(RunWords(Into("Period,Band,Value\n1,40Hz,1\n1,1k,2\n1,13,3\n1,new,4\n",
-                            leq + Words{"--band-numbers"}))
-                  .status,
-              0);
+    Done(Into("Period,Band,Value\n1,40Hz,1\n1,1k,2\n1,13,3\n1,new,4\n",
+              leq + Words{"--band-numbers"}));
     EXPECT_EQ(Stored(1, 16) + Stored(1, 30) + Stored(1, 13), "123");
     EXPECT_EQ(Count("FrqNameMap WHERE FrqName='new'"), 1);
-    ASSERT_EQ(
-        RunWords(Into("Period,16,30\n2,1,2\n", leq + Words{"--wide", "--band-numbers"})).status, 0);
+    Done(Into("Period,16,30\n2,1,2\n", leq + Words{"--wide", "--band-numbers"}));
     EXPECT_EQ(Stored(2, 16) + Stored(2, 30), "12");
 }
 
@@ -158,22 +150,21 @@ TEST_F(Import, PutsEachRowIntoTheNearestPeriodAndNoTwoIntoOne) {
     const std::string rows =
         "Time,Value\n2026-06-01 00:00:00.003,1\n2026-06-01 00:00:01.001,2\n2026-06-01 "
         "00:00:02.502,3\n2026-06-01 00:00:03.503,5\n";
-    ASSERT_EQ(RunWords(Into(rows, leq)).status, 0);
+    Done(Into(rows, leq));
     EXPECT_EQ(Stored(0, 0) + Stored(1, 0) + Stored(2, 0) + Stored(3, 0) + Stored(4, 0), "1235");
     ExpectRefused(Into(rows, leq + Words{"--align", "floor", "--report", "2"}),
                   "line 3: its time belongs to period 0, as that of line 2 does");
     const std::string early = "Time,Value\n2026-05-31 23:59:59.";
-    EXPECT_TRUE(RunWords(Into(early + "600,1\n", leq))
-                    .out.ends_with("\nStored 0 values in 1 report; 1 value was stored already.\n"));
+    EXPECT_THAT(RunWords(Into(early + "600,1\n", leq)).out,
+                EndsWith("\nStored 0 values in 1 report; 1 value was stored already.\n"));
     ExpectRefused(Into(early + "500,1\n", leq), "lies before the measurement's start");
     // Also when one of them is in the database by then.
     std::string many = "Period,Value\n";
     for (int i = 10; i < 25'000; ++i)
         many += std::to_string(i) + ",1\n";
     const Outcome twice = RunWords(Into(many + "12,1\n", leq));
-    EXPECT_NE(twice.err.find("line 24992: period 12 stands in line 4 already; the lines up to"),
-              twice.err.npos)
-        << twice.err;
+    EXPECT_THAT(twice.err,
+                HasSubstr("line 24992: period 12 stands in line 4 already; the lines up to"));
     ExpectRefused(Into(rows, leq + Words{"--align", "up"}), "'up' is not nearest or floor", 2);
     ExpectRefused(Into(rows, leq + Words{"--times", "dym"}), "'dym' is not ymd, dmy, mdy or epoch",
                   2);
@@ -186,9 +177,7 @@ TEST_F(Import, OfJitteringTimesLeavesAHoleAHoleAndRefusesTheDoubledRow) {
     std::string text = Contents(words[2]);
     const auto doubled = text.find("2026-06-01 12:01:19.997806");
     text.erase(doubled, text.find('\n', doubled) + 1 - doubled);
-    const Outcome outcome =
-        RunWords(Into(text, {"--column", "value=temperature", "--function", "temperature"}));
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    Done(Into(text, {"--column", "value=temperature", "--function", "temperature"}));
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=120"), 1);
     EXPECT_EQ(Count("MeasuredValues"), 119);
     EXPECT_EQ(Count("MeasuredValues WHERE PeriodNo=40"), 0);
@@ -201,7 +190,7 @@ TEST_F(Import, OfADayWithTwentyFiveHoursNeedsAZoneThatHasThem) {
     ExpectRefused(words + Words{"--zone", "Europe/Berlin"},
                   "line 2: Time '2026-10-25T02:00:00.000+02:00' lies in an hour that the clocks of "
                   "Europe/Berlin show twice");
-    ASSERT_EQ(RunWords(words + Words{"--zone", "Etc/GMT-1"}).status, 0);
+    Done(words + Words{"--zone", "Etc/GMT-1"});
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=24"), 1);
     EXPECT_EQ(Count("MeasuredValues"), 24 * 14);
     EXPECT_EQ(Count("Measurements WHERE StartAt='2026,10,25,01,00,00,000'"), 1);
@@ -214,9 +203,8 @@ TEST_F(Import, ReadsWhatALoggerWroteAndSaysHow) {
                                       "--functions", "LAeq,LAFmax,LA90=LAF90", "--period", "1min"});
     ExpectRefused(semicolons,
                   "line 1: this is no UTF-8 text; give its encoding, as --encoding latin1");
-    const Outcome outcome = RunWords(semicolons + Words{"--encoding", "latin1"});
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out,
+    const std::string outcome = Done(semicolons + Words{"--encoding", "latin1"});
+    EXPECT_EQ(outcome,
               "Read with semicolons, decimal commas, the day first in dates; the column names "
               "are in line 4.\nStored 179 values in 1 report; 1 field held none.\n");
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=60"), 1);
@@ -233,15 +221,14 @@ TEST_F(Import, ReadsTabsTwelveHoursAndSecondsSince1970) {
     ExpectRefused(tabs,
                   "as '06/01/2026 12:00:00 AM', either the day or the month may stand first; say "
                   "--times dmy or --times mdy");
-    ASSERT_EQ(RunWords(tabs + Words{"--times", "mdy"}).status, 0);
+    Done(tabs + Words{"--times", "mdy"});
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=60"), 1);
     EXPECT_EQ(Count("Measurements WHERE StartAt='2026,06,01,00,00,00,000'"), 1);
     EXPECT_EQ(Count("MeasuredValues"), 120);
-    const Outcome epoch = RunWords({"import", db_, Logger("epoch_bom.csv"), "--instrument", "meter",
+    const std::string epoch = Done({"import", db_, Logger("epoch_bom.csv"), "--instrument", "meter",
                                     "--measurement", "night", "--functions", "Leq", "--column",
                                     "time=epoch", "--period", "1s", "--zone", "UTC"});
-    ASSERT_EQ(epoch.status, 0) << epoch.err;
-    EXPECT_NE(epoch.out.find("seconds since 1970"), std::string::npos) << epoch.out;
+    EXPECT_THAT(epoch, HasSubstr("seconds since 1970"));
     EXPECT_EQ(Count("Reports WHERE noOfPeriods=50"), 1);
     EXPECT_EQ(Count("Measurements WHERE StartAt='2026,06,01,00,00,00,000'"), 2);
     ExpectRefused(From("ambiguous.csv", {"--functions", "LAeq", "--period", "24h"}),

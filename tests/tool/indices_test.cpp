@@ -57,20 +57,20 @@ TEST_F(IndicesTool, WritesTheSameAsTableCsvAndJson) {
               "2026-11-16 00:00:00.000,2026-11-17 00:00:00.000,50,29.17,,0,,0,,0,,0,50,"
               "2026-11-16 00:00:00.000,50,2026-11-16 00:00:00.000,50\n");
     const std::string table = Answer({"--coverage", "50"});
-    EXPECT_NE(table.find("   59.8   70.83   60.0     100      60.0"), table.npos) << table;
-    EXPECT_NE(table.find("  --   29.17"), table.npos) << table;
+    EXPECT_THAT(table, HasSubstr("   59.8   70.83   60.0     100      60.0"));
+    EXPECT_THAT(table, HasSubstr("  --   29.17"));
     const std::string json = Answer({"--json", "--per", "span", "--threshold", "55 dB"});
     for (const char* part :
          {"\"instrument\": \"A \\\"b\\\"\"", "\"hours\": \"7/19/23\"", "\"unit\": \"dB\"",
           "\"LAeq\": 58.45098", "\"> 55 dB\": 1, \"s > 55 dB\": 57600", "\n]}\n"})
-        EXPECT_NE(json.find(part), json.npos) << json;
+        EXPECT_THAT(json, HasSubstr(part));
 }
 
 TEST_F(IndicesTool, CountsNothingThatIsNotFinite) {
     Execute("UPDATE MeasuredValues SET Value=9e999 WHERE PeriodNo=16");
-    EXPECT_NE(Answer({"--csv", "--per", "span", "--threshold", "55 dB", "--percent", "0"})
-                  .find(",95.83,60,2026-11-15 07:00:00.000,50,2026-11-16 00:00:00.000,60,1,57600"),
-              std::string::npos);
+    EXPECT_THAT(
+        Answer({"--csv", "--per", "span", "--threshold", "55 dB", "--percent", "0"}),
+        HasSubstr(",95.83,60,2026-11-15 07:00:00.000,50,2026-11-16 00:00:00.000,60,1,57600"));
 }
 
 TEST_F(IndicesTool, GivesEventsTheirExposureLevels) {
@@ -79,26 +79,21 @@ TEST_F(IndicesTool, GivesEventsTheirExposureLevels) {
               "Start,Stop,Number,Seconds,LAeq,LAeq %,LAE,LAeq max,LAeq max at,Path\n"
               "2026-11-15 22:30:00.000,2026-11-16 01:00:00.000,7,9000,56.0206,100,96.35484,60,"
               "2026-11-15 22:00:00.000,7.wav\n");
-    EXPECT_EQ(Answer({"--events", "--csv", "--from", "2026-11-16"}).find("7.wav"),
-              std::string::npos);
+    EXPECT_THAT(Answer({"--events", "--csv", "--from", "2026-11-16"}), Not(HasSubstr("7.wav")));
     Execute("UPDATE Markers SET MarkerId=12345678,Stop='2027,03,11,01,17,45,678'");
-    EXPECT_NE(Answer({"--events"}).find(" 12345678  9946066 "), std::string::npos);
-    EXPECT_NE(Answer({"--events", "--csv"}).find(",12345678,9946065.678,"), std::string::npos);
+    EXPECT_THAT(Answer({"--events"}), HasSubstr(" 12345678  9946066 "));
+    EXPECT_THAT(Answer({"--events", "--csv"}), HasSubstr(",12345678,9946065.678,"));
 }
 
 TEST_F(IndicesTool, TakesFunctionsForWhatTheirNamesOrTheUserSay) {
-    EXPECT_NE(Answer({"--function", "Lmax", "--csv"}).find("Start,End,Lmax %,Lmax max,"),
-              std::string::npos);
-    EXPECT_NE(
-        Answer({"--function", "Vibration", "--kind", "rms", "--csv", "--threshold", "55 mm/s"})
-            .find(",Vibration rms,Vibration rms %,Vibration max,"),
-        std::string::npos);
-    EXPECT_NE(Answer({"--function", "Vibration", "--kind", "rms", "--threshold", "5.5e1mm/s"})
-                  .find("> 55 mm/s"),
-              std::string::npos);
-    EXPECT_NE(Answer({"--function", "L10", "--kind", "arithmetic", "--per", "span", "--csv"})
-                  .find(",56.66667,100,"),
-              std::string::npos);
+    EXPECT_THAT(Answer({"--function", "Lmax", "--csv"}), HasSubstr("Start,End,Lmax %,Lmax max,"));
+    EXPECT_THAT(
+        Answer({"--function", "Vibration", "--kind", "rms", "--csv", "--threshold", "55 mm/s"}),
+        HasSubstr(",Vibration rms,Vibration rms %,Vibration max,"));
+    EXPECT_THAT(Answer({"--function", "Vibration", "--kind", "rms", "--threshold", "5.5e1mm/s"}),
+                HasSubstr("> 55 mm/s"));
+    EXPECT_THAT(Answer({"--function", "L10", "--kind", "arithmetic", "--per", "span", "--csv"}),
+                HasSubstr(",56.66667,100,"));
 }
 
 TEST_F(IndicesTool, RefusesInOneLineWhatMakesNoSense) {

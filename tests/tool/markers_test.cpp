@@ -22,10 +22,9 @@ class Markers : public RecordingTool {
                         Words{"--start", "2026-11-15 " + time, "--trigger", "laeq>85"} + more);
     }
     std::string Shown(const Words& more = {}) {
-        const Outcome outcome = RunWords(
+        const std::string outcome = Done(
             Words{"markers", db_, "--instrument", "1", "--measurement", "noise", "--csv"} + more);
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        return outcome.out.substr(outcome.out.find('\n') + 1);
+        return outcome.substr(outcome.find('\n') + 1);
     }
     std::string Row(const std::string& start, const std::string& stop, const std::string& file,
                     const std::string& function = "LAeq,broadband",
@@ -40,7 +39,7 @@ TEST_F(Markers, SpanWhatIsLoudAndAreFoundByTimePeriodAndType) {
     const auto file = Events("1.wav");
     const Outcome outcome = RecordFrom(file, "10:00");
     ASSERT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_NE(outcome.out.find("2 markers"), std::string::npos) << outcome.out;
+    EXPECT_THAT(outcome.out, HasSubstr("2 markers"));
     const auto first = Row("10:00:01.000", "10:00:03.000", file);
     const auto second = Row("10:00:05.000", "10:00:06.000", file);  // ends with the sound
     EXPECT_EQ(Shown(), first + second);
@@ -59,7 +58,7 @@ TEST_F(Markers, HoldAsLongAsAskedForAndWatchSingleBands) {
     const auto file = Events("1.wav");
     const Words start{"--start",       "2026-11-15 10:00", "--trigger",
                       "Leq[1 KHZ]>85", "--hold",           "250ms"};
-    ASSERT_EQ(RunWords(RecordWords(file) + start).status, 0);
+    Done(RecordWords(file) + start);
     const auto row = [&](const char* from, const char* to) {
         return Row(from, to, file, "Leq,1 kHz", R"(""Leq"",band=""1 kHz"",level=""85"")");
     };
@@ -70,10 +69,8 @@ TEST_F(Markers, HoldAsLongAsAskedForAndWatchSingleBands) {
 TEST_F(Markers, LeftOpenByACrashAreClosedByTheProgramThatGoesOn) {
     const auto file = Events("1.wav"), other = Events("2.wav");
     const auto crash = [&](const std::string& time, int period) {
-        const auto trigger =
-            "CREATE TRIGGER Full BEFORE INSERT ON MeasuredValues WHEN NEW.PeriodNo=" +
-            std::to_string(period) + " BEGIN SELECT RAISE(ABORT, 'no room'); END";
-        Execute(trigger.c_str());
+        Execute("CREATE TRIGGER Full BEFORE INSERT ON MeasuredValues WHEN NEW.PeriodNo=" +
+                std::to_string(period) + " BEGIN SELECT RAISE(ABORT, 'no room'); END");
         EXPECT_EQ(RecordFrom(file, time).status, 1);
         Execute("DROP TRIGGER Full");
     };
@@ -118,18 +115,17 @@ TEST_F(Markers, RefuseWhatIsNotMeasured) {
 
 TEST_F(RecordingTool, SaysInWordsWhatTheVersionHistoryHolds) {
     const auto says = [&](const std::string& words) {
-        const Outcome outcome = RunWords({"version", db_});
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_NE(outcome.out.find(words), std::string::npos) << outcome.out;
+        const std::string outcome = Done({"version", db_});
+        EXPECT_THAT(outcome, HasSubstr(words));
     };
     says("Database of format 1, values in rows\nVersion '1' of 20");
-    EXPECT_EQ(RunWords({"version", db_, "--add", "1.1"}).status, 0);
+    Done({"version", db_, "--add", "1.1"});
     const std::string all = RunWords({"version", db_}).out;
     EXPECT_EQ(std::ranges::count(all, '\n'), 3) << all;
     EXPECT_LT(all.find("'1'"), all.find("\nVersion '1.1' of 20")) << all;
     Execute("DELETE FROM VersionHistory");
     says("history is empty");
-    EXPECT_EQ(RunWords({"version", db_, "--add", "2", "--info", "repaired"}).status, 0);
+    Done({"version", db_, "--add", "2", "--info", "repaired"});
     says(": repaired\n");
     for (const char* wrong : {"", "it's", "2\n3"})
         ExpectRefused({"version", db_, "--add", wrong}, "the version cannot be named");
@@ -142,7 +138,7 @@ TEST_F(RecordingTool, SaysInWordsWhatTheVersionHistoryHolds) {
     std::ofstream(empty).close();
     const Outcome none = RunWords({"version", empty});
     EXPECT_EQ(none.status, 0) << none.err;
-    EXPECT_NE(none.out.find("no tables"), std::string::npos) << none.out;
+    EXPECT_THAT(none.out, HasSubstr("no tables"));
     std::ofstream(text) << std::string(2000, 'x');
     ExpectRefused({"version", text}, "text.db'");
     ExpectRefused({"version", folder_ / "none.db"}, "there is no database");

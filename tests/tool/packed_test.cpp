@@ -1,6 +1,4 @@
 // Packed databases in the tool's hands.
-#include <gmock/gmock.h>
-
 #include <filesystem>
 
 #include "tool_fixture.h"
@@ -8,13 +6,9 @@
 namespace mersola::tool {
 namespace {
 
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::StartsWith;
-
 class Packed : public Tool {
   protected:
-    Packed() { EXPECT_EQ(RunWords({"init", packed_, "--layout", "packed"}).status, 0); }
+    Packed() { Done({"init", packed_, "--layout", "packed"}); }
 
     const std::string packed_ = folder_ / "packed.db";
 };
@@ -24,7 +18,7 @@ TEST_F(Packed, IsLaidOutWhereAskedForAndSaysSo) {
                 StartsWith("database of format 2, values packed\n"));
     const std::string rounded = folder_ / "rounded.db";
     const Words init{"init", rounded, "--layout", "packed", "--resolution"};
-    EXPECT_EQ(RunWords(init + Words{"0.010"}).status, 0);
+    Done(init + Words{"0.010"});
     EXPECT_THAT(RunWords({"version", rounded}).out,
                 StartsWith("Database of format 2, values packed in steps of 0.01\n"));
 
@@ -49,19 +43,17 @@ TEST_F(Packed, TakesCopiesOfRowsAndGivesThemBackBitForBit) {
 
 TEST_F(Packed, TakesCopiesThatItRoundsAndVerifiesThemToItsStep) {
     const std::string rounded = folder_ / "rounded.db";
-    EXPECT_EQ(RunWords({"init", rounded, "--layout", "packed", "--resolution", "0.5"}).status, 0);
-    Mersola store = Connected();
-    store.dbExecute("INSERT INTO Groups (GroupId,GroupName) VALUES (1,'Pier')");
-    store.dbExecute("INSERT INTO Measurements (GroupId,MeasId,MeasName) VALUES (1,1,'noise')");
-    store.dbExecute("INSERT INTO Reports (GroupId,MeasId,ReportId) VALUES (1,1,1)");
-    store.dbExecute("INSERT INTO MeasValueMap VALUES (1,1,1,1)");
-    store.dbExecute(
-        "WITH RECURSIVE p(n) AS (SELECT 0 UNION ALL SELECT n+1 FROM p WHERE n<399) "
-        "INSERT INTO MeasuredValues SELECT 1,n,1,1,0,n/7.0,NULL FROM p");
+    Done({"init", rounded, "--layout", "packed", "--resolution", "0.5"});
+    In(db_, {"INSERT INTO Groups (GroupId,GroupName) VALUES (1,'Pier')",
+             "INSERT INTO Measurements (GroupId,MeasId,MeasName) VALUES (1,1,'noise')",
+             "INSERT INTO Reports (GroupId,MeasId,ReportId) VALUES (1,1,1)",
+             "INSERT INTO MeasValueMap VALUES (1,1,1,1)",
+             "WITH RECURSIVE p(n) AS (SELECT 0 UNION ALL SELECT n+1 FROM p WHERE n<399) "
+             "INSERT INTO MeasuredValues SELECT 1,n,1,1,0,n/7.0,NULL FROM p"});
     EXPECT_THAT(RunWords({"copy", db_, rounded, "--verify"}).out,
                 HasSubstr("verified 400 values in 1 report and 400 periods, and 0 markers, with "
                           "values rounded to steps of 0.5\n"));
-    store.dbExecute("UPDATE MeasuredValues SET Value=Value+0.6 WHERE PeriodNo=9");
+    Execute("UPDATE MeasuredValues SET Value=Value+0.6 WHERE PeriodNo=9");
     EXPECT_THAT(RunWords({"copy", db_, rounded, "--verify"}).err,
                 HasSubstr("the two differ at period 9, "));
 }
@@ -69,26 +61,19 @@ TEST_F(Packed, TakesCopiesThatItRoundsAndVerifiesThemToItsStep) {
 class DamagedBlocks : public Packed {
   protected:
     DamagedBlocks() {
-        Mersola store(nullptr, nullptr, ConnectString().c_str(), 5);
-        store.dbExecute("INSERT INTO Groups (GroupId,GroupName) VALUES (1,'Pier')");
-        store.dbExecute(
+        In(packed_,
+           {"INSERT INTO Groups (GroupId,GroupName) VALUES (1,'Pier')",
             "INSERT INTO Measurements (GroupId,MeasId,MeasName,StartAt) VALUES "
-            "(1,1,'noise','2026,11,15,10,00,00,000')");
-        store.dbExecute(
+            "(1,1,'noise','2026,11,15,10,00,00,000')",
             "INSERT INTO Reports (GroupId,MeasId,ReportId,PeriodLen,RealPeriodLen,noOfPeriods) "
-            "VALUES (1,1,1,'00,00,00,01,000','NOT_SET',400)");
-        store.dbExecute("INSERT INTO MeasValueMap VALUES (1,1,1,1)");
-        store.dbExecute(
+            "VALUES (1,1,1,'00,00,00,01,000','NOT_SET',400)",
+            "INSERT INTO MeasValueMap VALUES (1,1,1,1)",
             "INSERT INTO MeasuredFunctions (GroupId,MeasId,ReportId,FuncId,Channel) VALUES "
-            "(1,1,1,1,1),(1,1,1,2,1)");
-        store.dbExecute(
+            "(1,1,1,1,1),(1,1,1,2,1)",
             "WITH RECURSIVE p(n) AS (SELECT 0 UNION ALL SELECT n+1 FROM p WHERE n<399) INSERT INTO "
-            "MeasuredValues SELECT 1,n,1,FuncId,0,n+0.5*FuncId,NULL FROM p,MeasuredFunctions");
+            "MeasuredValues SELECT 1,n,1,FuncId,0,n+0.5*FuncId,NULL FROM p,MeasuredFunctions"});
     }
-    std::string ConnectString() const { return "Provider=SQLite;Data Source={" + packed_ + "}"; }
-    void Change(const char* statement) const {
-        Mersola(nullptr, nullptr, ConnectString().c_str(), 5).dbExecute(statement);
-    }
+    void Change(const char* statement) const { In(packed_, {statement}); }
 };
 
 TEST_F(DamagedBlocks, AreNamedByCheckWhichReadsTheRest) {

@@ -23,20 +23,17 @@ class Picture : public RecordingTool {
         const auto file = Sound("a {bell} & b.wav", 2, [](double t, int) {
             return (t >= 1 && t < 1.5 ? 0.5 : 0.01) * std::sin(2 * std::numbers::pi * 1000 * t);
         });
-        const Outcome outcome =
-            RunWords(Words{"record", db_, file, "--instrument", instrument_, "--measurement",
-                           "Prüfung", "--trigger", "LAeq>80", "--start", "2026-11-15 " + time} +
-                     more);
-        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        Done(Words{"record", db_, file, "--instrument", instrument_, "--measurement", "Prüfung",
+                   "--trigger", "LAeq>80", "--start", "2026-11-15 " + time} +
+             more);
     }
     Words PlotWords(const std::string& file, const Words& more = {}) const {
         return Words{"plot", db_, "--instrument", "1", "--measurement", "1", "-o", folder_ / file} +
                more;
     }
     std::string Plotted(const std::string& file, const Words& more = {}) {
-        const Outcome outcome = RunWords(PlotWords(file, more));
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_NE(outcome.out.find("shows"), std::string::npos) << outcome.out;
+        const std::string outcome = Done(PlotWords(file, more));
+        EXPECT_THAT(outcome, HasSubstr("shows"));
         return Contents(folder_ / file);
     }
     // How many pieces the line of a picture is in.
@@ -55,21 +52,21 @@ class Picture : public RecordingTool {
 TEST_F(Picture, IsMadeInEachFormWithNamesAsTheyAre) {
     RecordAt("10:00");
     const auto svg = Plotted("a.svg");
-    EXPECT_NE(svg.find("width=\"1200\" height=\"720\""), svg.npos);
+    EXPECT_THAT(svg, HasSubstr("width=\"1200\" height=\"720\""));
     for (const char* text :
          {"Pier {4}_^ @x `id` \\\"&lt;&amp;>]]&gt; %d – Prüfung", ">a {bell} &amp; b<", ">1 kHz<",
           ">Leq in dB<", ">1 event<", ">Local time on 2026-11-15<", ">10:00:01.0<", "<image "})
-        EXPECT_NE(svg.find(text), svg.npos) << text;
+        EXPECT_THAT(svg, HasSubstr(text)) << text;
     const std::string parse =
         "python3 -c 'import sys, xml.dom.minidom; xml.dom.minidom.parse(sys.argv[1])' ";
     EXPECT_EQ(std::system((parse + (folder_ / "a.svg").string()).c_str()), 0);
 
     const auto html = Plotted("a.HTML", {"--function", "l10", "--width", "640"});
-    EXPECT_TRUE(html.starts_with("<!DOCTYPE html>"));
-    EXPECT_NE(html.find("width=\"640\""), html.npos);
-    EXPECT_EQ(html.find("<image "), html.npos) << "L10 has no bands";
-    EXPECT_NE(html.find(">L10 in dB<"), html.npos);
-    EXPECT_NE(html.find("width=\"360\""), html.npos) << "for telephones";
+    EXPECT_THAT(html, StartsWith("<!DOCTYPE html>"));
+    EXPECT_THAT(html, HasSubstr("width=\"640\""));
+    EXPECT_THAT(html, Not(HasSubstr("<image "))) << "L10 has no bands";
+    EXPECT_THAT(html, HasSubstr(">L10 in dB<"));
+    EXPECT_THAT(html, HasSubstr("width=\"360\"")) << "for telephones";
     EXPECT_EQ(html.find("id='gpDot'"), html.rfind("id='gpDot'")) << "names are there once";
 
     const auto png = Plotted("a.png", {"--height", "400"});
@@ -85,26 +82,26 @@ TEST_F(Picture, BreaksTheLineWhereNothingValidIsStored) {
     Execute("UPDATE MeasuredValues SET Status='A' WHERE FuncId=2 AND PeriodNo IN (5,40)");
     const auto svg = Plotted("a.svg");
     EXPECT_EQ(Pieces(svg), 4);
-    EXPECT_NE(svg.find(">no values<"), svg.npos);
+    EXPECT_THAT(svg, HasSubstr(">no values<"));
     EXPECT_EQ(Pieces(Plotted("a.svg", {"--to", "2026-11-15 10:00:01"})), 2);
 }
 
 TEST_F(Picture, OfManyPeriodsHasNoMorePointsThanPixels) {
     RecordAt("10:00", {"--period", "2ms"});
     const auto svg = Plotted("a.svg", {"--width", "600"});
-    EXPECT_NE(svg.find("A column holds 3 periods"), svg.npos);
+    EXPECT_THAT(svg, HasSubstr("A column holds 3 periods"));
     EXPECT_LT(svg.size(), 120'000U);
 }
 
 TEST_F(Picture, ShowsAHoleOfOneColumn) {
     RecordAt("10:00", {"--period", "2ms"});
     const auto whole = Plotted("a.svg");
-    EXPECT_EQ(whole.find(">some values missing<"), whole.npos);
+    EXPECT_THAT(whole, Not(HasSubstr(">some values missing<")));
     Execute("UPDATE MeasuredValues SET Status='A' WHERE FuncId=2 AND PeriodNo=500");
-    EXPECT_NE(Plotted("a.svg", {"--width", "600"}).find(">some values missing<"), whole.npos);
+    EXPECT_THAT(Plotted("a.svg", {"--width", "600"}), HasSubstr(">some values missing<"));
     const auto svg = Plotted("a.svg", {"--width", "1300"});
     EXPECT_EQ(Pieces(svg), 2);
-    EXPECT_NE(svg.find(">no values<"), svg.npos);
+    EXPECT_THAT(svg, HasSubstr(">no values<"));
 }
 
 TEST_F(Picture, OfALongTimeHasBandsThatOccurOnceInIt) {
@@ -116,9 +113,9 @@ TEST_F(Picture, OfALongTimeHasBandsThatOccurOnceInIt) {
         "Status FROM MeasuredValues WHERE FuncId=1");
     Execute("UPDATE Reports SET noOfPeriods=40001");
     const auto svg = Plotted("a.svg", {"--from", "2026-11-15"});
-    EXPECT_NE(svg.find(">1 kHz<"), svg.npos);
-    EXPECT_NE(svg.find(">100 Hz<"), svg.npos);
-    EXPECT_EQ(svg.find(">500 Hz<"), svg.npos);
+    EXPECT_THAT(svg, HasSubstr(">1 kHz<"));
+    EXPECT_THAT(svg, HasSubstr(">100 Hz<"));
+    EXPECT_THAT(svg, Not(HasSubstr(">500 Hz<")));
 }
 
 TEST_F(Picture, HasWhatIsAskedForWrittenOnIt) {
@@ -129,26 +126,24 @@ TEST_F(Picture, HasWhatIsAskedForWrittenOnIt) {
                           "2026-11-15 10:01:00"});
     for (const char* text : {">Night of the long words<", ">LAeq in dB re 20 µPa<", "> 200<",
                              ">≥ 31<", ">≤ 30<", ">10:00:50<", ">no values<"})
-        EXPECT_NE(svg.find(text), svg.npos) << text;
+        EXPECT_THAT(svg, HasSubstr(text)) << text;
     const auto days = Plotted("a.svg", {"--by", "day", "--function", "LAeq"});
     for (const char* text : {">Hour of the day<", ">24<", ">LAeq in dB<", ">no values<"})
-        EXPECT_NE(days.find(text), days.npos) << text;
+        EXPECT_THAT(days, HasSubstr(text)) << text;
 }
 
 TEST_F(Picture, HasALineForEachFunctionChannelAndMeasurement) {
     const auto file = Sound(
         "two.wav", 2, [](double t, int) { return 0.1 * std::sin(6000 * t); }, 48000, 2);
     for (const char* time : {"10:00", "10:01"})
-        ASSERT_EQ(RunWords({"record", db_, file, "--instrument", "Pier", "--measurement", time,
-                            "--start", std::string("2026-11-15 ") + time})
-                      .status,
-                  0);
+        Done({"record", db_, file, "--instrument", "Pier", "--measurement", time, "--start",
+              std::string("2026-11-15 ") + time});
     const auto svg = Plotted("a.svg", {"--measurement", "2", "--channel", "1", "--channel", "2",
                                        "--function", "LAeq", "--function", "L10"});
     for (const char* text :
          {"LAeq, channel 1, 10:00", "L10, channel 2, 10:01", "Channels 1, 2 · LAeq, L10"})
-        EXPECT_NE(svg.find(text), svg.npos) << text;
-    EXPECT_EQ(svg.find("<image "), svg.npos);
+        EXPECT_THAT(svg, HasSubstr(text)) << text;
+    EXPECT_THAT(svg, Not(HasSubstr("<image ")));
     ExpectRefused(PlotWords("b.svg", {"--channel", "1", "--channel", "2", "--function", "Leq"}),
                   "no room for spectra");
     ExpectRefused(PlotWords("b.svg", {"--channel", "1", "--channel", "2", "--by", "day"}),
@@ -205,7 +200,7 @@ TEST_F(Picture, IsNotThereWhenItCannotBeMade) {
     Execute("UPDATE MeasuredValues SET Status='A'");
     ExpectRefused(PlotWords("a.svg"), "there are no values");
     for (const auto& entry : std::filesystem::directory_iterator(folder_ / "."))
-        EXPECT_EQ(entry.path().string().find(".svg"), std::string::npos) << entry.path();
+        EXPECT_THAT(entry.path().string(), Not(HasSubstr(".svg"))) << entry.path();
 }
 
 TEST(TimeAxis, HasRoundTicksForAnyLengthAndEachDateOnce) {

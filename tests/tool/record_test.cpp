@@ -17,27 +17,25 @@ double Loud(double t, int) {
 
 TEST_F(RecordingTool, PutsNoOtherSoundBesideWhatAPeriodHoldsOfAFunction) {
     // Of 24 bands, then of 31 and with a second channel, over the first eight periods and a gap.
-    ASSERT_EQ(RunWords(RecordWords(Silence("slow.wav", 1, 8000)) + kStart).status, 0);
+    Done(RecordWords(Silence("slow.wav", 1, 8000)) + kStart);
     const Words later{"--start", "2026-11-15 10:00:01.500"};
-    ASSERT_EQ(RunWords(RecordWords(Silence("slow.wav", 0.5, 8000)) + later).status, 0);
+    Done(RecordWords(Silence("slow.wav", 0.5, 8000)) + later);
     const long before = Count("MeasuredValues");
     const auto loud = Sound("loud.wav", 2, Loud, 48000, 2);
     const Words trigger{"--trigger", "LAeq>80"};
-    const Outcome stereo = RunWords(RecordWords(loud) + kStart);
-    ASSERT_EQ(stereo.status, 0) << stereo.err;
-    EXPECT_NE(stereo.out.find("Recorded 16 periods"), stereo.out.npos) << stereo.out;
-    EXPECT_NE(stereo.out.find("Of periods 0 to 7 and 12 to 15 some functions were stored before"),
-              stereo.out.npos)
-        << stereo.out;
-    EXPECT_EQ(stereo.out.find("left as they were: "), stereo.out.npos) << stereo.out;
+    const std::string stereo = Done(RecordWords(loud) + kStart);
+    EXPECT_THAT(stereo, HasSubstr("Recorded 16 periods"));
+    EXPECT_THAT(stereo,
+                HasSubstr("Of periods 0 to 7 and 12 to 15 some functions were stored before"));
+    EXPECT_THAT(stereo, Not(HasSubstr("left as they were: ")));
     EXPECT_EQ(Count("MeasuredValues WHERE Channel=1 AND PeriodNo NOT BETWEEN 8 AND 11"), before);
     EXPECT_EQ(Count("MeasuredValues WHERE Channel=1 AND PeriodNo=8"), 3 * 30 + 4);
     EXPECT_EQ(Count("MeasuredValues WHERE Channel=2"), 16 * (3 * 30 + 4));
 
     const auto mono = Sound("mono.wav", 2, Loud);
     const Outcome kept = RunWords(RecordWords(mono) + kStart + trigger);
-    EXPECT_NE(kept.out.find("Recorded 0 periods"), kept.out.npos) << kept.out << kept.err;
-    EXPECT_NE(kept.out.find("left as they were: periods 0 to 15."), kept.out.npos) << kept.out;
+    EXPECT_THAT(kept.out, HasSubstr("Recorded 0 periods"));
+    EXPECT_THAT(kept.out, HasSubstr("left as they were: periods 0 to 15."));
     // The gap alone has this sound's levels.
     EXPECT_EQ(Count("Markers WHERE Start='2026,11,15,10,00,01,000' AND "
                     "Stop='2026,11,15,10,00,01,500'"),
@@ -53,8 +51,8 @@ TEST_F(RecordingTool, TellsThatASoundIsShorterThanItsHeaderSays) {
         std::filesystem::resize_file(path, std::filesystem::file_size(path) / 2);
         const Outcome outcome = RunWords(RecordWords(path, name) + kStart);
         EXPECT_EQ(outcome.status, 1) << name;
-        EXPECT_NE(outcome.err.find(" s (it ends early); 1"), outcome.err.npos) << outcome.err;
-        EXPECT_NE(outcome.err.find(" periods safely stored"), outcome.err.npos) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(" s (it ends early); 1"));
+        EXPECT_THAT(outcome.err, HasSubstr(" periods safely stored"));
     }
     // Who writes to a pipe does not know the length, and says so in one way or another.
     const auto path = Sound("pipe.wav", 1, Loud, 48000, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
@@ -62,8 +60,7 @@ TEST_F(RecordingTool, TellsThatASoundIsShorterThanItsHeaderSays) {
     const auto data = sound.find("data") + 4;
     for (const char* length : {"\xff\xff\xff\xff", "\xff\xff\xff\x7f"}) {
         std::ofstream(path) << sound.replace(data, 4, length);
-        const Outcome outcome = RunWords(RecordWords(path, "pipe") + kStart);
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        Done(RecordWords(path, "pipe") + kStart);
     }
 }
 
@@ -80,7 +77,7 @@ TEST_F(RecordingTool, WaitsForOthersAsLongAsItIsTold) {
         const Outcome outcome = RunWords(words + Words{"--timeout", "1"});
         EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(5));
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_NE(outcome.err.find("locked"), outcome.err.npos) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr("locked"));
         ExpectRefused(words + Words{"--timeout", "0"}, "is not a number of seconds", 2);
     }
     other.RollbackTrans();

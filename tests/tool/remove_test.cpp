@@ -1,8 +1,4 @@
 // What prune and delete show, what goes, and that what was to stay reads as before.
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <pty.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -11,15 +7,13 @@
 #include <fstream>
 #include <thread>
 
-#include "support/child.h"
-#include "support/database.h"
+#include "terminal.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::HasSubstr;
 
 // Two instruments, each with 'spring', 400 quarters of an hour from 2020-03-01 on, and 'autumn', as
 // many from 2020-09-01 on.
@@ -27,7 +21,7 @@ class Removed : public Tool, public testing::WithParamInterface<const char*> {
   protected:
     Removed() {
         std::filesystem::remove(db_);
-        EXPECT_EQ(RunWords({"init", db_, "--layout", GetParam()}).status, 0);
+        Done({"init", db_, "--layout", GetParam()});
         for (const char* instrument : {"Pier 4", "Gate"})
             for (const auto& [name, month] : {std::pair("spring", "03"), {"autumn", "09"}})
                 Import(instrument, name, std::string("2020-") + month + "-01", 400);
@@ -42,31 +36,20 @@ class Removed : public Tool, public testing::WithParamInterface<const char*> {
             for (int i = first; i < first + periods; ++i)
                 file << i << ',' << 40 + i % 97 * 0.37 << ',' << 60 + i % 89 * 0.1 << '\n';
         }
-        const Outcome outcome =
-            RunWords({"import", db_, csv_, "--instrument", instrument, "--measurement", measurement,
-                      "--start", start + " 00:00", "--period", length, "--functions", "LAeq,Lmax"});
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        Done({"import", db_, csv_, "--instrument", instrument, "--measurement", measurement,
+              "--start", start + " 00:00", "--period", length, "--functions", "LAeq,Lmax"});
     }
     void Mark(const std::string& path, const std::string& day, const char* measurement = "1") {
-        Execute(("INSERT INTO Markers VALUES (1," + std::string(measurement) + ",'" + path +
-                 "','2020," + day + ",10,00,00,000','2020," + day +
-                 ",10,00,05,000',1,0,'',2,0,0,'',0)")
-                    .c_str());
+        Execute("INSERT INTO Markers VALUES (1," + std::string(measurement) + ",'" + path +
+                "','2020," + day + ",10,00,00,000','2020," + day +
+                ",10,00,05,000',1,0,'',2,0,0,'',0)");
     }
     std::string Exported(const Words& more = {}) const {
         return RunWords(Words{"export", db_, "--plain"} + more).out;
     }
     void ExpectNoFindings() const {
-        const Outcome outcome = RunWords({"check", db_});
-        EXPECT_EQ(outcome.status, 0) << outcome.out;
-        EXPECT_THAT(outcome.out, testing::Not(HasSubstr("remark")));
-    }
-    auto PruningChild(const Words& words) const {
-        return std::make_unique<test::Child>([=](const auto& acknowledge) {
-            const Outcome outcome = RunWords(words);
-            acknowledge(outcome.err);
-            return outcome.status;
-        });
+        const std::string outcome = Done({"check", db_});
+        EXPECT_THAT(outcome, Not(HasSubstr("remark")));
     }
 
     const Words prune_{"prune", db_, "--before", "2020-09-02 12:00"};
@@ -83,12 +66,11 @@ INSTANTIATE_TEST_SUITE_P(Layouts, Removed, testing::Values("rows", "packed"),
 
 TEST_P(Removed, ByAgeIsShownFirstAndWhatIsYoungerReadsAsBefore) {
     const std::string all = Exported(), younger = Exported({"--from", "2020-09-02 12:00"});
-    const Outcome shown = RunWords(prune_ + Words{"--dry-run"});
-    EXPECT_EQ(shown.status, 0) << shown.err;
-    EXPECT_THAT(shown.out, HasSubstr("instrument 'Gate' (2), measurement 'spring' (1): all of it, "
-                                     "400 periods with about 800 values, about "));
-    EXPECT_THAT(shown.out, HasSubstr("measurement 'autumn' (2): 144 periods with about 288 val"));
-    EXPECT_THAT(shown.out, HasSubstr("In all 2 measurements, 1088 periods with about 2176 values"));
+    const std::string shown = Done(prune_ + Words{"--dry-run"});
+    EXPECT_THAT(shown, HasSubstr("instrument 'Gate' (2), measurement 'spring' (1): all of it, "
+                                 "400 periods with about 800 values, about "));
+    EXPECT_THAT(shown, HasSubstr("measurement 'autumn' (2): 144 periods with about 288 val"));
+    EXPECT_THAT(shown, HasSubstr("In all 2 measurements, 1088 periods with about 2176 values"));
     EXPECT_EQ(Exported(), all);
 
     const Outcome one = RunWords(prune_ + yes_ + Words{"--instrument", "gate"});
@@ -96,17 +78,15 @@ TEST_P(Removed, ByAgeIsShownFirstAndWhatIsYoungerReadsAsBefore) {
     EXPECT_EQ(Exported({"--instrument", "Pier 4"}),
               all.substr(0, all.find('\n') + 1) +
                   all.substr(all.find("\nPier 4") + 1, all.find("\nGate") - all.find("\nPier 4")));
-    const Outcome rest = RunWords(prune_ + yes_);
-    EXPECT_EQ(rest.status, 0) << rest.err;
-    EXPECT_THAT(rest.out, HasSubstr("Deleted 1 measurement, 544 periods"));
+    const std::string rest = Done(prune_ + yes_);
+    EXPECT_THAT(rest, HasSubstr("Deleted 1 measurement, 544 periods"));
     EXPECT_EQ(Exported(), younger);
     ExpectNoFindings();
     EXPECT_THAT(RunWords({"list", db_}).out,
                 HasSubstr("400 periods of 15 min, stored from period 144 at 2020-09-02 12:00"));
-    const Outcome nothing = RunWords(prune_);
-    EXPECT_EQ(nothing.status, 0) << nothing.err;
-    EXPECT_THAT(nothing.out, HasSubstr("Nothing in "));
-    EXPECT_EQ(RunWords({"prune", db_, "--keep", "1d", "--yes"}).status, 0);
+    const std::string nothing = Done(prune_);
+    EXPECT_THAT(nothing, HasSubstr("Nothing in "));
+    Done({"prune", db_, "--keep", "1d", "--yes"});
     EXPECT_EQ(Count("Measurements"), 0);
     EXPECT_EQ(Count("Groups"), 2);
 }
@@ -123,7 +103,7 @@ TEST_P(Removed, GoesOnAfterAKillAndASignalBesideOneWhoWrites) {
                 ->Fields(0)
                 .Long();
         };
-        const auto child = PruningChild(slowly);
+        const auto child = Started(slowly);
         for (const long before = left(); left() >= before && !child->HasEnded(); ++written) {
             writer.dbExecute(("INSERT INTO MeasuredValues VALUES (1," +
                               std::to_string(400 + written) + ",1,1000,0,1,'')")
@@ -143,8 +123,7 @@ TEST_P(Removed, GoesOnAfterAKillAndASignalBesideOneWhoWrites) {
     EXPECT_GT(written, 0);
     writer.dbExecute("DELETE FROM MeasuredValues WHERE FuncId=1000");
     ExpectNoFindings();
-    const Outcome last = RunWords(prune_ + yes_);
-    EXPECT_EQ(last.status, 0) << last.err;
+    Done(prune_ + yes_);
     EXPECT_EQ(Exported(), younger);
     ExpectNoFindings();
 }
@@ -157,27 +136,24 @@ TEST_P(Removed, TakesAWrongImportBackOrPartsOfIt) {
     const Outcome shown = RunWords(wrong + Words{"--dry-run"});
     EXPECT_THAT(shown.out, HasSubstr("(1): 70 periods with about 140 values"));
     EXPECT_NE(Exported(), right);
-    EXPECT_EQ(RunWords(wrong + yes_).status, 0);
+    Done(wrong + yes_);
     EXPECT_EQ(Exported(), right);
     EXPECT_THAT(RunWords(wrong + yes_).out, HasSubstr("There is nothing to delete in "));
     ExpectNoFindings();
 
     const std::string laeq = Exported({"--function", "LAeq"});
-    EXPECT_EQ(RunWords(pier_ + yes_ + Words{"--function", "lmax"}).status, 0);
-    EXPECT_EQ(
-        RunWords({"delete", db_, "--instrument", "2", "--channel", "1", "--function", "3", "--yes"})
-            .status,
-        0);
+    Done(pier_ + yes_ + Words{"--function", "lmax"});
+    Done({"delete", db_, "--instrument", "2", "--channel", "1", "--function", "3", "--yes"});
     EXPECT_EQ(Exported(), laeq);
-    EXPECT_THAT(RunWords({"list", db_}).out, testing::Not(HasSubstr("Lmax")));
+    EXPECT_THAT(RunWords({"list", db_}).out, Not(HasSubstr("Lmax")));
     ExpectNoFindings();
     const Words gate{"--instrument", "Gate"};
     const std::string other = Exported(gate);
-    EXPECT_EQ(RunWords(pier_ + spring_ + yes_).status, 0);
-    EXPECT_THAT(RunWords({"list", db_}).out, testing::Not(HasSubstr("Pier 4 (1)\n  spring")));
+    Done(pier_ + spring_ + yes_);
+    EXPECT_THAT(RunWords({"list", db_}).out, Not(HasSubstr("Pier 4 (1)\n  spring")));
     EXPECT_EQ(Exported(gate), other);
     // With its last function a measurement goes whole, but not its instrument.
-    EXPECT_EQ(RunWords(pier_ + yes_ + Words{"--function", "LAeq"}).status, 0);
+    Done(pier_ + yes_ + Words{"--function", "LAeq"});
     EXPECT_EQ(Count("Measurements"), 2);
     EXPECT_EQ(Count("Groups"), 2);
     EXPECT_THAT(RunWords(pier_ + yes_).out, HasSubstr("and the instrument itself"));
@@ -237,43 +213,22 @@ TEST_P(Removed, IsRefusedInOneLineWhereTheCallIsWrong) {
                       "the deletion failed (database is locked; another program holds it");
     }
     // What lies ahead does not say that all is old.
-    EXPECT_EQ(RunWords({"prune", db_, "--before", tomorrow, "--force", "--dry-run"}).status, 0);
-}
-
-// Without a terminal, and on one of its own on which `typed` is typed; the exit status.
-int Asked(const Words& words, const char* typed) {
-    int terminal = -1;
-    const pid_t child = typed ? forkpty(&terminal, nullptr, nullptr, nullptr) : fork();
-    if (child == 0) {
-        if (!typed) setsid();
-        _exit(RunWords(words).status);
-    }
-    std::string screen;
-    char c = 0;
-    if (typed) {
-        while (!screen.ends_with("[yes/no] ") && read(terminal, &c, 1) == 1)
-            screen += c;
-        EXPECT_EQ(write(terminal, typed, std::char_traits<char>::length(typed)),
-                  std::ssize(std::string(typed)));
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (typed) close(terminal);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    Done({"prune", db_, "--before", tomorrow, "--force", "--dry-run"});
 }
 
 TEST_P(Removed, IsAskedForOnATerminalAndOtherwiseRefused) {
     const auto values = Count("MeasuredValues");
-    EXPECT_EQ(Asked(prune_, nullptr), 1);
+    test::Child unasked([&](const auto&) { return setsid(), RunWords(prune_).status; });
+    EXPECT_EQ(unasked.Wait(), 1);
     EXPECT_EQ(Count("MeasuredValues"), values);
-    int ends[2];
-    if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0)
-        GTEST_SKIP() << "this system gives no terminal (/dev/pts)";
-    close(ends[0]), close(ends[1]);
+    if (!HasTerminals()) GTEST_SKIP() << "this system gives no terminal (/dev/pts)";
+    const auto asked = [&](const char* typed) {
+        return TypedOn("[yes/no] ", typed, [&] { return RunWords(prune_).status; }).status;
+    };
     for (const auto& [typed, status] : {std::pair("no\n", 1), {"\n", 1}, {"\x03", 130}})
-        EXPECT_EQ(Asked(prune_, typed), status);
+        EXPECT_EQ(asked(typed), status);
     EXPECT_EQ(Count("MeasuredValues"), values);
-    EXPECT_EQ(Asked(prune_, "yes\n"), 0);
+    EXPECT_EQ(asked("yes\n"), 0);
     EXPECT_EQ(Count("MeasuredValues"), 1024);
 }
 
@@ -291,10 +246,9 @@ std::vector<std::string> Left(const std::string& database, const std::string& cs
           {"rename", database, "--instrument", "Pier 4", "--to", "Südmole"},
           Words{"delete", database, "--function", "LAeq"} + gate + yes,
           {"delete", database, "--instrument", "1", "--yes"}}) {
-        const Outcome outcome = RunWords(words);
-        EXPECT_EQ(outcome.status, 0) << words[0] << ": " << outcome.err;
+        Done(words);
         left.push_back(RunWords({"export", database, "--plain"}).out);
-        EXPECT_EQ(RunWords({"check", database}).status, 0) << RunWords({"check", database}).out;
+        Done({"check", database});
     }
     return left;
 }

@@ -1,6 +1,4 @@
 // Other names, and values that go from a wrong band to the right one.
-#include <gmock/gmock.h>
-
 #include <filesystem>
 #include <fstream>
 
@@ -9,15 +7,13 @@
 namespace mersola::tool {
 namespace {
 
-using testing::HasSubstr;
-
 // Two instruments with a measurement 'day' in the band 1 kHz, and of the first one 'night' in that
 // and in 2 kHz.
 class Renamed : public Tool, public testing::WithParamInterface<const char*> {
   protected:
     Renamed() {
         std::filesystem::remove(db_);
-        EXPECT_EQ(RunWords({"init", db_, "--layout", GetParam()}).status, 0);
+        Done({"init", db_, "--layout", GetParam()});
         {
             std::ofstream file(csv_);
             file << "Instrument,Measurement,Band,Period,Value\n";
@@ -26,23 +22,18 @@ class Renamed : public Tool, public testing::WithParamInterface<const char*> {
                 for (int i = 0; i < 300; ++i)
                     file << place << ',' << i << ',' << i * 0.25 << '\n';
         }
-        const Outcome outcome = RunWords({"import", db_, csv_, "--function", "LAeq", "--start",
-                                          "2020-03-01 00:00", "--period", "1s"});
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        Done({"import", db_, csv_, "--function", "LAeq", "--start", "2020-03-01 00:00", "--period",
+              "1s"});
         Execute(
             "INSERT INTO Markers VALUES (1,1,'','2020,03,01,00,00,01,000',"
             "'2020,03,01,00,00,02,000',1,0,'',2,30,0,'',0)");
     }
     std::string Exported() const { return RunWords({"export", db_, "--plain"}).out; }
     std::string Rename(const Words& words) const {
-        const Outcome outcome = RunWords(Words{"rename", db_} + words);
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        return outcome.out;
+        const std::string outcome = Done(Words{"rename", db_} + words);
+        return outcome;
     }
-    void ExpectNoFindings() const {
-        const Outcome outcome = RunWords({"check", db_});
-        EXPECT_EQ(outcome.status, 0) << outcome.out;
-    }
+    void ExpectNoFindings() const { Done({"check", db_}); }
     static std::string Replaced(std::string text, const std::string& old,
                                 const std::string& replacement) {
         for (auto at = text.find(old); at != text.npos; at = text.find(old, at + 1))

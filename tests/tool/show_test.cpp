@@ -3,7 +3,6 @@
 #include <filesystem>
 
 #include "recording_fixture.h"
-#include "support/watched_provider.h"
 
 namespace mersola::tool {
 namespace {
@@ -16,7 +15,7 @@ class Shown : public RecordingTool {
         const auto file = Silence("1.wav", 2);
         for (const auto& [name, start] :
              {std::pair("a", "2026-11-15 23:59:58"), {"b", "2026-11-16 00:00:01"}})
-            EXPECT_EQ(RunWords(RecordWords(file, name) + Words{"--start", start}).status, 0);
+            Done(RecordWords(file, name) + Words{"--start", start});
     }
     // The numbers of the periods that are shown.
     static std::string Periods(const Outcome& outcome, std::size_t column = 0) {
@@ -46,14 +45,13 @@ TEST_F(Shown, BeginsAtTheFirstStoredPeriodAlsoWhereOnlyTheValuesKnowIt) {
     EXPECT_EQ(Periods(RunWords(Laeq(a_))), "14 15");
     EXPECT_EQ(Periods(RunWords(Laeq(a_ + Words{"--count", "1"}))), "14");
     EXPECT_EQ(Periods(RunWords(Exported(a_ + Words{"--count", "1"})), 4), "14");
-    EXPECT_TRUE(Periods(RunWords(Laeq(chain_))).starts_with("14 15 16"));
+    EXPECT_THAT(Periods(RunWords(Laeq(chain_))), StartsWith("14 15 16"));
     const Words plot{"plot", db_, "--instrument", "1", "-o", folder_ / "1.svg"};
     for (const Words& whose : {a_, chain_})
-        EXPECT_NE(RunWords(plot + whose).out.find("from 2026-11-15 23:59:59.750"),
-                  std::string::npos);
+        EXPECT_THAT(RunWords(plot + whose).out, HasSubstr("from 2026-11-15 23:59:59.750"));
     Execute("DELETE FROM MeasuredValues WHERE MeasValueId=1");
-    EXPECT_TRUE(Periods(RunWords(Laeq(a_))).starts_with("0 1 2 "));
-    EXPECT_TRUE(Periods(RunWords(Laeq(chain_))).starts_with("24 25 "));
+    EXPECT_THAT(Periods(RunWords(Laeq(a_))), StartsWith("0 1 2 "));
+    EXPECT_THAT(Periods(RunWords(Laeq(chain_))), StartsWith("24 25 "));
 }
 
 TEST_F(Shown, TakesThePeriodsThatBeginWithinATime) {
@@ -80,7 +78,7 @@ TEST_F(Shown, TakesThePeriodsThatBeginWithinATime) {
     ExpectRefused(Laeq(a_ + Words{"--to", "10"}), "'10' is not a time", 2);
     Execute("UPDATE Measurements SET StartAt='soon' WHERE MeasName='b'");
     ExpectRefused(Exported(midnight), "no valid times");
-    EXPECT_EQ(RunWords(Exported({"--from", "3"})).status, 0);
+    Done(Exported({"--from", "3"}));
 }
 
 TEST_F(Shown, TellsHolesInMeasurementsAndTheShareOfTimeThatIsStored) {
@@ -109,23 +107,20 @@ TEST_F(Shown, TellsHolesInMeasurementsAndTheShareOfTimeThatIsStored) {
               "measurement,0,15,a,81.25\nhole,0,1,a,\nhole,5,5,a,\n"
               "measurement,8,23,b,56.25\noverlap,8,15,b,\nhole,17,23,b,\nwhole,0,23,,58.33\n");
     Execute("DELETE FROM MeasuredValues");
-    EXPECT_NE(rows().find("hole,0,15,a,\n"), std::string::npos);
-    EXPECT_NE(rows().find("whole,0,23,,0\n"), std::string::npos);
+    EXPECT_THAT(rows(), HasSubstr("hole,0,15,a,\n"));
+    EXPECT_THAT(rows(), HasSubstr("whole,0,23,,0\n"));
 }
 
 TEST_F(Shown, IsListedInAHandfulOfStatements) {
-    test::RegisterWatchedProvider();
     const auto listed = [&] {
         test::TheWatch().Reset();
-        const Outcome list =
-            RunWords({"list", "Provider=SQLite;Data Source=\"" + db_ + "\"" + test::kWatched});
-        EXPECT_EQ(list.out, RunWords({"list", db_}).out) << list.err;
+        EXPECT_EQ(Done({"list", Watched(db_)}), Done({"list", db_}));
         return test::TheWatch().statements.size();
     };
     const auto few = listed();
     EXPECT_LE(few, 12U);
     for (const char* name : {"c", "d", "e"})
-        ASSERT_EQ(RunWords(RecordWords(folder_ / "1.wav", name)).status, 0);
+        Done(RecordWords(folder_ / "1.wav", name));
     EXPECT_EQ(listed(), few);
 }
 

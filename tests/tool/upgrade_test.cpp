@@ -1,6 +1,4 @@
 // Databases of every version, and what an upgrade makes of them.
-#include <gmock/gmock.h>
-
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -10,11 +8,6 @@
 
 namespace mersola::tool {
 namespace {
-
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
 
 class Golden : public Tool {
   protected:
@@ -26,7 +19,7 @@ class Golden : public Tool {
                     HasSubstr("\n    report 2: 1 period of 15 min, "));
         EXPECT_THAT(RunWords({"check", file}).out, EndsWith("; 10 values were checked\n"));
 
-        Mersola store("", "", ("Provider=SQLite;Data Source={" + file + "}").c_str(), 5);
+        Mersola store = tool::Connected(file);
         store.SetInstrument(store.locateInstrumentId("Überwachung"));
         store.SetMeasurement(1);
         store.SetReport(1);
@@ -60,7 +53,7 @@ TEST_F(Golden, DatabasesOfEveryVersionAreReadAndUpgraded) {
         EXPECT_THAT(planned.out, HasSubstr("  rewrite the file"));
         EXPECT_EQ(planned.out.find("  mark the database") == std::string::npos, isMarked);
         EXPECT_EQ(Contents(file), before);
-        EXPECT_EQ(RunWords({"upgrade", file}).status, 0);
+        Done({"upgrade", file});
         EXPECT_THAT(RunWords({"version", file}).out, HasSubstr(": Upgraded by mersola "));
         EXPECT_THAT(RunWords({"list", file}).out,
                     StartsWith("database of format " + std::string(layout == "packed" ? "2" : "1") +
@@ -77,8 +70,8 @@ class Upgrading : public Tool {
   protected:
     Upgrading() { Mark(0, 0); }
     void Mark(std::int32_t applicationId, int userVersion) const {
-        Execute(("PRAGMA application_id=" + std::to_string(applicationId)).c_str());
-        Execute(("PRAGMA user_version=" + std::to_string(userVersion)).c_str());
+        In(db_, {"PRAGMA application_id=" + std::to_string(applicationId),
+                 "PRAGMA user_version=" + std::to_string(userVersion)});
     }
 };
 
@@ -102,13 +95,12 @@ TEST_F(Upgrading, CopiesFirstAndNeverOverAnything) {
 TEST_F(Upgrading, LetsAFileGiveFreedRoomBackAndWaitsForNobody) {
     {
         Mersola store = Connected();  // as earlier versions laid it out
-        store.dbExecute("PRAGMA auto_vacuum=NONE");
-        store.dbExecute("VACUUM");
-        store.dbExecute("INSERT INTO Groups VALUES (1,'a','','','')");
-        store.dbExecute("INSERT INTO MeasValueMap VALUES (1,1,1,1)");
-        store.dbExecute(
-            "INSERT INTO MeasuredValues WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 "
-            "FROM n WHERE i<20000) SELECT 1,i,1,1,30,i,'' FROM n");
+        for (const char* sql :
+             {"PRAGMA auto_vacuum=NONE", "VACUUM", "INSERT INTO Groups VALUES (1,'a','','','')",
+              "INSERT INTO MeasValueMap VALUES (1,1,1,1)",
+              "INSERT INTO MeasuredValues WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 "
+              "FROM n WHERE i<20000) SELECT 1,i,1,1,30,i,'' FROM n"})
+            store.dbExecute(sql);
         const Outcome outcome = RunWords({"upgrade", db_});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.out, HasSubstr("Done: mark the database"));
@@ -116,9 +108,8 @@ TEST_F(Upgrading, LetsAFileGiveFreedRoomBackAndWaitsForNobody) {
         RunWords({"upgrade", db_});
         EXPECT_FALSE(std::filesystem::exists(db_ + ".before-upgrade-2")) << "of nothing";
     }
-    const Outcome outcome = RunWords({"upgrade", db_});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr(" MB of free room beside the file"));
+    const std::string outcome = Done({"upgrade", db_});
+    EXPECT_THAT(outcome, HasSubstr(" MB of free room beside the file"));
     EXPECT_EQ(Count("MeasuredValues"), 20001);
     const auto before = std::filesystem::file_size(db_);
     EXPECT_EQ(Connected().deleteInstrument(nullptr, 1), 1);
@@ -140,7 +131,7 @@ TEST_F(Upgrading, CopiesOnlyWhatItCanReachAsAFile) {
     if (!odbc.Missing().empty()) GTEST_SKIP() << odbc.Missing();
     const Words upgrade{"upgrade", odbc.ConnectString()};
     EXPECT_THAT(RunWords(upgrade).err, HasSubstr("cannot be copied from here"));
-    EXPECT_EQ(RunWords(upgrade + Words{"--no-backup"}).status, 0);
+    Done(upgrade + Words{"--no-backup"});
     EXPECT_THAT(RunWords(upgrade).out, HasSubstr("nothing to upgrade"));
     EXPECT_EQ(odbc.Ask("PRAGMA user_version"), std::to_string(kRowsFormat));
 }

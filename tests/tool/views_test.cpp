@@ -18,7 +18,7 @@ TEST_P(Viewed, ByNameWithTimesOfTheirOwnAndNothingWhereATextIsNone) {
         GTEST_SKIP() << database.Missing();
     }
     const Words upgrade{"upgrade", "--views", "--no-backup", database.ConnectString()};
-    ASSERT_EQ(RunWords(upgrade).status, 0);
+    Done(upgrade);
     database.Run({
         "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'it''s a pier')",
         "INSERT INTO Measurements (GroupId,MeasId,MeasName,StartAt) VALUES "
@@ -43,7 +43,7 @@ TEST_P(Viewed, ByNameWithTimesOfTheirOwnAndNothingWhereATextIsNone) {
         "INSERT INTO Markers (GroupId,MeasId,Path,Start,Stop,inProgess) VALUES "
         "(5,1,'b.wav','','1969,12,31,23,59,59,250',0)",
     });
-    ASSERT_EQ(RunWords(upgrade).status, 0);  // anew
+    Done(upgrade);  // anew
     const auto count = [&](const std::string& from) {
         return database.Ask("SELECT count(*) FROM " + from);
     };
@@ -71,12 +71,11 @@ TEST_P(Viewed, ByNameWithTimesOfTheirOwnAndNothingWhereATextIsNone) {
 
 TEST_F(Tool, KeepsItsViewsWhileValuesArePackedAndUnpacked) {
     const std::string viewed = folder_ / "viewed.db";
-    ASSERT_EQ(RunWords({"init", "--views", viewed}).status, 0);
+    Done({"init", "--views", viewed});
     for (const char* way : {"pack", "unpack"}) {
-        EXPECT_EQ(RunWords({way, viewed}).status, 0);
-        EXPECT_EQ(RunWords({"check", viewed}).status, 0);
-        Mersola store(nullptr, nullptr, ("Provider=SQLite;Data Source=" + viewed).c_str(), 5);
-        EXPECT_EQ(store.dbExecute("SELECT count(*) FROM ValueView")->Fields(0).Long(), 0) << way;
+        Done({way, viewed});
+        Done({"check", viewed});
+        EXPECT_EQ(In(viewed, {"SELECT count(*) FROM ValueView"})->Fields(0).Long(), 0) << way;
     }
 }
 
