@@ -1,16 +1,13 @@
 // A recorder whose connection breaks, at any byte of it.
-//     MERSOLA_TEST_SEED=N       breaks as this seed says, as a failed test names it
-//     MERSOLA_TEST_SECONDS=N    breaks by new seeds for so long
 #include <array>
 #include <chrono>
-#include <cstdlib>
 #include <functional>
-#include <iostream>
 #include <optional>
 #include <random>
 #include <utility>
 
 #include "support/proxy.h"
+#include "support/seeds.h"
 #include "support/store.h"
 
 namespace mersola::test {
@@ -155,18 +152,8 @@ TEST_P(BrokenSession, LosesNothingAndStoresNothingTwiceAtWhateverByteItBreaks) {
         broken += recorder.Failures() > 0;
         return done ? Wrong(station) : "the recorder could not go on";
     };
-    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
-        EXPECT_EQ(faultOf(std::strtoull(seed, nullptr, 10)), "");
-        return;
-    }
-    using Clock = std::chrono::steady_clock;
-    const char* seconds = std::getenv("MERSOLA_TEST_SECONDS");
-    const auto end = Clock::now() + std::chrono::seconds(seconds ? std::atoi(seconds) : 0);
-    const std::uint64_t first = seconds ? std::uint64_t{std::random_device()()} << 16 : 1;
-    constexpr int kSeeds = 100;
-    for (auto seed = first; seconds ? Clock::now() < end : run < kSeeds; ++seed)
-        ASSERT_EQ(faultOf(seed), "") << "MERSOLA_TEST_SEED=" << seed << " repeats this";
-    std::cout << run << " seeds from " << first << " on, broken in " << broken << '\n';
+    TrySeeds(100, faultOf);
+    std::cout << "broken in " << broken << " of " << run << " runs\n";
     EXPECT_GT(broken, run * 9 / 10) << "a later run may be shorter than the first one";
 }
 

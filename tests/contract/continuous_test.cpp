@@ -126,15 +126,8 @@ class Continuous : public Contract {
                     Run("INSERT INTO MeasuredFunctions VALUES (%d,%d,%d,%d,1)", group, measId,
                         report, function);
                 }
-                for (const auto& [period, value] : series.values) {
-                    batch->AddNew();
-                    batch->Fields("MeasValueId").Put(lastKey);
-                    batch->Fields("PeriodNo").Put(period);
-                    batch->Fields("Channel").Put(1);
-                    batch->Fields("FuncId").Put(1);
-                    batch->Fields("FrqId").Put(kFrq);
-                    batch->Fields("Value").Put(double{value});
-                }
+                for (const auto& [period, value] : series.values)
+                    AddValue(*batch, lastKey, period, 1, kFrq, value);
             }
         }
         EXPECT_TRUE(writer.PutDataEnd(batch));

@@ -167,37 +167,6 @@ TEST_P(Crash, ServesTwoRecordersAndThreeReadersAtOnce) {
         EXPECT_GE(Load(station.counted), kLeastPeriods);
 }
 
-TEST_P(Crash, RegistersAndResumesAWholeInstallation) {
-    Store store(database.ConnectString());
-    const int stations = database.Fewer(200);
-    for (int pass = 0; pass < 2; ++pass) {
-        for (int station = 0; station < stations; ++station) {
-            store.BeginTrans();
-            InstrumentInfo instrument = Instrument(("station " + std::to_string(station)).c_str());
-            ASSERT_TRUE(store.PutInstrument(nullptr, instrument));
-            for (int number = 0; number < 5; ++number) {
-                MeasurementInfo measurement =
-                    Measurement(("m" + std::to_string(number)).c_str(), Start(pass * 3600000));
-                ASSERT_TRUE(store.PutMeasurement(nullptr, instrument.GroupId, measurement));
-                for (int id = 1; id <= 4; ++id) {
-                    ReportInfo report = Report(id, id * kLength, id);
-                    ASSERT_TRUE(store.PutReport(nullptr, report) && store.m_Valid);
-                    ASSERT_TRUE(store.PutFunction(nullptr, 1, 1));
-                    ASSERT_EQ(store.m_lastReportOffs, pass * 3600 / id);
-                    ASSERT_TRUE(Write(store, 0, station * 100 + number * 10 + id));
-                }
-            }
-            store.CommitTrans();
-        }
-    }
-    EXPECT_EQ(database.Ask("SELECT count(DISTINCT MeasValueId) FROM MeasuredValues"),
-              std::to_string(stations * 20));
-    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), std::to_string(stations * 40));
-    EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), std::to_string(stations));
-    EXPECT_EQ(database.Ask("SELECT sum(noOfPeriods) FROM Reports"),
-              std::to_string(stations * 5 * (3601 + 1801 + 1201 + 901)));
-}
-
 INSTANTIATE_ON_EVERY_ENGINE(Crash);
 
 }  // namespace

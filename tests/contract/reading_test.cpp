@@ -184,22 +184,14 @@ TEST_P(Reading, FillsABlockWithWhatIsStoredAndTheRestAsMissing) {
 TEST_P(Reading, FillsABlockOfMoreRowsThanAnyBufferHolds) {
     // Every seventh value is not stored, and every eleventh is null.
     constexpr int first = 10, periods = 3000, bands = 2;
-    auto batch = _Recordset::CreateInstance();
-    batch->Open("MEASUREDVALUES", store.m_connection, adOpenForwardOnly, adLockBatchOptimistic,
-                adCmdUnknown);
+    const auto batch = Batch(store.m_connection);
     std::vector<float> expected;
     for (int i = 0; i < periods * bands; ++i) {
         const bool isNull = i > periods && i % 11 == 0;
         expected.push_back(i % 7 == 0 || isNull ? -100 : static_cast<float>(i) / 4);
         if (i % 7 == 0) continue;
-        batch->AddNew();
-        batch->Fields("MeasValueId").Put(7);
-        batch->Fields("PeriodNo").Put(first + i / bands);
-        batch->Fields("Channel").Put(1);
-        batch->Fields("FuncId").Put(5);
-        batch->Fields("FrqId").Put(30 + i % bands);
-        if (!isNull) batch->Fields("Value").Put(i / 4.0);
-        batch->Fields("Status").Put(std::string_view(i % 5 == 0 ? "Overload" : ""));
+        AddValue(*batch, 7, first + i / bands, 5, 30 + i % bands,
+                 isNull ? std::nullopt : std::optional(i / 4.0), i % 5 == 0 ? "Overload" : "");
     }
     batch->UpdateBatch();
     SelectFirst(store);

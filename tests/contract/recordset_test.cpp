@@ -4,42 +4,18 @@
 namespace mersola::test {
 namespace {
 
-HRESULT CodeOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const _com_error& error) {
-        return error.Error();
-    }
-    return S_OK;
-}
-
 class RecordsetTest : public Contract {
   protected:
     RecordsetTest() { connection->Open(database.ConnectString(), "", ""); }
 
-    _RecordsetPtr Run(const char* sql) const {
-        auto rows = _Recordset::CreateInstance();
-        rows->Open(sql, connection, adOpenKeyset, adLockOptimistic, adCmdText);
-        return rows;
-    }
+    _RecordsetPtr Run(const std::string& sql) const { return RunSql(connection, sql); }
 
     // One value in each of the periods from 0.
     void Fill(int periods) const {
-        auto batch = _Recordset::CreateInstance();
-        batch->Open("MEASUREDVALUES", connection, adOpenForwardOnly, adLockBatchOptimistic,
-                    adCmdUnknown);
+        const auto batch = Batch(connection);
         for (int period = 0; period < periods; ++period)
-            AddRow(*batch, period);
+            AddValue(*batch, 1, period, 1, 1, 0.5 * period);
         batch->UpdateBatch();
-    }
-
-    static void AddRow(_Recordset& batch, int period) {
-        batch.AddNew();
-        for (const char* column : {"MeasValueId", "Channel", "FuncId", "FrqId"})
-            batch.Fields(column).Put(1);
-        batch.Fields("PeriodNo").Put(period);
-        batch.Fields("Value").Put(0.5 * period);
-        batch.Fields("Status").Put(std::string_view());
     }
 
     _ConnectionPtr connection = _Connection::CreateInstance();
@@ -119,9 +95,8 @@ TEST_P(RecordsetTest, AnswersMoreShapesOfStatementsThanAreKeptPrepared) {
             const int shape = run == 1 ? shapes - 1 - i : i;
             const int period = run * shapes + shape;
             const std::string name = "Column" + std::to_string(shape);
-            const auto rows = Run(("SELECT PeriodNo AS " + name +
-                                   " FROM MeasuredValues WHERE PeriodNo=" + std::to_string(period))
-                                      .c_str());
+            const auto rows = Run("SELECT PeriodNo AS " + name +
+                                  " FROM MeasuredValues WHERE PeriodNo=" + std::to_string(period));
             ASSERT_EQ(rows->Fields(name.c_str()).Long(), period) << name;
             rows->MoveNext();
             ASSERT_TRUE(rows->EndOfFile()) << name;
@@ -155,13 +130,28 @@ TEST_P(RecordsetTest, OutlivesItsConnection) {
     EXPECT_EQ(CodeOf([&] { Run("SELECT * FROM Groups"); }), adErrObjectClosed);
 }
 
+TEST_P(RecordsetTest, IsNeverShortenedByALostConnectionThatAnotherStatementMet) {
+    Fill(2000);
+    const auto fragile = _Connection::CreateInstance();
+    fragile->Open(database.WatchedString(), "", "");
+    TheWatch().rowsBeforeLoss = 1500;
+    const auto rows = RunSql(fragile, "SELECT PeriodNo FROM MeasuredValues ORDER BY PeriodNo");
+    TheWatch().FailOn("Groups");
+    EXPECT_THROW(RunSql(fragile, "SELECT * FROM Groups"), _com_error);
+    int read = 0;
+    EXPECT_THROW(for (; !rows->EndOfFile(); rows->MoveNext())
+                     EXPECT_EQ(rows->Fields(0).Long(), read++),
+                 _com_error);
+    EXPECT_EQ(read, 1500);
+    fragile->Close();
+    EXPECT_EQ(fragile->GetState(), adStateClosed);
+}
+
 TEST_P(RecordsetTest, StoresABatchButForWhatIsRefused) {
     Fill(3);
-    auto batch = _Recordset::CreateInstance();
-    batch->Open("MEASUREDVALUES", connection, adOpenForwardOnly, adLockBatchOptimistic,
-                adCmdUnknown);
+    const auto batch = Batch(connection);
     for (int period = 0; period < 5; ++period)
-        AddRow(*batch, period);
+        AddValue(*batch, 1, period, 1, 1, 0.5 * period);
     try {
         batch->UpdateBatch();
         FAIL() << "three rows are stored already";

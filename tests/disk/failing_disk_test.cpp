@@ -1,12 +1,7 @@
 // Disks that fail and get well again: each failure is told, and nothing acknowledged is lost.
-// MERSOLA_TEST_SEED and MERSOLA_TEST_SECONDS serve as for power cuts.
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <random>
 #include <string>
 #include <tuple>
@@ -14,7 +9,8 @@
 
 #include "laid_out.h"
 #include "recorder.h"
-#include "support/database.h"
+#include "support/seeds.h"
+#include "support/store.h"
 
 namespace mersola::test {
 namespace {
@@ -79,24 +75,11 @@ TEST_P(FailingDisk, LosesNothingAcknowledgedWhicheverOperationFails) {
     bool isOver = false;
     const Disk::Fault& fault = failing.fault;
     const Kept& layout = kept;
-    const auto faultOf = [&](std::uint64_t seed) {
+    const bool isTried = TriedGivenSeeds([&](std::uint64_t seed) {
         const int first = static_cast<int>(std::mt19937_64(seed)() % kMostInShort + 1);
         return FaultOf(fault, layout, first, seed, isOver);
-    };
-    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
-        EXPECT_EQ(faultOf(std::strtoull(seed, nullptr, 10)), "");
-        return;
-    }
-    if (const char* seconds = std::getenv("MERSOLA_TEST_SECONDS")) {
-        const auto end =
-            std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(seconds));
-        const std::uint64_t first = std::uint64_t{std::random_device()()} << 16;
-        std::uint64_t seed = first;
-        for (; std::chrono::steady_clock::now() < end; ++seed)
-            ASSERT_EQ(faultOf(seed), "") << "MERSOLA_TEST_SEED=" << seed << " repeats this";
-        std::cout << seed - first << " seeds from " << first << " on\n";
-        return;
-    }
+    });
+    if (isTried) return;
     int tried = 0;
     for (int first = 1; !isOver && first < kMostOperations;
          first += failing.stride * kept.sparser, ++tried) {
@@ -142,23 +125,12 @@ TEST(ShrunkenFile, GivesWhatIsStoredOrTellsThatItCannot) {
     };
     {
         Mersola store = connected();
-        InstrumentInfo instrument;
-        instrument.GroupName = "pier";
-        MeasurementInfo measurement;
-        measurement.MeasName = "noise";
-        measurement.StartAt = CTimeEx::GetCurrentTime();
-        ReportInfo report;
-        report.ReportId = 1;
-        report.PeriodLen = CTimeSpanEx(1000);
-        ASSERT_TRUE(store.PutInstrument(nullptr, instrument));
-        ASSERT_TRUE(store.PutMeasurement(nullptr, instrument.GroupId, measurement));
-        ASSERT_TRUE(store.PutReport(nullptr, report) && store.PutFunction(nullptr, 1, 1));
+        ASSERT_TRUE(Open(store) && store.PutFunction(nullptr, 1, 1));
         const auto batch = store.PutDataStart(nullptr);
         long next = 0;
         for (int period = 0; period < kPeriods; ++period)
             store.PutDataRelative(period, "", period, 1, 1, 30, true, next, true, batch);
-        ASSERT_TRUE(store.PutDataEnd(batch));
-        ASSERT_TRUE(store.PutPeriodsRelative(nullptr, kPeriods));
+        ASSERT_TRUE(store.PutDataEnd(batch) && store.PutPeriodsRelative(nullptr, kPeriods));
     }
     const auto size = static_cast<std::int64_t>(std::filesystem::file_size(database.Path()));
     int refused = 0;

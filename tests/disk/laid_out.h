@@ -3,15 +3,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include "support/power_cut_vfs.h"
 #include "support/temporary_folder.h"
-#include "tool/cli.h"
+#include "tool/tool_fixture.h"
 
 namespace mersola::test {
 
@@ -24,12 +22,8 @@ class LaidOut {
         static std::map<std::string, std::string> empty;
         if (!empty.contains(layout)) {
             const TemporaryFolder folder;
-            const std::string path = folder / "empty.db";
-            const char* words[] = {"mersola", "init", path.c_str(), "--layout", layout.c_str()};
-            std::ostringstream out;
-            if (tool::RunTool(5, words, out, out) != 0) throw std::runtime_error(out.str());
-            std::ifstream file(path, std::ios::binary);
-            empty[layout] = std::string(std::istreambuf_iterator<char>(file), {});
+            tool::Done({"init", folder / "empty.db", "--layout", layout});
+            empty[layout] = tool::Contents(folder / "empty.db");
         }
         std::ofstream(Path(), std::ios::binary) << empty[layout];
         disk.Watch(std::filesystem::path(Path()).parent_path());
@@ -42,12 +36,10 @@ class LaidOut {
 
     /// Packs it, or unpacks it where it is packed. False if that failed.
     bool Convert() const {
-        const std::string path = Path();
-        std::ostringstream out;
         for (const char* command : {"pack", "unpack"}) {
-            const char* words[] = {"mersola", command, path.c_str()};
-            if (tool::RunTool(3, words, out, out) == 0) return true;
-            if (out.str().find(" already") == std::string::npos) return false;
+            const auto outcome = tool::RunWords({command, Path()});
+            if (outcome.status == 0) return true;
+            if (outcome.err.find(" already") == std::string::npos) return false;
         }
         return false;
     }
@@ -55,14 +47,10 @@ class LaidOut {
     /// The findings, but for markers that a recorder which was stopped left open, and for the
     /// warning that others have the file open: after a cut its log is still there, as if they had.
     std::string Findings() const {
-        const std::string path = Path();
-        const char* words[] = {"mersola", "check", path.c_str()};
-        std::ostringstream out;
-        std::ostringstream err;
-        const int status = tool::RunTool(3, words, out, err);
+        const auto outcome = tool::RunWords({"check", Path()});
         std::string findings;
-        if (status > 1) findings += "status " + std::to_string(status) + "\n";
-        std::istringstream lines(err.str() + out.str());
+        if (outcome.status > 1) findings += "status " + std::to_string(outcome.status) + "\n";
+        std::istringstream lines(outcome.err + outcome.out);
         for (std::string line; std::getline(lines, line);) {
             const auto has = [&](const char* part) { return line.find(part) != line.npos; };
             if (!has(" is open; ") && !has("warning: others have ") &&

@@ -1,18 +1,11 @@
 // A recorder whose power is cut again and again, and what is there when it comes back.
-//
-//     MERSOLA_TEST_SEED=N       that seed alone, as a failed test names it
-//     MERSOLA_TEST_SECONDS=N    new seeds for so long
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <iostream>
 #include <random>
 #include <string>
 
 #include "laid_out.h"
 #include "recorder.h"
 #include "support/database.h"
+#include "support/seeds.h"
 
 namespace mersola::test {
 namespace {
@@ -71,31 +64,11 @@ std::string FaultOf(std::uint64_t seed, const Cutting& cutting, Lie lie = Lie::N
     return fault.empty() ? database.Findings() : "in the end " + fault;
 }
 
-std::string SayAgain(std::uint64_t seed) {
-    return "MERSOLA_TEST_SEED=" + std::to_string(seed) + " repeats this";
-}
-
 class PowerCut : public testing::TestWithParam<Cutting> {};
 
 TEST_P(PowerCut, LosesNothingThatWasToBeKeptAndTearsNothing) {
     Disk::Instance();
-    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
-        EXPECT_EQ(FaultOf(std::strtoull(seed, nullptr, 10), GetParam()), "");
-        return;
-    }
-    if (const char* seconds = std::getenv("MERSOLA_TEST_SECONDS")) {
-        const auto end =
-            std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(seconds));
-        std::uint64_t seed = std::random_device()();
-        seed <<= 16;
-        const auto first = seed;
-        for (; std::chrono::steady_clock::now() < end; ++seed)
-            ASSERT_EQ(FaultOf(seed, GetParam()), "") << SayAgain(seed);
-        std::cout << seed - first << " seeds from " << first << " on, " << kCuts << " cuts each\n";
-        return;
-    }
-    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed)
-        EXPECT_EQ(FaultOf(seed, GetParam()), "") << SayAgain(seed);
+    TrySeeds(kSeeds, [](std::uint64_t seed) { return FaultOf(seed, GetParam()); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Synchronous, PowerCut,

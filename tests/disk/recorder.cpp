@@ -86,26 +86,29 @@ Contents ContentsOf(const std::string& path) {
     };
     int code = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
     if (code == SQLITE_OK) code = packed::RegisterModule(db);
-    for (const char* sql :
-         {"SELECT 'damage',* FROM pragma_integrity_check WHERE integrity_check<>'ok'",
-          "SELECT 'instrument',GroupName,'' FROM Groups",
-          "SELECT 'measurement',GroupName,MeasName,StartAt FROM Measurements LEFT JOIN Groups "
-          "USING (GroupId)",
-          "SELECT 'report',GroupName,MeasName,ReportId,noOfPeriods FROM Reports LEFT JOIN "
-          "Measurements USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
-          "SELECT 'lowest',GroupName,MeasName,ReportId,ifnull(MinPeriod,0) FROM Reports LEFT JOIN "
-          "Measurements USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
-          "SELECT 'key',GroupName,MeasName,ReportId,'' FROM MeasValueMap LEFT JOIN Measurements "
-          "USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
-          "SELECT 'function',GroupName,MeasName,ReportId,FuncId,'' FROM MeasuredFunctions "
-          "LEFT JOIN Measurements USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
-          "SELECT 'value',GroupName,MeasName,ReportId,PeriodNo,FuncId,FrqId,printf('%g',Value) "
-          "FROM MeasuredValues LEFT JOIN MeasValueMap USING (MeasValueId) LEFT JOIN Measurements "
-          "USING (GroupId,MeasId) LEFT JOIN Groups USING (GroupId)",
-          "SELECT 'marker',GroupName,MeasName,MarkerId,Start||' '||Stop||' '||inProgess||' '||"
-          "length(Path) FROM Markers LEFT JOIN Measurements USING (GroupId,MeasId) LEFT JOIN "
-          "Groups USING (GroupId)"}) {
-        if (code == SQLITE_OK) code = sqlite3_exec(db, sql, add, &contents, nullptr);
+    const std::string names =
+                          " LEFT JOIN Measurements USING (GroupId,MeasId) LEFT JOIN Groups "
+                          "USING (GroupId)",
+                      report = "GroupName,MeasName,ReportId,";
+    for (const std::string& sql :
+         {std::string("'damage',* FROM pragma_integrity_check WHERE integrity_check<>'ok'"),
+          std::string("'instrument',GroupName,'' FROM Groups"),
+          std::string("'measurement',GroupName,MeasName,StartAt FROM Measurements LEFT JOIN Groups "
+                      "USING (GroupId)"),
+          "'report'," + report + "noOfPeriods FROM Reports" + names,
+          "'lowest'," + report + "ifnull(MinPeriod,0) FROM Reports" + names,
+          "'key'," + report + "'' FROM MeasValueMap" + names,
+          "'function'," + report + "FuncId,'' FROM MeasuredFunctions" + names,
+          "'value'," + report +
+              "PeriodNo,FuncId,FrqId,printf('%g',Value) FROM MeasuredValues "
+              "LEFT JOIN MeasValueMap USING (MeasValueId)" +
+              names,
+          "'marker',GroupName,MeasName,MarkerId,Start||' '||Stop||' '||inProgess||' "
+          "'||length(Path) "
+          "FROM Markers" +
+              names}) {
+        if (code == SQLITE_OK)
+            code = sqlite3_exec(db, ("SELECT " + sql).c_str(), add, &contents, nullptr);
     }
     if (code != SQLITE_OK) contents["damage|unreadable"] = sqlite3_errmsg(db);
     sqlite3_close(db);
@@ -346,30 +349,15 @@ bool RandomRecorder::SendAgain() {
 
 bool RandomRecorder::Record() {
     if (disturb_ && !isInTransaction_ && Draw(30) == 0) return disturb_();
-    switch (Draw(isInTransaction_ ? 12 : 20)) {
-        case 0:
-        case 1:
-            return WriteMarker();
-        case 2:
-            return CloseMarker();
-        case 3:
-        case 4:
-        case 5:
-        case 6:
-            return WriteBatch();
-        case 12:
-        case 13:
-        case 14:
-            return WriteTransaction();
-        case 15:
-            return Checkpoint();
-        case 16:
-            return Start();
-        case 17:
-            return Draw(4) == 0 ? Delete() : WriteValue();
-        default:
-            return WriteValue();
-    }
+    const long what = Draw(isInTransaction_ ? 12 : 20);
+    if (what < 2) return WriteMarker();
+    if (what == 2) return CloseMarker();
+    if (what < 7) return WriteBatch();
+    if (what >= 12 && what < 15) return WriteTransaction();
+    if (what == 15) return Checkpoint();
+    if (what == 16) return Start();
+    if (what == 17 && Draw(4) == 0) return Delete();
+    return WriteValue();
 }
 
 long RandomRecorder::Length() const {

@@ -1,20 +1,11 @@
 // Random statements on a packed database and on one of rows, which have to do and to say the same.
-//
-//     MERSOLA_TEST_SEED=N       that seed alone, as a failed test names it
-//     MERSOLA_TEST_SECONDS=N    new seeds for so long
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
-#include <limits>
 #include <random>
 #include <string>
 #include <string_view>
 
 #include "packed/module.h"
 #include "packed/store.h"
+#include "support/seeds.h"
 #include "twins.h"
 
 namespace mersola::test {
@@ -277,29 +268,8 @@ class Model {
     std::string last_;
 };
 
-std::string FaultOf(std::uint64_t seed) {
-    const std::string fault = Model(seed).Run();
-    return fault.empty() ? ""
-                         : fault + "\nMERSOLA_TEST_SEED=" + std::to_string(seed) + " repeats this";
-}
-
 TEST(PackedModel, DoesAndSaysWhatRowsDo) {
-    if (const char* seed = std::getenv("MERSOLA_TEST_SEED")) {
-        EXPECT_EQ(FaultOf(std::strtoull(seed, nullptr, 10)), "");
-        return;
-    }
-    if (const char* seconds = std::getenv("MERSOLA_TEST_SECONDS")) {
-        const auto end =
-            std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(seconds));
-        const std::uint64_t first = std::uint64_t{std::random_device()()} << 16;
-        std::uint64_t seed = first;
-        for (; std::chrono::steady_clock::now() < end; ++seed)
-            ASSERT_EQ(FaultOf(seed), "");
-        std::cout << seed - first << " seeds from " << first << " on\n";
-        return;
-    }
-    for (std::uint64_t seed = 1; seed <= kSeeds; ++seed)
-        EXPECT_EQ(FaultOf(seed), "");
+    TrySeeds(kSeeds, [](std::uint64_t seed) { return Model(seed).Run(); });
 }
 
 }  // namespace

@@ -29,10 +29,6 @@ class FreeTds : public testing::Test {
         return "Provider=MSOLEDBSQL;Driver={FreeTDS};Data Source=127.0.0.1," + server.Port() + ";" +
                more;
     }
-
-    static void Run(const _ConnectionPtr& connection, const std::string& sql) {
-        _Recordset().Open(sql, connection, adOpenKeyset, adLockOptimistic, adCmdText);
-    }
 };
 
 class Certificates : public FreeTds {
@@ -50,12 +46,7 @@ class Certificates : public FreeTds {
 
     // What comes of a log-in that the server refuses, if it comes so far.
     static HRESULT LogIn(const std::string& connectString) {
-        try {
-            _Connection().Open(connectString, "nobody", "x");
-        } catch (const _com_error& error) {
-            return error.Error();
-        }
-        return S_OK;
+        return CodeOf([&] { _Connection().Open(connectString, "nobody", "x"); });
     }
 
     TemporaryFolder folder;
@@ -113,9 +104,7 @@ class RoundTrips : public FreeTds {
 
 TEST_F(RoundTrips, AreThreeForABatchAlsoWhenItIsOpenedAnew) {
     const auto store = [&](int period, const char* status) {
-        const auto batch = _Recordset::CreateInstance();
-        batch->Open("MeasuredValues", connection, adOpenForwardOnly, adLockBatchOptimistic,
-                    adCmdTable);
+        const auto batch = Batch(connection, "MeasuredValues");
         for (int band = 0; band < 3; ++band) {
             batch->AddNew();
             batch->Fields("PeriodNo").Put(period);
@@ -130,14 +119,14 @@ TEST_F(RoundTrips, AreThreeForABatchAlsoWhenItIsOpenedAnew) {
                                            "calls 3 execute [1, 2, -0.5, 'A']", "batch COMMIT"));
     EXPECT_EQ(store(3, nullptr).size(), 4U) << "a plan for other columns";
     EXPECT_EQ(store(4, "A").size(), 3U);
-    Run(connection, "ALTER TABLE MeasuredValues ADD Remark int");
+    RunSql(connection, "ALTER TABLE MeasuredValues ADD Remark int");
     server.Heard();
     EXPECT_THAT(store(5, "A").front(), HasSubstr("SELECT"));
 }
 
 TEST_F(RoundTrips, AreOneForAStatementWhichIsPreparedWhenItIsRepeated) {
     const auto ask = [&](const std::string& sql) {
-        Run(connection, sql);
+        RunSql(connection, sql);
         return server.Heard();
     };
     const std::string select = "SELECT * FROM MeasuredValues where MeasValueId=7 and PeriodNo>=";
@@ -174,14 +163,7 @@ TEST_F(RoundTrips, OverATimeOutLoseTheConnectionOnlyWhereTheServerDoesNotAnswer)
     const _ConnectionPtr waiting = _Connection::CreateInstance();
     waiting->PutCommandTimeout(1);
     waiting->Open(At(server), "me", "x");
-    const auto codeOf = [&](const char* sql) {
-        try {
-            Run(waiting, sql);
-            return S_OK;
-        } catch (const _com_error& error) {
-            return error.Error();
-        }
-    };
+    const auto codeOf = [&](const char* sql) { return CodeOf([&] { RunSql(waiting, sql); }); };
     EXPECT_EQ(codeOf("UPDATE locked SET a=1"), DB_E_ABORTLIMITREACHED);
     EXPECT_EQ(codeOf("SELECT 1"), S_OK);
     EXPECT_EQ(codeOf("UPDATE stuck SET a=1"), DB_E_ABORTLIMITREACHED);

@@ -131,19 +131,10 @@ class OdbcTest : public Contract {
         if (!IsSkipped() && !HasFatalFailure()) connection->Open(database.ConnectString(), "", "");
     }
 
-    _RecordsetPtr Batch(const char* table) const {
-        auto batch = _Recordset::CreateInstance();
-        batch->Open(table, connection, adOpenForwardOnly, adLockBatchOptimistic, adCmdTable);
-        return batch;
-    }
-
     static void Add(_Recordset& batch, int period, std::string_view status) {
-        batch.AddNew();
-        for (const char* column : {"MeasValueId", "Channel", "FuncId", "FrqId"})
-            batch.Fields(column).Put(1);
-        batch.Fields("PeriodNo").Put(period);
-        if (period % 3 > 0) batch.Fields("Value").Put(0.5 * period);
-        batch.Fields("Status").Put(status);
+        std::optional<double> value;
+        if (period % 3 > 0) value = 0.5 * period;
+        AddValue(batch, 1, period, 1, 1, value, status);
     }
 
     _ConnectionPtr connection = _Connection::CreateInstance();
@@ -154,7 +145,7 @@ TEST_P(OdbcTest, StoresEveryRowOfABatchButThoseThatAreRefused) {
     database.Run({"INSERT INTO MeasuredValues VALUES (1,999,1,1,1,-7,'kept')"});
     for (const bool inTransaction : {false, true}) {
         if (inTransaction) connection->BeginTrans();
-        const auto batch = Batch("MEASUREDVALUES");
+        const auto batch = Batch(connection);
         const int first = inTransaction ? 3000 : 0;
         for (int period = first; period < first + 2500; ++period) {
             Add(*batch, period, "");
@@ -172,7 +163,7 @@ TEST_P(OdbcTest, StoresEveryRowOfABatchButThoseThatAreRefused) {
 }
 
 TEST_P(OdbcTest, TakesTextsThatGrowAndBringsThemBackWhole) {
-    const auto batch = Batch("Groups");
+    const auto batch = Batch(connection, "Groups");
     const std::string piece = "a\xC3\xB6\xE2\x82\xAC\xF0\x9F\x98\x80'";
     std::map<long, std::string> texts;
     for (const int pieces : {0, 1, 7, 150, 2}) {
@@ -185,19 +176,17 @@ TEST_P(OdbcTest, TakesTextsThatGrowAndBringsThemBackWhole) {
         batch->Fields("State").Put(text);
         batch->UpdateBatch();
     }
-    _Recordset rows;
-    rows.Open("SELECT State,GroupId,Info FROM Groups", connection, adOpenKeyset, adLockOptimistic,
-              adCmdText);
-    for (; !rows.EndOfFile(); rows.MoveNext()) {
-        EXPECT_EQ(rows.Fields(0).Text().View(), texts.at(rows.Fields(1).Long()));
-        EXPECT_TRUE(rows.Fields(2).IsNull());
-        texts.erase(rows.Fields(1).Long());
+    const auto rows = RunSql(connection, "SELECT State,GroupId,Info FROM Groups");
+    for (; !rows->EndOfFile(); rows->MoveNext()) {
+        EXPECT_EQ(rows->Fields(0).Text().View(), texts.at(rows->Fields(1).Long()));
+        EXPECT_TRUE(rows->Fields(2).IsNull());
+        texts.erase(rows->Fields(1).Long());
     }
     EXPECT_TRUE(texts.empty());
 }
 
 TEST_P(OdbcTest, HandsOutColumnsOfManyRowsWithTheirNulls) {
-    const auto batch = Batch("MEASUREDVALUES");
+    const auto batch = Batch(connection);
     constexpr int kRows = 2500;
     for (int period = 0; period < kRows; ++period)
         Add(*batch, period, period % 7 == 0 ? "\xC3\xB6" : "");
@@ -223,31 +212,13 @@ TEST_P(OdbcTest, HandsOutColumnsOfManyRowsWithTheirNulls) {
 
 TEST_P(OdbcTest, LeavesOutAColumnThatNumbersItself) {
     database.NumberRows();
-    const auto batch = Batch("Markers");
+    const auto batch = Batch(connection, "Markers");
     batch->AddNew();
     batch->Fields("GroupId").Put(1);
     batch->Fields("MeasId").Put(2);
     batch->UpdateBatch();
     EXPECT_EQ(database.Ask("SELECT MeasId FROM Markers WHERE MarkerKey=1"), "2");
-    EXPECT_THROW(Batch("Nowhere"), _com_error);
-}
-
-TEST_P(OdbcTest, GivesUpWaitingForAnotherWriterAndGoesOn) {
-    const char* insert = "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'a')";
-    const _ConnectionPtr waiting = _Connection::CreateInstance();
-    waiting->PutCommandTimeout(1);
-    waiting->Open(database.ConnectString(), "", "");
-    connection->BeginTrans();
-    _Recordset().Open(insert, connection, adOpenKeyset, adLockOptimistic, adCmdText);
-    try {
-        _Recordset().Open(insert, waiting, adOpenKeyset, adLockOptimistic, adCmdText);
-        ADD_FAILURE() << "the key is taken";
-    } catch (const _com_error& error) {
-        EXPECT_EQ(error.Error(), DB_E_ABORTLIMITREACHED) << error.what();
-    }
-    connection->RollbackTrans();
-    _Recordset().Open(insert, waiting, adOpenKeyset, adLockOptimistic, adCmdText);
-    EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "1");
+    EXPECT_THROW(Batch(connection, "Nowhere"), _com_error);
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, OdbcTest, testing::Values("ODBC", "FreeTDS", "SQLServer"),

@@ -21,19 +21,11 @@ class PostgresqlTest : public Contract {
         to->Open(database.ConnectString(), "", "");
         return to;
     }
-    static _RecordsetPtr Run(const _ConnectionPtr& to, const std::string& sql) {
-        auto rows = _Recordset::CreateInstance();
-        rows->Open(sql, to, adOpenKeyset, adLockOptimistic, adCmdText);
-        return rows;
-    }
     static std::string Ask(const _ConnectionPtr& to, const std::string& sql) {
-        return std::string(Run(to, sql)->Fields(0).Text().View());
+        return std::string(RunSql(to, sql)->Fields(0).Text().View());
     }
-    static HRESULT CodeOf(const _ConnectionPtr& to, const std::string& sql) try {
-        Run(to, sql);
-        return S_OK;
-    } catch (const _com_error& error) {
-        return error.Error();
+    static HRESULT CodeOf(const _ConnectionPtr& to, const std::string& sql) {
+        return test::CodeOf([&] { RunSql(to, sql); });
     }
     static std::string Insert(int period) {
         return "INSERT INTO MeasuredValues VALUES (1," + std::to_string(period) + ",1,1,1,0.5,'')";
@@ -41,7 +33,7 @@ class PostgresqlTest : public Contract {
     static void Fill(const _ConnectionPtr& to, int periods) {
         to->BeginTrans();
         for (int period = 0; period < periods; ++period)
-            Run(to, Insert(period));
+            RunSql(to, Insert(period));
         to->CommitTrans();
     }
 
@@ -73,13 +65,13 @@ TEST_P(PostgresqlTest, UndoesInATransactionTheFailedStatementAlone) {
 
 TEST_P(PostgresqlTest, GivesUpWhatTakesTooLongAndGoesOn) {
     const auto impatient = Connect(1);
-    Run(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'a')");
+    RunSql(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'a')");
     connection->BeginTrans();
-    Run(connection, "UPDATE Groups SET State='x' WHERE GroupId=1");
-    Run(connection, "SELECT count(*) FROM Groups");  // it numbers one
+    RunSql(connection, "UPDATE Groups SET State='x' WHERE GroupId=1");
+    RunSql(connection, "SELECT count(*) FROM Groups");  // it numbers one
     impatient->BeginTrans();
     EXPECT_EQ(CodeOf(impatient, "SELECT count(*) FROM Groups"), DB_E_ABORTLIMITREACHED);
-    Run(impatient, Insert(1));
+    RunSql(impatient, Insert(1));
     for (const char* slow :
          {"UPDATE Groups SET State='y' WHERE GroupId=1", "SELECT pg_sleep(30)"}) {
         const auto begin = std::chrono::steady_clock::now();
@@ -92,8 +84,8 @@ TEST_P(PostgresqlTest, GivesUpWhatTakesTooLongAndGoesOn) {
 }
 
 TEST_P(PostgresqlTest, LosesADeadlockWithoutLosingTheConnection) {
-    Run(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'a')");
-    Run(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (2,'b')");
+    RunSql(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (1,'a')");
+    RunSql(connection, "INSERT INTO Groups (GroupId,GroupName) VALUES (2,'b')");
     const auto other = Connect();
     const auto update = [](const _ConnectionPtr& who, int id) {
         return CodeOf(who, "UPDATE Groups SET State='x' WHERE GroupId=" + std::to_string(id));
@@ -120,7 +112,7 @@ TEST_P(PostgresqlTest, KnowsThatTheServerEndedTheConnection) {
     store.BeginTrans();
     ASSERT_TRUE(Write(store, 0, 1));
     const auto process = store.dbExecute("SELECT pg_backend_pid()")->Fields(0).Text();
-    Run(connection, "SELECT pg_terminate_backend(" + std::string(process.View()) + ",5000)");
+    RunSql(connection, "SELECT pg_terminate_backend(" + std::string(process.View()) + ",5000)");
     try {
         store.CommitTrans();
         ADD_FAILURE() << "nobody is there to commit";
@@ -141,9 +133,9 @@ TEST_P(PostgresqlTest, GoesOnWhenATableChangesUnderItsPreparedStatements) {
             database.Run({"ALTER TABLE MeasuredValues ADD COLUMN More numeric DEFAULT -12345.50"});
         if (columns == 7) database.Run({"ALTER TABLE MeasuredValues DROP COLUMN IF EXISTS More"});
         connection->BeginTrans();
-        Run(connection, Insert(columns + 100 * static_cast<int>(columns == 8)));
+        RunSql(connection, Insert(columns + 100 * static_cast<int>(columns == 8)));
         for (int run = 0; run < 3; ++run) {
-            const auto rows = Run(connection, all);
+            const auto rows = RunSql(connection, all);
             ASSERT_EQ(rows->FieldCount(), columns);
             if (columns == 8) {
                 EXPECT_EQ(rows->Fields("MORE").Double(), -12345.5);
@@ -155,12 +147,12 @@ TEST_P(PostgresqlTest, GoesOnWhenATableChangesUnderItsPreparedStatements) {
 
 TEST_P(PostgresqlTest, LeavesALongResultBehind) {
     Fill(connection, 5000);
-    Run(connection, "UPDATE MeasuredValues SET Value=NULL,Status=NULL WHERE PeriodNo=2999");
+    RunSql(connection, "UPDATE MeasuredValues SET Value=NULL,Status=NULL WHERE PeriodNo=2999");
     for (const bool inTransaction : {false, true}) {
         if (inTransaction) connection->BeginTrans();
         for (int run = 0; run < 2; ++run) {
-            Run(connection, "SELECT * FROM MeasuredValues ORDER BY PeriodNo");
-            const auto rows = Run(connection, "SELECT * FROM MeasuredValues ORDER BY PeriodNo");
+            RunSql(connection, "SELECT * FROM MeasuredValues ORDER BY PeriodNo");
+            const auto rows = RunSql(connection, "SELECT * FROM MeasuredValues ORDER BY PeriodNo");
             for (int row = 0; row < 2999; ++row)
                 rows->MoveNext();
             EXPECT_EQ(rows->Fields("PeriodNo").Long(), 2999);
@@ -173,9 +165,9 @@ TEST_P(PostgresqlTest, LeavesALongResultBehind) {
 }
 
 TEST_P(PostgresqlTest, ReadsStatementsAsTheOthersDo) {
-    Run(connection,
-        "INSERT INTO [dbo].[GROUPS] ([GroupId],\"GROUPNAME\",Info) VALUES "
-        "(2,N'Straße','100% \\ \"x\"'),(1,'B',NULL)");
+    RunSql(connection,
+           "INSERT INTO [dbo].[GROUPS] ([GroupId],\"GROUPNAME\",Info) VALUES "
+           "(2,N'Straße','100% \\ \"x\"'),(1,'B',NULL)");
     for (const char* where :
          {"GroupName='STRASSE'", "GroupName='straße'", "GroupName LIKE 'STR%'",
           "Info LIKE '100[%] \\%' OR Info LIKE '100% \\ \"X_'", "GroupName NOT LIKE 'b'",
@@ -191,7 +183,7 @@ TEST_P(PostgresqlTest, ReadsStatementsAsTheOthersDo) {
         "2");
     EXPECT_EQ(Ask(connection, "SELECT 1234567890.5-0.25"), "1234567890.25");
     EXPECT_EQ(Ask(connection, "SELECT CAST(-20000 AS numeric)"), "-20000");
-    EXPECT_EQ(Run(connection, "SELECT -1e200*CAST(1e200 AS numeric)")->Fields(0).Double(),
+    EXPECT_EQ(RunSql(connection, "SELECT -1e200*CAST(1e200 AS numeric)")->Fields(0).Double(),
               -std::numeric_limits<double>::infinity());
     EXPECT_EQ(CodeOf(connection, "SELECT now()"), DB_E_ERRORSINCOMMAND) << "no type of ours";
     EXPECT_EQ(CodeOf(connection, "SELECT E'\\'; DROP TABLE Groups; --'"), DB_E_ERRORSINCOMMAND);
@@ -204,7 +196,7 @@ TEST_P(PostgresqlTest, ReadsALongResultWhoseTableWasChangedAtTheSecondTry) {
         EXPECT_EQ(CodeOf(connection, all), S_OK);
     database.Run({"ALTER TABLE MeasuredValues ALTER Channel TYPE smallint"});
     EXPECT_EQ(CodeOf(connection, all), E_FAIL);
-    EXPECT_EQ(Run(connection, all)->Fields("Channel").Long(), 1);
+    EXPECT_EQ(RunSql(connection, all)->Fields("Channel").Long(), 1);
 }
 
 TEST_P(PostgresqlTest, KeepsWhatWasInsertedInFrontOfALongReadingThatFails) {
@@ -213,9 +205,9 @@ TEST_P(PostgresqlTest, KeepsWhatWasInsertedInFrontOfALongReadingThatFails) {
     ASSERT_EQ(CodeOf(connection, many), S_OK);
     connection->BeginTrans();
     for (const int period : {4000, 5000})
-        Run(connection, Insert(period));
+        RunSql(connection, Insert(period));
     EXPECT_THROW(
-        for (const auto rows = Run(connection, many); !rows->EndOfFile();) rows->MoveNext(),
+        for (const auto rows = RunSql(connection, many); !rows->EndOfFile();) rows->MoveNext(),
         _com_error);
     connection->CommitTrans();
     EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "3002");
@@ -228,7 +220,7 @@ TEST_P(PostgresqlTest, CommitsNothingWhereWhatAFailureTookAlongCannotBeRepeated)
          "ALTER TABLE MeasuredValues ADD CHECK (MayWrite())"});
     connection->BeginTrans();
     for (int period = 0; period < 5; ++period)
-        Run(connection, Insert(period));
+        RunSql(connection, Insert(period));
     database.Run({"INSERT INTO FuncNameMap VALUES (999,'no')"});
     EXPECT_EQ(CodeOf(connection, Insert(0)), E_FAIL);
     database.Run({"DELETE FROM FuncNameMap WHERE FuncId=999"});

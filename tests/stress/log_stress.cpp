@@ -35,6 +35,7 @@
 
 #include "support/child.h"
 #include "support/database.h"
+#include "support/numbers_given.h"
 
 namespace mersola::test {
 namespace {
@@ -155,11 +156,11 @@ int HoldSnapshot(const std::string& path, Clock::time_point end) {
     return 0;
 }
 
-int Stress(std::map<std::string, int> given) {
+int Stress(Numbers given) {
     const Database database("SQLite");
     Writers& writers = SharedWriters();
     const auto end = Clock::now() + std::chrono::seconds(given["seconds"]);
-    const Pace pace{end, given["pause"]};
+    const Pace pace{end, static_cast<int>(given["pause"])};
     std::vector<std::unique_ptr<Child>> children;
     const auto start = [&](const char* name, auto work) {
         for (int i = 0; i < given[name]; ++i)
@@ -168,19 +169,18 @@ int Stress(std::map<std::string, int> given) {
     start("recorders", [&](int i) {
         return Record(database.ConnectString(), i, writers.at(static_cast<std::size_t>(i)), pace);
     });
-    const int recorders = given["recorders"];
+    const int recorders = static_cast<int>(given["recorders"]);
     start("strangers", [&](int i) {
         const int number = recorders + i;
         return WriteAsStranger(database.Path(), number,
                                writers.at(static_cast<std::size_t>(number)), pace);
     });
-    start("passive",
-          [&](int) { return Checkpoint(database.Path(), SQLITE_CHECKPOINT_PASSIVE, end); });
-    start("full", [&](int) { return Checkpoint(database.Path(), SQLITE_CHECKPOINT_FULL, end); });
-    start("restart",
-          [&](int) { return Checkpoint(database.Path(), SQLITE_CHECKPOINT_RESTART, end); });
-    start("truncate",
-          [&](int) { return Checkpoint(database.Path(), SQLITE_CHECKPOINT_TRUNCATE, end); });
+    const std::pair<const char*, int> modes[] = {{"passive", SQLITE_CHECKPOINT_PASSIVE},
+                                                 {"full", SQLITE_CHECKPOINT_FULL},
+                                                 {"restart", SQLITE_CHECKPOINT_RESTART},
+                                                 {"truncate", SQLITE_CHECKPOINT_TRUNCATE}};
+    for (const auto& [name, mode] : modes)
+        start(name, [&, mode = mode](int) { return Checkpoint(database.Path(), mode, end); });
     start("backups", [&](int) { return HoldSnapshot(database.Path(), end); });
     start("readers", [&](int) { return Read(database.Path(), end); });
 
@@ -227,18 +227,15 @@ int Stress(std::map<std::string, int> given) {
 }  // namespace mersola::test
 
 int main(int argc, char** argv) {
-    std::map<std::string, int> given{
-        {"seconds", 3}, {"recorders", 4}, {"strangers", 0}, {"passive", 0}, {"full", 0},
-        {"restart", 0}, {"truncate", 0},  {"readers", 0},   {"backups", 0}, {"pause", 0}};
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const auto equals = word.find('=');
-        const auto found = given.find(word.substr(0, equals));
-        if (equals == word.npos || found == given.end()) {
-            std::cerr << word << " is not NAME=NUMBER with a name that is known\n";
-            return 2;
-        }
-        found->second = std::atoi(word.c_str() + equals + 1);
-    }
-    return mersola::test::Stress(given);
+    return mersola::test::Stress(mersola::test::NumbersGiven(argc, argv,
+                                                             {{"seconds", 3},
+                                                              {"recorders", 4},
+                                                              {"strangers", 0},
+                                                              {"passive", 0},
+                                                              {"full", 0},
+                                                              {"restart", 0},
+                                                              {"truncate", 0},
+                                                              {"readers", 0},
+                                                              {"backups", 0},
+                                                              {"pause", 0}}));
 }

@@ -43,7 +43,8 @@
 #include "support/child.h"
 #include "support/database.h"
 #include "support/installation.h"
-#include "tool/cli.h"
+#include "support/numbers_given.h"
+#include "tool/tool_fixture.h"
 
 namespace mersola::test {
 namespace {
@@ -156,7 +157,7 @@ Usage UsageOf(pid_t process) {
     return usage;
 }
 
-using Words = std::vector<std::string>;
+using tool::Words;
 
 struct Program {
     std::string name;
@@ -185,18 +186,16 @@ bool FindsOnlyPeriodsAhead(const std::string& output) {
 
 Result RunTool(const Installation& all, const Words& words) {
     const auto start = Clock::now();
-    std::vector<const char*> arguments;
-    for (const auto& word : words)
-        arguments.push_back(word.c_str());
-    std::ostringstream out;
-    int status = tool::RunTool(static_cast<int>(arguments.size()), arguments.data(), out, out);
-    if (status == 1 && words[1] == "check" && FindsOnlyPeriodsAhead(out.str())) status = 0;
+    tool::Outcome outcome = tool::RunWords(words);
+    const std::string said = outcome.out + outcome.err;
+    if (outcome.status == 1 && words[0] == "check" && FindsOnlyPeriodsAhead(said))
+        outcome.status = 0;
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    if (status == 0 && usage.ru_maxrss <= kMostOfTool) return Result::Ended;
+    if (outcome.status == 0 && usage.ru_maxrss <= kMostOfTool) return Result::Ended;
     if (!all.WasFullSince(start))
-        std::cerr << "mersola " + words[1] + " took " + std::to_string(usage.ru_maxrss) +
-                         " KiB: " + out.str()
+        std::cerr << "mersola " + words[0] + " took " + std::to_string(usage.ru_maxrss) +
+                         " KiB: " + said
                   << std::flush;
     return Result::Failed;
 }
@@ -218,7 +217,7 @@ class LongRun {
         for (const Connects connects : {Connects::Once, Connects::Once, Connects::Always})
             Add("reader", [=, this](auto seed) { return Read(all_, text, seed, connects); });
         Add("deletion", [=, this](auto seed) { return Prune(all_, text, seed); });
-        const Words copy{"mersola", "copy", file, copy_.Path()}, check{"mersola", "check", file};
+        const Words copy{"copy", file, copy_.Path()}, check{"check", file};
         AddTool("copy", copy);
         AddTool("check", check);
         const auto find = [&] { return Find(all_, text); };
@@ -442,9 +441,9 @@ class LongRun {
     int kills_ = 0, fills_ = 0, steps_ = 0;
 };
 
-int Main(std::map<std::string, std::uint64_t> given) {
+int Main(Numbers given) {
     if (given["seed"] == 0) given["seed"] = std::random_device()();
-    const std::uint64_t seed = given["seed"];
+    const auto seed = static_cast<std::uint64_t>(given["seed"]);
     const fs::path keep = fs::temp_directory_path() / ("mersola-long-run-" + std::to_string(seed));
     std::cout << "seed " << seed << std::endl;
     const std::chrono::seconds length{given["seconds"]};
@@ -460,17 +459,6 @@ int Main(std::map<std::string, std::uint64_t> given) {
 }  // namespace mersola::test
 
 int main(int argc, char** argv) {
-    std::map<std::string, std::uint64_t> given{
-        {"seconds", 60}, {"seed", 0}, {"limit", 0}, {"packed", 0}};
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const auto equals = word.find('=');
-        const auto found = given.find(word.substr(0, equals));
-        if (equals == word.npos || found == given.end()) {
-            std::cerr << word << " is not NAME=NUMBER with a name that is known\n";
-            return 2;
-        }
-        found->second = std::strtoull(word.c_str() + equals + 1, nullptr, 10);
-    }
-    return mersola::test::Main(given);
+    return mersola::test::Main(mersola::test::NumbersGiven(
+        argc, argv, {{"seconds", 60}, {"seed", 0}, {"limit", 0}, {"packed", 0}}));
 }

@@ -246,9 +246,9 @@ bool Installation::WasFullSince(Clock::time_point start) const {
     return Load(fullUntil) >= Milliseconds(start);
 }
 
-Result Register(const std::string& connectString) {
+Result Register(const std::string& connectString, int first, int end) {
     Mersola store("", "", connectString.c_str(), kTimeOut);
-    for (int station = 0; station < kStations; ++station)
+    for (int station = first; station < end; ++station)
         if (!Register(store, station, 0)) return Failed(store, "a station cannot be registered");
     return Result::Ended;
 }

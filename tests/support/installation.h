@@ -60,8 +60,8 @@ std::int64_t Load(const std::int64_t& number);
 void Set(std::int64_t& number, std::int64_t value);
 void Raise(std::int64_t& number, std::int64_t value);
 
-/// Registers both stations at time 0.
-Result Register(const std::string& connectString);
+/// Registers stations at time 0, both or one.
+Result Register(const std::string& connectString, int first = 0, int end = kStations);
 
 /// Stores the periods of a station as docs/recording.md shows it, eight in a second of the clock.
 /// Where the program goes by time it writes the period that its clock says, which may be stored

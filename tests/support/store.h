@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 #include <mersola/mersola.h>
@@ -46,6 +47,40 @@ class Store : public Mersola {
     using Mersola::recalculateContPeriods;
     using Mersola::validDate;
 };
+
+/// What an action raises.
+HRESULT CodeOf(auto action) {
+    try {
+        action();
+    } catch (const _com_error& error) {
+        return error.Error();
+    }
+    return S_OK;
+}
+
+inline _RecordsetPtr RunSql(const _ConnectionPtr& connection, const std::string& sql) {
+    auto rows = _Recordset::CreateInstance();
+    rows->Open(sql, connection, adOpenKeyset, adLockOptimistic, adCmdText);
+    return rows;
+}
+
+inline _RecordsetPtr Batch(const _ConnectionPtr& connection, const char* table = "MEASUREDVALUES") {
+    auto batch = _Recordset::CreateInstance();
+    batch->Open(table, connection, adOpenForwardOnly, adLockBatchOptimistic, adCmdTable);
+    return batch;
+}
+/// A row for a batch, of channel 1.
+inline void AddValue(_Recordset& batch, int key, int period, int func, int band,
+                     std::optional<double> value, std::string_view status = "") {
+    batch.AddNew();
+    batch.Fields("MeasValueId").Put(key);
+    batch.Fields("PeriodNo").Put(period);
+    batch.Fields("Channel").Put(1);
+    batch.Fields("FuncId").Put(func);
+    batch.Fields("FrqId").Put(band);
+    if (value) batch.Fields("Value").Put(*value);
+    batch.Fields("Status").Put(status);
+}
 
 /// A recent start on a whole second, `offset` milliseconds later.
 inline CTimeEx Start(std::int64_t offset = 0) {

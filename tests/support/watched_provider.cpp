@@ -6,13 +6,30 @@
 namespace mersola::test {
 namespace {
 
+// What comes over a line that may be lost.
+class Rows : public ado::RowSource {
+  public:
+    explicit Rows(std::unique_ptr<ado::RowSource> inner) : inner_(std::move(inner)) {}
+    const std::vector<std::string>& Columns() const override { return inner_->Columns(); }
+    bool Next() override {
+        if (TheWatch().rowsBeforeLoss-- == 0) throw _com_error(TheWatch().error);
+        return inner_->Next();
+    }
+    ado::Cell At(int column) const override { return inner_->At(column); }
+
+  private:
+    std::unique_ptr<ado::RowSource> inner_;
+};
+
 class Session : public ado::ProviderSession {
   public:
     explicit Session(std::unique_ptr<ado::ProviderSession> inner) : inner_(std::move(inner)) {}
 
     std::unique_ptr<ado::RowSource> Execute(std::string_view sql) override {
         Note(sql);
-        return inner_->Execute(sql);
+        auto rows = inner_->Execute(sql);
+        if (!rows || TheWatch().rowsBeforeLoss < 0) return rows;
+        return std::make_unique<Rows>(std::move(rows));
     }
     std::unique_ptr<ado::TableWriter> OpenTable(std::string_view table) override {
         Note(table);

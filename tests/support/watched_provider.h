@@ -16,6 +16,8 @@ struct Watch {
     std::vector<std::string> statements;
     /// Asked before each statement; true makes it raise `error` instead of running.
     std::function<bool(std::string_view)> fails;
+    /// The line is lost behind so many rows that come from now on; -1: it holds.
+    int rowsBeforeLoss = -1;
     /// The name that the engine gives as its own; when it is empty, the true one.
     std::string dbmsName;
     _com_error error{DB_E_ERRORSINCOMMAND, "told to fail", "Watched"};

@@ -159,7 +159,7 @@ TEST_F(Csv, IsAddedToWhatAnotherDatabaseHolds) {
                 HasSubstr("line 41: the measurement 'noise' is stored with another Sensitivity"));
 }
 
-TEST_F(Csv, AndAllElseHasPointsUnderALocaleWithCommas) {
+TEST_F(Csv, HasPointsAsAllElseUnderALocaleWithCommas) {
     const std::string command = "localedef -i de_DE -f UTF-8 " + (folder_ / "de_DE.UTF-8").string();
     ASSERT_EQ(std::system(command.c_str()), 0);
     ASSERT_EQ(setenv("LOCPATH", (folder_ / "").c_str(), 1), 0);
