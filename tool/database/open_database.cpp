@@ -212,8 +212,9 @@ bool IsDamage(std::string_view words) {
 
 std::string AdviceOn(std::string_view words) {
     const auto says = [&](std::string_view part) { return words.find(part) != words.npos; };
-    return IsDamage(words) ? "the file is damaged: mersola check says what is lost, and mersola "
-                             "salvage saves what is left"
+    return IsDamage(words)    ? "the file is damaged: mersola check says what is lost, and mersola "
+                                "salvage saves what is left"
+           : says("time-out") ? "try again, or with a longer --timeout"
            : says("permission") || says("readonly database") ? "check your permissions"
            : says("connection was lost") ? "try again when the server can be reached"
                                          : "check that the database is whole and try again";
