@@ -173,13 +173,13 @@ TEST_P(Removed, LeavesRecordingFilesUnlessTheirFolderIsNamed) {
     Mark(kept, "03,01");
     EXPECT_THAT(RunWords({"prune", db_, "--before", "2020-03-02", "--yes"}).out,
                 HasSubstr("Deleted 192 periods, 1 marker"));
-    Mark(old, "03,02"), Mark(elsewhere, "03,03"), Mark("gone.wav", "03,03"),
+    Mark(old, "03,02"), Mark(elsewhere, "03,03"), Mark("gone.wav", "03,03"), Mark(young, "03,03"),
         Mark(young, "09,03", "2");
     const Words files{"--recording-files", folder_ / "sounds"};
     EXPECT_THAT(RunWords(prune_ + files + Words{"--dry-run"}).out,
-                HasSubstr("3 markers, 1 recording file of 5 bytes"));
+                HasSubstr("4 markers, 1 recording file of 5 bytes"));
     const Outcome outcome = RunWords(prune_ + files + yes_);
-    EXPECT_THAT(outcome.out, HasSubstr("3 markers, 1 recording file"));
+    EXPECT_THAT(outcome.out, HasSubstr("4 markers, 1 recording file"));
     EXPECT_THAT(outcome.out, HasSubstr("1 recording file stays; the library's log file says why"));
     EXPECT_FALSE(std::filesystem::exists(old));
     for (const std::string& each : {young, elsewhere, kept})

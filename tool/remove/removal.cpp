@@ -71,6 +71,11 @@ std::string Removal::Place(std::int32_t groupId, std::int32_t measId) const {
 void Removal::AddMarkers(std::int32_t groupId, std::int32_t measId, const CTimeEx* before,
                          Going& going) {
     std::set<std::string> paths;
+    if (!options_.recordingFolders.empty() && !named_) {
+        named_.emplace();
+        for (_Recordset& row : Rows(*store_, "SELECT Path FROM Markers WHERE Path<>''"))
+            ++(*named_)[std::string(row.Fields(0).Text().View())];
+    }
     for (_Recordset& row : Rows(*store_,
                                 "SELECT Path,Stop,inProgess FROM Markers WHERE GroupId=%d AND "
                                 "MeasId=%d",
@@ -80,8 +85,8 @@ void Removal::AddMarkers(std::int32_t groupId, std::int32_t measId, const CTimeE
             row.Fields(2).Long() == 0 && CTimeEx::FromText(row.Fields(1).Text(), stop);
         if (before && !(hasEnded && stop < *before)) continue;
         ++going.markers;
-        if (!options_.recordingFolders.empty() && !row.Fields(0).Text().IsEmpty())
-            paths.emplace(row.Fields(0).Text().View());
+        const std::string path(row.Fields(0).Text().View());
+        if (named_ && !path.empty() && --(*named_)[path] == 0) paths.insert(path);
     }
     going.files = LookFor(paths, options_.recordingFolders);
 }

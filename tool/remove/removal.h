@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <mersola/mersola.h>
@@ -56,6 +58,8 @@ class Removal {
     std::unique_ptr<Mersola> store_;
     std::ostream& out_;
     std::ostream* terminal_;
+    // Files, and how many markers name each; without those that were added to what goes.
+    std::optional<std::map<std::string, std::int64_t>> named_;
     Going sum_;
     DeletionProgress done_;  // by all operations
 };
