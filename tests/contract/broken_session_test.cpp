@@ -48,13 +48,10 @@ class Recorder {
     }
 
     bool Register() try {
-        InstrumentInfo instrument = Instrument(station_.c_str());
-        MeasurementInfo measurement = Measurement();
-        ReportInfo report = Report();
         store_.BeginTrans();
-        const bool done = store_.isConnected() && store_.PutInstrument(nullptr, instrument) &&
-                          store_.PutMeasurement(nullptr, instrument.GroupId, measurement) &&
-                          store_.PutReport(nullptr, report) && store_.PutFunction(nullptr, 1, 1);
+        const bool done = store_.isConnected() &&
+                          Open(store_, Measurement(), Report(), station_.c_str()) &&
+                          store_.PutFunction(nullptr, 1, 1);
         done ? store_.CommitTrans() : store_.RollbackTrans();
         return done;
     } catch (const _com_error&) {
@@ -106,13 +103,9 @@ class BrokenSession : public Contract {
     /// What is missing of a recording, or should not be there; empty when nothing is.
     std::string Wrong(const std::string& station) const {
         Store reader(database.ConnectString());
-        reader.SetInstrument(reader.locateInstrumentId(station.c_str()));
-        reader.SetMeasurement(1);
-        reader.SetReport(1);
-        reader.SetChannel(1);
-        reader.SetFunction(1);
         long periods = 0;
-        if (reader.Get_nPrds(periods) != 1 || periods != kPeriods)
+        if (!Select(reader, station.c_str()) || reader.Get_nPrds(periods) != 1 ||
+            periods != kPeriods)
             return std::to_string(periods) + " periods";
         for (int band = 0; band < kBands; ++band) {
             std::array<float, kPeriods> values{};

@@ -41,6 +41,15 @@ struct Receiver : IMsgReceiver {
 
 class DeletionTest : public Contract {
   protected:
+    // Ten periods, of which the last has just ended.
+    static void RecordTenMinutes(Store& recorder, const CTimeEx& now) {
+        ASSERT_TRUE(Open(recorder, Measurement("noise", now - CTimeSpanEx(10 * kMinute)),
+                         Report(1, kMinute)));
+        ASSERT_TRUE(recorder.PutFunction(nullptr, 1, 1));
+        for (int period = 0; period < 10; ++period)
+            ASSERT_TRUE(Write(recorder, period, period));
+    }
+
     using Random = std::mt19937;
 
     static int Pick(Random& random, int from, int to) {
@@ -267,10 +276,7 @@ TEST_P(DeletionTest, KeepsWhatIsBeingRecordedAndTheNumbersOfItsPeriods) {
     const CTimeEx now = CTimeEx::GetCurrentTime();
     const auto minutes = [](int count) { return CTimeSpanEx(count * kMinute); };
     Store recorder(database.ConnectString());
-    ASSERT_TRUE(Open(recorder, Measurement("noise", now - minutes(10)), Report(1, kMinute)));
-    ASSERT_TRUE(recorder.PutFunction(nullptr, 1, 1));
-    for (int period = 0; period < 10; ++period)
-        ASSERT_TRUE(Write(recorder, period, period));
+    RecordTenMinutes(recorder, now);
     long next = 0;
     ASSERT_TRUE(recorder.PutDataRelative(10, "", 10, 1, 1, 30, false, next, false, nullptr));
     Store reader(database.ConnectString());
@@ -482,10 +488,7 @@ TEST_P(DeletionTest, TakesNoFileButThoseBelowTheFolders) {
 TEST_P(DeletionTest, NeverLowersWhatAnotherRetentionRaisesBesideIt) {
     const CTimeEx now = CTimeEx::GetCurrentTime();
     Store recorder(database.ConnectString());
-    ASSERT_TRUE(
-        Open(recorder, Measurement("noise", now - CTimeSpanEx(10 * kMinute)), Report(1, kMinute)));
-    for (int period = 0; period < 10; ++period)
-        ASSERT_TRUE(Write(recorder, period, 1));
+    RecordTenMinutes(recorder, now);
     const auto other = _Connection::CreateInstance();
     other->Open(database.ConnectString(), "", "");
     other->BeginTrans();
@@ -503,10 +506,7 @@ TEST_P(DeletionTest, NeverLowersWhatAnotherRetentionRaisesBesideIt) {
 TEST_P(DeletionTest, KeepsMarkersOfWhichNobodyKnowsWhetherTheyHaveEnded) {
     const CTimeEx now = CTimeEx::GetCurrentTime();
     Store recorder(database.ConnectString());
-    ASSERT_TRUE(
-        Open(recorder, Measurement("noise", now - CTimeSpanEx(10 * kMinute)), Report(1, kMinute)));
-    for (int period = 0; period < 10; ++period)
-        ASSERT_TRUE(Write(recorder, period, 1));
+    RecordTenMinutes(recorder, now);
     AddMarker(1, "old");
     AddMarker(1, "null");
     AddMarker(1, "empty");

@@ -82,14 +82,8 @@ class ComputedIndices : public Contract {
     template <class Level>
     void Record(int hours, Level level) {
         ASSERT_TRUE(Open(store, Measurement("noise", Start()), Report(1, 3600000 / kPerHour)));
-        const auto batch = store.PutDataStart(nullptr);
-        for (int period = 0; period < (hours - 10) * kPerHour; ++period) {
-            const double value = level(10 + period / kPerHour, period);
-            long next = 0;
-            if (!std::isnan(value))
-                store.PutDataRelative(value, "", period, 1, 1, 30, false, next, true, batch);
-        }
-        ASSERT_TRUE(store.PutDataEnd(batch));
+        ASSERT_TRUE(WriteBatch(store, (hours - 10) * kPerHour,
+                               [&](int period) { return level(10 + period / kPerHour, period); }));
         Select(store);
     }
     std::vector<IndexRow> Rows(IndexRequest request) {

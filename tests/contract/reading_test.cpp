@@ -179,6 +179,12 @@ TEST_P(Reading, FillsABlockWithWhatIsStoredAndTheRestAsMissing) {
     auto at = list.GetHeadPosition();
     EXPECT_EQ(list.GetNext(at).Value, 1.5);
     EXPECT_EQ(list.GetNext(at).Value, -100);
+    TheWatch().rowsBeforeLoss = 3;
+    EXPECT_EQ(store.GetAllDataByPeriod(3, 2, list), 3);
+    EXPECT_EQ(list.GetCount(), 9) << "what was read before stays";
+    TheWatch().rowsBeforeLoss = 1;
+    store.SetFunction(5);
+    EXPECT_EQ(store.GetData(values.data(), 3, 2, 20, 2), -1);
 }
 
 TEST_P(Reading, FillsABlockOfMoreRowsThanAnyBufferHolds) {

@@ -126,11 +126,8 @@ TEST(ShrunkenFile, GivesWhatIsStoredOrTellsThatItCannot) {
     {
         Mersola store = connected();
         ASSERT_TRUE(Open(store) && store.PutFunction(nullptr, 1, 1));
-        const auto batch = store.PutDataStart(nullptr);
-        long next = 0;
-        for (int period = 0; period < kPeriods; ++period)
-            store.PutDataRelative(period, "", period, 1, 1, 30, true, next, true, batch);
-        ASSERT_TRUE(store.PutDataEnd(batch) && store.PutPeriodsRelative(nullptr, kPeriods));
+        ASSERT_TRUE(WriteBatch(store, kPeriods, [](int period) { return period; }) &&
+                    store.PutPeriodsRelative(nullptr, kPeriods));
     }
     const auto size = static_cast<std::int64_t>(std::filesystem::file_size(database.Path()));
     int refused = 0;

@@ -50,13 +50,10 @@ Result Failed(const Mersola& store, const std::string& what) {
 }
 
 bool Register(Mersola& store, int station, std::int64_t start) try {
-    InstrumentInfo instrument = Instrument(kNames[station]);
-    MeasurementInfo measurement = Measurement("noise", Start(start));
-    ReportInfo report = Report(1, kLength);
     store.BeginTrans();
-    const bool isDone = store.PutInstrument(nullptr, instrument) &&
-                        store.PutMeasurement(nullptr, instrument.GroupId, measurement) &&
-                        store.PutReport(nullptr, report) && store.PutFunction(nullptr, 1, 1);
+    const bool isDone =
+        Open(store, Measurement("noise", Start(start)), Report(1, kLength), kNames[station]) &&
+        store.PutFunction(nullptr, 1, 1);
     isDone ? store.CommitTrans() : store.RollbackTrans();
     return isDone;
 } catch (const _com_error&) {
@@ -159,14 +156,9 @@ std::string FaultInBlock(Installation& all, Mersola& store, std::mt19937_64& ran
     Station& station = all.stations[number];
     const std::int64_t recording = Load(station.recording);
     const std::int64_t counted = Load(station.counted);
-    store.SetInstrument(store.locateInstrumentId(kNames[number]));
-    store.SetMeasurement(-1);
-    store.SetMeasurement(
-        store.locateMeasurementId(store.locateInstrumentId(kNames[number]), "noise"));
     long count = 0;
-    if (store.SetReport(1) != 1 || store.Get_nPrds(count) != 1) throw Unreadable("the report");
-    store.SetChannel(1);
-    store.SetFunction(1);
+    if (!Select(store, kNames[number]) || store.Get_nPrds(count) != 1)
+        throw Unreadable("the report");
     if (count < counted && recording == Load(station.recording))
         return std::to_string(count) + " periods are counted, of " + std::to_string(counted);
     const std::int64_t last = std::max<std::int64_t>(count - kBlock, 0);
@@ -340,11 +332,7 @@ Result Prune(Installation& all, const std::string& connectString, std::uint64_t 
             Station& station = all.stations[number];
             const long group = store.locateInstrumentId(kNames[number]);
             long first = 0, last = 0;
-            store.SetInstrument(static_cast<int>(group));
-            store.SetMeasurement(store.locateMeasurementId(group, "noise"));
-            store.SetReport(1);
-            store.SetChannel(1);
-            store.SetFunction(1);
+            Select(store, kNames[number]);
             // Something is left, or the station would not be one that is recorded.
             const bool isStored = store.GetStoredPeriods(first, last) == 1;
             const auto stored = static_cast<std::uint64_t>(isStored ? last - first : 0);

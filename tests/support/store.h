@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
@@ -120,11 +121,35 @@ inline ReportInfo Report(int id = 1, std::int64_t periodLength = 60000, int type
 
 /// Registers instrument, measurement and report; false when one of them fails.
 inline bool Open(Mersola& store, MeasurementInfo measurement = Measurement(),
-                 ReportInfo report = Report()) {
-    InstrumentInfo instrument = Instrument();
+                 ReportInfo report = Report(), const char* name = "station 1") {
+    InstrumentInfo instrument = Instrument(name);
     return store.PutInstrument(nullptr, instrument) &&
            store.PutMeasurement(nullptr, instrument.GroupId, measurement) &&
            store.PutReport(nullptr, report);
+}
+
+/// Selects what Open registers, and function 1 of channel 1; false when it cannot be read.
+inline bool Select(Mersola& store, const char* instrument = "station 1",
+                   const char* measurement = "noise", int report = 1) {
+    const long group = store.locateInstrumentId(instrument);
+    store.SetInstrument(group);
+    store.SetMeasurement(-1);  // so that all is read anew
+    store.SetMeasurement(store.locateMeasurementId(group, measurement));
+    store.SetChannel(1);
+    store.SetFunction(1);
+    return store.SetReport(report) == 1;
+}
+
+/// Writes a value into each of the first periods of band 30, in a batch. NaN: none.
+bool WriteBatch(Mersola& store, int periods, auto valueOf, int function = 1, int band = 30) {
+    const auto batch = store.PutDataStart(nullptr);
+    for (int period = 0; period < periods; ++period) {
+        const double value = valueOf(period);
+        long next = 0;
+        if (!std::isnan(value))
+            store.PutDataRelative(value, "", period, function, 1, band, true, next, true, batch);
+    }
+    return store.PutDataEnd(batch);
 }
 
 /// Tests of the contract, on every engine.
@@ -143,16 +168,6 @@ class Contract : public testing::TestWithParam<std::string> {
     static bool Write(Mersola& store, int period, double value, const char* status = "") {
         long next = 0;
         return store.PutDataRelative(value, status, period, 1, 1, 30, true, next, false, nullptr);
-    }
-
-    /// Selects what Open registers and Write writes.
-    static void Select(Mersola& store, int report = 1) {
-        store.SetInstrument(store.locateInstrumentId("station 1"));
-        store.SetMeasurement(
-            store.locateMeasurementId(store.locateInstrumentId("station 1"), "noise"));
-        store.SetReport(report);
-        store.SetChannel(1);
-        store.SetFunction(1);
     }
 
     /// The values of band 30 of the selection.

@@ -1,4 +1,5 @@
 // mersola indices: what it writes in each form, events, and what it refuses.
+#include "support/store.h"
 #include "tool_fixture.h"
 
 namespace mersola::tool {
@@ -10,28 +11,15 @@ class IndicesTool : public Tool {
   protected:
     IndicesTool() {
         Mersola store = Connected();
-        InstrumentInfo instrument;
-        instrument.GroupName = "A \"b\"";
-        MeasurementInfo measurement;
-        measurement.MeasName = "noise";
-        measurement.StartAt = CTimeEx(2026, 11, 15, 7, 0, 0);
-        ReportInfo report;
-        report.ReportId = report.ReportType = 1;
-        report.PeriodLen = CTimeSpanEx(3600000);
-        EXPECT_TRUE(store.PutInstrument(nullptr, instrument) &&
-                    store.PutMeasurement(nullptr, instrument.GroupId, measurement) &&
-                    store.PutReport(nullptr, report));
-        const auto batch = store.PutDataStart(nullptr);
+        EXPECT_TRUE(test::Open(store, test::Measurement("noise", CTimeEx(2026, 11, 15, 7, 0, 0)),
+                               test::Report(1, 3600000), "A \"b\""));
         Execute("INSERT INTO FuncNameMap VALUES (20,'Vibration')");
         for (const int function : {2, 3, 5, 20}) {
             store.PutFunction(nullptr, function, 1);
-            for (int period = 0; period < 24; ++period) {
-                long next = 0;
-                store.PutDataRelative(period < 16 ? 60 : 50, "", period, function, 1, 0, false,
-                                      next, true, batch);
-            }
+            EXPECT_TRUE(test::WriteBatch(
+                store, 24, [](int period) { return period < 16 ? 60 : 50; }, function, 0));
         }
-        EXPECT_TRUE(store.PutDataEnd(batch) && store.PutPeriodsRelative(nullptr, 24));
+        EXPECT_TRUE(store.PutPeriodsRelative(nullptr, 24));
         Execute(
             "INSERT INTO Markers (GroupId,MeasId,Start,Stop,MarkerId,Path,inProgess,"
             "TriggerCondition) VALUES (1,1,'2026,11,15,22,30,00,000','2026,11,16,01,00,00,000',7,"
