@@ -82,6 +82,7 @@ std::int64_t Store::PackBlock(const Series& series, std::int32_t block) {
         change.runs.push_back({period, row.values, &row.statuses});
         count += static_cast<std::int64_t>(row.values.size());
     }
+    RequireOrder(count > 0);
     SealedBlock& sealed = SealedAt(series, block);
     const SeriesBlock before = sealed.exists ? Decoded(series, block, sealed) : SeriesBlock();
     if (FitsBlock(before, change.runs)) {

@@ -337,8 +337,7 @@ void MoveSome(sqlite3_context* context, int, sqlite3_value** values) {
     });
     if (code == SQLITE_OK) return;
     sqlite3_result_error(context, words ? words : sqlite3_errstr(code), -1);
-    sqlite3_result_error_code(context, code);
-    if (words) sqlite3_result_error(context, words, -1);
+    sqlite3_result_error_code(context, code);  // behind the words, which stay
     sqlite3_free(words);
 }
 

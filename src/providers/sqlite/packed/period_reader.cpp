@@ -40,15 +40,18 @@ void PeriodReader::LookAhead(std::size_t index, std::int64_t from) {
     const auto row = reading_->Take(descending_ ? Sql::LastSealed : Sql::FirstSealed, measValueId_,
                                     channel, funcId, start);
     ahead_[index] = row->Step() ? std::optional(row->Int32(0)) : std::nullopt;
+    if (ahead_[index])
+        RequireOrder(descending_ ? *ahead_[index] <= start : *ahead_[index] >= start);
 }
 
 std::optional<std::int32_t> PeriodReader::NextBlock() {
     std::optional<std::int32_t> next;
+    const std::int32_t here = BlockOf(static_cast<std::int32_t>(at_));
     const auto consider = [&](std::int32_t period) {
         const std::int32_t block = BlockOf(period);
+        RequireOrder(descending_ ? block <= here : block >= here);
         if (!next || (descending_ ? block > *next : block < *next)) next = block;
     };
-    const std::int32_t here = BlockOf(static_cast<std::int32_t>(at_));
     for (std::size_t i = 0; i < series_.size(); ++i) {
         if (ahead_[i] && (descending_ ? BlockOf(*ahead_[i]) > here : BlockOf(*ahead_[i]) < here))
             LookAhead(i, at_);

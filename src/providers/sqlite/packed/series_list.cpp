@@ -19,8 +19,10 @@ std::vector<ChannelAndFunction> Walk(Sql next, Statements& statements, std::int3
     while (true) {
         const auto row = statements.Take(next, measValueId, channel, funcId);
         if (!row->Step()) return found;
+        const std::pair before(channel, funcId);
         channel = row->Int32(0);
         funcId = row->Int32(1);
+        RequireOrder(before < std::pair(channel, funcId));
         if (channel > channels.last) return found;
         if (functions.Holds(funcId)) {
             found.emplace_back(channel, funcId);
@@ -87,7 +89,9 @@ std::optional<std::int32_t> NextReport(Statements& statements, std::int64_t meas
     for (const Sql which : {Sql::NextPendingReport, Sql::NextSealedReport, Sql::NextRowReport}) {
         if (which == Sql::NextRowReport && !statements.HasRows()) continue;
         const auto row = statements.Take(which, measValueId);
-        if (row->Step()) next = std::min(next.value_or(row->Int32(0)), row->Int32(0));
+        if (!row->Step()) continue;
+        RequireOrder(row->Int32(0) >= measValueId);
+        next = std::min(next.value_or(row->Int32(0)), row->Int32(0));
     }
     return next;
 }

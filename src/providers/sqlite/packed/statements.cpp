@@ -208,6 +208,11 @@ void RaiseTwoBlocks(const Series& series, std::int32_t block) {
     RaiseDamage(series, block, "they lie in two blocks");
 }
 
+void RequireOrder(bool isInOrder) {
+    if (!isInOrder)
+        throw Failure(SQLITE_CORRUPT_VTAB, "the keys of packed values are not in their order");
+}
+
 void RequireOneBlock(Statements& statements, const Series& series, std::int32_t block) {
     const std::int64_t first = std::int64_t{block} * kBlockPeriods;
     const auto row = statements.Take(Sql::SealedRow, series.measValueId, series.channel,

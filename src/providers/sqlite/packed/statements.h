@@ -188,6 +188,8 @@ void DecodeSealed(const Series& series, std::int32_t firstPeriod, std::int32_t l
 /// A damaged index gives rows out of order, and some of them again.
 [[noreturn]] void RaiseTwoRows(std::int32_t measValueId, std::int32_t period);
 [[noreturn]] void RaiseTwoBlocks(const Series& series, std::int32_t block);
+/// A damaged index leads anywhere, and whoever follows it would go round in circles.
+void RequireOrder(bool isInOrder);
 /// Raises that there are two if there are.
 void RequireOneBlock(Statements& statements, const Series& series, std::int32_t block);
 

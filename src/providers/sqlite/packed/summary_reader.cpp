@@ -63,6 +63,7 @@ std::optional<std::int32_t> SummaryReader::NextBlock() {
         if (found >= at_) return;
         const auto row = statements_->Take(which, series_.measValueId, key..., at_);
         found = row->Step() ? row->Int32(0) : kNone;
+        RequireOrder(found >= at_);
     };
     look(pending_, Sql::OldestPending);
     if (statements_->HasRows()) {
@@ -71,8 +72,10 @@ std::optional<std::int32_t> SummaryReader::NextBlock() {
         row_ = kNone;
     }
     std::int64_t next = std::min(pending_, row_);
-    if (hasSealed_)
+    if (hasSealed_) {
+        RequireOrder(BlockOf(sealed_->Int32(0)) == BlockOf(sealed_->Int32(1)));
         next = std::min<std::int64_t>(next, std::max<std::int64_t>(sealed_->Int32(0), at_));
+    }
     if (next > periods_.last) return std::nullopt;
     return BlockOf(static_cast<std::int32_t>(next));
 }
