@@ -1,8 +1,11 @@
 // What the virtual table does that a table of rows does not.
 #include <gmock/gmock.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 
+#include "packed/module.h"
 #include "twins.h"
 
 namespace mersola::test {
@@ -133,6 +136,42 @@ TEST_F(PackedTable, ReadsNoTablesThatAreNone) {
     EXPECT_EQ(reopened(ofSeries), "no such table: main.PendingValues");
     Ask("CREATE VIRTUAL TABLE Other USING mersola_values(rows=Other)");
     EXPECT_EQ(reopened("SELECT * FROM Other"), "no such table: main.PendingValues");
+}
+
+// A disk may write a page to another one's place: an index that leads back must not be followed
+// for ever.
+TEST_F(PackedTable, ComesToAnEndWhateverPageLiesInAnothersPlace) {
+    Ask("WITH RECURSIVE p(n) AS (VALUES(0) UNION ALL SELECT n+1 FROM p WHERE n<256), c(n) AS "
+        "(VALUES(0) UNION ALL SELECT n+1 FROM c WHERE n<199) INSERT INTO MeasuredValues SELECT "
+        "7,p.n,c.n,5,20,p.n,'' FROM p,c");
+    const std::string path = twins_.Path(true) + ".copy";
+    Ask("VACUUM INTO '" + path + "'");
+    std::ifstream file(path, std::ios::binary);
+    const std::string sound{std::istreambuf_iterator<char>(file), {}};
+    constexpr std::size_t kPage = 4096;
+    const std::size_t pages = sound.size() / kPage;
+    ASSERT_GT(pages, 10U);
+    const auto isLeaf = [&](std::size_t page) { return sound[page * kPage] == 10; };
+    for (std::size_t trial = 0; trial < pages * pages; ++trial) {
+        const std::size_t to = trial % pages, from = trial / pages;
+        if (!isLeaf(to) || !isLeaf(from)) continue;
+        std::string bytes = sound;
+        bytes.replace(to * kPage, kPage, sound, from * kPage, kPage);
+        std::ofstream(path, std::ios::binary) << bytes;
+        sqlite3* db = nullptr;
+        sqlite3_open(path.c_str(), &db);
+        packed::RegisterModule(db);
+        int steps = 2000;
+        sqlite3_progress_handler(
+            db, 1000, [](void* left) { return static_cast<int>(--*static_cast<int*>(left) < 0); },
+            &steps);
+        for (const char* statement :
+             {"SELECT count(*) FROM MeasuredValues",
+              "SELECT * FROM MeasuredValues WHERE MeasValueId=7 ORDER BY PeriodNo,FrqId"})
+            EXPECT_NE(sqlite3_exec(db, statement, nullptr, nullptr, nullptr), SQLITE_INTERRUPT)
+                << "page " << from << " in the place of " << to << ": " << statement;
+        sqlite3_close(db);
+    }
 }
 
 TEST_F(PackedTable, RoundsWhatItSealsToItsResolution) {
