@@ -179,6 +179,21 @@ TEST_P(RecordsetTest, HasOneTransactionAtATime) {
     EXPECT_EQ(CodeOf([&] { connection->RollbackTrans(); }), XACT_E_NOTRANSACTION);
 }
 
+TEST_P(RecordsetTest, StoresNothingBehindATransactionThatTheEngineHasUndone) {
+    if (GetParam() != "SQLite" && GetParam() != "SQLitePacked") return;  // others keep it
+    connection->BeginTrans();
+    Run("INSERT INTO Groups (GroupId) VALUES (1)");
+    EXPECT_EQ(CodeOf([&] { Run("INSERT OR ROLLBACK INTO Groups (GroupId) VALUES (1)"); }),
+              DB_E_INTEGRITYVIOLATION);
+    EXPECT_EQ(CodeOf([&] { Run("INSERT INTO Groups (GroupId) VALUES (2)"); }), E_FAIL);
+    EXPECT_EQ(CodeOf([&] { Fill(1); }), E_FAIL);
+    EXPECT_EQ(CodeOf([&] { connection->CommitTrans(); }), E_FAIL);
+    connection->RollbackTrans();
+    Fill(2);
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM MeasuredValues"), "2");
+    EXPECT_EQ(database.Ask("SELECT count(*) FROM Groups"), "0");
+}
+
 TEST_P(RecordsetTest, SaysDuplicateForAViolatedKeyAndForNothingElse) {
     const char* insert = "INSERT INTO GROUPS (GroupId,GroupName) VALUES (1,'duplicate')";
     Run(insert);

@@ -112,6 +112,7 @@ class Rows : public ado::RowSource {
 std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     const dialect::Translation translation = translator_.Translate(sql, dialect::Literals::Lifted);
     if (translation.noOperation) return nullptr;
+    transaction_.Require();
     if (auto rows = values_->Run(translation)) return std::move(*rows);
     RunningStatement statement(db_.get(), cache_, translation.text);
     const bool givesRows = sqlite3_column_count(statement.Get()) > 0;
@@ -130,17 +131,19 @@ std::unique_ptr<ado::RowSource> Session::Execute(std::string_view sql) try {
     const Attaching attaching(db_.get(), translation.text);
     while (statement.Step()) {  // some of SQLite's own do a part of their work in each step
     }
+    transaction_.NoteEnd();
     return nullptr;
 } catch (const dialect::SyntaxError& error) {
     throw _com_error(DB_E_ERRORSINCOMMAND, error.what(), kSource);
 }
 
 std::unique_ptr<ado::TableWriter> Session::OpenTable(std::string_view table) {
-    return std::make_unique<TableWriter>(db_.get(), table, values_);
+    return std::make_unique<TableWriter>(db_.get(), table, values_, transaction_);
 }
 
 void Session::Begin() {
     Execute(sqlite3_db_readonly(db_.get(), "main") == 1 ? "BEGIN" : kSqlite.begin);
+    transaction_.Began();
 }
 
 void Session::Commit() {
@@ -148,6 +151,7 @@ void Session::Commit() {
 }
 
 void Session::Rollback() {
+    transaction_.Ended();
     if (!sqlite3_get_autocommit(db_.get()))
         Execute("ROLLBACK");  // after a grave error SQLite has rolled back by itself
 }

@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 
 #include "ado/provider.h"
+#include "callers_transaction.h"
 #include "checkpoints.h"
 #include "dialect/translator.h"
 #include "engines/sqlite.h"
@@ -30,6 +31,7 @@ class Session : public ado::ProviderSession {
         : patience_(db.get(), patience),
           checkpoints_(db.get(), patience_),
           db_(std::move(db)),
+          transaction_(db_.get()),
           cache_(db_.get()),
           values_(std::make_shared<PackedValues>(db_.get())) {}
 
@@ -47,6 +49,7 @@ class Session : public ado::ProviderSession {
     Patience patience_;  // declared before the database, which calls them until it is closed
     Checkpoints checkpoints_;
     Database db_;
+    CallersTransaction transaction_;
     StatementCache cache_;  // declared behind the database: its statements are finalized first
     std::shared_ptr<PackedValues> values_;
     dialect::Translator translator_;

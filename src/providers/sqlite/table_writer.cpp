@@ -28,8 +28,9 @@ bool IsUtf8(const ado::Cell& cell) {
 
 }  // namespace
 
-TableWriter::TableWriter(sqlite3* db, std::string_view table, std::shared_ptr<PackedValues> values)
-    : db_(db), name_(Quoted(table)) {
+TableWriter::TableWriter(sqlite3* db, std::string_view table, std::shared_ptr<PackedValues> values,
+                         const CallersTransaction& transaction)
+    : db_(db), transaction_(transaction), name_(Quoted(table)) {
     if (ado::EqualNoCase(name_, kValues)) values_ = std::move(values);
     if (values_ && values_->IsPacked()) {
         columns_.assign(packed::kColumnNames.begin(), packed::kColumnNames.end());
@@ -53,6 +54,7 @@ void TableWriter::PrepareInsert() {
 }
 
 ado::BatchOutcome TableWriter::Write(std::span<const ado::Cell> cells) {
+    transaction_.Require();
     BatchTransaction transaction(db_);
     ado::BatchOutcome outcome = InsertRows(cells);
     transaction.Commit();
