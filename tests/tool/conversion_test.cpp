@@ -44,6 +44,9 @@ TEST_F(Conversion, GoesOnAfterKillsBesideARecorderAndLosesNothing) {
     Mersola recorder = Connected(), other = tool::Connected(twin_);
     int period = 0, kills = 0;
     for (const char* command : {"pack", "unpack", "pack"}) {
+        const std::string done = command == std::string("pack")
+                                     ? "database of format 2, values packed\n"
+                                     : "database of format 1, values in rows\n";
         for (int status = -1, attempt = 0; status != 0; ++attempt) {
             const auto child = Started({command, db_});
             for (const auto end = std::chrono::steady_clock::now() + 15ms * (attempt + 1);
@@ -68,13 +71,13 @@ TEST_F(Conversion, GoesOnAfterKillsBesideARecorderAndLosesNothing) {
             if (attempt < 8) child->Kill();
             status = child->Wait();
             kills += status == 128 + SIGKILL;
+            // The one before was killed when it had done all but say so.
+            if (status == 1 && attempt > 0 && RunWords({"list", db_}).out.starts_with(done))
+                status = 0;
             ASSERT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
             ASSERT_EQ(ValuesOf(db_), ValuesOf(twin_)) << command << ", attempt " << attempt;
         }
-        EXPECT_THAT(
-            RunWords({"list", db_}).out,
-            StartsWith(command == std::string("pack") ? "database of format 2, values packed\n"
-                                                      : "database of format 1, values in rows\n"));
+        EXPECT_THAT(RunWords({"list", db_}).out, StartsWith(done));
         EXPECT_EQ(RunWords({command, db_}).status, 1);
     }
     EXPECT_GT(kills, 3);
